@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QStringList>
+
+/// Looks one level below `mountPoint` for recorder disks.
+///
+/// A disk is a directory with a sub-directory named "DVR", in any case, and an index ("/DVR/RECSINFO/RECS.INF").
+/// Gives their absolute paths in the order in which the file system lists them; hidden directories are passed over.
+/// An empty `mountPoint` has nothing below it.
+///
+/// A directory that cannot be entered is reported with a line on stdout and throws the walk off: it looks at the
+/// directory it stands in and goes up a level from there all the same.
+QStringList findArchives(const QString &mountPoint);

@@ -1,0 +1,36 @@
+# How every target of the house is compiled. Nothing here changes the settings of a project that
+# includes this one: all of it hangs on targets.
+
+if(PROJECT_IS_TOP_LEVEL)
+  if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Type of build" FORCE)
+  endif()
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  find_program(QUORVALE_CCACHE ccache DOC "Compiler cache, used where present")
+  if(QUORVALE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER "${QUORVALE_CCACHE}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVALE_CCACHE}")
+    set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${QUORVALE_CCACHE}")
+  endif()
+endif()
+
+add_library(quorvale_flags INTERFACE)
+target_compile_features(quorvale_flags INTERFACE cxx_std_17)
+target_compile_options(quorvale_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  $<$<BOOL:${QUORVALE_WERROR}>:-Werror>)
+if(QUORVALE_SANITIZE)
+  target_compile_options(quorvale_flags INTERFACE
+    -fsanitize=${QUORVALE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quorvale_flags INTERFACE -fsanitize=${QUORVALE_SANITIZE})
+endif()
+
+# quorvale_add_room(<room> <source>...)
+# Makes the static library quorvale_<room> with the root of the house as its public include directory,
+# so that every include is written from the root: #include "archive/programme.h".
+function(quorvale_add_room room)
+  add_library(quorvale_${room} STATIC ${ARGN})
+  target_include_directories(quorvale_${room} PUBLIC "${quorvale_SOURCE_DIR}")
+  target_compile_features(quorvale_${room} PUBLIC cxx_std_17)
+  target_link_libraries(quorvale_${room} PRIVATE quorvale_flags)
+endfunction()

@@ -1,0 +1,26 @@
+# quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
+# Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
+# LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:
+# nobody's own settings are read or written.
+function(quorvale_add_test test)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;SOURCES;LABELS")
+  get_filename_component(folder ${test} DIRECTORY)
+  get_filename_component(name ${test} NAME)
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+
+  add_executable(${name} "${quorvale_SOURCE_DIR}/tests/${test}.cpp" ${arg_SOURCES})
+  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  target_include_directories(${name} PRIVATE "${quorvale_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
+  target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
+
+  add_test(NAME ${test} COMMAND ${name})
+  set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
+  file(MAKE_DIRECTORY "${settings}")
+  set_tests_properties(${test} PROPERTIES
+    TIMEOUT ${arg_TIMEOUT}
+    LABELS "${folder};${arg_LABELS}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${settings};LC_ALL=C.UTF-8;${QUORVALE_SANITIZER_ENVIRONMENT}")
+endfunction()
