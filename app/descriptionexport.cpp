@@ -1,0 +1,59 @@
+#include "app/descriptionexport.h"
+
+#include "archive/programme.h"
+
+#include <QFile>
+#include <QTextStream>
+
+namespace {
+
+QString zeroPadded(int number)
+{
+    return QStringLiteral("%1").arg(number, 2, 10, QLatin1Char('0'));
+}
+
+QString latin1(const std::string &bytes)
+{
+    return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+QString dateLine(const Programme &programme, int dateFormat)
+{
+    const QString day = zeroPadded(programme.day);
+    const QString month = zeroPadded(programme.month);
+    const QString year = zeroPadded(programme.year);
+    const QString line = QStringLiteral("Date       : %1.%2.%3\n");
+    switch (dateFormat) {
+    case 0:
+        return line.arg(day, month, year);
+    case 1:
+        return line.arg(month, day, year);
+    case 2:
+        return line.arg(year, month, day);
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+QString descriptionText(const Programme &programme, int dateFormat)
+{
+    return QLatin1String("Show       : ") + latin1(programme.title) + QLatin1String("\nDescription:\n\n") +
+           latin1(programme.description) + QLatin1String("\n\n") + dateLine(programme, dateFormat) +
+           QLatin1String("Time stamp : ") + zeroPadded(programme.hour) + QLatin1Char(':') +
+           zeroPadded(programme.minute) + QLatin1Char(':') + zeroPadded(programme.second) +
+           QLatin1String("\nChannel    : ") + latin1(programme.channel) + QLatin1Char('\n');
+}
+
+void writeDescription(const QString &fileName, const QString &text)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+        return;
+    QTextStream stream(&file);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    stream.setEncoding(QStringConverter::System); // Qt 5's default; Qt 6 would write UTF-8 in any locale.
+#endif
+    stream << text;
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+
+// How the details panel words a programme's facts. No window needed; "today" is the caller's.
+
+/// `number` in decimal with "0" in front when it is 9 or less: 5 gives "05", 123 gives "123", -3 gives "0-3".
+QString twoDigits(int number);
+
+/// "07:05:00"
+QString formatStartTime(int hour, int minute, int second);
+
+/// The date of a recording as seen from `today`: "Today", "Yesterday" (within one year), the weekday up to six days
+/// back and for any date ahead, otherwise the numbers in the order `dateFormat`: 0 "24.12.2015", 1 "12.24.2015",
+/// 2 "2015.12.24"; any other order gives the toolkit's text form. A date that does not exist gives an empty text.
+QString formatRecordingDate(int day, int month, int year, int dateFormat, const QDate &today);
+
+/// `seconds` as "1h 2m 5s", each part truncated and unpadded.
+QString formatPlayPosition(int seconds);
+
+/// A size in KiB: whole "MB" below 1 GiB, "GB" to three significant digits from there ("1.46 GB", "1.54e+03 GB").
+QString formatFileSize(int kibibytes);

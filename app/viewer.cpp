@@ -1,0 +1,66 @@
+#include "app/viewer.h"
+
+#include <QIcon>
+#include <QVector>
+
+namespace {
+
+constexpr qreal kDoubleDensity = 2.0;
+
+} // namespace
+
+// A static library's resources register only when asked to, and the macro needs the global namespace.
+static void registerResources()
+{
+    Q_INIT_RESOURCE(viewer);
+}
+
+Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
+    : QMainWindow(parent, flags)
+{
+    registerResources();
+    ui.setupUi(this);
+    setWindowTitle(QStringLiteral("Quorvale"));
+    // Thumbnails arrive from the scanner's thread by queued signal.
+    qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
+
+    ui.detailsEdit->setReadOnly(true);
+    show();
+    connectForm();
+
+    loadSettings();
+    setWindowIcons();
+    scanDrives();
+    scanDisk();
+}
+
+Viewer::~Viewer()
+{
+    if (scanTimerId >= 0)
+        killTimer(scanTimerId);
+    saveSettings();
+    ui.thumbnailLabel->ClearThumbs();
+}
+
+void Viewer::connectForm()
+{
+    connect(ui.deviceList, &QTreeWidget::itemClicked, this, &Viewer::selectDevice);
+    connect(ui.summaryList, &QListWidget::currentRowChanged, this, &Viewer::chooseProgramme);
+    connect(ui.actionPreferences, &QAction::triggered, this, &Viewer::Preferences);
+    connect(ui.actionOpen_Directory, &QAction::triggered, this, &Viewer::openDVR);
+    connect(ui.actionExport_Description, &QAction::triggered, this, &Viewer::exportMeta);
+#ifndef Q_OS_MACOS
+    // On macOS quitting is the application menu's business, which finds the entry by its text.
+    connect(ui.actionQuit, &QAction::triggered, qApp, &QCoreApplication::quit);
+#endif
+}
+
+void Viewer::setWindowIcons()
+{
+    QPixmap dense(QStringLiteral(":/Icons/quorvale-icon128.png"));
+    dense.setDevicePixelRatio(kDoubleDensity);
+    QIcon icon;
+    icon.addPixmap(QPixmap(QStringLiteral(":/Icons/quorvale-icon64.png")), QIcon::Normal, QIcon::Off);
+    icon.addPixmap(dense, QIcon::Normal, QIcon::Off);
+    setWindowIcon(icon);
+}

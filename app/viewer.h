@@ -1,0 +1,79 @@
+#pragma once
+
+#include "archive/programme.h"
+#include "ui_mainwindow.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QPixmap>
+#include <QString>
+
+#include <string>
+#include <vector>
+
+/// The main window: the devices, the programmes of the selected one, and the details of the selected programme.
+///
+/// A programme is always meant by its index in `programmes`. The state is open to the window's own parts and to tests;
+/// it is touched by the main thread alone. Constructing a Viewer shows it, loads the settings, looks for devices and
+/// loads the first; destroying it saves the settings.
+class Viewer : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit Viewer(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
+    ~Viewer() override;
+
+    /// Loads the index of `selectedDevice` into `programmes` and the programme list. Without a selected device nothing
+    /// happens; an index that cannot be opened leaves programmes, list and details as they were; one without a
+    /// programme leaves the list.
+    void scanDisk();
+
+    /// Reads the mount point and the date order. A missing mount point is "/Volumes"; a missing date order is year
+    /// first, an unknown one leaves `dateFormat`.
+    void loadSettings();
+    void saveSettings();
+
+    /// The main file of the programme `row`, which must be in the list. The text that names this recording everywhere.
+    [[nodiscard]] QString recordingFile(int row) const;
+    /// A recording's date as seen today, in the order `dateFormat`.
+    QString getFormattedDate(int day, int month, int year);
+    QString getTwoNumString(int n);
+    /// Shows the size of the programme `row`, pieces included, and gives it in KiB; 0 when it has no file.
+    int getFileSizeKB(int row);
+
+    std::vector<Programme> programmes; ///< of the loaded device, in the order of its index
+    QList<QPixmap> thumbList;          ///< always empty
+    QString selectedDevice;            ///< absolute path of the device shown; empty when there is none
+    QString mountPoint;                ///< the directory whose sub-directories may be recorder disks
+    int currentProgramme = -1;         ///< the programme in the details panel; -1 when there is none
+    std::string devicePath = "/";      ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
+    QList<QString> openedDirectories;  ///< added by hand, in that order, duplicates included
+    Ui_MainWindow ui;
+    int scanTimerId = -1; ///< of the rescan that is due, -1 when none is
+    int dateFormat = 0;   ///< 0 day.month.year, 1 month.day.year, 2 year.month.day
+
+public slots:
+    /// Lets the user change the two settings; whatever the dialog holds when it is closed counts.
+    void Preferences();
+    /// Writes the selected programme's description to a file that the user names.
+    void exportMeta();
+    /// Asks for a directory and, if it holds an archive, adds and loads it.
+    void openDVR();
+    /// Rebuilds the device list and selects its first device. Loads nothing: what is shown stays.
+    void scanDrives();
+    /// Loads the device of `item`; another device than before drops the thumbnails.
+    void selectDevice(QTreeWidgetItem *item, int column);
+    /// Makes one rescan due in a second, however often it is called until then.
+    void collatedScan();
+    /// Shows the programme `index` in the details panel; an index outside the list changes nothing.
+    void chooseProgramme(int index);
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    void addDeviceItem(const QString &directory);
+    void setWindowIcons();
+    void connectForm();
+};

@@ -1,0 +1,114 @@
+// The window's devices: finding them, adding one by hand, loading one, following disks as they come and go.
+
+#include "app/viewer.h"
+
+#include "app/displaytext.h"
+#include "archive/archivediscovery.h"
+#include "archive/archivepaths.h"
+#include "archive/recordingsindex.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QTimerEvent>
+
+#include <utility>
+
+namespace {
+
+constexpr int kCollationMs = 1000; // A disk that arrives announces itself many times over.
+
+} // namespace
+
+void Viewer::scanDrives()
+{
+    ui.deviceList->clear();
+    QString firstDevice;
+    const auto addDevice = [&](const QString &directory) {
+        addDeviceItem(directory);
+        if (firstDevice.isEmpty())
+            firstDevice = directory;
+    };
+
+    const QStringList archives = findArchives(mountPoint);
+    for (const QString &archive : archives)
+        addDevice(archive);
+
+    // A directory that no longer holds an archive is forgotten for good.
+    QList<QString> stillThere;
+    for (const QString &directory : std::as_const(openedDirectories)) {
+        if (!holdsArchive(directory))
+            continue;
+        stillThere.append(directory);
+        addDevice(directory);
+    }
+    openedDirectories = stillThere;
+
+    selectedDevice = firstDevice;
+}
+
+void Viewer::scanDisk()
+{
+    if (selectedDevice.isEmpty())
+        return;
+    ui.thumbnailLabel->ClearThumbs();
+    devicePath = selectedDevice.toStdString();
+    auto index = readRecordingsIndex(devicePath);
+    if (!index)
+        return;
+
+    programmes = std::move(*index);
+    thumbList.clear();
+    currentProgramme = -1;
+    ui.fileSizeEdit->clear();
+    if (programmes.empty())
+        return; // The list keeps the titles of the device shown before.
+
+    ui.summaryList->clear();
+    for (const Programme &programme : programmes)
+        ui.summaryList->addItem(displayText(programme.title));
+    ui.summaryList->setCurrentRow(0);
+}
+
+void Viewer::openDVR()
+{
+    const QString directory = QFileDialog::getExistingDirectory(this, tr("Select directory containing DVR"), QString(),
+                                                                QFileDialog::ShowDirsOnly);
+    if (directory.isEmpty())
+        return;
+    if (!holdsArchive(directory)) {
+        QMessageBox::warning(this, tr("Incorrect Directory"),
+                             tr("The directory does not contain a recordings archive\n"), QMessageBox::Ok);
+        return;
+    }
+    openedDirectories.append(directory);
+    addDeviceItem(directory);
+    selectedDevice = directory;
+    scanDisk();
+}
+
+void Viewer::selectDevice(QTreeWidgetItem *item, int column)
+{
+    Q_UNUSED(column)
+    selectedDevice = item->data(0, Qt::DisplayRole).toString();
+    scanDisk();
+}
+
+void Viewer::collatedScan()
+{
+    if (scanTimerId < 0)
+        scanTimerId = startTimer(kCollationMs, Qt::CoarseTimer);
+}
+
+void Viewer::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != scanTimerId)
+        return;
+    killTimer(scanTimerId);
+    scanTimerId = -1;
+    scanDrives();
+}
+
+void Viewer::addDeviceItem(const QString &directory)
+{
+    ui.deviceList->addTopLevelItem(new QTreeWidgetItem({directory})); // owned by the list
+}

@@ -1,0 +1,18 @@
+// Export of the selected programme's description to a file of the user's choice.
+
+#include "app/viewer.h"
+
+#include "app/descriptionexport.h"
+
+#include <QFileDialog>
+
+void Viewer::exportMeta()
+{
+    if (currentProgramme < 0)
+        return;
+    const QString fileName = QFileDialog::getSaveFileName(this, tr("Save meta file"), QString(), QString());
+    if (fileName.isEmpty())
+        return;
+    const Programme programme = programmes[static_cast<std::size_t>(currentProgramme)];
+    writeDescription(fileName, descriptionText(programme, dateFormat));
+}
