@@ -1,0 +1,154 @@
+#include "archive/recordingsindex.h"
+
+#include "tests/support/testvolume.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <dirent.h>
+
+class tst_RecordingsIndex : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void load_givesNothing_whenTheIndexCannotBeOpened();
+    void load_givesAnEmptyList_fromAShortFile_data();
+    void load_givesAnEmptyList_fromAShortFile();
+    void load_keepsTheOrderOfTheIndex();
+    void load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow();
+    void load_neverReadsTheFirst32KiB();
+    void load_carriesPlayPositionsOver_toRecordsWithoutMarker();
+    void load_readsTheLastRecord_fromATruncatedFile();
+    void load_givesAnEmptyList_whenTheIndexIsADirectory();
+    void load_leavesNoFileOpen();
+};
+
+namespace {
+
+std::optional<std::vector<Programme>> load(const QTemporaryDir &volume)
+{
+    return readRecordingsIndex(volume.path().toStdString());
+}
+
+RecordBytes titled(const char *title)
+{
+    RecordBytes record;
+    record.title = title;
+    return record;
+}
+
+int openDescriptors()
+{
+    int count = 0;
+    DIR *directory = ::opendir("/dev/fd");
+    while (::readdir(directory))
+        ++count;
+    ::closedir(directory);
+    return count;
+}
+
+} // namespace
+
+void tst_RecordingsIndex::load_givesNothing_whenTheIndexCannotBeOpened()
+{
+    const QTemporaryDir volume;
+    QVERIFY(!load(volume).has_value());
+}
+
+void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("empty") << 0;
+    QTest::newRow("first 32 KiB only") << 32768;
+    QTest::newRow("two bytes of the signature") << 32768 + 2;
+}
+
+void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile()
+{
+    QFETCH(int, size);
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), indexBytes({RecordBytes()}).left(size)));
+    const auto programmes = load(volume);
+    QVERIFY(programmes.has_value());
+    QVERIFY(programmes->empty());
+}
+
+void tst_RecordingsIndex::load_keepsTheOrderOfTheIndex()
+{
+    RecordBytes early = titled("b");
+    early.year = 2000;
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), {titled("c"), titled("a"), early}));
+    const auto programmes = load(volume);
+    QVERIFY(programmes.has_value());
+    QCOMPARE(programmes->size(), std::size_t(3));
+    QCOMPARE((*programmes)[0].title, std::string("c"));
+    QCOMPARE((*programmes)[1].title, std::string("a"));
+    QCOMPARE((*programmes)[2].title, std::string("b"));
+}
+
+void tst_RecordingsIndex::load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow()
+{
+    QByteArray index = indexBytes({titled("1"), titled("2"), titled("3"), titled("4"), titled("5")});
+    index[4 * 32768 + 2] = 0x08;
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), index));
+    QCOMPARE(load(volume)->size(), std::size_t(3));
+}
+
+void tst_RecordingsIndex::load_neverReadsTheFirst32KiB()
+{
+    const QByteArray index = titled("in the first 32 KiB").bytes() + titled("record 1").bytes();
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), index));
+    const auto programmes = load(volume);
+    QCOMPARE(programmes->size(), std::size_t(1));
+    QCOMPARE(programmes->front().title, std::string("record 1"));
+}
+
+void tst_RecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
+{
+    RecordBytes marked = titled("marked");
+    marked.playPosition = 120;
+    RecordBytes reset = titled("watched from the start");
+    reset.playPosition = 0;
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), {titled("a"), marked, titled("b"), titled("c"), reset, titled("d")}));
+    const auto programmes = load(volume);
+    QVERIFY(programmes.has_value());
+    std::vector<int> positions;
+    for (const Programme &programme : *programmes)
+        positions.push_back(programme.playPosition);
+    QCOMPARE(positions, (std::vector<int>{0, 120, 120, 120, 0, 0}));
+}
+
+void tst_RecordingsIndex::load_readsTheLastRecord_fromATruncatedFile()
+{
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), indexBytes({titled("whole"), titled("cut")}).left(65536 + 1067 + 4)));
+    const auto programmes = load(volume);
+    QCOMPARE(programmes->size(), std::size_t(2));
+    QCOMPARE(programmes->back().title, std::string("cut"));
+    QCOMPARE(programmes->back().description, std::string(1025, '\xFF'));
+}
+
+void tst_RecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
+{
+    const QTemporaryDir volume;
+    QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO/RECS.INF"));
+    const auto programmes = load(volume);
+    QVERIFY(!programmes || programmes->empty());
+}
+
+void tst_RecordingsIndex::load_leavesNoFileOpen()
+{
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), {RecordBytes()}));
+    const int before = openDescriptors();
+    QVERIFY(load(volume));
+    QCOMPARE(openDescriptors(), before);
+}
+
+QTEST_APPLESS_MAIN(tst_RecordingsIndex)
+#include "tst_recordingsindex.moc"
