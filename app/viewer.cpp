@@ -24,6 +24,7 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     // Thumbnails arrive from the scanner's thread by queued signal.
     qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
 
+    makeAccessible();
     ui.detailsEdit->setReadOnly(true);
     show();
     connectForm();

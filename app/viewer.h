@@ -75,5 +75,6 @@ protected:
 private:
     void addDeviceItem(const QString &directory);
     void setWindowIcons();
+    void makeAccessible();
     void connectForm();
 };

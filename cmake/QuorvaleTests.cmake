@@ -1,3 +1,12 @@
+# Checks that find anything end the test; what the libraries below the toolkit keep until the end is no finding.
+set(QUORVALE_SANITIZER_ENVIRONMENT)
+if(QUORVALE_SANITIZE MATCHES address)
+  list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
+    "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
+    "LSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/lsan.supp:print_suppressions=0"
+    "UBSAN_OPTIONS=print_stacktrace=1")
+endif()
+
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
 # Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
 # LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:

@@ -1,0 +1,64 @@
+#include "app/fulltexttooltip.h"
+
+#include <QAbstractItemView>
+#include <QHelpEvent>
+#include <QLineEdit>
+#include <QStyle>
+#include <QStyleOptionFrame>
+#include <QTextDocument>
+#include <QToolTip>
+
+namespace {
+
+constexpr int kTextMargin = 2; // QLineEdit keeps it free on either side of its text.
+
+bool isCutOff(const QLineEdit &field)
+{
+    QStyleOptionFrame option;
+    option.initFrom(&field);
+    option.lineWidth = field.style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, &field);
+    const int room = field.style()->subElementRect(QStyle::SE_LineEditContents, &option, &field).width();
+    return field.fontMetrics().horizontalAdvance(field.text()) > room - 2 * kTextMargin;
+}
+
+bool isCutOff(const QAbstractItemView &view, const QModelIndex &index)
+{
+    const QRect shown = view.visualRect(index) & view.viewport()->rect();
+    return view.sizeHintForIndex(index).width() > shown.width();
+}
+
+// What comes from a recorder's disk is shown as it is, not as markup.
+bool showTip(const QHelpEvent &event, const QString &text, QWidget *widget, const QRect &area)
+{
+    QToolTip::showText(event.globalPos(), Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal), widget, area);
+    return true;
+}
+
+} // namespace
+
+void FullTextToolTip::watch(QLineEdit *field)
+{
+    field->installEventFilter(this);
+}
+
+void FullTextToolTip::watch(QAbstractItemView *view)
+{
+    view->viewport()->installEventFilter(this);
+}
+
+bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QObject::eventFilter(watched, event);
+    const auto &help = static_cast<const QHelpEvent &>(*event);
+
+    if (auto *field = qobject_cast<QLineEdit *>(watched))
+        return isCutOff(*field) && showTip(help, field->text(), field, field->rect());
+
+    if (auto *view = qobject_cast<QAbstractItemView *>(watched->parent())) {
+        const QModelIndex index = view->indexAt(help.pos());
+        return index.isValid() && isCutOff(*view, index) &&
+               showTip(help, index.data().toString(), view->viewport(), view->visualRect(index));
+    }
+    return false;
+}

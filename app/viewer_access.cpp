@@ -1,0 +1,34 @@
+// What makes the form easy to use for everyone: names for screen readers, texts that can be read although they do not
+// fit, and the system's own keys. The form's texts and layout stay as they are.
+
+#include "app/viewer.h"
+
+#include "app/fulltexttooltip.h"
+
+#include <utility>
+
+void Viewer::makeAccessible()
+{
+    const std::pair<QLabel *, QLineEdit *> fields[] = {
+        {ui.label, ui.programmeEdit}, {ui.label_2, ui.channelEdit},  {ui.label_3, ui.dateEdit},
+        {ui.label_5, ui.timeEdit},    {ui.label_4, ui.fileSizeEdit}, {ui.label_6, ui.watchedEdit},
+    };
+    auto *fullText = new FullTextToolTip(this); // owned by the window
+    for (const auto &[label, field] : fields) {
+        label->setBuddy(field);
+        field->setAccessibleName(label->text().remove(QLatin1Char(':')));
+        fullText->watch(field);
+    }
+    fullText->watch(ui.summaryList);
+    fullText->watch(ui.deviceList);
+
+    ui.summaryList->setAccessibleName(tr("Programmes"));
+    ui.deviceList->setAccessibleName(tr("Devices"));
+    ui.detailsEdit->setAccessibleName(tr("Description"));
+    ui.thumbnailLabel->setAccessibleName(tr("Pictures"));
+    ui.openButton->setAccessibleDescription(ui.openButton->toolTip());
+
+    ui.actionOpen_Directory->setShortcuts(QKeySequence::Open);
+    ui.actionPreferences->setShortcuts(QKeySequence::Preferences);
+    ui.actionQuit->setShortcuts(QKeySequence::Quit);
+}

@@ -1,0 +1,25 @@
+# shellcheck shell=bash
+# What the commands in this folder share. Sourced, never run.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+export root
+
+say() { printf '==> %s\n' "$*"; }
+die() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+# build PRESET [TARGET...]: configures where needed and builds.
+build() {
+  local preset=$1
+  shift
+  say "building ($preset)"
+  (cd "$root" && cmake --preset "$preset" >"$root/build/$preset.configure.log" 2>&1) || {
+    cat "$root/build/$preset.configure.log" >&2
+    die "the configuration failed"
+  }
+  (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"})
+}
+
+mkdir -p "$root/build"

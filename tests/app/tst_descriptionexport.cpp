@@ -1,0 +1,161 @@
+#include "app/descriptionexport.h"
+
+#include "archive/programme.h"
+
+#include "tests/support/testvolume.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+Programme news()
+{
+    Programme programme;
+    programme.title = "News";
+    programme.channel = "CH1";
+    programme.description = "Headlines.";
+    programme.year = 2016;
+    programme.month = 3;
+    programme.day = 5;
+    programme.hour = 18;
+    programme.minute = 0;
+    programme.second = 7;
+    return programme;
+}
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+} // namespace
+
+class tst_DescriptionExport : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
+
+private slots:
+    void text_hasEveryLine_inOrder();
+    void text_keepsItsEmptyLines_withoutDescription();
+    void text_writesTheDate_inTheChosenOrder_data();
+    void text_writesTheDate_inTheChosenOrder();
+    void text_hasNoDate_withAnUnknownOrder();
+    void text_padsNumbers_toTwoDigits();
+    void text_keepsTheDescription_asStored();
+    void text_takesEachByte_asOneLatin1Character();
+    void write_encodesTheText_inTheLocale();
+    void write_replacesAFile_thatIsThere();
+    void write_isSilent_whenTheFileCannotBeOpened();
+};
+
+void tst_DescriptionExport::text_hasEveryLine_inOrder()
+{
+    QCOMPARE(descriptionText(news(), 2), QString("Show       : News\n"
+                                                 "Description:\n"
+                                                 "\n"
+                                                 "Headlines.\n"
+                                                 "\n"
+                                                 "Date       : 2016.03.05\n"
+                                                 "Time stamp : 18:00:07\n"
+                                                 "Channel    : CH1\n"));
+}
+
+void tst_DescriptionExport::text_keepsItsEmptyLines_withoutDescription()
+{
+    Programme programme = news();
+    programme.description.clear();
+    QCOMPARE(descriptionText(programme, 0).left(44), QString("Show       : News\nDescription:\n\n\n\nDate      "));
+}
+
+void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder_data()
+{
+    QTest::addColumn<int>("dateFormat");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("day first") << 0 << "Date       : 05.03.2016";
+    QTest::newRow("month first") << 1 << "Date       : 03.05.2016";
+    QTest::newRow("year first") << 2 << "Date       : 2016.03.05";
+}
+
+void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder()
+{
+    QFETCH(int, dateFormat);
+    QTEST(descriptionText(news(), dateFormat).split('\n').at(5), "line");
+}
+
+void tst_DescriptionExport::text_hasNoDate_withAnUnknownOrder()
+{
+    for (const int unknown : {-1, 3}) {
+        QCOMPARE(descriptionText(news(), unknown), QString("Show       : News\n"
+                                                           "Description:\n"
+                                                           "\n"
+                                                           "Headlines.\n"
+                                                           "\n"
+                                                           "Time stamp : 18:00:07\n"
+                                                           "Channel    : CH1\n"));
+    }
+}
+
+void tst_DescriptionExport::text_padsNumbers_toTwoDigits()
+{
+    Programme programme = news();
+    programme.hour = programme.minute = programme.second = 0;
+    QVERIFY(descriptionText(programme, 0).contains("\nTime stamp : 00:00:00\n"));
+    programme.hour = 255;
+    QVERIFY(descriptionText(programme, 0).contains("\nTime stamp : 255:00:00\n"));
+}
+
+void tst_DescriptionExport::text_keepsTheDescription_asStored()
+{
+    Programme programme = news();
+    programme.description = "<b>%1</b>\r\n%2\nend %L3";
+    programme.title = "%1 %2 %3";
+    const QString text = descriptionText(programme, 0);
+    QVERIFY(text.startsWith(
+        "Show       : %1 %2 %3\nDescription:\n\n<b>%1</b>\r\n%2\nend %L3\n\nDate       : 05.03.2016\n"));
+}
+
+void tst_DescriptionExport::text_takesEachByte_asOneLatin1Character()
+{
+    Programme programme = news();
+    programme.title = "\xC3\xA4\xFF\x80";
+    programme.channel = "\xE4";
+    const QString text = descriptionText(programme, 0);
+    QVERIFY(text.startsWith(QString("Show       : ") + QChar(0xC3) + QChar(0xA4) + QChar(0xFF) + QChar(0x80) + '\n'));
+    QVERIFY(text.endsWith(QString("Channel    : ") + QChar(0xE4) + '\n'));
+}
+
+void tst_DescriptionExport::write_encodesTheText_inTheLocale()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath("out.txt");
+    const QString text = QString("a") + QChar(0xC3) + QChar(0xA4) + "\n";
+    writeDescription(path, text);
+    QCOMPARE(contents(path), text.toLocal8Bit());
+    // The locale here is UTF-8, so the two bytes of one letter have become two letters.
+    QCOMPARE(contents(path), QByteArray("a\xC3\x83\xC2\xA4\n"));
+}
+
+void tst_DescriptionExport::write_replacesAFile_thatIsThere()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath("out.txt");
+    QVERIFY(TestVolume::writeFile(path, "something much longer than what comes"));
+    writeDescription(path, "short\n");
+    QCOMPARE(contents(path), QByteArray("short\n"));
+}
+
+void tst_DescriptionExport::write_isSilent_whenTheFileCannotBeOpened()
+{
+    const QTemporaryDir directory;
+    writeDescription(directory.path(), "a directory");
+    writeDescription(directory.filePath("no/such/folder.txt"), "text");
+    QCOMPARE(QDir(directory.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+}
+
+QTEST_GUILESS_MAIN(tst_DescriptionExport)
+#include "tst_descriptionexport.moc"

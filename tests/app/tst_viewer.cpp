@@ -1,0 +1,251 @@
+// The window as a whole: how it starts, what it is made of, how it follows disks, how it ends.
+
+#include "tests/support/viewerfixture.h"
+
+#include <QAbstractEventDispatcher>
+#include <QSignalSpy>
+#include <QTimerEvent>
+#include <QtTest>
+
+namespace {
+
+QList<QAbstractEventDispatcher::TimerInfo> timersOf(QObject *object)
+{
+    return QAbstractEventDispatcher::instance()->registeredTimers(object);
+}
+
+void addArchive(const ViewerFixture &fixture, const QString &volume, const QList<RecordBytes> &records)
+{
+    QVERIFY(TestVolume::create(fixture.path(volume), records));
+}
+
+} // namespace
+
+class tst_Viewer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void start_showsAWindowWithItsOwnTitle();
+    void start_leavesEverythingEmpty_withoutDevice();
+    void start_loadsTheFirstDevice_andShowsItsFirstProgramme();
+    void start_setsAnIcon_inTwoDensities();
+    void start_registersThumbnailSeries_forQueuedSignals();
+    void slots_standInThisOrder();
+    void fields_areReadOnly_butTheTime();
+    void quitEntry_endsTheEventLoop();
+    void diskChanges_startOneCoarseTimerOfASecond();
+    void diskChanges_causeOneRescan_howeverMany();
+    void diskChanges_scanAgain_afterTheRescan();
+    void timerEvent_ignoresOtherTimers();
+    void rescan_keepsTheProgrammes_whenTheVolumeHasGone();
+    void destroy_endsInOrder_whileARescanIsDue();
+};
+
+void tst_Viewer::start_showsAWindowWithItsOwnTitle()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.windowTitle(), QString("Quorvale"));
+    QVERIFY(viewer.isVisible());
+    QCOMPARE(viewer.objectName(), QString("MainWindow"));
+    QVERIFY(!viewer.parent());
+}
+
+void tst_Viewer::start_leavesEverythingEmpty_withoutDevice()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(deviceTexts(viewer), QStringList());
+    QCOMPARE(programmeTexts(viewer), QStringList());
+    QCOMPARE(viewer.selectedDevice, QString());
+    QVERIFY(viewer.programmes.empty());
+    QCOMPARE(viewer.currentProgramme, -1);
+    QCOMPARE(viewer.devicePath, std::string("/"));
+    QCOMPARE(viewer.scanTimerId, -1);
+    QVERIFY(viewer.openedDirectories.isEmpty());
+    QVERIFY(viewer.thumbList.isEmpty());
+    QCOMPARE(viewer.mountPoint, fixture.path());
+}
+
+void tst_Viewer::start_loadsTheFirstDevice_andShowsItsFirstProgramme()
+{
+    ViewerFixture fixture;
+    addArchive(fixture, "disk", {fixture.titled("one"), fixture.titled("two")});
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
+    QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
+    QCOMPARE(viewer.devicePath, fixture.path("disk").toStdString());
+    QCOMPARE(programmeTexts(viewer), QStringList({"one", "two"}));
+    QCOMPARE(viewer.ui.summaryList->currentRow(), 0);
+    QCOMPARE(viewer.currentProgramme, 0);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+    // The device list shows no selection of its own.
+    QVERIFY(!viewer.ui.deviceList->currentItem());
+    QVERIFY(viewer.ui.deviceList->selectedItems().isEmpty());
+}
+
+void tst_Viewer::start_setsAnIcon_inTwoDensities()
+{
+    ViewerFixture fixture;
+    const QIcon icon = fixture.open().windowIcon();
+    QCOMPARE(QPixmap(":/Icons/quorvale-icon64.png").size(), QSize(64, 64));
+    QCOMPARE(QPixmap(":/Icons/quorvale-icon128.png").size(), QSize(128, 128));
+    const QList<QSize> sizes = icon.availableSizes(QIcon::Normal, QIcon::Off);
+    QCOMPARE(sizes.size(), 2);
+    QVERIFY(sizes.contains(QSize(64, 64)));
+    QVERIFY(sizes.contains(QSize(128, 128)));
+    QVERIFY(icon.availableSizes(QIcon::Disabled, QIcon::Off).isEmpty());
+}
+
+void tst_Viewer::start_registersThumbnailSeries_forQueuedSignals()
+{
+    ViewerFixture fixture;
+    fixture.open();
+    QVERIFY(QMetaType::type("QVector<QPixmap *>") != QMetaType::UnknownType);
+}
+
+void tst_Viewer::slots_standInThisOrder()
+{
+    QStringList signatures;
+    const QMetaObject &type = Viewer::staticMetaObject;
+    for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
+        QCOMPARE(type.method(i).methodType(), QMetaMethod::Slot);
+        signatures.append(type.method(i).methodSignature());
+    }
+    QCOMPARE(signatures, QStringList({"Preferences()", "exportMeta()", "openDVR()", "scanDrives()",
+                                      "selectDevice(QTreeWidgetItem*,int)", "collatedScan()", "chooseProgramme(int)"}));
+}
+
+void tst_Viewer::fields_areReadOnly_butTheTime()
+{
+    ViewerFixture fixture;
+    addArchive(fixture, "disk", {fixture.titled("one")});
+    const Viewer &viewer = fixture.open();
+    for (QLineEdit *field : viewer.findChildren<QLineEdit *>()) {
+        const QString before = field->text();
+        field->setCursorPosition(0);
+        QTest::keyClicks(field, "9");
+        QCOMPARE(field->text(), field == viewer.ui.timeEdit ? '9' + before : before);
+    }
+    const QString description = viewer.ui.detailsEdit->toPlainText();
+    QTest::keyClicks(viewer.ui.detailsEdit, "typed");
+    QVERIFY(viewer.ui.detailsEdit->isReadOnly());
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), description);
+}
+
+void tst_Viewer::quitEntry_endsTheEventLoop()
+{
+#ifdef Q_OS_MACOS
+    QSKIP("Quitting is the application menu's business here.");
+#endif
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    bool late = false;
+    QTimer guard;
+    connect(&guard, &QTimer::timeout, &guard, [&] {
+        late = true;
+        QCoreApplication::exit(1);
+    });
+    guard.start(5000);
+    QTimer::singleShot(0, viewer.ui.actionQuit, &QAction::trigger);
+    QCOMPARE(QCoreApplication::exec(), 0);
+    QVERIFY(!late);
+}
+
+void tst_Viewer::diskChanges_startOneCoarseTimerOfASecond()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    viewer.collatedScan();
+    const int id = viewer.scanTimerId;
+    QVERIFY(id >= 0);
+    viewer.collatedScan();
+    viewer.collatedScan();
+    QCOMPARE(viewer.scanTimerId, id);
+    const auto timers = timersOf(&viewer);
+    QCOMPARE(timers.size(), 1);
+    QCOMPARE(timers.first().timerId, id);
+    QCOMPARE(timers.first().interval, 1000);
+    QCOMPARE(timers.first().timerType, Qt::CoarseTimer);
+}
+
+void tst_Viewer::diskChanges_causeOneRescan_howeverMany()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    addArchive(fixture, "late", {fixture.titled("one")});
+    QSignalSpy rebuilt(viewer.ui.deviceList->model(), &QAbstractItemModel::modelReset);
+    int firstTimer = -1;
+    for (const int delay : {0, 200, 400}) {
+        QTimer::singleShot(delay, &viewer, [&] {
+            viewer.collatedScan();
+            if (firstTimer < 0)
+                firstTimer = viewer.scanTimerId;
+            QCOMPARE(viewer.scanTimerId, firstTimer); // Later ones do not put it off.
+        });
+    }
+    QVERIFY(rebuilt.wait(5000));
+    QVERIFY(firstTimer >= 0);
+    QCOMPARE(viewer.scanTimerId, -1);
+    QVERIFY(timersOf(&viewer).isEmpty()); // Nothing more is due.
+    QCOMPARE(rebuilt.count(), 1);
+    QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("late")));
+    // A rescan loads nothing.
+    QCOMPARE(viewer.selectedDevice, fixture.path("late"));
+    QVERIFY(viewer.programmes.empty());
+    QCOMPARE(programmeTexts(viewer), QStringList());
+}
+
+void tst_Viewer::diskChanges_scanAgain_afterTheRescan()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    viewer.collatedScan();
+    QTimerEvent due(viewer.scanTimerId);
+    QCoreApplication::sendEvent(&viewer, &due);
+    QCOMPARE(viewer.scanTimerId, -1);
+    viewer.collatedScan();
+    QVERIFY(viewer.scanTimerId >= 0);
+}
+
+void tst_Viewer::timerEvent_ignoresOtherTimers()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QSignalSpy rebuilt(viewer.ui.deviceList->model(), &QAbstractItemModel::modelReset);
+    viewer.collatedScan();
+    QTimerEvent other(viewer.scanTimerId + 1);
+    QCoreApplication::sendEvent(&viewer, &other);
+    QCOMPARE(rebuilt.count(), 0);
+    QVERIFY(viewer.scanTimerId >= 0);
+}
+
+void tst_Viewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
+{
+    ViewerFixture fixture;
+    addArchive(fixture, "disk", {fixture.titled("one"), fixture.titled("two")});
+    Viewer &viewer = fixture.open();
+    QVERIFY(QDir(fixture.path("disk")).removeRecursively());
+    viewer.collatedScan();
+    QTimerEvent due(viewer.scanTimerId);
+    QCoreApplication::sendEvent(&viewer, &due);
+    QCOMPARE(deviceTexts(viewer), QStringList());
+    QCOMPARE(viewer.selectedDevice, QString());
+    QCOMPARE(programmeTexts(viewer), QStringList({"one", "two"}));
+    QCOMPARE(viewer.programmes.size(), std::size_t(2));
+    QCOMPARE(viewer.currentProgramme, 0);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+}
+
+void tst_Viewer::destroy_endsInOrder_whileARescanIsDue()
+{
+    ViewerFixture fixture;
+    addArchive(fixture, "disk", {fixture.titled("one")});
+    fixture.open().collatedScan();
+    fixture.close();
+    QCOMPARE(fixture.settings().value("Main/mount_point").toString(), fixture.path());
+}
+
+QTEST_MAIN(tst_Viewer)
+#include "tst_viewer.moc"

@@ -1,0 +1,143 @@
+// Reading is kind to people: names for screen readers, tab order, texts that do not fit, the system's keys.
+
+#include "tests/support/viewerfixture.h"
+
+#include <QAccessible>
+#include <QHelpEvent>
+#include <QToolTip>
+#include <QtTest>
+
+namespace {
+
+QString tipAt(QWidget *widget, const QPoint &place)
+{
+    QToolTip::hideText(); // The tip shown before takes a moment to go.
+    if (!QTest::qWaitFor([] { return !QToolTip::isVisible(); }))
+        return QStringLiteral("the tip shown before stays");
+    QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
+    QCoreApplication::sendEvent(widget, &event);
+    return QToolTip::isVisible() ? QToolTip::text() : QString();
+}
+
+} // namespace
+
+class tst_ViewerAccess : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void labels_areBuddiesOfTheirFields();
+    void fields_haveAccessibleNames();
+    void tab_walksInTheOrderOfTheForm();
+    void keys_areTheSystemsOwn();
+    void fieldTip_showsTheWholeText_onlyWhenItIsCutOff();
+    void deviceTip_showsTheWholePath_onlyWhenItIsCutOff();
+    void tip_showsMarkup_asItIs();
+    void items_carryNothingButTheirText();
+};
+
+void tst_ViewerAccess::labels_areBuddiesOfTheirFields()
+{
+    ViewerFixture fixture;
+    const Ui_MainWindow &ui = fixture.open().ui;
+    QCOMPARE(ui.label->buddy(), static_cast<QWidget *>(ui.programmeEdit));
+    QCOMPARE(ui.label_2->buddy(), static_cast<QWidget *>(ui.channelEdit));
+    QCOMPARE(ui.label_3->buddy(), static_cast<QWidget *>(ui.dateEdit));
+    QCOMPARE(ui.label_4->buddy(), static_cast<QWidget *>(ui.fileSizeEdit));
+    QCOMPARE(ui.label_5->buddy(), static_cast<QWidget *>(ui.timeEdit));
+    QCOMPARE(ui.label_6->buddy(), static_cast<QWidget *>(ui.watchedEdit));
+}
+
+void tst_ViewerAccess::fields_haveAccessibleNames()
+{
+    ViewerFixture fixture;
+    const Ui_MainWindow &ui = fixture.open().ui;
+    const std::pair<QWidget *, const char *> names[] = {
+        {ui.programmeEdit, "Programme"}, {ui.channelEdit, "Channel"},    {ui.dateEdit, "Date Recorded"},
+        {ui.timeEdit, "Time"},           {ui.fileSizeEdit, "File Size"}, {ui.watchedEdit, "Play Position"},
+        {ui.summaryList, "Programmes"},  {ui.deviceList, "Devices"},     {ui.detailsEdit, "Description"},
+        {ui.thumbnailLabel, "Pictures"},
+    };
+    for (const auto &[widget, name] : names) {
+        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(widget);
+        QVERIFY(interface);
+        QCOMPARE(interface->text(QAccessible::Name), QString(name));
+    }
+}
+
+void tst_ViewerAccess::tab_walksInTheOrderOfTheForm()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    viewer.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&viewer));
+    viewer.ui.summaryList->setFocus();
+    QStringList order;
+    for (int i = 0; i < 11; ++i) {
+        order.append(QApplication::focusWidget()->objectName());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    QCOMPARE(order, QStringList({"summaryList", "deviceList", "programmeEdit", "channelEdit", "dateEdit", "timeEdit",
+                                 "fileSizeEdit", "openButton", "watchedEdit", "detailsEdit", "summaryList"}));
+}
+
+void tst_ViewerAccess::keys_areTheSystemsOwn()
+{
+    ViewerFixture fixture;
+    const Ui_MainWindow &ui = fixture.open().ui;
+    QCOMPARE(ui.actionOpen_Directory->shortcuts(), QKeySequence::keyBindings(QKeySequence::Open));
+    QCOMPARE(ui.actionPreferences->shortcuts(), QKeySequence::keyBindings(QKeySequence::Preferences));
+    QCOMPARE(ui.actionQuit->shortcuts(), QKeySequence::keyBindings(QKeySequence::Quit));
+    QCOMPARE(ui.actionOpen_Directory->shortcut(), QKeySequence("Ctrl+O"));
+}
+
+void tst_ViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Short")}));
+    const Viewer &viewer = fixture.open();
+    QLineEdit *field = viewer.ui.programmeEdit;
+    QCOMPARE(tipAt(field, field->rect().center()), QString());
+    const QString text = QString("word ").repeated(60);
+    field->setText(text);
+    QVERIFY(tipAt(field, field->rect().center()).contains("word word word"));
+    QCOMPARE(field->toolTip(), QString());
+    QCOMPARE(field->text(), text);
+}
+
+void tst_ViewerAccess::deviceTip_showsTheWholePath_onlyWhenItIsCutOff()
+{
+    ViewerFixture fixture;
+    const QString deep = QString("deep").repeated(30);
+    QVERIFY(TestVolume::create(fixture.path(deep), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QTreeWidget *list = viewer.ui.deviceList;
+    const QPoint place = list->visualItemRect(list->topLevelItem(0)).center();
+    QVERIFY(tipAt(list->viewport(), place).contains(deep));
+    QCOMPARE(tipAt(list->viewport(), QPoint(place.x(), list->viewport()->height() - 1)), QString());
+    viewer.resize(4000, viewer.height());
+    QTRY_VERIFY(list->viewport()->width() > 1500);
+    QCOMPARE(tipAt(list->viewport(), place), QString());
+}
+
+void tst_ViewerAccess::tip_showsMarkup_asItIs()
+{
+    ViewerFixture fixture;
+    QLineEdit *field = fixture.open().ui.programmeEdit;
+    field->setText("<b>" + QString("word ").repeated(60) + "</b>");
+    QVERIFY(tipAt(field, field->rect().center()).contains("&lt;b&gt;"));
+}
+
+void tst_ViewerAccess::items_carryNothingButTheirText()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    const QTreeWidgetItem *item = viewer.ui.deviceList->topLevelItem(0);
+    QCOMPARE(item->columnCount(), 1);
+    QVERIFY(item->toolTip(0).isEmpty());
+    QVERIFY(!item->data(0, Qt::UserRole).isValid());
+}
+
+QTEST_MAIN(tst_ViewerAccess)
+#include "tst_viewer_access.moc"

@@ -1,0 +1,184 @@
+// The details panel of a real window on a real volume.
+
+#include "tests/support/viewerfixture.h"
+
+#include <QScrollBar>
+#include <QtTest>
+
+class tst_ViewerDetails : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void choose_fillsEveryField();
+    void choose_changesNothing_outsideTheList();
+    void choose_showsTheDateRelativeToToday();
+    void choose_rendersMarkup_andForgetsThatOfTheOneBefore();
+    void choose_showsLongTexts_fromTheirStart();
+    void choose_measuresTheFile_everyTime();
+    void choose_showsNoFile_withoutMainFile();
+    void choose_namesTheRecording_onTheThumbnail();
+    void choose_leavesTheDateEmpty_whenItDoesNotExist();
+    void numbers_areFormatted_byTheWindowsOwnFunctions();
+    void keys_walkThroughTheList();
+};
+
+void tst_ViewerDetails::choose_fillsEveryField()
+{
+    ViewerFixture fixture;
+    RecordBytes record;
+    record.title = "N\xC3\xA4"
+                   "chste Folge";
+    record.channel = "K1 \xE2\x82\xAC";
+    record.description = "<b>Bold</b> &amp; plain<br>second";
+    record.fileName = "rec one";
+    record.year = 2015;
+    record.month = 12;
+    record.day = 24;
+    record.hour = 7;
+    record.minute = 5;
+    record.second = 0;
+    record.playPosition = 3725;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    QVERIFY(TestVolume::writeSparseFile(fixture.path("disk/DVR/RECS/rec one.ts"), qint64(1000) << 20));
+    QVERIFY(TestVolume::writeSparseFile(fixture.path("disk/DVR/RECS/rec one.ts1"), qint64(500) << 20));
+    QVERIFY(TestVolume::writeSparseFile(fixture.path("disk/DVR/RECS/rec one.ts3"), qint64(500) << 20));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString::fromUtf8("N\xC3\xA4"
+                                                                "chste Folge"));
+    QCOMPARE(viewer.ui.channelEdit->text(), QString::fromUtf8("K1 \xE2\x82\xAC"));
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("Bold & plain\nsecond"));
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("2015.12.24"));
+    QCOMPARE(viewer.ui.timeEdit->text(), QString("07:05:00"));
+    QCOMPARE(viewer.ui.watchedEdit->text(), QString("1h 2m 5s"));
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("1.46 GB"));
+    QCOMPARE(viewer.currentProgramme, 0);
+}
+
+void tst_ViewerDetails::choose_changesNothing_outsideTheList()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    Viewer &viewer = fixture.open();
+    viewer.chooseProgramme(1);
+    for (const int row : {-1, 2, 100, INT_MAX, INT_MIN}) {
+        viewer.chooseProgramme(row);
+        QCOMPARE(viewer.currentProgramme, 1);
+        QCOMPARE(viewer.ui.programmeEdit->text(), QString("two"));
+    }
+}
+
+void tst_ViewerDetails::choose_showsTheDateRelativeToToday()
+{
+    ViewerFixture fixture;
+    RecordBytes record;
+    const QDate today = QDate::currentDate();
+    record.year = today.year();
+    record.month = today.month();
+    record.day = today.day();
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    const Viewer &viewer = fixture.open();
+    if (QDate::currentDate() != today)
+        QSKIP("Midnight has just passed.");
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
+}
+
+void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
+{
+    ViewerFixture fixture;
+    RecordBytes bold = fixture.titled("bold"), plain = fixture.titled("plain");
+    bold.description = "<b>all bold</b>";
+    plain.description = "all plain";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {bold, plain}));
+    Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("all bold"));
+    QTextCursor cursor = viewer.ui.detailsEdit->textCursor();
+    cursor.setPosition(3);
+    QVERIFY(cursor.charFormat().fontWeight() > QFont::Normal);
+    viewer.chooseProgramme(1);
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("all plain"));
+    cursor = viewer.ui.detailsEdit->textCursor();
+    cursor.setPosition(3);
+    QVERIFY(cursor.charFormat().fontWeight() <= QFont::Normal);
+}
+
+void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()
+{
+    ViewerFixture fixture;
+    RecordBytes record = fixture.titled(QByteArray("word ").repeated(200));
+    record.fileName = "long";
+    record.description = QByteArray("line<br>").repeated(120);
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.programmeEdit->cursorPosition(), 0);
+    QVERIFY(viewer.ui.detailsEdit->verticalScrollBar()->maximum() > 0);
+    QCOMPARE(viewer.ui.detailsEdit->verticalScrollBar()->value(), 0);
+}
+
+void tst_ViewerDetails::choose_measuresTheFile_everyTime()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const QString file = fixture.path("disk/DVR/RECS/one.ts");
+    QVERIFY(TestVolume::writeSparseFile(file, 500000));
+    Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("0 MB"));
+    QVERIFY(TestVolume::writeSparseFile(file, qint64(1) << 30));
+    viewer.chooseProgramme(0);
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("1 GB"));
+    QCOMPARE(viewer.getFileSizeKB(0), 1048576);
+}
+
+void tst_ViewerDetails::choose_showsNoFile_withoutMainFile()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    QVERIFY(TestVolume::writeSparseFile(fixture.path("disk/DVR/RECS/one.ts1"), 5000));
+    Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("No file"));
+    QCOMPARE(viewer.getFileSizeKB(0), 0);
+}
+
+void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("caf\xC3\xA9")}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), fixture.path("disk") + QString::fromUtf8("/DVR/RECS/caf\xC3\xA9.ts"));
+}
+
+void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
+{
+    ViewerFixture fixture;
+    RecordBytes record;
+    record.month = 13;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    QCOMPARE(fixture.open().ui.dateEdit->text(), QString());
+}
+
+void tst_ViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.getTwoNumString(5), QString("05"));
+    QCOMPARE(viewer.getTwoNumString(123), QString("123"));
+    QCOMPARE(viewer.getTwoNumString(-3), QString("0-3"));
+    viewer.dateFormat = 1;
+    QCOMPARE(viewer.getFormattedDate(3, 7, 1996), QString("07.03.1996"));
+}
+
+void tst_ViewerDetails::keys_walkThroughTheList()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    const Viewer &viewer = fixture.open();
+    QTest::keyClick(viewer.ui.summaryList, Qt::Key_Down);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("two"));
+    QTest::keyClick(viewer.ui.summaryList, Qt::Key_Down);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("two"));
+    QTest::keyClick(viewer.ui.summaryList, Qt::Key_Up);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+}
+
+QTEST_MAIN(tst_ViewerDetails)
+#include "tst_viewer_details.moc"

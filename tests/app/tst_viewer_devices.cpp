@@ -1,0 +1,306 @@
+// The window's devices: found below the mount point, added by hand, clicked, reloaded.
+
+#include "tests/support/modaldialog.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QtTest>
+
+namespace {
+
+// Chooses `directory` in the directory chooser as a person does: by typing and pressing Return.
+void chooseByKeys(QFileDialog &dialog, const QString &directory)
+{
+    auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
+    name->setFocus();
+    name->selectAll();
+    QTest::keyClicks(name, directory);
+    QTest::keyClick(name, Qt::Key_Return);
+}
+
+void clickDevice(const Viewer &viewer, int row)
+{
+    auto *list = viewer.ui.deviceList;
+    const QRect place = list->visualItemRect(list->topLevelItem(row));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, place.center());
+}
+
+} // namespace
+
+class tst_ViewerDevices : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void scan_listsVolumesThenAddedDirectories_andSelectsTheFirst();
+    void scan_forgetsAddedDirectories_thatHaveGone();
+    void scan_selectsNothing_withoutMountPointAndDirectories();
+    void scan_loadsNothing();
+    void load_doesNothing_withoutDevice();
+    void load_keepsEverything_whenTheIndexCannotBeOpened();
+    void load_keepsTheOldTitles_whenTheIndexHasNoProgramme();
+    void load_showsTitlesAsUtf8_toleratingOtherBytes();
+    void load_showsTheFirstProgramme_alsoWhenReloaded();
+    void load_leavesNoDescriptorOpen_onTheVolume();
+    void click_loadsTheDevice();
+    void click_reloadsTheDevice_whenItIsSelectedAlready();
+    void open_addsAndLoadsADirectory_everyTime();
+    void open_warns_withoutArchive();
+    void open_changesNothing_whenCancelled();
+};
+
+void tst_ViewerDevices::scan_listsVolumesThenAddedDirectories_andSelectsTheFirst()
+{
+    ViewerFixture fixture;
+    for (const char *name : {"b", "a"})
+        QVERIFY(TestVolume::create(fixture.path(name), {fixture.titled(name)}));
+    const QTemporaryDir elsewhere;
+    QVERIFY(TestVolume::create(elsewhere.path(), {fixture.titled("elsewhere")}));
+    Viewer &viewer = fixture.open();
+    viewer.openedDirectories = QStringList({elsewhere.path(), fixture.path("a"), elsewhere.path()});
+    viewer.scanDrives();
+
+    QStringList expected;
+    for (const QString &name : QDir(fixture.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted))
+        expected.append(fixture.path(name));
+    QCOMPARE(viewer.selectedDevice, expected.first());
+    expected += {elsewhere.path(), fixture.path("a"), elsewhere.path()};
+    QCOMPARE(deviceTexts(viewer), expected);
+    QCOMPARE(viewer.openedDirectories.size(), 3);
+
+    viewer.mountPoint = "/no/such/directory";
+    viewer.scanDrives();
+    QCOMPARE(viewer.selectedDevice, elsewhere.path());
+    QCOMPARE(deviceTexts(viewer).size(), 3);
+    QVERIFY(!viewer.ui.deviceList->currentItem());
+}
+
+void tst_ViewerDevices::scan_forgetsAddedDirectories_thatHaveGone()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    const QTemporaryDir stays, goes;
+    QVERIFY(TestVolume::create(stays.path(), {fixture.titled("stays")}));
+    QVERIFY(TestVolume::create(goes.path(), {fixture.titled("goes")}));
+    viewer.openedDirectories = QStringList({goes.path(), stays.path(), goes.path()});
+    QVERIFY(QDir(goes.path() + "/DVR").removeRecursively());
+    viewer.scanDrives();
+    QCOMPARE(deviceTexts(viewer), QStringList(stays.path()));
+    QCOMPARE(QStringList(viewer.openedDirectories), QStringList(stays.path()));
+    // It stays forgotten when it comes back.
+    QVERIFY(TestVolume::create(goes.path(), {fixture.titled("goes")}));
+    viewer.scanDrives();
+    QCOMPARE(deviceTexts(viewer), QStringList(stays.path()));
+}
+
+void tst_ViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QVERIFY(!viewer.selectedDevice.isEmpty());
+    viewer.mountPoint.clear();
+    viewer.scanDrives();
+    QCOMPARE(viewer.selectedDevice, QString());
+    QCOMPARE(deviceTexts(viewer), QStringList());
+    viewer.scanDisk();
+    QCOMPARE(programmeTexts(viewer), QStringList("one"));
+}
+
+void tst_ViewerDevices::scan_loadsNothing()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("changed")}));
+    viewer.scanDrives();
+    QCOMPARE(programmeTexts(viewer), QStringList("one"));
+    QCOMPARE(viewer.programmes.front().title, std::string("one"));
+}
+
+void tst_ViewerDevices::load_doesNothing_withoutDevice()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    viewer.ui.fileSizeEdit->setText("stays");
+    viewer.scanDisk();
+    QCOMPARE(viewer.devicePath, std::string("/"));
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("stays"));
+}
+
+void tst_ViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    viewer.selectedDevice = fixture.path("gone");
+    viewer.scanDisk();
+    QCOMPARE(viewer.devicePath, fixture.path("gone").toStdString()); // updated all the same
+    QCOMPARE(programmeTexts(viewer), QStringList("one"));
+    QCOMPARE(viewer.programmes.size(), std::size_t(1));
+    QCOMPARE(viewer.currentProgramme, 0);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("No file"));
+}
+
+void tst_ViewerDevices::load_keepsTheOldTitles_whenTheIndexHasNoProgramme()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    Viewer &viewer = fixture.open();
+    viewer.thumbList.append(QPixmap());
+    QVERIFY(TestVolume::create(fixture.path("empty"), QByteArray()));
+    viewer.selectedDevice = fixture.path("empty");
+    viewer.scanDisk();
+    QVERIFY(viewer.programmes.empty());
+    QVERIFY(viewer.thumbList.isEmpty());
+    QCOMPARE(viewer.currentProgramme, -1);
+    QCOMPARE(viewer.ui.fileSizeEdit->text(), QString());
+    QCOMPARE(programmeTexts(viewer), QStringList({"one", "two"}));
+    // Rows that name no programme any more select nothing.
+    viewer.ui.summaryList->setCurrentRow(1);
+    QCOMPARE(viewer.currentProgramme, -1);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+}
+
+void tst_ViewerDevices::load_showsTitlesAsUtf8_toleratingOtherBytes()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Fr\xC3\xBC"
+                                                                     "h"),
+                                                      fixture.titled("\xE4 old"), fixture.titled("")}));
+    const QStringList titles = programmeTexts(fixture.open());
+    QCOMPARE(titles.at(0), QString::fromUtf8("Fr\xC3\xBC"
+                                             "h"));
+    QCOMPARE(titles.at(1), QString(QChar::ReplacementCharacter) + " old");
+    QCOMPARE(titles.at(2), QString());
+}
+
+void tst_ViewerDevices::load_showsTheFirstProgramme_alsoWhenReloaded()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    Viewer &viewer = fixture.open();
+    viewer.ui.summaryList->setCurrentRow(1);
+    QCOMPARE(viewer.currentProgramme, 1);
+    viewer.scanDisk();
+    QCOMPARE(viewer.ui.summaryList->currentRow(), 0);
+    QCOMPARE(viewer.currentProgramme, 0);
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+}
+
+void tst_ViewerDevices::load_leavesNoDescriptorOpen_onTheVolume()
+{
+#ifndef Q_OS_LINUX
+    QSKIP("The open files of the process are listed on Linux only.");
+#endif
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    QVERIFY(TestVolume::writeFile(fixture.path("disk/DVR/RECS/one.ts"), "recording"));
+    Viewer &viewer = fixture.open();
+    viewer.scanDrives();
+    const QFileInfoList open = QDir("/proc/self/fd").entryInfoList(QDir::AllEntries | QDir::System);
+    QVERIFY(open.size() > 3);
+    for (const QFileInfo &file : open)
+        QVERIFY2(!file.symLinkTarget().startsWith(fixture.path()), qPrintable(file.symLinkTarget()));
+}
+
+void tst_ViewerDevices::click_loadsTheDevice()
+{
+    ViewerFixture fixture;
+    for (const char *name : {"a", "b"})
+        QVERIFY(TestVolume::create(fixture.path(name), {fixture.titled(name)}));
+    Viewer &viewer = fixture.open();
+    for (const int row : {1, 0, 1}) {
+        clickDevice(viewer, row);
+        const QString device = deviceTexts(viewer).at(row);
+        QCOMPARE(viewer.selectedDevice, device);
+        QCOMPARE(programmeTexts(viewer), QStringList(QFileInfo(device).fileName()));
+        QCOMPARE(viewer.currentProgramme, 0);
+    }
+}
+
+void tst_ViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("changed")}));
+    clickDevice(viewer, 0);
+    QCOMPARE(programmeTexts(viewer), QStringList("changed"));
+}
+
+void tst_ViewerDevices::open_addsAndLoadsADirectory_everyTime()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const QTemporaryDir elsewhere;
+    QVERIFY(TestVolume::create(elsewhere.path(), {fixture.titled("elsewhere")}));
+    Viewer &viewer = fixture.open();
+    for (int time = 1; time <= 2; ++time) {
+        QString caption;
+        QFileDialog::FileMode mode = QFileDialog::AnyFile;
+        WhenModal<QFileDialog> chooser([&](QFileDialog &dialog) {
+            caption = dialog.windowTitle();
+            mode = dialog.fileMode();
+            chooseByKeys(dialog, elsewhere.path());
+        });
+        viewer.ui.actionOpen_Directory->trigger();
+        QVERIFY(chooser.wasSeen());
+        QCOMPARE(caption, QString("Select directory containing DVR"));
+        QVERIFY(mode != QFileDialog::AnyFile && mode != QFileDialog::ExistingFile);
+        QCOMPARE(viewer.openedDirectories.size(), time);
+        QCOMPARE(viewer.openedDirectories.last(), elsewhere.path());
+        QCOMPARE(deviceTexts(viewer).size(), 1 + time);
+        QCOMPARE(deviceTexts(viewer).last(), elsewhere.path());
+        QCOMPARE(viewer.selectedDevice, elsewhere.path());
+        QCOMPARE(programmeTexts(viewer), QStringList("elsewhere"));
+    }
+}
+
+void tst_ViewerDevices::open_warns_withoutArchive()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const QTemporaryDir elsewhere;
+    Viewer &viewer = fixture.open();
+    QString title, text;
+    QMessageBox::StandardButtons buttons;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    WhenModal<QFileDialog> chooser([&](QFileDialog &dialog) { chooseByKeys(dialog, elsewhere.path()); });
+    WhenModal<QMessageBox> warning([&](QMessageBox &box) {
+        title = box.windowTitle();
+        text = box.text();
+        buttons = box.standardButtons();
+        icon = box.icon();
+        QCOMPARE(box.parentWidget(), static_cast<QWidget *>(&viewer));
+        QTest::keyClick(&box, Qt::Key_Return);
+    });
+    viewer.ui.actionOpen_Directory->trigger();
+    QVERIFY(warning.wasSeen());
+    QCOMPARE(title, QString("Incorrect Directory"));
+    QCOMPARE(text, QString("The directory does not contain a recordings archive\n"));
+    QCOMPARE(buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(icon, QMessageBox::Warning);
+    QVERIFY(viewer.openedDirectories.isEmpty());
+    QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
+    QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
+    QCOMPARE(programmeTexts(viewer), QStringList("one"));
+}
+
+void tst_ViewerDevices::open_changesNothing_whenCancelled()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    WhenModal<QFileDialog> chooser([](QFileDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    viewer.ui.actionOpen_Directory->trigger();
+    QVERIFY(chooser.wasSeen());
+    QVERIFY(viewer.openedDirectories.isEmpty());
+    QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
+}
+
+QTEST_MAIN(tst_ViewerDevices)
+#include "tst_viewer_devices.moc"

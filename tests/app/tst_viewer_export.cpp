@@ -1,0 +1,161 @@
+// The export entry of the menu, with its file dialog.
+
+#include "tests/support/modaldialog.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QtTest>
+
+namespace {
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+void saveAs(QFileDialog &dialog, const QString &path)
+{
+    auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
+    name->setFocus();
+    QTest::keyClicks(name, path);
+    QTest::keyClick(name, Qt::Key_Return);
+}
+
+RecordBytes news()
+{
+    RecordBytes record;
+    record.title = "News";
+    record.channel = "CH1";
+    record.description = "Headlines.";
+    record.year = 2016;
+    record.month = 3;
+    record.day = 5;
+    return record;
+}
+
+} // namespace
+
+class tst_ViewerExport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void export_writesTheSelectedProgramme();
+    void export_asksWithAnEmptyName_andAddsNothingToIt();
+    void export_asksNothing_withoutProgramme();
+    void export_writesNothing_whenCancelled();
+    void export_replacesAFile_afterAsking();
+    void export_isSilent_whenTheFileCannotBeOpened();
+};
+
+void tst_ViewerExport::export_writesTheSelectedProgramme()
+{
+    ViewerFixture fixture;
+    fixture.settings().setValue("Main/dateformat", "ymd");
+    RecordBytes other = news();
+    other.title = "Other";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {other, news()}));
+    Viewer &viewer = fixture.open();
+    viewer.ui.summaryList->setCurrentRow(1);
+    const QTemporaryDir out;
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, out.filePath("news.txt")); });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QCOMPARE(contents(out.filePath("news.txt")), QByteArray("Show       : News\n"
+                                                            "Description:\n"
+                                                            "\n"
+                                                            "Headlines.\n"
+                                                            "\n"
+                                                            "Date       : 2016.03.05\n"
+                                                            "Time stamp : 18:00:07\n"
+                                                            "Channel    : CH1\n"));
+}
+
+void tst_ViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    const Viewer &viewer = fixture.open();
+    const QTemporaryDir out;
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+        QCOMPARE(d.windowTitle(), QString("Save meta file"));
+        QCOMPARE(d.acceptMode(), QFileDialog::AcceptSave);
+        QCOMPARE(d.findChild<QLineEdit *>("fileNameEdit")->text(), QString());
+        QCOMPARE(d.defaultSuffix(), QString());
+        saveAs(d, out.filePath("without suffix"));
+    });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList("without suffix"));
+}
+
+void tst_ViewerExport::export_asksNothing_withoutProgramme()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.currentProgramme, -1);
+    bool asked = false;
+    QTimer closer;
+    connect(&closer, &QTimer::timeout, &closer, [&] {
+        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
+            asked = true;
+            dialog->reject();
+        }
+    });
+    closer.start(10);
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(!asked);
+}
+
+void tst_ViewerExport::export_writesNothing_whenCancelled()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    const Viewer &viewer = fixture.open();
+    const QTemporaryDir out;
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+        QTest::keyClicks(d.findChild<QLineEdit *>("fileNameEdit"), out.filePath("cancelled.txt"));
+        QTest::keyClick(&d, Qt::Key_Escape);
+    });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QVERIFY(QDir(out.path()).isEmpty());
+}
+
+void tst_ViewerExport::export_replacesAFile_afterAsking()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    const Viewer &viewer = fixture.open();
+    const QTemporaryDir out;
+    const QString path = out.filePath("there.txt");
+    QVERIFY(TestVolume::writeFile(path, QByteArray(5000, 'x')));
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+        WhenModal<QMessageBox> question([](QMessageBox &box) { box.button(QMessageBox::Yes)->click(); });
+        saveAs(d, path);
+        QVERIFY(question.wasSeen());
+    });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QVERIFY(contents(path).startsWith("Show       : News\n"));
+    QVERIFY(contents(path).endsWith("Channel    : CH1\n"));
+}
+
+void tst_ViewerExport::export_isSilent_whenTheFileCannotBeOpened()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    const Viewer &viewer = fixture.open();
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, "/dev/null/impossible"); });
+    WhenModal<QMessageBox> message([](QMessageBox &box) { box.reject(); });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QVERIFY(!message.wasSeen());
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+QTEST_MAIN(tst_ViewerExport)
+#include "tst_viewer_export.moc"

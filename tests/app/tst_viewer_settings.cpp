@@ -1,0 +1,319 @@
+// The two settings: how they are read, changed in the dialog and written.
+
+#include "tests/support/modaldialog.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QComboBox>
+#include <QDialog>
+#include <QFormLayout>
+#include <QtTest>
+
+#include <functional>
+
+namespace {
+
+struct SettingsDialog
+{
+    explicit SettingsDialog(const QDialog &dialog)
+        : mountPoint(dialog.findChild<QLineEdit *>())
+        , dateFormat(dialog.findChild<QComboBox *>())
+    {
+    }
+    QLineEdit *mountPoint;
+    QComboBox *dateFormat;
+};
+
+// Opens the dialog from the menu, lets `act` use it and closes it with Escape.
+bool inDialog(const Viewer &viewer, const std::function<void(QDialog &, const SettingsDialog &)> &act)
+{
+    WhenModal<QDialog> settings([&](QDialog &dialog) {
+        act(dialog, SettingsDialog(dialog));
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    viewer.ui.actionPreferences->trigger();
+    return settings.wasSeen();
+}
+
+QString storedFile()
+{
+    return ViewerFixture::settings().fileName();
+}
+
+} // namespace
+
+class tst_ViewerSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void load_takesDefaults_fromAnEmptyStore();
+    void load_understandsTheStoredOrder_data();
+    void load_understandsTheStoredOrder();
+    void load_keepsTheOrder_whenTheTextIsUnknown();
+    void save_writesBothValues_whenTheWindowIsDestroyed_data();
+    void save_writesBothValues_whenTheWindowIsDestroyed();
+    void save_writesAnEmptyOrder_whenItIsUnknown();
+    void save_keepsAwkwardMountPoints_verbatim();
+    void dialog_isLaidOut_likeThis();
+    void dialog_showsTheFirstOrder_whenItIsUnknown();
+    void dialog_takesOverWhatIsTyped_withoutCheckingIt();
+    void dialog_takesOverTheOrder_andShowsItAtOnce();
+    void dialog_countsAlso_whenItIsClosedByTheWindowsControl();
+    void dialog_changesAndStoresNothing_untouched();
+    void dialog_refillsThePanel_evenUntouched();
+    void dialog_leavesTheRelativeDate_asItIs();
+    void dialog_startsNoScan();
+    void dialog_isDeleted_afterUse();
+    void emptyMountPoint_staysEmpty_afterARestart();
+};
+
+void tst_ViewerSettings::load_takesDefaults_fromAnEmptyStore()
+{
+    ViewerFixture fixture;
+    fixture.settings().clear();
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.mountPoint, QString("/Volumes"));
+    QCOMPARE(viewer.dateFormat, 2);
+}
+
+void tst_ViewerSettings::load_understandsTheStoredOrder_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<int>("dateFormat");
+    QTest::newRow("dmy") << "dmy" << 0;
+    QTest::newRow("mdy") << "mdy" << 1;
+    QTest::newRow("ymd") << "ymd" << 2;
+    QTest::newRow("other case") << "DMY" << 0;
+    QTest::newRow("other case of another order") << "YMD" << 0;
+    QTest::newRow("unknown") << "abc" << 0;
+    QTest::newRow("empty") << "" << 0;
+}
+
+void tst_ViewerSettings::load_understandsTheStoredOrder()
+{
+    QFETCH(QString, stored);
+    ViewerFixture fixture;
+    fixture.settings().setValue("Main/dateformat", stored);
+    QTEST(fixture.open().dateFormat, "dateFormat");
+}
+
+void tst_ViewerSettings::load_keepsTheOrder_whenTheTextIsUnknown()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    fixture.settings().setValue("Main/dateformat", "abc");
+    viewer.dateFormat = 1;
+    viewer.loadSettings();
+    QCOMPARE(viewer.dateFormat, 1);
+}
+
+void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed_data()
+{
+    QTest::addColumn<int>("dateFormat");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("0") << 0 << "dmy";
+    QTest::newRow("1") << 1 << "mdy";
+    QTest::newRow("2") << 2 << "ymd";
+}
+
+void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
+{
+    QFETCH(int, dateFormat);
+    ViewerFixture fixture;
+    fixture.settings().clear();
+    Viewer &viewer = fixture.open();
+    viewer.dateFormat = dateFormat;
+    viewer.mountPoint = "/media";
+    QVERIFY(fixture.settings().allKeys().isEmpty()); // nothing before
+    fixture.close();
+    QTEST(fixture.settings().value("Main/dateformat").toString(), "stored");
+    QCOMPARE(fixture.settings().value("Main/mount_point").toString(), QString("/media"));
+    QCOMPARE(fixture.settings().allKeys().size(), 2);
+#ifdef Q_OS_LINUX
+    QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.conf"));
+#endif
+}
+
+void tst_ViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
+{
+    ViewerFixture fixture;
+    fixture.open().dateFormat = 7;
+    fixture.close();
+    QVERIFY(fixture.settings().contains("Main/dateformat"));
+    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString());
+}
+
+void tst_ViewerSettings::save_keepsAwkwardMountPoints_verbatim()
+{
+    const QString awkward = QString::fromUtf8(" /media/a, b; \"c\"\\x/%1/M\xC3\xBCnchen/@Invalid() ");
+    ViewerFixture fixture;
+    fixture.open().mountPoint = awkward;
+    QCOMPARE(fixture.open().mountPoint, awkward);
+}
+
+void tst_ViewerSettings::dialog_isLaidOut_likeThis()
+{
+    ViewerFixture fixture;
+    fixture.settings().setValue("Main/dateformat", "mdy");
+    const Viewer &viewer = fixture.open();
+    const bool seen = inDialog(viewer, [&](QDialog &dialog, const SettingsDialog &fields) {
+        QCOMPARE(dialog.windowTitle(), QString("Settings"));
+        QCOMPARE(dialog.parentWidget(), static_cast<const QWidget *>(&viewer));
+        QVERIFY(dialog.isModal());
+        const auto *box = qobject_cast<QVBoxLayout *>(dialog.layout());
+        QVERIFY(box);
+        QCOMPARE(box->spacing(), 10);
+        QCOMPARE(box->count(), 1);
+        QCOMPARE(box->stretch(0), 0);
+        const auto *form = qobject_cast<QFormLayout *>(box->itemAt(0)->layout());
+        QVERIFY(form);
+        QCOMPARE(form->spacing(), 5);
+        QCOMPARE(form->rowCount(), 2);
+        const auto *mountLabel = qobject_cast<QLabel *>(form->labelForField(fields.mountPoint));
+        const auto *formatLabel = qobject_cast<QLabel *>(form->labelForField(fields.dateFormat));
+        QVERIFY(mountLabel && formatLabel);
+        QCOMPARE(mountLabel->text(), QString("Drive Mount Point:"));
+        QCOMPARE(mountLabel->buddy(), static_cast<QWidget *>(fields.mountPoint));
+        QCOMPARE(formatLabel->text(), QString("Date Format:"));
+        QCOMPARE(fields.mountPoint->text(), fixture.path());
+        QCOMPARE(fields.dateFormat->count(), 3);
+        QCOMPARE(fields.dateFormat->itemText(0), QString("dd.mm.yyyy"));
+        QCOMPARE(fields.dateFormat->itemText(1), QString("mm.dd.yyyy"));
+        QCOMPARE(fields.dateFormat->itemText(2), QString("yyyy.mm.dd"));
+        QCOMPARE(fields.dateFormat->currentIndex(), 1);
+        QVERIFY(dialog.findChildren<QAbstractButton *>().isEmpty());
+    });
+    QVERIFY(seen);
+}
+
+void tst_ViewerSettings::dialog_showsTheFirstOrder_whenItIsUnknown()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    for (const int unknown : {-1, 3}) {
+        viewer.dateFormat = unknown;
+        QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
+            QCOMPARE(fields.dateFormat->currentIndex(), 0);
+            fields.dateFormat->setCurrentIndex(-1);
+        }));
+        QCOMPARE(viewer.dateFormat, unknown); // No order selected leaves it.
+    }
+}
+
+void tst_ViewerSettings::dialog_takesOverWhatIsTyped_withoutCheckingIt()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
+        QTest::keyClick(fields.mountPoint, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(fields.mountPoint, "  /no/such place ");
+    }));
+    QCOMPARE(viewer.mountPoint, QString("  /no/such place "));
+}
+
+void tst_ViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
+{
+    ViewerFixture fixture;
+    fixture.settings().setValue("Main/dateformat", "dmy");
+    RecordBytes record;
+    record.year = 2016;
+    record.month = 7;
+    record.day = 3;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("03.07.2016"));
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
+        fields.dateFormat->setFocus();
+        QTest::keyClick(fields.dateFormat, Qt::Key_Down);
+    }));
+    QCOMPARE(viewer.dateFormat, 1);
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("07.03.2016"));
+}
+
+void tst_ViewerSettings::dialog_countsAlso_whenItIsClosedByTheWindowsControl()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    WhenModal<QDialog> settings([&](QDialog &dialog) {
+        SettingsDialog(dialog).mountPoint->setText("/closed");
+        dialog.close();
+    });
+    viewer.Preferences();
+    QVERIFY(settings.wasSeen());
+    QCOMPARE(viewer.mountPoint, QString("/closed"));
+}
+
+void tst_ViewerSettings::dialog_changesAndStoresNothing_untouched()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    const int dateFormat = viewer.dateFormat;
+    fixture.settings().clear();
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &) {}));
+    QCOMPARE(viewer.mountPoint, fixture.path());
+    QCOMPARE(viewer.dateFormat, dateFormat);
+    QVERIFY(fixture.settings().allKeys().isEmpty());
+}
+
+void tst_ViewerSettings::dialog_refillsThePanel_evenUntouched()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    viewer.ui.timeEdit->setText("edited");
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &) {}));
+    QCOMPARE(viewer.ui.timeEdit->text(), QString("18:00:07"));
+}
+
+void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
+{
+    ViewerFixture fixture;
+    const QDate today = QDate::currentDate();
+    RecordBytes record;
+    record.year = today.year();
+    record.month = today.month();
+    record.day = today.day();
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    const Viewer &viewer = fixture.open();
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.dateFormat->setCurrentIndex(1); }));
+    if (QDate::currentDate() != today)
+        QSKIP("Midnight has just passed.");
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
+}
+
+void tst_ViewerSettings::dialog_startsNoScan()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QVERIFY(
+        inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.mountPoint->setText("/elsewhere"); }));
+    QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
+    QCOMPARE(viewer.scanTimerId, -1);
+    viewer.scanDrives();
+    QCOMPARE(deviceTexts(viewer), QStringList());
+}
+
+void tst_ViewerSettings::dialog_isDeleted_afterUse()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    QPointer<QDialog> used;
+    QVERIFY(inDialog(viewer, [&](QDialog &dialog, const SettingsDialog &) { used = &dialog; }));
+    QVERIFY(!used);
+    QVERIFY(viewer.findChildren<QDialog *>().isEmpty());
+}
+
+void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.mountPoint->clear(); }));
+    QCOMPARE(viewer.mountPoint, QString());
+    fixture.close();
+    QVERIFY(fixture.settings().contains("Main/mount_point"));
+    QCOMPARE(fixture.open().mountPoint, QString());
+}
+
+QTEST_MAIN(tst_ViewerSettings)
+#include "tst_viewer_settings.moc"

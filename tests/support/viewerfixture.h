@@ -1,0 +1,80 @@
+#pragma once
+
+#include "app/viewer.h"
+
+#include "tests/support/testvolume.h"
+
+#include <QApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <memory>
+
+/// A folder for recorder volumes, a folder for settings of its own, and a window on them.
+/// The native settings of whoever runs the test are neither read nor written.
+class ViewerFixture
+{
+public:
+    ViewerFixture()
+    {
+        QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+        settings().setValue("Main/mount_point", m_mountPoint.path());
+    }
+    ~ViewerFixture() { viewer.reset(); }
+    ViewerFixture(const ViewerFixture &) = delete;
+    ViewerFixture &operator=(const ViewerFixture &) = delete;
+
+    [[nodiscard]] QString path(const QString &name = QString()) const
+    {
+        return name.isEmpty() ? m_mountPoint.path() : m_mountPoint.filePath(name);
+    }
+
+    /// Settings as another program would see them.
+    static QSettings &settings()
+    {
+        static std::unique_ptr<QSettings> store;
+        store = std::make_unique<QSettings>("quorvale.org", "quorvale");
+        return *store;
+    }
+
+    Viewer &open()
+    {
+        viewer.reset();
+        viewer = std::make_unique<Viewer>();
+        return *viewer;
+    }
+
+    void close() { viewer.reset(); }
+
+    /// A record with this title; its file is named like the title.
+    static RecordBytes titled(const QByteArray &title)
+    {
+        RecordBytes record;
+        record.title = title;
+        record.fileName = title;
+        return record;
+    }
+
+    std::unique_ptr<Viewer> viewer;
+
+private:
+    QTemporaryDir m_mountPoint;
+    QTemporaryDir m_settings;
+};
+
+inline QStringList deviceTexts(const Viewer &viewer)
+{
+    QStringList texts;
+    for (int i = 0; i < viewer.ui.deviceList->topLevelItemCount(); ++i)
+        texts.append(viewer.ui.deviceList->topLevelItem(i)->text(0));
+    return texts;
+}
+
+inline QStringList programmeTexts(const Viewer &viewer)
+{
+    QStringList texts;
+    for (int i = 0; i < viewer.ui.summaryList->count(); ++i)
+        texts.append(viewer.ui.summaryList->item(i)->text());
+    return texts;
+}
