@@ -1,7 +1,9 @@
 #include "archive/programme.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 namespace {
 
@@ -14,34 +16,92 @@ namespace {
 //   'j'    position, low byte first
 constexpr std::array<int, 3> kSignature = {0x52, 0x01, 0x07}; // The third byte is the year's high byte.
 constexpr int kYearBase = 0x0700;
-constexpr long kUninterpretedAfterTime = 3; // and one more that is read and dropped
+constexpr std::size_t kUninterpretedAfterTime = 4;
 constexpr std::size_t kFileNameField = 30;
 constexpr std::size_t kTextField = 1024;
+constexpr std::size_t kUsualSize = 3115; // up to the end of the description
 constexpr long kPositionMarkerOffset = 16390;
 constexpr int kPositionMarker = 0x6A;
 
 constexpr std::size_t kLongestString = 1025;
+// Four strings that all run on without a terminator.
+constexpr std::size_t kLargestSize = 13 + 4 * kLongestString;
 
-// A record is read byte by byte; the stream belongs to its reader alone, so the C library's lock is not needed.
-int nextByte(std::FILE *file)
+// The string rule, for any source of bytes: `next` gives one, or EOF, which is no terminator.
+template <typename Next>
+std::string readString(Next next)
 {
-    return getc_unlocked(file);
+    std::array<char, kLongestString> bytes;
+    std::size_t length = 0;
+    while (length < bytes.size()) {
+        const int byte = next();
+        if ((byte & 0xFF) == 0)
+            break;
+        bytes[length++] = static_cast<char>(byte);
+    }
+    return std::string(bytes.data(), length);
 }
 
-std::int32_t unsignedByte(std::FILE *file)
+/// The bytes of a record from the stream's position on, fetched in one piece; a second one where texts run over.
+class RecordBytes
 {
-    return nextByte(file) & 0xFF;
-}
+public:
+    explicit RecordBytes(std::FILE *file)
+        : m_file(file)
+    {
+        fetchUpTo(kUsualSize);
+    }
 
-std::string readField(std::FILE *file, std::size_t fieldSize)
-{
-    std::string text = Programme::readCString(file);
-    // A field without a terminator has run on into the next one. There is no way back from there: the fields that
-    // follow are read from where the terminator was found.
-    if (text.size() < fieldSize)
-        std::fseek(file, static_cast<long>(fieldSize - 1 - text.size()), SEEK_CUR);
-    return text;
-}
+    /// The next byte; EOF past the end of the file.
+    int next()
+    {
+        if (m_position >= m_fetched)
+            fetchUpTo(kLargestSize);
+        const int byte = m_position < m_fetched ? m_bytes[m_position] : EOF;
+        ++m_position;
+        return byte;
+    }
+
+    std::int32_t nextUnsigned() { return next() & 0xFF; }
+
+    void skip(std::size_t count) { m_position += count; }
+
+    std::string nextField(std::size_t fieldSize)
+    {
+        std::string text = nextString();
+        // A field without a terminator has run on into the next one. There is no way back from there: the fields that
+        // follow are read from where the terminator was found.
+        if (text.size() < fieldSize)
+            skip(fieldSize - 1 - text.size());
+        return text;
+    }
+
+private:
+    std::string nextString()
+    {
+        if (m_position < m_fetched) { // Nearly always the terminator is at hand.
+            const unsigned char *begin = m_bytes.data() + m_position;
+            const std::size_t room = std::min(kLongestString, m_fetched - m_position);
+            if (const void *end = std::memchr(begin, 0, room)) {
+                const std::size_t length = static_cast<std::size_t>(static_cast<const unsigned char *>(end) - begin);
+                skip(length + 1);
+                return std::string(reinterpret_cast<const char *>(begin), length);
+            }
+        }
+        return readString([this] { return next(); });
+    }
+
+    void fetchUpTo(std::size_t size)
+    {
+        if (m_fetched < size)
+            m_fetched += std::fread(m_bytes.data() + m_fetched, 1, size - m_fetched, m_file);
+    }
+
+    std::FILE *m_file;
+    std::array<unsigned char, kLargestSize> m_bytes;
+    std::size_t m_fetched = 0;
+    std::size_t m_position = 0;
+};
 
 } // namespace
 
@@ -55,30 +115,32 @@ bool Programme::read(std::FILE *file, long offset)
         std::fputs("Error seeking to programme offset\n", stderr);
         return false;
     }
+    RecordBytes record(file);
     for (const int expected : kSignature) {
-        if (nextByte(file) != expected)
+        if (record.next() != expected)
             return false;
     }
 
-    year = unsignedByte(file) + kYearBase;
-    month = unsignedByte(file) + 1;
-    day = unsignedByte(file) + 1;
-    hour = unsignedByte(file);
-    minute = unsignedByte(file);
-    second = unsignedByte(file);
-    std::fseek(file, kUninterpretedAfterTime, SEEK_CUR);
-    nextByte(file);
+    year = record.nextUnsigned() + kYearBase;
+    month = record.nextUnsigned() + 1;
+    day = record.nextUnsigned() + 1;
+    hour = record.nextUnsigned();
+    minute = record.nextUnsigned();
+    second = record.nextUnsigned();
+    record.skip(kUninterpretedAfterTime);
 
-    fileName = readField(file, kFileNameField);
-    channel = readField(file, kTextField);
-    title = readField(file, kTextField);
-    description = readField(file, kTextField);
+    fileName = record.nextField(kFileNameField);
+    channel = record.nextField(kTextField);
+    title = record.nextField(kTextField);
+    description = record.nextField(kTextField);
 
+    std::array<unsigned char, 3> position; // marker, low byte, high byte
     std::fseek(file, offset + kPositionMarkerOffset, SEEK_SET);
-    if (nextByte(file) == kPositionMarker) {
+    const std::size_t there = std::fread(position.data(), 1, position.size(), file);
+    if (there > 0 && position[0] == kPositionMarker) {
         // Not masked: a marker cut off by the end of the file gives a negative position.
-        const std::int32_t low = nextByte(file);
-        const std::int32_t high = nextByte(file);
+        const int low = there > 1 ? position[1] : EOF;
+        const int high = there > 2 ? position[2] : EOF;
         playPosition = high * 256 + low;
     }
     return true;
@@ -86,13 +148,5 @@ bool Programme::read(std::FILE *file, long offset)
 
 std::string Programme::readCString(std::FILE *file)
 {
-    std::array<char, kLongestString> bytes;
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const int byte = nextByte(file);
-        if ((byte & 0xFF) == 0)
-            break;
-        bytes[length++] = static_cast<char>(byte);
-    }
-    return std::string(bytes.data(), length);
+    return readString([file] { return std::getc(file); });
 }

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -21,12 +22,15 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
     const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(indexPath(devicePath).c_str(), "rb"));
     if (!file)
         return std::nullopt;
+    // A record is fetched in two pieces, far apart; a buffer would only fetch what nobody reads.
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
     std::vector<Programme> programmes;
     // One object for all records: a record without a play position keeps that of the nearest earlier record with one.
+    // Its texts may move on to the list, for the next record brings its own.
     Programme programme;
     for (long offset = kRecordStride; programme.read(file.get(), offset); offset += kRecordStride) {
-        programmes.push_back(programme);
+        programmes.push_back(std::move(programme));
         if (offset > LONG_MAX - 2 * kRecordStride)
             break; // Where long has 32 bits, an index of 2 GiB ends here.
     }
