@@ -26,10 +26,13 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
     std::vector<Programme> programmes;
-    // One object for all records: a record without a play position keeps that of the nearest earlier record with one.
-    // Its texts may move on to the list, for the next record brings its own.
-    Programme programme;
-    for (long offset = kRecordStride; programme.read(file.get(), offset); offset += kRecordStride) {
+    std::int32_t playPosition = 0; // A record without one keeps that of the nearest earlier record with one.
+    for (long offset = kRecordStride;; offset += kRecordStride) {
+        Programme programme;
+        programme.playPosition = playPosition;
+        if (!programme.read(file.get(), offset))
+            break;
+        playPosition = programme.playPosition;
         programmes.push_back(std::move(programme));
         if (offset > LONG_MAX - 2 * kRecordStride)
             break; // Where long has 32 bits, an index of 2 GiB ends here.

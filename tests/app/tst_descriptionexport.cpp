@@ -24,12 +24,6 @@ Programme news()
     return programme;
 }
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
-
 } // namespace
 
 class tst_DescriptionExport : public QObject
@@ -135,9 +129,9 @@ void tst_DescriptionExport::write_encodesTheText_inTheLocale()
     const QString path = directory.filePath("out.txt");
     const QString text = QString("a") + QChar(0xC3) + QChar(0xA4) + "\n";
     writeDescription(path, text);
-    QCOMPARE(contents(path), text.toLocal8Bit());
+    QCOMPARE(TestVolume::readFile(path), text.toLocal8Bit());
     // The locale here is UTF-8, so the two bytes of one letter have become two letters.
-    QCOMPARE(contents(path), QByteArray("a\xC3\x83\xC2\xA4\n"));
+    QCOMPARE(TestVolume::readFile(path), QByteArray("a\xC3\x83\xC2\xA4\n"));
 }
 
 void tst_DescriptionExport::write_replacesAFile_thatIsThere()
@@ -146,7 +140,7 @@ void tst_DescriptionExport::write_replacesAFile_thatIsThere()
     const QString path = directory.filePath("out.txt");
     QVERIFY(TestVolume::writeFile(path, "something much longer than what comes"));
     writeDescription(path, "short\n");
-    QCOMPARE(contents(path), QByteArray("short\n"));
+    QCOMPARE(TestVolume::readFile(path), QByteArray("short\n"));
 }
 
 void tst_DescriptionExport::write_isSilent_whenTheFileCannotBeOpened()

@@ -9,12 +9,6 @@
 
 namespace {
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
-
 void saveAs(QFileDialog &dialog, const QString &path)
 {
     auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
@@ -63,14 +57,14 @@ void tst_ViewerExport::export_writesTheSelectedProgramme()
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, out.filePath("news.txt")); });
     viewer.ui.actionExport_Description->trigger();
     QVERIFY(dialog.wasSeen());
-    QCOMPARE(contents(out.filePath("news.txt")), QByteArray("Show       : News\n"
-                                                            "Description:\n"
-                                                            "\n"
-                                                            "Headlines.\n"
-                                                            "\n"
-                                                            "Date       : 2016.03.05\n"
-                                                            "Time stamp : 18:00:07\n"
-                                                            "Channel    : CH1\n"));
+    QCOMPARE(TestVolume::readFile(out.filePath("news.txt")), QByteArray("Show       : News\n"
+                                                                        "Description:\n"
+                                                                        "\n"
+                                                                        "Headlines.\n"
+                                                                        "\n"
+                                                                        "Date       : 2016.03.05\n"
+                                                                        "Time stamp : 18:00:07\n"
+                                                                        "Channel    : CH1\n"));
 }
 
 void tst_ViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
@@ -140,8 +134,8 @@ void tst_ViewerExport::export_replacesAFile_afterAsking()
     });
     viewer.ui.actionExport_Description->trigger();
     QVERIFY(dialog.wasSeen());
-    QVERIFY(contents(path).startsWith("Show       : News\n"));
-    QVERIFY(contents(path).endsWith("Channel    : CH1\n"));
+    QVERIFY(TestVolume::readFile(path).startsWith("Show       : News\n"));
+    QVERIFY(TestVolume::readFile(path).endsWith("Channel    : CH1\n"));
 }
 
 void tst_ViewerExport::export_isSilent_whenTheFileCannotBeOpened()
