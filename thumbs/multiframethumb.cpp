@@ -1,5 +1,35 @@
 #include "thumbs/multiframethumb.h"
 
+#include <QBrush>
+#include <QColor>
+#include <QConicalGradient>
+#include <QLatin1String>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPalette>
+#include <QPen>
+#include <QPixmapCache>
+#include <QPoint>
+#include <QRect>
+#include <QString>
+#include <QTimerEvent>
+
+#include <algorithm>
+
+namespace {
+constexpr int kFrameInterval = 1000; // milliseconds
+constexpr int kSpinInterval = 50;    // milliseconds
+constexpr int kSpinStep = 30;        // degrees; twelve steps a turn
+
+constexpr int kNothingDrawn = 10000; // in place of a height: more than any real window has, so nothing shrinks to it
+
+// The ring is designed in a square of 200 by 200 around the origin.
+constexpr qreal kDesignSize = 200.0;
+constexpr QRect kRingBounds(-85, -85, 170, 170);
+constexpr int kRingWidth = 10;
+constexpr int kFullCircle = 360 * 16; // arcs are measured in sixteenths of a degree
+} // namespace
+
 MultiFrameThumb::MultiFrameThumb(QWidget *parent)
     : QWidget(parent)
 {
@@ -10,9 +40,204 @@ QSize MultiFrameThumb::minimumSizeHint() const
     return {64, 64};
 }
 
+void MultiFrameThumb::SetThumbs(QVector<QPixmap *> &x1, QVector<QPixmap *> &x2)
+{
+    stopTimer(spinTimerId);
+    busy = false;
+    // A timer that runs is kept: the first frame of the new series then lasts for what is left of its second.
+    if (frameTimerId == -1) {
+        frameTimerId = startTimer(kFrameInterval, Qt::CoarseTimer);
+    }
+    thumbs1x = x1;
+    thumbs2x = x2;
+    frameIndex = 0;
+    update();
+}
+
 void MultiFrameThumb::ClearThumbs()
 {
+    stopTimer(frameTimerId);
     thumbs1x.clear();
     thumbs2x.clear();
+    frameIndex = -1;
     update();
+}
+
+void MultiFrameThumb::SetBusy(bool b)
+{
+    busy = b;
+    if (b) {
+        stopTimer(frameTimerId);
+        if (spinTimerId == -1) {
+            spinTimerId = startTimer(kSpinInterval, Qt::CoarseTimer);
+        }
+    }
+    update();
+}
+
+void MultiFrameThumb::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == frameTimerId) {
+        // Also right without a series, where a click may have started the timer: the index stays at 0.
+        ++frameIndex;
+        if (frameIndex >= thumbs1x.size()) {
+            frameIndex = 0;
+        }
+        update();
+    }
+    if (event->timerId() == spinTimerId) {
+        spinAngle = (spinAngle + kSpinStep) % 360;
+        update();
+    }
+}
+
+void MultiFrameThumb::mousePressEvent(QMouseEvent *event)
+{
+    // While busy a click starts the timer of a show nobody sees yet; the next SetThumbs keeps it.
+    if (frameTimerId >= 0) {
+        stopTimer(frameTimerId);
+    } else {
+        frameTimerId = startTimer(kFrameInterval, Qt::CoarseTimer);
+    }
+    event->accept();
+}
+
+void MultiFrameThumb::paintEvent(QPaintEvent * /*event*/)
+{
+    QPainter painter(this);
+    if (busy) {
+        paintBusyRing(painter);
+        return;
+    }
+    const int drawnHeight = paintFrame(painter);
+    painter.end(); // a widget must not be resized under an active painter
+    shrinkToHeight(drawnHeight);
+}
+
+/// The ratio of the screen the widget is on. The painter's device is the widget, so this holds also while it is
+/// rendered into a picture of another ratio. A fractional ratio counts as the whole number below it.
+int MultiFrameThumb::pixelRatio() const
+{
+    return metric(QPaintDevice::PdmDevicePixelRatio);
+}
+
+int MultiFrameThumb::paintFrame(QPainter &painter)
+{
+    const QPixmap *frame = chooseFrame();
+    // A pixmap without pixels counts as nothing, or its height of 0 would fold the widget away for good.
+    if (frame == nullptr || frame->isNull()) {
+        return kNothingDrawn;
+    }
+    const QPixmap picture = fitted(*frame);
+    painter.drawPixmap(placeOf(picture), picture);
+    return picture.height();
+}
+
+/// The frame that suits the screen; null when paused, without a series, and where neither density has the frame.
+/// `highDensity` says which was chosen and stays as it was when none is.
+const QPixmap *MultiFrameThumb::chooseFrame()
+{
+    if (frameTimerId == -1) {
+        return nullptr;
+    }
+    // value() is null past either end: before the first frame, and where a series is empty or shorter than the other.
+    const QPixmap *standard = thumbs1x.value(frameIndex);
+    const QPixmap *dense = thumbs2x.value(frameIndex);
+    if (dense != nullptr && pixelRatio() >= 2) {
+        highDensity = true;
+        return dense;
+    }
+    if (standard != nullptr) {
+        highDensity = false;
+    }
+    return standard;
+}
+
+/// `frame` itself where its pixels fit the widget, else a copy as large as the widget allows. Pixels are compared with
+/// the widget's size whatever the frame's own ratio; the copy's ratio is 1, so that it fills the place it was made for.
+QPixmap MultiFrameThumb::fitted(const QPixmap &frame) const
+{
+    if (frame.width() <= width() && frame.height() <= height()) {
+        return frame;
+    }
+    QPixmap copy = frame.scaled(size(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    copy.setDevicePixelRatio(1);
+    return copy;
+}
+
+QPointF MultiFrameThumb::placeOf(const QPixmap &picture) const
+{
+    if (alignment != Qt::AlignCenter) {
+        return {0, 0};
+    }
+    // Each length is halved and truncated on its own, so the frame lies on whole units.
+    return QPoint(width() / 2 - picture.width() / 2, height() / 2 - picture.height() / 2);
+}
+
+/// Takes away the room below the picture for good: the widget never grows back by itself.
+void MultiFrameThumb::shrinkToHeight(int limit)
+{
+    if (height() > limit) {
+        setFixedHeight(limit);
+        updateGeometry();
+    }
+}
+
+void MultiFrameThumb::paintBusyRing(QPainter &painter)
+{
+    const int ratio = pixelRatio();
+    highDensity = ratio > 1;
+    painter.setRenderHint(QPainter::Antialiasing);
+
+    const int size = std::min(width() / 4, height() / 4);
+    if (size <= 0) {
+        return;
+    }
+    const QString key = QStringLiteral("%1:%2:%3:%4:%5")
+                            .arg(QLatin1String(metaObject()->className()))
+                            .arg(width())
+                            .arg(height())
+                            .arg(spinAngle)
+                            .arg(highDensity ? 1 : 0);
+    QPixmap picture;
+    if (!QPixmapCache::find(key, &picture)) {
+        picture = generatePixmap(highDensity ? 2 * size : size);
+        QPixmapCache::insert(key, picture);
+    }
+    picture.setDevicePixelRatio(ratio);
+    painter.translate(QPoint(width() / 2 - size / 2, height() / 2 - size / 2));
+    painter.drawPixmap(QRect(0, 0, size, size), picture);
+}
+
+/// Draws the ring as it is turned now, on a transparent square of `size` pixels.
+QPixmap MultiFrameThumb::generatePixmap(int size)
+{
+    QPixmap picture(size, size);
+    picture.fill(QColor(255, 255, 255, 0));
+
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(QPoint(size / 2, size / 2));
+    painter.scale(size / kDesignSize, size / kDesignSize);
+
+    QColor colour = palette().brush(QPalette::Current, QPalette::WindowText).color();
+    // Gradients run counter-clockwise: a start angle that falls turns the head clockwise.
+    QConicalGradient gradient(0, 0, -spinAngle);
+    gradient.setColorAt(0.0, colour);
+    colour.setAlpha(0);
+    gradient.setColorAt(0.8, colour);
+    colour.setAlpha(255);
+    gradient.setColorAt(1.0, colour);
+
+    painter.setPen(QPen(QBrush(gradient), kRingWidth));
+    painter.drawArc(kRingBounds, 0, kFullCircle);
+    return picture;
+}
+
+void MultiFrameThumb::stopTimer(int &id)
+{
+    if (id >= 0) {
+        killTimer(id);
+    }
+    id = -1;
 }

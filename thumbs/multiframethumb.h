@@ -1,26 +1,72 @@
 #pragma once
 
 #include <QPixmap>
+#include <QPointF>
+#include <QSize>
 #include <QVector>
 #include <QWidget>
 
-/// Shows a recording's thumbnail: a short series of its pictures, one after the other.
+class QPainter;
+
+/// Shows a recording's thumbnail as a slide show, one frame a second and over again, or a turning ring while the
+/// frames are still being made. A click pauses and resumes the show.
 ///
-/// Pixmaps are never owned: the vectors hold the caller's pointers, and the caller empties the widget
-/// (ClearThumbs) before it deletes them. Main thread only.
+///   SetThumbs        any state          ->  Playing, at frame 0
+///   click            Playing           <->  Paused
+///   SetBusy(true)    any state          ->  Busy
+///   SetBusy(false)   Busy               ->  Paused
+///   ClearThumbs      Playing or Paused  ->  Empty; Busy stays Busy and only drops its frames
+///
+/// Empty and Paused paint nothing: a paused frame stays on screen only until something has the widget painted again.
+///
+/// Pixmaps are never owned, made or deleted. The vectors are shallow copies, so whoever owns the pixmaps calls
+/// ClearThumbs before deleting them, or at the latest before control returns to the event loop, where the next paint
+/// would follow the pointers. A null pointer is a frame that could not be read, and paints nothing.
+///
+/// The fields are facts for callers and tests to read; the slots keep them consistent. Main thread only.
 class MultiFrameThumb : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit MultiFrameThumb(QWidget *parent);
+    explicit MultiFrameThumb(QWidget *parent = nullptr);
 
+    /// 64 x 64: room enough for a ring that can be seen to turn.
     [[nodiscard]] QSize minimumSizeHint() const override;
 
+    void timerEvent(QTimerEvent *event) override;
+    /// Any button pauses a running show or resumes a stopped one. No repaint is asked for.
+    void mousePressEvent(QMouseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+    QVector<QPixmap *> thumbs1x; ///< frames for screens of standard density, in display order
+    QVector<QPixmap *> thumbs2x; ///< the same frames for dense screens; as many as in `thumbs1x`
+    bool highDensity = false;    ///< whether the last picture painted was one for dense screens
+    int alignment = 0;           ///< Qt::AlignCenter centres the frame; any other value puts it at the top left
+    bool busy = false;           ///< whether the ring is shown in place of the frames
+    int spinAngle = 0;           ///< degrees the ring has turned clockwise: 0, 30, ... 330
+    int spinTimerId = -1;        ///< turns the ring; -1 when stopped
+    int frameTimerId = -1;       ///< advances the show; -1 when stopped, which is also what paused means
+    int frameIndex = -1;         ///< index of the frame shown; -1 when there are none
+
 public slots:
+    /// Ends the busy state and shows a new series from its first frame on. Entry i of `x2` is the picture of entry i of
+    /// `x1` at twice the density. Empty series show nothing.
+    void SetThumbs(QVector<QPixmap *> &x1, QVector<QPixmap *> &x2);
+    /// Drops the series and stops the show. A ring that turns keeps turning.
     void ClearThumbs();
+    /// Enters the busy state, or leaves it for the paused one. The ring's timer, once started, runs until SetThumbs.
+    void SetBusy(bool b);
 
 private:
-    QVector<QPixmap *> thumbs1x;
-    QVector<QPixmap *> thumbs2x;
+    [[nodiscard]] int pixelRatio() const;
+    void paintBusyRing(QPainter &painter);
+    [[nodiscard]] QPixmap generatePixmap(int size);
+    /// Returns the height of what was drawn, in its own pixels, or 10000 when nothing was.
+    int paintFrame(QPainter &painter);
+    [[nodiscard]] const QPixmap *chooseFrame();
+    [[nodiscard]] QPixmap fitted(const QPixmap &frame) const;
+    [[nodiscard]] QPointF placeOf(const QPixmap &picture) const;
+    void shrinkToHeight(int limit);
+    void stopTimer(int &id);
 };
