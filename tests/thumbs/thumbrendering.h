@@ -1,0 +1,165 @@
+#pragma once
+
+// What the tests of the thumbnail widget share: series that own their pixmaps, and rendering for real.
+
+#include <QColor>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QImage>
+#include <QPixmap>
+#include <QPixmapCache>
+#include <QRect>
+#include <QTimerEvent>
+#include <QVector>
+#include <QWidget>
+
+#include <memory>
+#include <vector>
+
+/// Owns pixmaps and hands out pointers to them, as the cache behind the widget does.
+class Series
+{
+public:
+    QVector<QPixmap *> pointers;
+
+    QPixmap *add(const QPixmap &pixmap)
+    {
+        owned.push_back(std::make_unique<QPixmap>(pixmap));
+        pointers.append(owned.back().get());
+        return owned.back().get();
+    }
+    QPixmap *add(QSize size, const QColor &colour, qreal ratio = 1)
+    {
+        QPixmap pixmap(size);
+        pixmap.fill(colour);
+        pixmap.setDevicePixelRatio(ratio);
+        return add(pixmap);
+    }
+    void addNull() { pointers.append(nullptr); }
+
+private:
+    std::vector<std::unique_ptr<QPixmap>> owned;
+};
+
+/// Frames of `size`, each filled with its colour.
+inline Series solidSeries(const QSize &size, const QVector<QColor> &colours)
+{
+    Series series;
+    for (const QColor &colour : colours) {
+        series.add(size, colour);
+    }
+    return series;
+}
+
+/// What `widget` itself paints, without the window's background, on a transparent picture of `ratio`. Which picture the
+/// widget takes is a matter of its screen and not of this ratio.
+inline QImage rendered(QWidget &widget, qreal ratio)
+{
+    QImage image(widget.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::transparent);
+    widget.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+    return image;
+}
+
+/// The same, on a picture of the screen's own ratio.
+inline QImage rendered(QWidget &widget)
+{
+    return rendered(widget, widget.devicePixelRatioF());
+}
+
+/// The smallest rectangle, in the picture's own pixels, that holds everything painted; empty when nothing was.
+inline QRect paintedRect(const QImage &image)
+{
+    QRect painted;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(image.pixel(x, y)) != 0) {
+                painted |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return painted;
+}
+
+/// True when `image` is filled with `colour` inside `rect`, in the picture's own pixels, and transparent elsewhere.
+inline bool showsOnly(const QImage &image, const QRect &rect, const QColor &colour)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor expected = rect.contains(x, y) ? colour : QColor(Qt::transparent);
+            if (image.pixelColor(x, y) != expected) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+/// Lets the timer `id` fire on `widget` now.
+inline void tick(QWidget &widget, int id)
+{
+    QTimerEvent event(id);
+    QCoreApplication::sendEvent(&widget, &event);
+}
+
+inline bool cached(const QString &key, QPixmap *picture = nullptr)
+{
+    QPixmap found;
+    const bool present = QPixmapCache::find(key, &found);
+    if (picture != nullptr) {
+        *picture = found;
+    }
+    return present;
+}
+
+/// Counts the events of one type that a widget receives.
+class EventCounter : public QObject
+{
+public:
+    EventCounter(QWidget &widget, QEvent::Type counted)
+        : type(counted)
+    {
+        widget.installEventFilter(this);
+    }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == type ? 1 : 0;
+        return false;
+    }
+
+private:
+    QEvent::Type type;
+};
+
+/// Counts the toolkit's warnings while it lives, and passes them on.
+class WarningCounter
+{
+public:
+    WarningCounter()
+    {
+        warnings = 0;
+        previous = qInstallMessageHandler(&WarningCounter::receive);
+    }
+    ~WarningCounter() { qInstallMessageHandler(previous); }
+    WarningCounter(const WarningCounter &) = delete;
+    WarningCounter &operator=(const WarningCounter &) = delete;
+
+    [[nodiscard]] static int count() { return warnings; }
+
+private:
+    static void receive(QtMsgType type, const QMessageLogContext &context, const QString &text)
+    {
+        warnings += type == QtWarningMsg || type == QtCriticalMsg ? 1 : 0;
+        if (previous != nullptr) {
+            previous(type, context, text);
+        }
+    }
+
+    inline static int warnings = 0;
+    inline static QtMessageHandler previous = nullptr;
+};
