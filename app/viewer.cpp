@@ -41,6 +41,7 @@ Viewer::~Viewer()
         killTimer(scanTimerId);
     saveSettings();
     ui.thumbnailLabel->ClearThumbs();
+    deleteThumbs();
 }
 
 void Viewer::connectForm()

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "archive/programme.h"
+#include "thumbs/thumbnailcache.h"
 #include "ui_mainwindow.h"
 
 #include <QList>
 #include <QMainWindow>
 #include <QPixmap>
 #include <QString>
+#include <QVector>
 
 #include <string>
 #include <vector>
@@ -34,6 +36,9 @@ public:
     void loadSettings();
     void saveSettings();
 
+    /// Frees the whole cache. The caller empties the widget before control returns to the event loop.
+    void deleteThumbs();
+
     /// The main file of the programme `row`, which must be in the list. The text that names this recording everywhere.
     [[nodiscard]] QString recordingFile(int row) const;
     /// A recording's date as seen today, in the order `dateFormat`.
@@ -42,13 +47,14 @@ public:
     /// Shows the size of the programme `row`, pieces included, and gives it in KiB; 0 when it has no file.
     int getFileSizeKB(int row);
 
-    std::vector<Programme> programmes; ///< of the loaded device, in the order of its index
-    QList<QPixmap> thumbList;          ///< always empty
-    QString selectedDevice;            ///< absolute path of the device shown; empty when there is none
-    QString mountPoint;                ///< the directory whose sub-directories may be recorder disks
-    int currentProgramme = -1;         ///< the programme in the details panel; -1 when there is none
-    std::string devicePath = "/";      ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
-    QList<QString> openedDirectories;  ///< added by hand, in that order, duplicates included
+    std::vector<Programme> programmes;      ///< of the loaded device, in the order of its index
+    QList<QPixmap> thumbList;               ///< always empty
+    QVector<ThumbnailEntry> thumbnailCache; ///< every series received, in order of arrival; owns the pixmaps
+    QString selectedDevice;                 ///< absolute path of the device shown; empty when there is none
+    QString mountPoint;                     ///< the directory whose sub-directories may be recorder disks
+    int currentProgramme = -1;              ///< the programme in the details panel; -1 when there is none
+    std::string devicePath = "/";     ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
+    QList<QString> openedDirectories; ///< added by hand, in that order, duplicates included
     Ui_MainWindow ui;
     int scanTimerId = -1; ///< of the rescan that is due, -1 when none is
     int dateFormat = 0;   ///< 0 day.month.year, 1 month.day.year, 2 year.month.day

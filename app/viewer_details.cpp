@@ -43,6 +43,10 @@ void Viewer::chooseProgramme(int index)
     const QString path = recordingFile(index);
     ui.thumbnailLabel->setToolTip(path);
     ui.thumbnailLabel->ClearThumbs();
+    if (std::optional<ThumbnailEntry> series = findThumbnails(thumbnailCache, path))
+        ui.thumbnailLabel->SetThumbs(series->x1, series->x2);
+    else
+        ui.thumbnailLabel->SetBusy(true);
 }
 
 QString Viewer::recordingFile(int row) const

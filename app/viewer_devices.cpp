@@ -89,7 +89,10 @@ void Viewer::openDVR()
 void Viewer::selectDevice(QTreeWidgetItem *item, int column)
 {
     Q_UNUSED(column)
-    selectedDevice = item->data(0, Qt::DisplayRole).toString();
+    const QString device = item->data(0, Qt::DisplayRole).toString();
+    if (device != selectedDevice)
+        deleteThumbs(); // scanDisk empties the widget.
+    selectedDevice = device;
     scanDisk();
 }
 

@@ -18,6 +18,8 @@ private slots:
     void choose_measuresTheFile_everyTime();
     void choose_showsNoFile_withoutMainFile();
     void choose_namesTheRecording_onTheThumbnail();
+    void choose_showsTheRing_untilTheRecordingHasPictures();
+    void choose_showsTheFirstSeries_ofExactlyThisPath();
     void choose_leavesTheDateEmpty_whenItDoesNotExist();
     void numbers_areFormatted_byTheWindowsOwnFunctions();
     void keys_walkThroughTheList();
@@ -145,6 +147,36 @@ void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("caf\xC3\xA9")}));
     const Viewer &viewer = fixture.open();
     QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), fixture.path("disk") + QString::fromUtf8("/DVR/RECS/caf\xC3\xA9.ts"));
+}
+
+void tst_ViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const MultiFrameThumb &thumb = *fixture.open().ui.thumbnailLabel;
+    QVERIFY(thumb.busy);
+    QVERIFY(thumb.thumbs1x.isEmpty());
+    QCOMPARE(thumb.frameIndex, -1);
+}
+
+void tst_ViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("ONE")}));
+    Viewer &viewer = fixture.open();
+    const QString path = fixture.path("disk/DVR/RECS/one.ts");
+    const auto series = [](int width) { return QVector<QPixmap *>{new QPixmap(width, 10)}; }; // owned by the cache
+    viewer.thumbnailCache = {
+        {path + "1", series(1), series(2)}, {path, series(3), series(6)}, {path, series(4), series(8)}};
+    const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
+    viewer.chooseProgramme(0);
+    QVERIFY(!thumb.busy);
+    QCOMPARE(thumb.thumbs1x, viewer.thumbnailCache.at(1).x1);
+    QCOMPARE(thumb.thumbs2x, viewer.thumbnailCache.at(1).x2);
+    QCOMPARE(thumb.frameIndex, 0);
+    viewer.chooseProgramme(1);
+    QVERIFY(thumb.busy);
+    QVERIFY(thumb.thumbs1x.isEmpty());
 }
 
 void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()

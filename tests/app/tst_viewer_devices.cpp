@@ -46,6 +46,8 @@ private slots:
     void load_leavesNoDescriptorOpen_onTheVolume();
     void click_loadsTheDevice();
     void click_reloadsTheDevice_whenItIsSelectedAlready();
+    void click_dropsThePictures_ofAnotherDeviceOnly();
+    void open_keepsThePictures();
     void open_addsAndLoadsADirectory_everyTime();
     void open_warns_withoutArchive();
     void open_changesNothing_whenCancelled();
@@ -230,6 +232,44 @@ void tst_ViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("changed")}));
     clickDevice(viewer, 0);
     QCOMPARE(programmeTexts(viewer), QStringList("changed"));
+}
+
+void tst_ViewerDevices::click_dropsThePictures_ofAnotherDeviceOnly()
+{
+    ViewerFixture fixture;
+    for (const char *name : {"a", "b"})
+        QVERIFY(TestVolume::create(fixture.path(name), {fixture.titled(name)}));
+    Viewer &viewer = fixture.open();
+    const auto withPictures = [&] {
+        const QVector<QPixmap *> series{new QPixmap(10, 10), nullptr}; // owned by the cache
+        viewer.thumbnailCache = {{viewer.recordingFile(0), series, {nullptr, nullptr}}};
+        viewer.chooseProgramme(0);
+    };
+    withPictures();
+    clickDevice(viewer, 0); // selected already
+    QCOMPARE(viewer.thumbnailCache.size(), 1);
+    QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x, viewer.thumbnailCache.first().x1);
+    clickDevice(viewer, 1);
+    QVERIFY(viewer.thumbnailCache.isEmpty());
+    QVERIFY(viewer.ui.thumbnailLabel->thumbs1x.isEmpty());
+    QVERIFY(viewer.ui.thumbnailLabel->busy);
+    viewer.deleteThumbs(); // An empty cache does no harm.
+    withPictures();        // The window frees what is there at its end.
+}
+
+void tst_ViewerDevices::open_keepsThePictures()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const QTemporaryDir elsewhere;
+    QVERIFY(TestVolume::create(elsewhere.path(), {fixture.titled("elsewhere")}));
+    Viewer &viewer = fixture.open();
+    viewer.thumbnailCache = {{viewer.recordingFile(0), {new QPixmap(10, 10)}, {nullptr}}};
+    WhenModal<QFileDialog> chooser([&](QFileDialog &dialog) { chooseByKeys(dialog, elsewhere.path()); });
+    viewer.openDVR();
+    QVERIFY(chooser.wasSeen());
+    QCOMPARE(programmeTexts(viewer), QStringList("elsewhere"));
+    QCOMPARE(viewer.thumbnailCache.size(), 1);
 }
 
 void tst_ViewerDevices::open_addsAndLoadsADirectory_everyTime()
