@@ -1,0 +1,79 @@
+#include "platform/diskwatch.h"
+
+#include "platform/newdisknotifier.h"
+
+#include <QFile>
+#include <QPointer>
+#include <QSocketNotifier>
+
+#include <poll.h>
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+/// Reads the table from its start to its end.
+///
+/// Nobody needs the text. The kernel holds the table's lock from before a change until after its last step, and a
+/// reader waits for that lock: once this returns, the change that woke us is complete.
+void readThrough(QFile &table)
+{
+    std::array<char, 4096> text{};
+    bool more = table.seek(0);
+    while (more)
+        more = table.read(text.data(), text.size()) > 0;
+}
+
+/// Tells the kernel that every change up to now has been noticed.
+void acknowledge(const QFile &table)
+{
+    // Asking is what resets the condition; the answer, and even a failure to get one, changes nothing here.
+    pollfd question{table.handle(), POLLPRI, 0};
+    static_cast<void>(poll(&question, 1, 0));
+}
+
+} // namespace
+
+/// Watches the mount table of this process.
+///
+/// The kernel raises an exceptional condition on an open mount table at every mount and unmount. A file watcher would
+/// get nothing here: the table is no file that anybody writes.
+class DiskWatch::Source
+{
+public:
+    explicit Source(NewDiskNotifier *notifier)
+        : m_notifier(notifier)
+    {
+        if (!m_table.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+            std::fprintf(stderr, "DiskWatch: cannot open %s (%s), disks that come and go are not noticed\n",
+                         qPrintable(m_table.fileName()), qPrintable(m_table.errorString()));
+            return;
+        }
+        m_exception = std::make_unique<QSocketNotifier>(m_table.handle(), QSocketNotifier::Exception);
+        QObject::connect(m_exception.get(), &QSocketNotifier::activated, m_exception.get(), [this] { tableChanged(); });
+    }
+
+private:
+    /// A disk that is mounted in a shared folder appears in every copy of that folder, and each raises the condition.
+    /// Waiting until the change is complete and acknowledging it as a whole makes that one signal. What changes after
+    /// the acknowledgement wakes us again, so nothing is lost.
+    void tableChanged()
+    {
+        readThrough(m_table);
+        acknowledge(m_table);
+        if (m_notifier)
+            emit m_notifier->disksChanged();
+    }
+
+    QPointer<NewDiskNotifier> m_notifier; // the window deletes the notifier first, then the watch
+    QFile m_table{QStringLiteral("/proc/self/mountinfo")};
+    std::unique_ptr<QSocketNotifier> m_exception; // goes before the descriptor it listens to
+};
+
+DiskWatch::DiskWatch(NewDiskNotifier *notifier)
+    : m_source(std::make_unique<Source>(notifier))
+{
+}
+
+DiskWatch::~DiskWatch() = default;

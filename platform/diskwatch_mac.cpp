@@ -1,0 +1,68 @@
+#include "platform/diskwatch_mac.h"
+
+#include "platform/diskwatch.h"
+#include "platform/newdisknotifier.h"
+
+#include <dispatch/dispatch.h>
+
+#include <cstdio>
+#include <type_traits>
+
+namespace {
+
+struct CFReleaser
+{
+    void operator()(CFTypeRef object) const { CFRelease(object); }
+};
+
+using Session = std::unique_ptr<std::remove_pointer_t<DASessionRef>, CFReleaser>;
+
+void announce(void *context)
+{
+    emit static_cast<NewDiskNotifier *>(context)->disksChanged();
+}
+
+} // namespace
+
+void NewDiskhelloDisk(DADiskRef, void *context)
+{
+    announce(context);
+}
+
+void NewDiskgoodbyeDisk(DADiskRef, void *context)
+{
+    announce(context);
+}
+
+/// A disk arbitration session on the global queue.
+///
+/// Its end is a plain release: the callbacks stay registered and the session stays on its queue, for it ends with the
+/// program.
+class DiskWatch::Source
+{
+public:
+    explicit Source(NewDiskNotifier *notifier)
+        : m_queue(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0))
+        , m_session(DASessionCreate(kCFAllocatorDefault))
+    {
+        if (!m_session) {
+            std::fputs("DiskWatch: no disk arbitration session, disks that come and go are not noticed\n", stderr);
+            return;
+        }
+        DASessionSetDispatchQueue(m_session.get(), m_queue);
+        // No match dictionary: all disks, also those that hold no recordings.
+        DARegisterDiskAppearedCallback(m_session.get(), nullptr, NewDiskhelloDisk, notifier);
+        DARegisterDiskDisappearedCallback(m_session.get(), nullptr, NewDiskgoodbyeDisk, notifier);
+    }
+
+private:
+    dispatch_queue_t m_queue; // the system's, not retained
+    Session m_session;
+};
+
+DiskWatch::DiskWatch(NewDiskNotifier *notifier)
+    : m_source(std::make_unique<Source>(notifier))
+{
+}
+
+DiskWatch::~DiskWatch() = default;
