@@ -132,6 +132,7 @@ void TestDiskWatchMac::callback_isDeliveredToTheMainThreadThroughItsEventLoop()
     QCOMPARE(listener.calls, 1);
     QVERIFY(listener.onlyOnMainThread);
     fakes::ejectDisk();
+    deliver(); // before the notifier goes
 }
 
 void TestDiskWatchMac::callbacks_ignoreTheDisk()
