@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QObject>
+
+/// Asks the desktop's file manager, over the session bus, to show files.
+///
+/// Connecting to the bus blocks until the bus answers, so an object of this class lives in a thread of its own, not in
+/// the main one. It needs that thread's event loop: nothing waits for the file manager's answer.
+class FileManager : public QObject
+{
+public:
+    /// Opens a window on the folder of `path` with the file selected. Where no file manager is there to answer, opens
+    /// the folder with the desktop's opener: never the file itself, which would play it.
+    ///
+    /// `path`: absolute, the bytes that the file system knows.
+    void show(const QByteArray &path);
+
+private:
+    /// The session bus, connected to again if need be; not connected when there is none.
+    QDBusConnection connection();
+
+    QDBusConnection m_bus{QString()};
+    int m_connectionsMade = 0;
+};

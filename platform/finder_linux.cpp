@@ -1,0 +1,65 @@
+#include "platform/finder.h"
+
+#include "platform/filemanager_linux.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+/// The thread that talks to the file manager, so that no bus, however slow, holds up the window.
+/// Made at the first request, ends with the application object. Used from the main thread only.
+class FileManagerThread
+{
+public:
+    static FileManagerThread &instance()
+    {
+        if (!s_instance) {
+            s_instance = new FileManagerThread; // owned by end()
+            qAddPostRoutine(end);
+        }
+        return *s_instance;
+    }
+
+    void show(const QByteArray &path)
+    {
+        FileManager *fileManager = m_fileManager;
+        QMetaObject::invokeMethod(
+            fileManager, [fileManager, path] { fileManager->show(path); }, Qt::QueuedConnection);
+    }
+
+private:
+    FileManagerThread()
+    {
+        m_thread.setObjectName(QStringLiteral("Quorvale-FileManager"));
+        m_fileManager->moveToThread(&m_thread);
+        QObject::connect(&m_thread, &QThread::finished, m_fileManager, &QObject::deleteLater);
+        m_thread.start();
+    }
+
+    /// Does not wait for the file manager's answers, but for a bus that is being connected to: it has 25 seconds to let
+    /// go. The window is gone by then.
+    ~FileManagerThread()
+    {
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    static void end() { delete std::exchange(s_instance, nullptr); }
+
+    inline static FileManagerThread *s_instance = nullptr;
+
+    QThread m_thread;
+    FileManager *m_fileManager = new FileManager; // owned by the thread, which deletes it as it finishes
+};
+
+} // namespace
+
+void OpenFinderWindowAt(const char *path)
+{
+    FileManagerThread::instance().show(path);
+    std::fprintf(stderr, "Opening file %s\n", path);
+}

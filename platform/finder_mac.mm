@@ -1,0 +1,12 @@
+#include "platform/finder.h"
+
+#import <AppKit/AppKit.h>
+
+void OpenFinderWindowAt(const char *path)
+{
+    NSString *file = [[NSString alloc] initWithCString:path encoding:NSUTF8StringEncoding];
+    // An empty root: a window on the file's own folder. Whether the file manager obliged is not looked at.
+    [[NSWorkspace sharedWorkspace] selectFile:file inFileViewerRootedAtPath:@""];
+    NSLog(@"Opening file %@", file);
+    [file release];
+}

@@ -1,0 +1,23 @@
+#include "tests/platform/standinfilemanager.h"
+
+#include <QUuid>
+
+StandInFileManager::StandInFileManager(const QString &busAddress)
+    : m_name(QUuid::createUuid().toString())
+    , m_bus(QDBusConnection::connectToBus(busAddress, m_name))
+    , m_registered(m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath) &&
+                   m_bus.registerService(QStringLiteral("org.freedesktop.FileManager1")))
+{
+}
+
+StandInFileManager::~StandInFileManager()
+{
+    QDBusConnection::disconnectFromBus(m_name);
+}
+
+bool StandInFileManager::handleMessage(const QDBusMessage &message, const QDBusConnection &)
+{
+    message.setDelayedReply(true);
+    received.append(message);
+    return true;
+}
