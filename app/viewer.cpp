@@ -33,6 +33,10 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     setWindowIcons();
     scanDrives();
     scanDisk();
+
+    diskNotifier = new NewDiskNotifier;
+    connect(diskNotifier, &NewDiskNotifier::disksChanged, this, &Viewer::collatedScan);
+    diskWatch = std::make_unique<DiskWatch>(diskNotifier);
 }
 
 Viewer::~Viewer()
@@ -42,12 +46,16 @@ Viewer::~Viewer()
     saveSettings();
     ui.thumbnailLabel->ClearThumbs();
     deleteThumbs();
+    delete diskNotifier;
+    diskWatch.reset();
 }
 
 void Viewer::connectForm()
 {
     connect(ui.deviceList, &QTreeWidget::itemClicked, this, &Viewer::selectDevice);
     connect(ui.summaryList, &QListWidget::currentRowChanged, this, &Viewer::chooseProgramme);
+    connect(ui.openButton, &QPushButton::clicked, this, &Viewer::openFinder);
+    connect(ui.actionAbout, &QAction::triggered, this, &Viewer::About);
     connect(ui.actionPreferences, &QAction::triggered, this, &Viewer::Preferences);
     connect(ui.actionOpen_Directory, &QAction::triggered, this, &Viewer::openDVR);
     connect(ui.actionExport_Description, &QAction::triggered, this, &Viewer::exportMeta);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "archive/programme.h"
+#include "platform/diskwatch.h"
+#include "platform/newdisknotifier.h"
 #include "thumbs/thumbnailcache.h"
 #include "ui_mainwindow.h"
 
@@ -10,6 +12,7 @@
 #include <QString>
 #include <QVector>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -56,10 +59,13 @@ public:
     std::string devicePath = "/";     ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
     QList<QString> openedDirectories; ///< added by hand, in that order, duplicates included
     Ui_MainWindow ui;
-    int scanTimerId = -1; ///< of the rescan that is due, -1 when none is
-    int dateFormat = 0;   ///< 0 day.month.year, 1 month.day.year, 2 year.month.day
+    int scanTimerId = -1;                    ///< of the rescan that is due, -1 when none is
+    int dateFormat = 0;                      ///< 0 day.month.year, 1 month.day.year, 2 year.month.day
+    NewDiskNotifier *diskNotifier = nullptr; ///< owned
+    std::unique_ptr<DiskWatch> diskWatch;    ///< raises the notifier; released after it, as its last callbacks expect
 
 public slots:
+    void About();
     /// Lets the user change the two settings; whatever the dialog holds when it is closed counts.
     void Preferences();
     /// Writes the selected programme's description to a file that the user names.
@@ -72,6 +78,8 @@ public slots:
     void selectDevice(QTreeWidgetItem *item, int column);
     /// Makes one rescan due in a second, however often it is called until then.
     void collatedScan();
+    /// Shows the recording of the list's current row in the desktop's file manager; without one it does nothing.
+    void openFinder();
     /// Shows the programme `index` in the details panel; an index outside the list changes nothing.
     void chooseProgramme(int index);
 

@@ -113,8 +113,9 @@ void tst_Viewer::slots_standInThisOrder()
         QCOMPARE(type.method(i).methodType(), QMetaMethod::Slot);
         signatures.append(type.method(i).methodSignature());
     }
-    QCOMPARE(signatures, QStringList({"Preferences()", "exportMeta()", "openDVR()", "scanDrives()",
-                                      "selectDevice(QTreeWidgetItem*,int)", "collatedScan()", "chooseProgramme(int)"}));
+    QCOMPARE(signatures, QStringList({"About()", "Preferences()", "exportMeta()", "openDVR()", "scanDrives()",
+                                      "selectDevice(QTreeWidgetItem*,int)", "collatedScan()", "openFinder()",
+                                      "chooseProgramme(int)"}));
 }
 
 void tst_Viewer::fields_areReadOnly_butTheTime()

@@ -1,0 +1,124 @@
+// The window and the desktop around it: disks that come and go, the file manager, the about box.
+
+#include "tests/support/capturedoutput.h"
+#include "tests/support/modaldialog.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QMessageBox>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+class tst_ViewerDesktop : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain()
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
+        qputenv("PATH", "/nonexistent");                               // and no folder is opened.
+    }
+
+private slots:
+    void notifier_makesOneRescanDue();
+    void notifier_isHeardFromAnyThread();
+    void notifier_livesInTheMainThread_withoutParent();
+    void openButton_namesTheRecordingOfTheListsRow();
+    void openButton_usesTheListsRow_notTheShownProgramme();
+    void openButton_doesNothing_withoutRecording();
+    void aboutBox_saysThis();
+};
+
+void tst_ViewerDesktop::notifier_makesOneRescanDue()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QVERIFY(viewer.diskNotifier);
+    QCOMPARE(viewer.scanTimerId, -1);
+    viewer.diskNotifier->Notify();
+    const int due = viewer.scanTimerId;
+    QVERIFY(due >= 0);
+    viewer.diskNotifier->Notify();
+    QCOMPARE(viewer.scanTimerId, due);
+}
+
+void tst_ViewerDesktop::notifier_isHeardFromAnyThread()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    std::unique_ptr<QThread> other(QThread::create([&] { viewer.diskNotifier->Notify(); }));
+    other->start();
+    QVERIFY(other->wait(5000));
+    QCOMPARE(viewer.scanTimerId, -1); // queued
+    QCoreApplication::processEvents();
+    QVERIFY(viewer.scanTimerId >= 0);
+}
+
+void tst_ViewerDesktop::notifier_livesInTheMainThread_withoutParent()
+{
+    ViewerFixture fixture;
+    QPointer<NewDiskNotifier> notifier = fixture.open().diskNotifier;
+    QVERIFY(!notifier->parent());
+    QCOMPARE(notifier->thread(), QCoreApplication::instance()->thread());
+    fixture.close();
+    QVERIFY(!notifier);
+}
+
+void tst_ViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
+{
+    ViewerFixture fixture;
+    const QByteArray name = "caf\xC3\xA9 \xFF%20 \"x\"";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled(name)}));
+    const Viewer &viewer = fixture.open();
+    CapturedOutput errors(stderr);
+    QTest::mouseClick(viewer.ui.openButton, Qt::LeftButton);
+    QVERIFY(errors.text().startsWith("Opening file " + fixture.path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts\n"));
+}
+
+void tst_ViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    Viewer &viewer = fixture.open();
+    viewer.chooseProgramme(1); // shown, while row 0 stays current
+    CapturedOutput errors(stderr);
+    viewer.openFinder();
+    QVERIFY(errors.text().contains("/one.ts\n"));
+}
+
+void tst_ViewerDesktop::openButton_doesNothing_withoutRecording()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
+    Viewer &viewer = fixture.open();
+    viewer.ui.summaryList->setCurrentRow(1);
+    viewer.programmes.pop_back(); // The list may show more rows than there are programmes.
+    CapturedOutput errors(stderr);
+    viewer.openFinder();
+    viewer.ui.summaryList->setCurrentRow(-1);
+    viewer.openFinder();
+    viewer.ui.summaryList->clear();
+    viewer.openFinder();
+    QCOMPARE(errors.text(), QByteArray());
+}
+
+void tst_ViewerDesktop::aboutBox_saysThis()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    QString title, text;
+    WhenModal<QMessageBox> about([&](QMessageBox &box) {
+        title = box.windowTitle();
+        text = box.text();
+        QCOMPARE(box.parentWidget(), static_cast<const QWidget *>(&viewer));
+        QTest::keyClick(&box, Qt::Key_Escape);
+    });
+    viewer.ui.actionAbout->trigger();
+    QVERIFY(about.wasSeen());
+    QCOMPARE(title, QString("About Quorvale"));
+    QCOMPARE(text, QString("Quorvale\nDVR browser\n") + QChar(0xA9) + QString(" 2016 The Quorvale Project\n"));
+}
+
+QTEST_MAIN(tst_ViewerDesktop)
+#include "tst_viewer_desktop.moc"
