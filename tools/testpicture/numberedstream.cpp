@@ -1,0 +1,60 @@
+#include "tools/testpicture/numberedstream.h"
+
+#include <cstdint>
+
+namespace {
+
+std::string ratio(int numerator, int denominator, char sign)
+{
+    return std::to_string(numerator) + sign + std::to_string(denominator);
+}
+
+std::string toneSource(const NumberedStream &stream)
+{
+    const std::int64_t microseconds =
+        std::int64_t(stream.frames) * 1000000 * stream.fpsDenominator / stream.fpsNumerator;
+    return "sine=frequency=" + std::to_string(stream.toneFrequency) +
+           ":sample_rate=48000:duration=" + std::to_string(microseconds) + "us,aformat=channel_layouts=stereo";
+}
+
+} // namespace
+
+std::vector<std::string> ffmpegArguments(const NumberedStream &stream)
+{
+    const PictureFormat &picture = stream.picture;
+    std::vector<std::string> arguments{"-hide_banner", "-nostdin", "-loglevel", "error", "-y"};
+    const auto add = [&arguments](std::vector<std::string> more) {
+        arguments.insert(arguments.end(), more.begin(), more.end());
+    };
+    add({"-f", "rawvideo", "-pix_fmt", picture.chroma == ChromaFormat::Yuv420 ? "yuv420p" : "yuv422p"});
+    add({"-video_size", ratio(picture.width, picture.height, 'x')});
+    add({"-framerate", ratio(stream.fpsNumerator, stream.fpsDenominator, '/'), "-i", "pipe:0"});
+    if (stream.toneFrequency > 0)
+        add({"-f", "lavfi", "-i", toneSource(stream), "-map", "0:v", "-map", "1:a"});
+
+    std::string filters = "setsar=" + ratio(stream.sarNumerator, stream.sarDenominator, '/');
+    if (picture.interlaced) {
+        filters += ",setfield=tff";
+        add({"-flags:v", "+ildct+ilme"});
+    }
+    if (!stream.videoFilters.empty())
+        filters += "," + stream.videoFilters;
+    add({"-vf", filters});
+    add(stream.encoderArguments);
+    arguments.push_back("file:" + stream.path); // a path with a colon or a leading dash is a path all the same
+    return arguments;
+}
+
+FFmpegResult encodeNumberedStream(const NumberedStream &stream)
+{
+    int drawn = 0;
+    return runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
+        if (drawn == stream.frames)
+            return false;
+        bytes.resize(stream.picture.size());
+        drawNumberedPicture(bytes.data(), stream.picture, stream.firstNumber + static_cast<unsigned>(drawn),
+                            stream.look);
+        ++drawn;
+        return true;
+    });
+}
