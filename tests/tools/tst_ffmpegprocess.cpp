@@ -41,6 +41,7 @@ private slots:
         const QTemporaryDir dir;
         std::vector<FFmpegResult> results(4);
         std::vector<std::thread> threads;
+        threads.reserve(results.size());
         for (int i = 0; i < 4; ++i)
             threads.emplace_back([&results, &dir, i] {
                 results[std::size_t(i)] =

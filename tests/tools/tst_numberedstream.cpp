@@ -10,6 +10,8 @@
 using Arguments = std::vector<std::string>;
 Q_DECLARE_METATYPE(NumberedStream)
 
+constexpr int kPictures = 40;
+
 class TestNumberedStream : public QObject
 {
     Q_OBJECT
@@ -21,8 +23,8 @@ private slots:
         const auto add = [](const char *name, PictureFormat picture, Arguments encoder) {
             NumberedStream stream;
             stream.picture = picture;
-            stream.frames = 60;
-            stream.firstNumber = 65500; // the number wraps in the middle
+            stream.frames = kPictures;
+            stream.firstNumber = 65520; // the number wraps in the middle
             stream.encoderArguments = std::move(encoder);
             stream.encoderArguments.insert(stream.encoderArguments.end(), {"-f", "mpegts"});
             QTest::newRow(name) << stream;
@@ -47,7 +49,7 @@ private slots:
         const auto result = encodeNumberedStream(stream);
         QVERIFY2(result.ok(), result.errors.c_str());
 
-        auto expected = consecutiveNumbers(stream.firstNumber, 60);
+        auto expected = consecutiveNumbers(stream.firstNumber, kPictures);
         for (auto &number : expected)
             number = *number & 0xFFFF;
         QCOMPARE(decodedNumbers(path, stream.picture.width, stream.picture.height), expected);

@@ -9,8 +9,8 @@ enum class ChromaFormat { Yuv420, Yuv422 };
 /// Cr one after the other without padding; a chroma plane's odd sizes are rounded up.
 struct PictureFormat
 {
-    int width = 0;
-    int height = 0;
+    int width = 0;  ///< at least 1 when something is drawn
+    int height = 0; ///< as well
     ChromaFormat chroma = ChromaFormat::Yuv420;
     bool interlaced = false; ///< the lower field's background is half a picture later than the upper one's
 

@@ -1,0 +1,48 @@
+#include "tools/sampledisk/parallel.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
+class TestParallel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void run_runsEveryJobOnce()
+    {
+        std::vector<std::atomic<int>> runs(100);
+        std::vector<std::function<void()>> jobs;
+        jobs.reserve(runs.size());
+        for (auto &count : runs)
+            jobs.emplace_back([&count] { ++count; });
+        runParallel(jobs);
+        for (const auto &count : runs)
+            QCOMPARE(count.load(), 1);
+        runParallel({});
+    }
+
+    void run_throwsOn_andStartsNoFurtherJob_whenAJobThrows()
+    {
+        std::atomic<unsigned> started{0};
+        const std::vector<std::function<void()>> jobs(1000, [&started] {
+            ++started;
+            throw std::runtime_error("no more");
+        });
+        QByteArray message;
+        try {
+            runParallel(jobs);
+        } catch (const std::runtime_error &error) {
+            message = error.what();
+        }
+        QCOMPARE(message, QByteArray("no more"));
+        // Each thread ends with its first failure.
+        QVERIFY(started >= 1 && started <= std::max(1u, std::thread::hardware_concurrency()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestParallel)
+#include "tst_parallel.moc"
