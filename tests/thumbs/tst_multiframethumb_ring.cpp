@@ -136,8 +136,9 @@ void tst_MultiFrameThumbRing::ring_spansRadii80To90_ofItsDesign()
     }
     // At nine o'clock the stroke covers the pixels 10 to 19, but for what the curve takes from their corners.
     QCOMPARE(qAlpha(picture.pixel(9, 99)), 0);
-    QVERIFY(qAlpha(picture.pixel(11, 99)) > 10);
-    QVERIFY(qAlpha(picture.pixel(18, 99)) > 10);
+    for (int x = 10; x < 20; ++x) {
+        QVERIFY(std::abs(qAlpha(picture.pixel(x, 99)) - expectedAlpha(180)) <= 5);
+    }
     QVERIFY(qAlpha(picture.pixel(20, 99)) <= 2);
     QCOMPARE(qAlpha(picture.pixel(21, 99)), 0);
 }
