@@ -1,0 +1,76 @@
+#include "video/ffvideo.h"
+
+#include "video/ffmpeg_compat.h"
+#include "video/pixelformats.h"
+
+bool FFVideo::registered = false;
+
+FFVideo::FFVideo()
+    : frame(ffmpeg::makeFrame().release())
+    , spareFrame(ffmpeg::makeFrame())
+{
+}
+
+FFVideo::~FFVideo()
+{
+    Close();
+    releaseFile(); // what an Open that failed half-way has left
+    av_frame_free(&frame);
+}
+
+void FFVideo::registerOnce()
+{
+    if (registered)
+        return;
+    ffmpeg::registerLibraries();
+    registered = true;
+}
+
+void FFVideo::SetFrameRate(int num, int den)
+{
+    frameRateNum = num;
+    frameRateDen = den;
+}
+
+void FFVideo::SetViewPreview(bool preview)
+{
+    viewPreview = preview;
+}
+
+void FFVideo::SetCodecByName(const char *name)
+{
+    decoderName = name;
+    codecName = name;
+}
+
+std::string FFVideo::GetCodecName() const
+{
+    return codecName;
+}
+
+std::list<std::string> FFVideo::GetListCodecs()
+{
+    registerOnce();
+    std::list<std::string> names;
+    void *position = nullptr;
+    while (const AVCodec *codec = av_codec_iterate(&position)) {
+        if (codec->type == AVMEDIA_TYPE_VIDEO)
+            names.emplace_back(codec->name);
+    }
+    return names;
+}
+
+void FFVideo::SetPixelFormat(FFPixelFormat format)
+{
+    outputPixelFormat = avPixelFormatFor(format).value_or(outputPixelFormat);
+}
+
+void FFVideo::SetColourSpace(FFColourSpace newColourSpace)
+{
+    colourSpace = avColourSpaceFor(newColourSpace).value_or(colourSpace);
+}
+
+FFColourSpace FFVideo::GetColourSpace() const
+{
+    return colourSpaceOf(colourSpace);
+}

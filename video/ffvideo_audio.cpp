@@ -1,0 +1,212 @@
+#include "video/ffvideo.h"
+
+#include "video/ffmpeg_compat.h"
+#include "video/saturate.h"
+
+extern "C" {
+#include <libavutil/samplefmt.h>
+}
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+constexpr std::int32_t kToTheEnd = -1;
+
+// Planar samples of 32-bit integers are left out on purpose and handed over as the first plane alone.
+bool isInterleavedHere(AVSampleFormat format)
+{
+    return format == AV_SAMPLE_FMT_U8P || format == AV_SAMPLE_FMT_S16P || format == AV_SAMPLE_FMT_FLTP ||
+           format == AV_SAMPLE_FMT_DBLP;
+}
+
+// Bytes of one plane that hold samples; the only plane, where the format is packed.
+std::int64_t planeBytes(const AVFrame &piece)
+{
+    const auto format = static_cast<AVSampleFormat>(piece.format);
+    const int channels = av_sample_fmt_is_planar(format) != 0 ? 1 : ffmpeg::channelCount(piece);
+    return std::int64_t{piece.nb_samples} * av_get_bytes_per_sample(format) * channels;
+}
+
+// What part of a decoded piece goes out, in the terms that Open found. A stream can change its format later; then
+// what the piece cannot fill stays silent.
+struct Cut
+{
+    std::int64_t firstSample = 0;
+    std::int64_t samples = 0; // per channel
+    std::int64_t bytes = 0;
+    std::int64_t channels = 0;
+    std::int64_t bytesPerSample = 0;
+};
+
+void interleave(const AVFrame &piece, const Cut &cut, unsigned char *out)
+{
+    const std::int64_t channels = std::min<std::int64_t>(cut.channels, ffmpeg::channelCount(piece));
+    const std::int64_t step = cut.bytesPerSample;
+    const std::int64_t readable = planeBytes(piece);
+    for (std::int64_t sample = 0; sample < cut.samples; ++sample) {
+        const std::int64_t from = (cut.firstSample + sample) * step;
+        if (from + step > readable || (sample + 1) * cut.channels * step > cut.bytes)
+            break;
+        for (std::int64_t channel = 0; channel < channels; ++channel) {
+            std::memcpy(out + (sample * cut.channels + channel) * step, piece.extended_data[channel] + from,
+                        static_cast<std::size_t>(step));
+        }
+    }
+}
+
+void copyFirstPlane(const AVFrame &piece, const Cut &cut, unsigned char *out)
+{
+    const std::int64_t from = cut.firstSample * cut.channels * cut.bytesPerSample;
+    const std::int64_t readable = std::clamp<std::int64_t>(planeBytes(piece) - from, 0, cut.bytes);
+    if (readable > 0)
+        std::memcpy(out, piece.data[0] + from, static_cast<std::size_t>(readable));
+}
+
+} // namespace
+
+void FFVideo::GetAudioFormat(int &bitsPerSample, int &channels, int &sampleRate, FFAudioFormat &format)
+{
+    bitsPerSample = audioBitsPerSample;
+    channels = audioChannels;
+    sampleRate = audioSampleRate;
+    format = audioFormat;
+}
+
+bool FFVideo::SetAudioRange(int startFrame, int endFrame)
+{
+    if (!hasAudio || !audioCodec || !formatContext)
+        return false;
+    const bool rewound = rewind(isHevc ? AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE : AVSEEK_FLAG_BACKWARD);
+    avcodec_flush_buffers(audioCodec);
+    audioSkipSamples = 0;
+    audioSamplesLeft = 0;
+
+    // Single precision throughout.
+    const float secondsPerFrame = static_cast<float>(frameRateDen) / static_cast<float>(frameRateNum);
+    const auto samplesIn = [&](std::int64_t frames) {
+        return truncateToInt32(static_cast<float>(audioSampleRate) * (static_cast<float>(frames) * secondsPerFrame));
+    };
+
+    bool reached = rewound;
+    if (startFrame != 0) {
+        audioSkipSamples = samplesIn(startFrame);
+        reached = dropAudioBeforeRange() && rewound;
+    }
+    audioSamplesLeft = endFrame == frameCount ? kToTheEnd : samplesIn(std::int64_t{endFrame} - startFrame + 1);
+    return reached;
+}
+
+// Decodes up to the piece in which the range begins, that piece included: what is left of the skip is applied to the
+// pieces that follow it. False where the file or the decoder ends before.
+bool FFVideo::dropAudioBeforeRange()
+{
+    const ffmpeg::FramePtr piece = ffmpeg::makeFrame();
+    while (decodeAudio(*piece) == AudioPiece::Decoded) {
+        const std::int64_t left = std::int64_t{audioSkipSamples} - piece->nb_samples;
+        if (left < 0)
+            return true;
+        audioSkipSamples = static_cast<std::int32_t>(left);
+        if (left == 0)
+            return true;
+    }
+    return false;
+}
+
+// The next piece of audio, from as many packets as it takes. Like video, audio is not drained at the end of the file.
+FFVideo::AudioPiece FFVideo::decodeAudio(AVFrame &piece)
+{
+    const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    for (;;) {
+        const int status = avcodec_receive_frame(audioCodec, &piece);
+        if (status == 0)
+            return AudioPiece::Decoded;
+        if (status != AVERROR(EAGAIN))
+            return AudioPiece::Failed;
+        if (!readPacketOf(audioStream, *packet))
+            return AudioPiece::EndOfFile;
+        if (avcodec_send_packet(audioCodec, packet.get()) < 0)
+            return AudioPiece::Failed;
+    }
+}
+
+int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
+{
+    if (!hasAudio || !audioCodec || !formatContext)
+        return FF_AUDIO_FINISHED;
+    bytes = 0;
+    samples = 0;
+    const ffmpeg::FramePtr piece(av_frame_alloc());
+    if (!piece)
+        return FF_AUDIO_FINISHED;
+
+    const AudioPiece decoded = decodeAudio(*piece);
+    if (decoded == AudioPiece::EndOfFile)
+        return finishAudio(FF_AUDIO_END);
+    if (decoded == AudioPiece::Failed) {
+        delete[] buffer;
+        buffer = nullptr;
+        return finishAudio(FF_AUDIO_FINISHED);
+    }
+
+    const auto format = static_cast<AVSampleFormat>(piece->format);
+    samples = piece->nb_samples;
+    bytes = std::max(0, av_samples_get_buffer_size(nullptr, audioChannels, samples, format, 1));
+
+    Cut cut;
+    cut.channels = audioChannels;
+    cut.bytesPerSample = audioBitsPerSample / 8;
+    if (audioSkipSamples > 0) {
+        if (audioSkipSamples > samples) {
+            audioSkipSamples -= samples;
+            return FF_AUDIO_SKIPPED;
+        }
+        cut.firstSample = audioSkipSamples;
+        samples -= audioSkipSamples;
+        audioSkipSamples = 0;
+    }
+    cut.samples = samples;
+    cut.bytes = bytes - cut.bytesPerSample * cut.channels * cut.firstSample;
+    if (audioSamplesLeft != kToTheEnd && audioSamplesLeft < samples) {
+        cut.samples = std::max(0, audioSamplesLeft);
+        cut.bytes = cut.bytesPerSample * cut.channels * cut.samples;
+    }
+    cut.bytes = std::max<std::int64_t>(0, cut.bytes);
+    samples = static_cast<int>(cut.samples);
+    bytes = static_cast<int>(cut.bytes);
+
+    auto piecesBytes = std::make_unique<unsigned char[]>(static_cast<std::size_t>(bytes));
+    if (isInterleavedHere(format))
+        interleave(*piece, cut, piecesBytes.get());
+    else
+        copyFirstPlane(*piece, cut, piecesBytes.get());
+    buffer = piecesBytes.release(); // owned by the caller
+
+    // A range up to the end of the file ends with its first piece.
+    if (audioSamplesLeft == kToTheEnd)
+        return finishAudio(FF_AUDIO_FINISHED);
+    audioSamplesLeft -= samples;
+    return audioSamplesLeft > 0 ? FF_AUDIO_MORE : finishAudio(FF_AUDIO_END);
+}
+
+// Every ending leaves the file at its beginning, ready for the next picture or range.
+int FFVideo::finishAudio(AudioStatus status)
+{
+    rewind(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
+    avcodec_flush_buffers(videoCodec);
+    avcodec_flush_buffers(audioCodec);
+    currentFrame = -1;
+    endOfStream = false;
+    return status;
+}
+
+// Back to the beginning of the file. A container that cannot be sought in one way can be in the other: MP4 has no byte
+// positions, for example.
+bool FFVideo::rewind(int flags)
+{
+    if (av_seek_frame(formatContext, videoStream, 0, flags) >= 0)
+        return true;
+    return av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) >= 0;
+}

@@ -1,0 +1,118 @@
+#include "video/ffvideo.h"
+
+#include "video/ffmpeg_compat.h"
+#include "video/saturate.h"
+
+#include <limits>
+
+// What is tried, in this order: staying put; one step; decoding forward from a place between the key picture and the
+// target; seeking to the key picture, or to an earlier one where that is missed, and decoding forward from there.
+
+bool FFVideo::seekToFrame(int target)
+{
+    if (currentFrame == target)
+        return true;
+    if (!formatContext)
+        return false;
+    if (std::int64_t{currentFrame} + 1 == target) {
+        stepForward();
+        if (currentFrame == target)
+            return true;
+    }
+
+    if (restartSeeks || isHevc) {
+        // These files are read from their beginning, whatever the table says.
+        if (currentFrame > target && !seekToNearestKeyFrame(FIRST_FRAME_INDEX, 0))
+            return false;
+    } else if (!seekToNearestKeyFrame(target, 0)) {
+        return false;
+    }
+
+    while (currentFrame < target) {
+        stepForward();
+        // The number is looked at first: the step that finds the end of the file has been counted, too.
+        if (currentFrame < target && endOfStream)
+            return false;
+    }
+    return currentFrame == target;
+}
+
+bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
+{
+    if (!formatContext)
+        return false;
+    if (isHevc)
+        return restartAtFirstByte();
+
+    for (;; stepsBack = saturateToInt32(std::int64_t{stepsBack} + 1)) {
+        const std::int64_t index = std::int64_t{GetEntryIndex(&keyFrames, target)} - stepsBack;
+        if (index < 0 || index >= rowsHeld(&keyFrames))
+            return false;
+        const KeyFrameEntry row = keyFrames.entries[index];
+        if (row.frame == currentFrame)
+            return true;
+
+        // K . . . c . t     c, the current picture, lies between the key picture and the target: going on from here
+        //                   is cheaper than decoding the same pictures again from K.
+        if (row.frame < currentFrame && currentFrame < target) {
+            while (!endOfStream && currentFrame < target)
+                stepForward();
+            if (currentFrame == target)
+                return true;
+        }
+
+        if (!seekTo(row.seekDts))
+            return false;
+        const Landing landing = landOn(row);
+        if (landing == Landing::OnKeyFrame)
+            return true;
+        if (landing == Landing::Doubted) {
+            // The row before is tried, as if the one in doubt were the target.
+            if (row.frame == std::numeric_limits<std::int32_t>::min())
+                return false;
+            target = row.frame - 1;
+            stepsBack = -1;
+        }
+    }
+}
+
+// Raw HEVC has no timestamps to seek by; the next picture is the first one again.
+bool FFVideo::restartAtFirstByte()
+{
+    const int status = av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
+    avcodec_flush_buffers(videoCodec);
+    currentFrame = -1;
+    endOfStream = false;
+    return status >= 0;
+}
+
+bool FFVideo::seekTo(std::int64_t dts)
+{
+    currentFrame = -1;
+    endOfStream = false;
+    // Ahead, the timestamp of any packet is as good: what follows it has not been decoded yet in any case.
+    const int flags = dts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
+    if (av_seek_frame(formatContext, videoStream, dts, flags) < 0)
+        return false;
+    avcodec_flush_buffers(videoCodec);
+    return true;
+}
+
+// Decodes forward after a seek until the packet that completed the row's picture has been read.
+FFVideo::Landing FFVideo::landOn(const KeyFrameEntry &row)
+{
+    currentFrame = saturateToInt32(std::int64_t{row.frame} - 1);
+    stepForward();
+    while (!endOfStream && lastDts < row.frameDts)
+        stepForward();
+
+    // The end of the file counts as missed: a table that belongs to another file names timestamps that never come.
+    if (endOfStream || lastDts != row.frameDts) {
+        currentFrame = -1; // The position is not known.
+        return Landing::Missed;
+    }
+    if (row.frame != FIRST_FRAME_INDEX && !ffmpeg::isKeyFrame(*frame))
+        return Landing::Doubted;
+    currentFrame = row.frame;
+    return Landing::OnKeyFrame;
+}

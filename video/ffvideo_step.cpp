@@ -1,0 +1,146 @@
+#include "video/ffvideo.h"
+
+#include "video/ffmpeg_compat.h"
+#include "video/saturate.h"
+
+namespace {
+
+// A packet can be held by the decoder in several damaged pieces. More of them than this in one packet is a decoder that
+// fails without consuming anything.
+constexpr int kMostDamagedPictures = 64;
+
+// Takes the next picture out of the decoder; damaged ones are passed over. False where it has none.
+bool receivePicture(AVCodecContext *decoder, AVFrame *picture)
+{
+    for (int attempt = 0; attempt < kMostDamagedPictures; ++attempt) {
+        const int status = avcodec_receive_frame(decoder, picture);
+        if (status == 0)
+            return true;
+        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
+            break;
+    }
+    return false;
+}
+
+} // namespace
+
+bool FFVideo::stepForward()
+{
+    if (endOfStream || !formatContext)
+        return true;
+    currentFrame = saturateToInt32(std::int64_t{currentFrame} + 1);
+
+    std::int64_t arrivalDts = kNoTimestamp;
+    if (!takeSparePicture()) {
+        const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        bool firstOfPicture = true;
+        do {
+            if (!readPacketOf(videoStream, *packet)) {
+                reachEnd();
+                return true;
+            }
+            noteTimestamps(*packet, firstOfPicture);
+            firstOfPicture = false;
+        } while (!decode(*packet));
+        arrivalDts = packet->dts;
+    }
+    recordPicture(arrivalDts);
+    return true;
+}
+
+// The next packet of one stream. An error counts as the end of the file: a recording on a disk that was pulled out ends
+// where it can no longer be read.
+bool FFVideo::readPacketOf(int stream, AVPacket &packet)
+{
+    do {
+        av_packet_unref(&packet);
+        if (av_read_frame(formatContext, &packet) < 0)
+            return false;
+    } while (packet.stream_index != stream);
+    return true;
+}
+
+void FFVideo::noteTimestamps(const AVPacket &packet, bool firstOfPicture)
+{
+    if (packet.dts != kNoTimestamp) {
+        previousDts = lastDts;
+        lastDts = packet.dts;
+    }
+    if (firstDts == kNoTimestamp)
+        firstDts = packet.dts;
+    // The timestamp before the picture's first packet, or before the key packet within it: a seek backward from
+    // there lands at or before the packets that the picture is made of.
+    if (firstOfPicture || (packet.flags & AV_PKT_FLAG_KEY) != 0)
+        seekDts = previousDts != kNoTimestamp ? previousDts : packet.dts;
+}
+
+// Feeds one packet and takes one picture; false where the packet completes none, or does not decode at all.
+bool FFVideo::decode(const AVPacket &packet)
+{
+    if (avcodec_send_packet(videoCodec, &packet) != AVERROR(EAGAIN))
+        return receivePicture(videoCodec, frame);
+    // The decoder holds a picture that must be taken before it accepts the packet. What the packet itself completes
+    // is then for the next step.
+    const bool heldOne = receivePicture(videoCodec, frame);
+    const bool accepted = avcodec_send_packet(videoCodec, &packet) >= 0;
+    return heldOne || (accepted && receivePicture(videoCodec, frame));
+}
+
+// One packet can complete more than one picture. Each further one is a step of its own, and costs no packet.
+// Received beside `frame`, which at the end of the file keeps the last picture.
+bool FFVideo::takeSparePicture()
+{
+    if (!receivePicture(videoCodec, spareFrame.get()))
+        return false;
+    av_frame_unref(frame);
+    av_frame_move_ref(frame, spareFrame.get());
+    return true;
+}
+
+// Enters the picture in `frame` in the table, if it is one to seek to, and counts it.
+void FFVideo::recordPicture(std::int64_t arrivalDts)
+{
+    const bool seekable = forceKeyEntry || ffmpeg::isKeyFrame(*frame) || frame->pict_type == AV_PICTURE_TYPE_I;
+    if (!keyFrames.complete && !isHevc && seekable) {
+        KeyFrameEntry row;
+        row.frame = currentFrame;
+        row.seekDts = currentFrame == FIRST_FRAME_INDEX ? firstDts : seekDts;
+        row.frameDts = arrivalDts;
+        if (row.frameDts == kNoTimestamp)
+            row.frameDts = lastDts;
+        if (row.frameDts == kNoTimestamp)
+            row.frameDts = row.seekDts;
+        AddEntry(&keyFrames, row);
+        forceKeyEntry = false;
+    }
+    const std::int64_t index = std::int64_t{currentFrame} - FIRST_FRAME_INDEX;
+    if (index >= keyFrames.frames)
+        keyFrames.frames = saturateToInt32(index + 1);
+}
+
+void FFVideo::reachEnd()
+{
+    endOfStream = true;
+    keyFrames.complete = true;
+    frameCount = keyFrames.frames;
+}
+
+// From the furthest picture scanned to the end of the file.
+void FFVideo::completeSeekTable()
+{
+    if (keyFrames.complete || !formatContext)
+        return;
+    const std::int64_t furthest = std::int64_t{keyFrames.frames} + FIRST_FRAME_INDEX - 1;
+    // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
+    if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
+        return;
+    while (!endOfStream)
+        stepForward();
+}
+
+bool FFVideo::GetFramesUntilComplete(int maxFrames)
+{
+    for (int step = 0; step < maxFrames && formatContext && !keyFrames.complete && !endOfStream; ++step)
+        stepForward();
+    return keyFrames.complete;
+}
