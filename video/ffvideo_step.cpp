@@ -124,23 +124,3 @@ void FFVideo::reachEnd()
     keyFrames.complete = true;
     frameCount = keyFrames.frames;
 }
-
-// From the furthest picture scanned to the end of the file.
-void FFVideo::completeSeekTable()
-{
-    if (keyFrames.complete || !formatContext)
-        return;
-    const std::int64_t furthest = std::int64_t{keyFrames.frames} + FIRST_FRAME_INDEX - 1;
-    // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
-    if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
-        return;
-    while (!endOfStream)
-        stepForward();
-}
-
-bool FFVideo::GetFramesUntilComplete(int maxFrames)
-{
-    for (int step = 0; step < maxFrames && formatContext && !keyFrames.complete && !endOfStream; ++step)
-        stepForward();
-    return keyFrames.complete;
-}

@@ -1,0 +1,49 @@
+#include "tests/support/oracle.h"
+
+#include "tools/testpicture/ffmpegprocess.h"
+
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+
+namespace {
+
+// What the program writes with `arguments`, an output file being added to them.
+QByteArray outputOf(const QStringList &arguments)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("output"));
+    std::vector<std::string> words = {"-v", "quiet", "-nostdin"};
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    words.push_back(file.fileName().toStdString());
+    if (!runFFmpeg(words).ok() || !file.open(QIODevice::ReadOnly))
+        return {};
+    return file.readAll();
+}
+
+} // namespace
+
+QVector<QByteArray> pictureChecksums(const QString &path, const QStringList &inputOptions)
+{
+    static QMap<QString, QVector<QByteArray>> known;
+    if (known.contains(path))
+        return known[path];
+
+    // One line a picture: stream, dts, pts, duration, size, checksum.
+    const QByteArray text =
+        outputOf(QStringList{"-threads", "1"} + inputOptions +
+                 QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-f", "framemd5"});
+    QVector<QByteArray> checksums;
+    for (const QByteArray &line : text.split('\n')) {
+        if (!line.isEmpty() && !line.startsWith('#'))
+            checksums.append(line.mid(line.lastIndexOf(',') + 1).trimmed());
+    }
+    known[path] = checksums;
+    return checksums;
+}
+
+QByteArray audioSamples(const QString &path, const QString &format)
+{
+    return outputOf({"-i", path, "-map", "0:a:0", "-f", format});
+}

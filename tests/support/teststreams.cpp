@@ -1,0 +1,65 @@
+#include "tests/support/teststreams.h"
+
+#include "tools/testpicture/numberedstream.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+
+std::optional<QString> samplePath(const QString &name)
+{
+    const QString path = QDir(QUORVALE_SAMPLES_DIR).filePath(name);
+    return QFile::exists(path) ? std::optional(path) : std::nullopt;
+}
+
+namespace {
+
+QString pathWhereMade(const QString &path, const FFmpegResult &result)
+{
+    if (result.ok())
+        return path;
+    std::fprintf(stderr, "%s\n", result.errors.c_str());
+    return {};
+}
+
+} // namespace
+
+QString makeStream(const QString &folder, const TestStream &stream)
+{
+    NumberedStream numbered;
+    const QString path = QDir(folder).filePath(stream.fileName);
+    numbered.path = path.toStdString();
+    numbered.picture = {stream.width, stream.height, ChromaFormat::Yuv420, stream.interlaced};
+    numbered.frames = stream.frames;
+    numbered.sarNumerator = stream.sarNumerator;
+    numbered.sarDenominator = stream.sarDenominator;
+    numbered.toneFrequency = stream.sound ? 440 : 0;
+    for (const QString &argument : stream.encoder)
+        numbered.encoderArguments.push_back(argument.toStdString());
+    return pathWhereMade(path, encodeNumberedStream(numbered));
+}
+
+QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QStringList &arguments)
+{
+    const QString path = QDir(folder).filePath(fileName);
+    std::vector<std::string> words = {"-v", "error", "-nostdin", "-y"};
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    words.push_back(path.toStdString());
+    return pathWhereMade(path, runFFmpeg(words));
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content)
+{
+    QFile file(QDir(folder).filePath(fileName));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        return {};
+    return file.fileName();
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// Path of a real capture; nothing where the folder with captures is absent on this machine.
+[[nodiscard]] std::optional<QString> samplePath(const QString &name);
+
+/// A small numbered stream to be made: 320x240, 25 pictures in a second unless the encoder's options say otherwise.
+struct TestStream
+{
+    QString fileName;
+    QStringList encoder; ///< encoders, their options and the container's
+    int frames = 100;
+    bool interlaced = false;
+    bool sound = false;
+    int width = 320;
+    int height = 240;
+    int sarNumerator = 1;
+    int sarDenominator = 1;
+};
+
+/// Makes the stream in `folder` and returns its path; empty, with the encoder's words on stderr, where that fails.
+[[nodiscard]] QString makeStream(const QString &folder, const TestStream &stream);
+
+/// Makes a stream of generated sound or pictures with the ffmpeg program's own arguments; its path, or empty.
+[[nodiscard]] QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QStringList &arguments);
+
+[[nodiscard]] QByteArray readFile(const QString &path);
+/// Writes `content` to `fileName` in `folder`; the path, or empty.
+[[nodiscard]] QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content);

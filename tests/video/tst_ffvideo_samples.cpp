@@ -1,0 +1,183 @@
+#include "tests/support/oracle.h"
+#include "tests/support/teststreams.h"
+#include "tests/video/everypicture.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Capture
+{
+    const char *name;
+    int step; // between pictures that are sought: those of some captures cost a second each
+    // Pictures before this one can be reached by reading forward only: the capture's first packet has no decode
+    // timestamp, so there is nothing to seek to.
+    int reachableFrom;
+    // Damaged pictures at the end. What a decoder conceals in the first group after one of them depends on what it had
+    // in memory.
+    int damagedAtEnd;
+};
+
+constexpr Capture kCaptures[] = {
+    {"mpeg2-704x576i-16x11-subs.ts", 2, 0, 0},
+    {"h264-576i-16x11-eac3.ts", 31, 0, 0},
+    {"h264-576i-12x11-bars.ts", 2, 0, 1},
+    {"h264-1080i5994-dirtystart-mp2.ts", 37, 0, 0},
+    {"h264-234p-61s-truncated.ts", 17, 150, 0},
+    {"hevc-main10-360p-12s.ts", 61, 0, 0},
+    {"bd-1080i-5s.m2ts", 41, 0, 0},
+    {"akiyo-x265.265", 31, 0, 0},
+};
+
+} // namespace
+
+/// Real captures, every picture of which is compared with what the ffmpeg program decodes.
+class TestFFVideoSamples : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString path;
+    QVector<QByteArray> expected;
+    Capture capture = {};
+
+    void addCaptures()
+    {
+        QTest::addColumn<int>("index");
+        int index = 0;
+        for (const Capture &row : kCaptures)
+            QTest::newRow(row.name) << index++;
+    }
+
+    bool open(FFVideo &video, bool quick)
+    {
+        return video.Open(QFile::encodeName(path).constData(), quick, FFVideo::FF_ACCESS_READ);
+    }
+
+    // Numbers to be read in an order that seeks.
+    QVector<int> sought(QVector<int> numbers) const
+    {
+        if (capture.reachableFrom > 0) // Once a landing is missed, picture 0 is whatever comes next.
+            numbers.removeAll(0);
+        return numbers;
+    }
+    int soughtCount(const FFVideo &video) const { return video.frameCount - capture.damagedAtEnd; }
+
+private slots:
+    void initTestCase()
+    {
+        if (!samplePath(kCaptures[0].name))
+            QSKIP("the folder with real captures is not here");
+    }
+
+    void init()
+    {
+        QFETCH(const int, index);
+        capture = kCaptures[index];
+        path = samplePath(capture.name).value_or(QString());
+        QVERIFY(!path.isEmpty());
+        expected = pictureChecksums(path);
+        QVERIFY(!expected.isEmpty());
+    }
+
+    void read_deliversEveryPicture_forwardsAfterAQuickOpen_data() { addCaptures(); }
+    void read_deliversEveryPicture_forwardsAfterAQuickOpen()
+    {
+        FFVideo video;
+        QVERIFY(open(video, true));
+        QCOMPARE(video.currentFrame, 0);
+        const int end = readToTheEnd(video, 0, expected);
+        QVERIFY(end > expected.size() - 1 - kMostHeldBack);
+        QVERIFY(end <= expected.size());
+        QCOMPARE(video.frameCount, end);
+        QCOMPARE(video.keyFrames.frames, end);
+        QVERIFY(video.keyFrames.complete);
+    }
+
+    void read_deliversEveryPicture_backwardsWithAFullTable_data() { addCaptures(); }
+    void read_deliversEveryPicture_backwardsWithAFullTable()
+    {
+        FFVideo video;
+        QVERIFY(open(video, false));
+        QVERIFY(video.keyFrames.complete);
+        const QVector<int> numbers = sought(descending(soughtCount(video), capture.step));
+        QCOMPARE(compareEach(video, numbers, expected, capture.reachableFrom), QString());
+    }
+
+    void read_deliversEveryPicture_shuffledWithAFullTable_data() { addCaptures(); }
+    void read_deliversEveryPicture_shuffledWithAFullTable()
+    {
+        FFVideo video;
+        QVERIFY(open(video, false));
+        const QVector<int> numbers = sought(shuffled(soughtCount(video), capture.step));
+        QCOMPARE(compareEach(video, numbers, expected, capture.reachableFrom), QString());
+    }
+
+    void read_deliversOnlyRightPictures_shuffledWithAGrowingTable_data() { addCaptures(); }
+    void read_deliversOnlyRightPictures_shuffledWithAGrowingTable()
+    {
+        FFVideo video;
+        QVERIFY(open(video, true));
+        int delivered = 0;
+        const QVector<int> numbers = sought(shuffled(int(expected.size()) - kMostHeldBack, capture.step * 3));
+        for (const int number : numbers) {
+            // With B pictures, the end of the file can be found too early while the table grows.
+            if (video.keyFrames.complete && number >= video.frameCount)
+                continue;
+            QCOMPARE(compareEach(video, {number}, expected, capture.reachableFrom), QString());
+            ++delivered;
+        }
+        QVERIFY(delivered > numbers.size() / 2);
+    }
+
+    void read_deliversEveryPicture_withATableThatWasSavedAndLoaded_data() { addCaptures(); }
+    void read_deliversEveryPicture_withATableThatWasSavedAndLoaded()
+    {
+        const QTemporaryDir folder;
+        const QByteArray table = QFile::encodeName(folder.filePath("table.kft"));
+        FFVideo indexed;
+        QVERIFY(open(indexed, false));
+        QVERIFY(indexed.SaveKeyTable(table.constData(), true));
+
+        FFVideo video;
+        QVERIFY(video.LoadKeyTable(table.constData()));
+        QVERIFY(open(video, false));
+        QCOMPARE(video.frameCount, indexed.frameCount);
+        QCOMPARE(video.currentFrame, -1); // Nothing has been decoded.
+        QCOMPARE(readToTheEnd(video, 0, expected), indexed.frameCount);
+        const QVector<int> numbers = sought(shuffled(soughtCount(video), capture.step * 3));
+        QCOMPARE(compareEach(video, numbers, expected, capture.reachableFrom), QString());
+    }
+
+    void read_deliversEveryPicture_withATableThatWasSet_afterCloseAndOpen_data() { addCaptures(); }
+    void read_deliversEveryPicture_withATableThatWasSet_afterCloseAndOpen()
+    {
+        FFVideo video;
+        QVERIFY(open(video, false));
+        const int frames = video.frameCount;
+        KeyFrameTable table;
+        QVERIFY(CopyKFT(&table, &video.keyFrames));
+        QVERIFY(video.Close());
+        QVERIFY(video.SetKeyTable(&table));
+        ReleaseKFT(&table);
+        QVERIFY(open(video, true));
+        QCOMPARE(video.frameCount, frames);
+        const QVector<int> numbers = sought(shuffled(soughtCount(video), capture.step * 3));
+        QCOMPARE(compareEach(video, numbers, expected, capture.reachableFrom), QString());
+    }
+
+    void read_deliversEveryPicture_afterCloseAndOpenOfAReaderThatHadNotReachedTheEnd_data() { addCaptures(); }
+    void read_deliversEveryPicture_afterCloseAndOpenOfAReaderThatHadNotReachedTheEnd()
+    {
+        FFVideo video;
+        QVERIFY(open(video, true));
+        QCOMPARE(compareEach(video, {3, 4, 40}, expected), QString());
+        QVERIFY(video.Close());
+        QVERIFY(open(video, true));
+        QVERIFY(readToTheEnd(video, 0, expected) > expected.size() - 1 - kMostHeldBack);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFFVideoSamples)
+#include "tst_ffvideo_samples.moc"

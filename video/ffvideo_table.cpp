@@ -1,0 +1,45 @@
+#include "video/ffvideo.h"
+
+#include "video/saturate.h"
+
+bool FFVideo::LoadKeyTable(const char *path)
+{
+    if (keyFrames.entries)
+        ReleaseKFT(&keyFrames);
+    return LoadKeyFrameTable(&keyFrames, path);
+}
+
+bool FFVideo::SaveKeyTable(const char *path, bool markSaved)
+{
+    return SaveKeyFrameTable(&keyFrames, path, markSaved);
+}
+
+bool FFVideo::SetKeyTable(const KeyFrameTable *table)
+{
+    // Copied before anything is released: a table can be set on the reader that it comes from.
+    KeyFrameTable copy;
+    CopyKFT(&copy, table);
+    ReleaseKFT(&keyFrames);
+    keyFrames = copy;
+    return true;
+}
+
+// From the furthest picture scanned to the end of the file.
+void FFVideo::completeSeekTable()
+{
+    if (keyFrames.complete || !formatContext)
+        return;
+    const std::int64_t furthest = std::int64_t{keyFrames.frames} + FIRST_FRAME_INDEX - 1;
+    // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
+    if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
+        return;
+    while (!endOfStream)
+        stepForward();
+}
+
+bool FFVideo::GetFramesUntilComplete(int maxFrames)
+{
+    for (int step = 0; step < maxFrames && formatContext && !keyFrames.complete && !endOfStream; ++step)
+        stepForward();
+    return keyFrames.complete;
+}
