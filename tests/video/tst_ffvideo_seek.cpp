@@ -1,0 +1,405 @@
+#include "tests/support/oracle.h"
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "tests/video/decodecounter.h"
+#include "tests/video/everypicture.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+constexpr int kFrames = 100;
+constexpr int kGroup = 10; // pictures from one key picture to the next
+
+} // namespace
+
+/// How pictures are reached, and at what cost. The stream has no B pictures and a key picture every ten, so every
+/// number can be worked out; H.264, because its decoder delivers a picture with the packet that completes it.
+class TestFFVideoSeek : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QString path;
+    QString shorter;
+    QVector<QByteArray> expected;
+
+    static bool open(FFVideo &video, const QString &file, bool quick)
+    {
+        return video.Open(QFile::encodeName(file).constData(), quick, FFVideo::FF_ACCESS_READ);
+    }
+    QString numberError(FFVideo &video, int number) const { return compareEach(video, {number}, expected); }
+
+private slots:
+    void initTestCase()
+    {
+        TestStream stream;
+        stream.fileName = "ip.ts";
+        stream.encoder =
+            QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-g", "10", "-sc_threshold", "0"};
+        stream.frames = kFrames;
+        path = makeStream(folder.path(), stream);
+        QVERIFY(!path.isEmpty());
+        expected = pictureChecksums(path);
+        QCOMPARE(int(expected.size()), kFrames);
+        stream.fileName = "short.ts";
+        stream.frames = 25;
+        shorter = makeStream(folder.path(), stream);
+        QVERIFY(!shorter.isEmpty());
+    }
+
+    void read_returnsThePictureThatCarriesTheNumber()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        for (const int number : {99, 0, 1, 2, 50, 49, 77, 10, 9}) {
+            Picture picture;
+            QVERIFY(video.Read(number, picture));
+            QCOMPARE(numberIn(picture).value_or(12345), unsigned(number));
+            QCOMPARE(video.currentFrame, number);
+        }
+    }
+
+    void table_holdsARowForEveryKeyPicture()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QCOMPARE(video.frameCount, kFrames);
+        QCOMPARE(video.keyFrames.count, kFrames / kGroup);
+        for (int row = 0; row < video.keyFrames.count; ++row) {
+            const KeyFrameEntry &entry = video.keyFrames.entries[row];
+            QCOMPARE(entry.frame, row * kGroup);
+            // 3600 ticks a picture. A row seeks to the packet before the picture's own; the first one to itself.
+            const std::int64_t dts = video.firstDts + 3600LL * entry.frame;
+            QCOMPARE(entry.frameDts, dts);
+            QCOMPARE(entry.seekDts, row == 0 ? dts : dts - 3600);
+        }
+    }
+
+    void read_costsNothing_whereTheReaderStands()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.seekToFrame(42));
+        DecodeCounter counter(video);
+        const std::int64_t dts = video.lastDts;
+        Picture picture;
+        QVERIFY(video.Read(42, picture));
+        QCOMPARE(counter.take(), 0);
+        QCOMPARE(video.lastDts, dts);
+    }
+
+    void read_decodesOnePicture_forTheNextNumber()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        DecodeCounter counter(video);
+        for (int number = 1; number < kFrames; ++number) {
+            QCOMPARE(numberError(video, number), QString());
+            QCOMPARE(counter.take(), 1);
+        }
+    }
+
+    void read_doesNotSeek_forwardInsideAGroup()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.seekToFrame(43));
+        DecodeCounter counter(video);
+        QCOMPARE(numberError(video, 48), QString());
+        QCOMPARE(counter.take(), 5);
+    }
+
+    void read_decodesTheGroupAtMost_forAFarPictureWithAFullTable()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        DecodeCounter counter(video);
+        for (const int number : {5, 95, 40, 49, 11, 60, 1}) {
+            QCOMPARE(numberError(video, number), QString());
+            // From the key picture on; and before it, the picture that the seek lands on, with a stand-in for the one
+            // that it refers to.
+            QVERIFY2(counter.take() <= number % kGroup + 1 + 2, qPrintable(QString::number(number)));
+        }
+    }
+
+    void read_decodesForwardFromTheLastRow_beyondWhatWasScanned()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        DecodeCounter counter(video);
+        QCOMPARE(numberError(video, 37), QString());
+        QCOMPARE(counter.take(), 37);
+        QCOMPARE(video.keyFrames.count, 4);
+        QCOMPARE(video.keyFrames.frames, 38);
+        QVERIFY(!video.keyFrames.complete);
+        QCOMPARE(numberError(video, 3), QString());
+        QCOMPARE(numberError(video, 71), QString()); // row 30, and on
+        QCOMPARE(video.keyFrames.count, 8);
+        for (int row = 0; row < 8; ++row)
+            QCOMPARE(video.keyFrames.entries[row].frame, row * kGroup);
+    }
+
+    void read_fails_withError30_outOfRange()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        Picture picture;
+        DecodeCounter counter(video);
+        for (const int number : {-1, INT_MIN, kFrames, kFrames + 1, INT_MAX}) {
+            video.lastError = 0;
+            QVERIFY(!video.Read(number, picture));
+            QCOMPARE(video.lastError, 30);
+        }
+        QCOMPARE(counter.take(), 0);
+        QVERIFY(picture.data[0] == nullptr);
+    }
+
+    void read_fails_withError1_farBeyondTheEndOfAGrowingTable()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        Picture picture;
+        QVERIFY(!video.Read(kFrames + 1, picture));
+        QCOMPARE(video.lastError, 1);
+        QVERIFY(video.keyFrames.complete);
+        QCOMPARE(video.frameCount, kFrames);
+        QVERIFY(!video.Read(kFrames, picture));
+        QCOMPARE(video.lastError, 30);
+        QCOMPARE(numberError(video, 99), QString());
+    }
+
+    void read_repeatsTheLastPicture_onceRightBehindTheEndOfAGrowingTable()
+    {
+        // The step that finds the end of the file is counted before it is known to bring nothing.
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        QCOMPARE(numberError(video, kFrames - 1), QString());
+        Picture picture;
+        QVERIFY(video.Read(kFrames, picture));
+        QCOMPARE(checksum(picture, video.frame->format), expected[kFrames - 1]);
+        QVERIFY(video.keyFrames.complete);
+        picture.clear();
+        QVERIFY(!video.Read(kFrames, picture));
+        QCOMPARE(video.lastError, 30);
+    }
+
+    void seekToNearestKeyFrame_staysPut_onTheKeyPicture()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.seekToFrame(40));
+        DecodeCounter counter(video);
+        QVERIFY(video.seekToNearestKeyFrame(47, 0));
+        QCOMPARE(video.currentFrame, 40);
+        QCOMPARE(counter.take(), 0);
+    }
+
+    void seekToNearestKeyFrame_goesForwardToTheTarget_fromBetween()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.seekToFrame(42));
+        DecodeCounter counter(video);
+        QVERIFY(video.seekToNearestKeyFrame(47, 0));
+        QCOMPARE(video.currentFrame, 47);
+        QCOMPARE(counter.take(), 5);
+    }
+
+    void seekToNearestKeyFrame_landsOnTheRow_stepsBackBeforeTheNearest()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.seekToNearestKeyFrame(47, 0));
+        QCOMPARE(video.currentFrame, 40);
+        QCOMPARE(checksum(*video.frame), expected[40]);
+        QVERIFY(video.seekToFrame(5));
+        QVERIFY(video.seekToNearestKeyFrame(47, 2));
+        QCOMPARE(video.currentFrame, 20);
+        QCOMPARE(checksum(*video.frame), expected[20]);
+        QVERIFY(!video.seekToNearestKeyFrame(47, 5)); // there is no fifth
+        QVERIFY(!video.seekToNearestKeyFrame(-1, 0));
+        QVERIFY(!video.seekToNearestKeyFrame(47, -100));
+    }
+
+    void seek_fallsBackToTheRowBefore_whenALandingIsMissed()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        video.keyFrames.entries[4].frameDts += 7; // no packet has this timestamp
+        QCOMPARE(numberError(video, 45), QString());
+        video.keyFrames.entries[3].frameDts -= 7; // passed before the first packet
+        QCOMPARE(numberError(video, 3), QString());
+        DecodeCounter counter(video);
+        QCOMPARE(numberError(video, 46), QString());
+        QVERIFY(counter.take() > 26); // from row 20
+    }
+
+    void seek_fallsBackToTheRowBefore_whenThePictureItLandsOnIsNoKeyPicture()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        // Row 40 pretends to be picture 43.
+        video.keyFrames.entries[4].frame = 43;
+        video.keyFrames.entries[4].frameDts += 3 * 3600;
+        QCOMPARE(numberError(video, 46), QString());
+    }
+
+    void seek_fails_whenEveryRowWasTried()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        for (int row = 0; row < 5; ++row)
+            video.keyFrames.entries[row].frameDts += 7;
+        Picture picture;
+        QVERIFY(!video.Read(45, picture));
+        QCOMPARE(video.lastError, 1);
+        QCOMPARE(video.currentFrame, -1); // not known
+        QCOMPARE(numberError(video, 55), QString());
+    }
+
+    void seek_ends_whenTheTableNamesATimestampBehindTheEndOfTheFile()
+    {
+        FFVideo indexed;
+        QVERIFY(open(indexed, path, false));
+        FFVideo video;
+        QVERIFY(video.SetKeyTable(&indexed.keyFrames));
+        QVERIFY(open(video, shorter, true));
+        QCOMPARE(video.frameCount, kFrames);
+        const auto pictures = pictureChecksums(shorter);
+        QCOMPARE(compareEach(video, {15, 3}, pictures), QString());
+        Picture picture;
+        QVERIFY(!video.Read(80, picture));
+        QCOMPARE(video.lastError, 1);
+        QCOMPARE(compareEach(video, {15, 3}, pictures), QString());
+    }
+
+    void seek_survivesATableOfNonsense()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        const std::int32_t least = std::numeric_limits<std::int32_t>::min();
+        const std::int32_t most = std::numeric_limits<std::int32_t>::max();
+        for (const std::int32_t frame : {least, -1, most - 1, most}) {
+            for (const std::int64_t dts : {std::numeric_limits<std::int64_t>::min(), std::int64_t{0},
+                                           std::numeric_limits<std::int64_t>::max(), video.firstDts + 3600}) {
+                FFVideo nonsense;
+                KeyFrameTable table;
+                InitialiseKFT(&table, "x", 2);
+                AddEntry(&table, {frame, dts, dts});
+                table.frames = most;
+                QVERIFY(nonsense.SetKeyTable(&table));
+                ReleaseKFT(&table);
+                QVERIFY(open(nonsense, shorter, true));
+                for (const int target : {1, 20, most}) {
+                    Picture picture;
+                    nonsense.Read(target, picture); // whatever comes of it, it ends
+                    nonsense.seekToNearestKeyFrame(least, 0);
+                }
+                nonsense.completeSeekTable();
+            }
+        }
+    }
+
+    void firstPicture_isWhateverComesNext_afterAMissedLanding()
+    {
+        // An unknown position and the position before the first picture are both -1.
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        video.keyFrames.entries[0].frameDts += 7;
+        Picture picture;
+        QVERIFY(!video.Read(5, picture));
+        QCOMPARE(video.currentFrame, -1);
+        QVERIFY(video.Read(0, picture));
+        QVERIFY(checksum(picture, video.frame->format) != expected[0]);
+    }
+
+    void completeSeekTable_scansTheRest()
+    {
+        FFVideo whole;
+        QVERIFY(open(whole, path, false));
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        QCOMPARE(numberError(video, 33), QString());
+        QCOMPARE(numberError(video, 5), QString());
+        video.completeSeekTable();
+        QVERIFY(video.keyFrames.complete);
+        QVERIFY(video.endOfStream);
+        QCOMPARE(video.frameCount, kFrames);
+        QCOMPARE(video.keyFrames.count, whole.keyFrames.count);
+        for (int row = 0; row < video.keyFrames.count; ++row) {
+            QCOMPARE(video.keyFrames.entries[row].frame, whole.keyFrames.entries[row].frame);
+            QCOMPARE(video.keyFrames.entries[row].frameDts, whole.keyFrames.entries[row].frameDts);
+        }
+        DecodeCounter counter(video);
+        video.completeSeekTable();
+        QCOMPARE(counter.take(), 0);
+    }
+
+    void getFramesUntilComplete_scansInSlices()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        QVERIFY(!video.GetFramesUntilComplete(0));
+        QCOMPARE(video.keyFrames.frames, 1);
+        QVERIFY(!video.GetFramesUntilComplete(10));
+        QCOMPARE(video.keyFrames.frames, 11);
+        int slices = 1;
+        while (!video.GetFramesUntilComplete(10))
+            ++slices;
+        QCOMPARE(slices, 9); // the tenth finds the end
+        QCOMPARE(video.frameCount, kFrames);
+        QVERIFY(video.GetFramesUntilComplete(0));
+    }
+
+    void getFramesUntilComplete_isFalse_atTheEndOfATableThatIsNotComplete()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        video.keyFrames.complete = false;
+        QVERIFY(video.endOfStream);
+        QVERIFY(!video.GetFramesUntilComplete(10));
+    }
+
+    void step_doesNothing_atTheEnd()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        const int current = video.currentFrame;
+        QVERIFY(video.stepForward());
+        QCOMPARE(video.currentFrame, current);
+    }
+
+    void loadKeyTable_replacesTheTable_andReportsAMissingFile()
+    {
+        FFVideo video;
+        QVERIFY(!video.LoadKeyTable("/no/such/table.kft"));
+        const QString table = folder.filePath("table.kft");
+        FFVideo indexed;
+        QVERIFY(open(indexed, path, false));
+        QVERIFY(indexed.keyFrames.modified);
+        QVERIFY(indexed.SaveKeyTable(QFile::encodeName(table).constData(), true));
+        QVERIFY(!indexed.keyFrames.modified);
+        QVERIFY(video.LoadKeyTable(QFile::encodeName(table).constData()));
+        QVERIFY(video.LoadKeyTable(QFile::encodeName(table).constData())); // the rows of the first are released
+        QCOMPARE(video.keyFrames.count, indexed.keyFrames.count);
+        QVERIFY(!video.LoadKeyTable("/no/such/table.kft"));
+        QVERIFY(video.keyFrames.entries == nullptr);
+        QVERIFY(!video.SaveKeyTable("/no/such/folder/table.kft", true));
+    }
+
+    void setKeyTable_canSetItsOwn()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        QVERIFY(video.SetKeyTable(&video.keyFrames));
+        QCOMPARE(rowsHeld(&video.keyFrames), kFrames / kGroup);
+        QCOMPARE(video.keyFrames.frames, kFrames);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFFVideoSeek)
+#include "tst_ffvideo_seek.moc"
