@@ -5,6 +5,9 @@ if(QUORVALE_SANITIZE MATCHES address)
     "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1:fast_unwind_on_malloc=0"
     "LSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/lsan.supp:print_suppressions=0"
     "UBSAN_OPTIONS=print_stacktrace=1")
+elseif(QUORVALE_SANITIZE MATCHES thread)
+  list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
+    "TSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/tsan.supp")
 endif()
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
