@@ -354,8 +354,9 @@ private slots:
 
         const Run next = makeDisk(dir.path(), 2, 10);
         QVERIFY2(next.status == 0, next.errors);
-        QCOMPARE(QDir(dir.filePath("RECORDER/DVR/RECS")).entryList(QDir::Files | QDir::Hidden),
-                 (QStringList{"REC_0001.ts", "REC_0002.ts"}));
+        QCOMPARE(QStringList(listing(dir.path()).keys()),
+                 (QStringList{"RECORDER/.quorvale-sampledisk", "RECORDER/DVR/RECS/REC_0001.ts",
+                              "RECORDER/DVR/RECS/REC_0002.ts", "RECORDER/DVR/RECSINFO/RECS.INF"}));
         QCOMPARE(decodedNumbers(dir.filePath("RECORDER/DVR/RECS/REC_0001.ts"), 1440, 1080), consecutiveNumbers(0, 10));
     }
 

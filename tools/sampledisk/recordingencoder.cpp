@@ -101,7 +101,7 @@ FFmpegResult encodeVideo(const Recording &recording, int length, const fs::path 
 {
     NumberedStream stream = streamOf(recording.kind);
     stream.path = path.string();
-    stream.frames = recording.kind == RecordingKind::ShortHighDefinition ? std::min(length, kShortLength) : length;
+    stream.frames = pictureCount(recording.kind, length);
     stream.look = recording.look;
     stream.toneFrequency = toneOf(recording);
     stream.encoderArguments = joined(std::move(stream.encoderArguments), {"-f", "mpegts"});
@@ -119,12 +119,17 @@ std::vector<std::string> fileExtensions(RecordingKind kind)
     return {".ts"};
 }
 
-void encodeRecording(const Recording &recording, int length, const fs::path &folder)
+int pictureCount(RecordingKind kind, int length)
+{
+    return kind == RecordingKind::ShortHighDefinition ? std::min(length, kShortLength) : length;
+}
+
+void encodeRecording(const Recording &recording, int length, const fs::path &work, const fs::path &folder)
 {
     if (recording.kind == RecordingKind::Missing)
         return;
     const std::string &name = recording.record.fileName;
-    const fs::path whole = folder / (name + ".part");
+    const fs::path whole = work / name;
     const FFmpegResult result = recording.kind == RecordingKind::Radio ? encodeRadio(recording, length, whole)
                                                                        : encodeVideo(recording, length, whole);
     if (!result.ok())
@@ -139,7 +144,9 @@ void encodeRecording(const Recording &recording, int length, const fs::path &fol
     }
     std::vector<fs::path> pieces;
     for (const std::string &extension : fileExtensions(recording.kind))
-        pieces.push_back(folder / (name + extension));
+        pieces.push_back(work / (name + extension));
     cutIntoPieces(whole, pieces);
     fs::remove(whole);
+    for (const fs::path &piece : pieces)
+        fs::rename(piece, folder / piece.filename());
 }

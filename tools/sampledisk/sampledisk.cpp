@@ -9,6 +9,7 @@
 #include <mutex>
 #include <ostream>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -24,6 +25,44 @@ std::string streamFile(const Recording &recording, const std::string &extension)
 {
     return (kStreams / (recording.record.fileName + extension)).string();
 }
+
+/// A hidden folder of the volume for streams that are not finished, gone at the end of the run. Each run has one of its
+/// own: the ffmpeg programs that outlive a run that was killed can create no file in the next one's.
+class WorkFolder
+{
+public:
+    explicit WorkFolder(const fs::path &volume)
+        : m_path(volume / (kPrefix + std::to_string(getpid())))
+    {
+        removeLeftOver(volume);
+        fs::create_directory(m_path);
+    }
+    WorkFolder(const WorkFolder &) = delete;
+    WorkFolder &operator=(const WorkFolder &) = delete;
+    ~WorkFolder()
+    {
+        std::error_code ignored; // the next run removes it
+        fs::remove_all(m_path, ignored);
+    }
+
+    [[nodiscard]] const fs::path &path() const { return m_path; }
+
+private:
+    static void removeLeftOver(const fs::path &volume)
+    {
+        std::vector<fs::path> folders;
+        for (const fs::directory_entry &entry : fs::directory_iterator(volume))
+            if (entry.path().filename().string().rfind(kPrefix, 0) == 0)
+                folders.push_back(entry.path());
+        for (const fs::path &folder : folders) {
+            std::error_code ignored; // such a program may be creating its file right now
+            fs::remove_all(folder, ignored);
+        }
+    }
+
+    static inline const std::string kPrefix = ".quorvale-sampledisk.work.";
+    fs::path m_path;
+};
 
 std::string unfinishedFile(const std::string &file)
 {
@@ -56,11 +95,8 @@ std::vector<std::string> namesOf(const std::vector<Recording> &recordings)
 {
     std::vector<std::string> names{kIndex.string(), unfinishedFile(kIndex.string())};
     for (const Recording &recording : recordings) {
-        const auto extensions = fileExtensions(recording.kind);
-        for (const std::string &extension : extensions)
+        for (const std::string &extension : fileExtensions(recording.kind))
             names.push_back(streamFile(recording, extension));
-        if (!extensions.empty())
-            names.push_back(streamFile(recording, ".part"));
     }
     return names;
 }
@@ -91,7 +127,7 @@ void clearVolume(const fs::path &volume, const std::optional<Stamp> &before, Sta
     fs::create_directories(volume / kIndex.parent_path());
 }
 
-void encodeBuiltIn(const std::vector<Recording> &recordings, int length, const fs::path &folder, std::ostream &progress)
+void encodeBuiltIn(const std::vector<Recording> &recordings, int length, const fs::path &volume, std::ostream &progress)
 {
     std::vector<const Recording *> builtIn;
     for (const Recording &recording : recordings)
@@ -102,12 +138,13 @@ void encodeBuiltIn(const std::vector<Recording> &recordings, int length, const f
     std::stable_partition(builtIn.begin(), builtIn.end(),
                           [](const Recording *recording) { return recording->kind == RecordingKind::Hevc; });
 
+    const WorkFolder work(volume);
     std::mutex progressMutex;
     std::vector<std::function<void()>> jobs;
     jobs.reserve(builtIn.size());
     for (const Recording *recording : builtIn) {
-        jobs.emplace_back([recording, &folder, &progress, &progressMutex, length] {
-            encodeRecording(*recording, length, folder);
+        jobs.emplace_back([recording, &volume, &work, &progress, &progressMutex, length] {
+            encodeRecording(*recording, length, work.path(), volume / kStreams);
             const std::lock_guard lock(progressMutex);
             progress << recording->record.fileName << "  " << recording->record.title << std::endl;
         });
@@ -167,7 +204,7 @@ SampleDiskResult makeSampleDisk(const Options &options, std::ostream &progress)
 
     Stamp stamp{kContentVersion, options.recordings, options.length, isoText(day), false, {}};
     clearVolume(volume, before, stamp, namesOf(recordings));
-    encodeBuiltIn(recordings, options.length, volume / kStreams, progress);
+    encodeBuiltIn(recordings, options.length, volume, progress);
     linkEpisodes(recordings, volume);
     writeIndexOf(volume, recordings);
     recordSizes(volume, stamp);
