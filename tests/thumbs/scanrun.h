@@ -1,0 +1,107 @@
+#pragma once
+
+#include "tests/support/stderrcapture.h"
+#include "thumbs/thumbnailscanner.h"
+#include "tools/testpicture/blockcode.h"
+
+#include <QEventLoop>
+#include <QStringList>
+#include <QTimer>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+/// What a scanner said about one recording. The images are copies of the pixmaps.
+struct Series
+{
+    QString file;
+    std::vector<QImage> small;
+    std::vector<QImage> large;
+    bool largeIsDense = true; ///< every large pixmap has a device pixel ratio of 2, every small one of 1
+};
+
+/// Receives everything that a scanner says, frees the pixmaps, and remembers the order.
+class ScanListener : public QObject
+{
+public:
+    explicit ScanListener(ThumbnailScanner &scanner)
+    {
+        connect(&scanner, &ThumbnailScanner::gotThumbs, this,
+                [this](const QString &file, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
+                    events << "gotThumbs " + file;
+                    take(file, small, large);
+                });
+        connect(&scanner, &ThumbnailScanner::missingVideo, this,
+                [this](const QString &file) { events << "missingVideo " + file; });
+        connect(&scanner, &ThumbnailScanner::finished, this, [this] { events << QStringLiteral("finished"); });
+    }
+
+    QStringList events;
+    std::vector<Series> series;
+
+private:
+    void take(const QString &file, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large)
+    {
+        Series received{file, {}, {}, true};
+        for (const QPixmap *pixmap : small) {
+            received.largeIsDense &= pixmap->devicePixelRatio() == 1.0;
+            received.small.push_back(pixmap->toImage());
+        }
+        for (const QPixmap *pixmap : large) {
+            received.largeIsDense &= pixmap->devicePixelRatio() == 2.0;
+            received.large.push_back(pixmap->toImage());
+        }
+        qDeleteAll(small);
+        qDeleteAll(large);
+        series.push_back(std::move(received));
+    }
+};
+
+struct ScanResult
+{
+    QStringList events;
+    std::vector<Series> series;
+    QByteArray errors; ///< what was written to stderr
+};
+
+/// Runs `scanner` in this thread until it says that it has finished, for three minutes at most.
+inline ScanResult runScan(ThumbnailScanner &scanner)
+{
+    ScanListener listener(scanner);
+    StderrCapture capture;
+    QEventLoop loop;
+    QTimer::singleShot(180000, &loop, &QEventLoop::quit);
+    QObject::connect(&scanner, &ThumbnailScanner::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    scanner.process();
+    loop.exec();
+    return {listener.events, std::move(listener.series), capture.text()};
+}
+
+/// The same for a fresh scanner of `files`.
+inline ScanResult runScan(const QStringList &files, int firstFrame = 150, int frameStep = 150)
+{
+    ThumbnailScanner scanner;
+    scanner.files = files;
+    scanner.firstFrame = firstFrame;
+    scanner.frameStep = frameStep;
+    return runScan(scanner);
+}
+
+/// The numbers that the block codes in `images` say. The darkest channel of each pixel is read: black that carries
+/// colour wraps one or two of its channels to bright ones, never all three.
+inline std::vector<std::optional<unsigned>> numbersIn(const std::vector<QImage> &images)
+{
+    std::vector<std::optional<unsigned>> numbers;
+    for (const QImage &image : images) {
+        std::vector<std::uint8_t> darkest;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QRgb pixel = image.pixel(x, y);
+                darkest.push_back(std::uint8_t(std::min({qRed(pixel), qGreen(pixel), qBlue(pixel)})));
+            }
+        }
+        numbers.push_back(readBlockCode(darkest.data(), image.width(), image.height(), image.width()));
+    }
+    return numbers;
+}

@@ -1,0 +1,95 @@
+#include "thumbs/thumbnailscanner.h"
+
+#include "thumbs/pictureconversion.h"
+#include "thumbs/thumbnailsize.h"
+#include "video/ffvideo.h"
+
+#include <QCoreApplication>
+#include <QMetaMethod>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+// No picture from here on is taken: at 25 a second, half a minute shows what a recording is.
+constexpr std::int64_t kFrameLimit = 900;
+
+// A picture and its planes.
+struct OwnedPicture : BridgeImage
+{
+    OwnedPicture() = default;
+    ~OwnedPicture()
+    {
+        for (const std::uint8_t *plane : data)
+            delete[] plane;
+    }
+    OwnedPicture(const OwnedPicture &) = delete;
+    OwnedPicture &operator=(const OwnedPicture &) = delete;
+};
+
+// Picture number `frame` in red, green and blue; null where it cannot be had.
+QImage readPicture(FFVideo &video, int frame)
+{
+    OwnedPicture picture;
+    return video.Read(frame, picture) ? rgbPicture(picture) : QImage();
+}
+
+} // namespace
+
+void ThumbnailScanner::process()
+{
+    if (!running || index >= files.size()) {
+        emit finished();
+        return;
+    }
+    processFile(files.at(index));
+    ++index;
+    QTimer::singleShot(0, this, SLOT(process()));
+}
+
+void ThumbnailScanner::halt()
+{
+    running = false;
+}
+
+void ThumbnailScanner::processFile(const QString &file)
+{
+    FFVideo video;
+    if (!video.Open(file.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ)) {
+        emit missingVideo(file);
+        return;
+    }
+    QVector<QPixmap *> small;
+    QVector<QPixmap *> large;
+    takePictures(video, small, large);
+    video.Close();
+
+    const bool hasReceiver = isSignalConnected(QMetaMethod::fromSignal(&ThumbnailScanner::gotThumbs));
+    emit gotThumbs(file, small, large);
+    if (!hasReceiver) {
+        qDeleteAll(small);
+        qDeleteAll(large);
+    }
+}
+
+void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const
+{
+    const QSize display(video.width, video.height);
+    for (std::int64_t frame = firstFrame; frame < kFrameLimit; frame += frameStep) {
+        const QImage picture = readPicture(video, static_cast<int>(frame));
+        if (picture.isNull()) {
+            std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
+            return;
+        }
+        // A read can hang on a dying disk for longer than the program waits for it; a pixmap would then abort.
+        if (!QCoreApplication::instance() || QCoreApplication::closingDown())
+            return;
+        const auto scaled = [&](int rows) { return scaledTo(thumbnailSize(display, picture.size(), rows), picture); };
+        small.append(new QPixmap(QPixmap::fromImage(scaled(kSmallRows)))); // owned by the receiver of gotThumbs
+        large.append(new QPixmap(QPixmap::fromImage(scaled(kLargeRows)))); // likewise
+        large.last()->setDevicePixelRatio(2.0);
+        if (frameStep == 0)
+            return; // the same picture for ever
+    }
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <QPixmap>
+#include <QStringList>
+#include <QVector>
+
+#include <cstdint>
+
+class FFVideo;
+
+/// Makes the thumbnails of a list of recordings, one recording per call of process().
+///
+/// The creator sets the fields, moves the scanner to a thread of its own and has process() called there; every call
+/// posts the next one, so that the thread's event loop runs between two recordings. The fields are touched on that
+/// thread alone once it runs: halt() is called through a queued connection.
+class ThumbnailScanner : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    QStringList files;             ///< full paths of the recordings, in the order in which thumbnails are wanted
+    bool running = true;           ///< false: stop before the next recording
+    std::int32_t index = 0;        ///< in `files`, of the next recording
+    std::int32_t firstFrame = 150; ///< number of the first picture taken from each recording
+    std::int32_t frameStep = 150;  ///< from one picture taken to the next
+
+signals:
+    /// One recording that could be opened. `file` as in `files`; `small` and `large`: as many pixmaps each, in the
+    /// order of the pictures, possibly none. The pixmaps are made with `new` and owned by the receiver; where no one is
+    /// connected, the scanner frees them.
+    void gotThumbs(QString file, QVector<QPixmap *> small, QVector<QPixmap *> large);
+    /// One recording that could not be opened.
+    void missingVideo(QString file);
+    /// All recordings are done, or halt() was called. Comes last.
+    void finished();
+
+public slots:
+    /// Handles one recording and posts the next call, or says that it has finished.
+    void process();
+    /// Stops before the next recording; the one in hand is completed.
+    void halt();
+
+private:
+    void processFile(const QString &file);
+    void takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const;
+};
