@@ -1,0 +1,363 @@
+#include "tests/thumbs/rawpicture.h"
+#include "tests/thumbs/scanrun.h"
+#include "tools/testpicture/numberedstream.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <atomic>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+namespace {
+
+const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
+
+using Numbers = std::vector<std::optional<unsigned>>;
+
+std::string encode(const QString &path, int frames, std::vector<std::string> encoder)
+{
+    NumberedStream stream;
+    stream.path = path.toStdString();
+    stream.picture = {320, 240, ChromaFormat::Yuv420, false};
+    stream.frames = frames;
+    stream.encoderArguments = std::move(encoder);
+    return encodeNumberedStream(stream).errors;
+}
+
+QString sample(const char *name)
+{
+    return QStringLiteral(QUORVALE_SAMPLES_DIR "/") + name;
+}
+
+// Bytes that the C library has handed out and not got back.
+std::size_t bytesInUse()
+{
+#if defined(__GLIBC__)
+    return mallinfo2().uordblks;
+#else
+    return 0;
+#endif
+}
+
+// How far this process has read in `path`, which it has open; -1 where it has not.
+qint64 readPosition(const QString &path)
+{
+    const QFileInfoList descriptors = QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System);
+    for (const QFileInfo &descriptor : descriptors) {
+        if (descriptor.symLinkTarget() != path)
+            continue;
+        QFile info("/proc/self/fdinfo/" + descriptor.fileName());
+        if (!info.open(QIODevice::ReadOnly))
+            continue;
+        return info.readLine().mid(4).trimmed().toLongLong(); // "pos:	4096"
+    }
+    return -1;
+}
+
+} // namespace
+
+/// Files that are not what their name says, that are damaged, or that go away.
+class TestThumbnailScannerFiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        longFile = dir.filePath("long.ts");
+        tinyFile = dir.filePath("tiny.ts");
+        QCOMPARE(encode(longFile, 780, {"-c:v", "libx264", "-preset", "ultrafast", "-crf", "30", "-f", "mpegts"}),
+                 std::string());
+        QCOMPARE(encode(tinyFile, 8, {"-c:v", "mpeg2video", "-q:v", "10", "-f", "mpegts"}), std::string());
+    }
+
+    void scan_reportsAFileWithoutVideoAsMissing_andGoesOn_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("one byte") << QByteArray("G");
+        QTest::newRow("zeros") << QByteArray(300000, '\0');
+        QTest::newRow("transport packets without content")
+            << QByteArray("G\x1F\xFF\x10" + QByteArray(184, '\xFF')).repeated(2000);
+        QTest::newRow("text") << QByteArray("not a recording\n").repeated(10000);
+    }
+    void scan_reportsAFileWithoutVideoAsMissing_andGoesOn()
+    {
+        QFETCH(QByteArray, content);
+        const QString path = dir.filePath("odd.ts");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), qint64(content.size()));
+        file.close();
+        const ScanResult result = runScan({path, tinyFile}, 2, 900);
+        QCOMPARE(result.events, (QStringList{"missingVideo " + path, "gotThumbs " + tinyFile, "finished"}));
+        QCOMPARE(numbersIn(result.series.at(0).large), (Numbers{2}));
+        QCOMPARE(result.errors, QByteArray());
+    }
+
+    void scan_reportsWhatIsNoFileAsMissing_andGoesOn()
+    {
+        const QString directory = dir.filePath("directory.ts");
+        QVERIFY(QDir().mkpath(directory));
+        const QString dangling = dir.filePath("dangling.ts");
+        QVERIFY(QFile::link(dir.filePath("nowhere"), dangling));
+        const QString absent = dir.filePath("absent.ts");
+        const QString beneathAFile = tinyFile + "/beneath.ts";
+        const QString nameless;
+        const ScanResult result = runScan({directory, dangling, absent, beneathAFile, nameless, tinyFile}, 2, 900);
+        QCOMPARE(result.events, (QStringList{"missingVideo " + directory, "missingVideo " + dangling,
+                                             "missingVideo " + absent, "missingVideo " + beneathAFile,
+                                             "missingVideo " + nameless, "gotThumbs " + tinyFile, "finished"}));
+        QCOMPARE(result.errors, QByteArray());
+    }
+
+    void scan_reportsARadioRecordingAsMissing()
+    {
+        const QString radio = dir.filePath("radio.ts");
+        const FFmpegResult made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
+                                             "mp2", "-f", "mpegts", radio.toStdString()});
+        QVERIFY2(made.ok(), made.errors.c_str());
+        QCOMPARE(runScan(QStringList{radio}).events, (QStringList{"missingVideo " + radio, "finished"}));
+    }
+
+    void scan_keepsWhatItGot_ofATruncatedFile()
+    {
+        const QString path = dir.filePath("truncated.ts");
+        QVERIFY(QFile::copy(longFile, path));
+        QVERIFY(QFile::resize(path, QFileInfo(path).size() / 2 + 77)); // in the middle of a packet
+        const ScanResult result = runScan(QStringList{path});
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
+        QCOMPARE(result.errors, kUnreadable);
+        const Numbers numbers = numbersIn(result.series.at(0).large);
+        QVERIFY(!numbers.empty() && numbers.size() < 5);
+        for (std::size_t i = 0; i < numbers.size(); ++i)
+            QCOMPARE(numbers.at(i), std::optional<unsigned>(150 * unsigned(i + 1)));
+    }
+
+    void scan_survivesDamage_inTheMiddleOfAFile()
+    {
+        const QString path = dir.filePath("damaged.ts");
+        QVERIFY(QFile::copy(longFile, path));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        quint32 noise = 20240229;
+        for (qint64 at = file.size() / 4; at < file.size(); at += 5003) {
+            QVERIFY(file.seek(at));
+            QByteArray garbage;
+            for (int i = 0; i < 40; ++i) {
+                noise = noise * 1664525 + 1013904223;
+                garbage.append(char(noise >> 24));
+            }
+            file.write(garbage);
+        }
+        file.close();
+        const ScanResult result = runScan({path, tinyFile});
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "gotThumbs " + tinyFile, "finished"}));
+        const Series &series = result.series.at(0);
+        QCOMPARE(series.small.size(), series.large.size());
+        QCOMPARE(numbersIn({series.large.at(0)}), (Numbers{150})); // lies before the damage
+        for (const QImage &image : series.large)
+            QCOMPARE(image.size(), QSize(320, 240));
+    }
+
+    void scan_endsWithTheDocumentedSignals_whenTheFileShrinksWhileItIsRead()
+    {
+        const QString path = QFileInfo(dir.path()).canonicalFilePath() + "/shrinking.ts";
+        // Where the scan outran the other thread, nothing was tried, and it is tried again.
+        for (int attempt = 0; attempt < 10; ++attempt) {
+            QFile::remove(path);
+            QVERIFY(QFile::copy(longFile, path));
+            const qint64 enough = QFileInfo(path).size() / 3;
+            std::atomic<bool> scanned{false};
+            bool shrunk = false;
+            const std::unique_ptr<QThread> other(QThread::create([&] {
+                while (!scanned && !shrunk)
+                    shrunk = readPosition(path) >= enough && QFile::resize(path, 1000);
+            }));
+            other->start();
+            const ScanResult result = runScan({path, tinyFile});
+            scanned = true;
+            other->wait();
+
+            QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "gotThumbs " + tinyFile, "finished"}));
+            const Numbers numbers = numbersIn(result.series.at(0).large);
+            QCOMPARE(result.series.at(0).small.size(), numbers.size());
+            for (std::size_t i = 0; i < numbers.size(); ++i)
+                QCOMPARE(numbers.at(i), std::optional<unsigned>(150 * unsigned(i + 1)));
+            if (shrunk && numbers.size() < 5) {
+                QCOMPARE(result.errors, kUnreadable + kUnreadable); // the tiny file has no picture 150, either
+                return;
+            }
+        }
+        QFAIL("the file never shrank in time");
+    }
+
+    void scan_reportsTheRestAsMissing_whenTheDiskGoesAway()
+    {
+        const QString disk = dir.filePath("disk");
+        QVERIFY(QDir().mkpath(disk));
+        QStringList files;
+        for (int i = 0; i < 5; ++i) {
+            files << disk + QStringLiteral("/%1.ts").arg(i);
+            QVERIFY(QFile::copy(tinyFile, files.last()));
+        }
+        ThumbnailScanner scanner;
+        scanner.files = files;
+        scanner.firstFrame = 1;
+        scanner.frameStep = 900;
+        connect(&scanner, &ThumbnailScanner::gotThumbs, this, [&](const QString &file) {
+            if (file == files.at(1))
+                QVERIFY(QDir(disk).removeRecursively());
+        });
+        QCOMPARE(runScan(scanner).events,
+                 (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "missingVideo " + files.at(2),
+                              "missingVideo " + files.at(3), "missingVideo " + files.at(4), "finished"}));
+    }
+
+    void scan_ofAThousandUnreadableFiles_needsNoMemoryForThem()
+    {
+        const QString zeros = dir.filePath("zeros.ts");
+        QFile file(zeros);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(10000, '\0'));
+        file.close();
+        QStringList files;
+        for (int i = 0; i < 500; ++i)
+            files << zeros << dir.filePath(QStringLiteral("absent%1.ts").arg(i));
+        compareMemory(files);
+    }
+
+    void scan_ofManyRecordings_needsNoMemoryButForThePixmaps()
+    {
+        QStringList files;
+        for (int i = 0; i < 100; ++i)
+            files << tinyFile;
+        compareMemory(files);
+    }
+
+    void scan_takesFivePictures_ofARealRecording()
+    {
+        const QString path = sample("h264-234p-61s-truncated.ts");
+        if (!QFile::exists(path))
+            QSKIP("needs the real captures");
+        const ScanResult result = runScan(QStringList{path});
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
+        QCOMPARE(result.errors, QByteArray());
+        const Series &series = result.series.at(0);
+        QCOMPARE(series.large.size(), std::size_t(5));
+        for (int i = 0; i < 5; ++i)
+            compareWithProgram(series, i, path, 150 * (i + 1), {416, 234}, {0, 0});
+    }
+
+    void scan_showsARealRecording_inItsDisplaysShape()
+    {
+        const QString path = sample("mpeg2-704x576i-16x11-subs.ts");
+        if (!QFile::exists(path))
+            QSKIP("needs the real captures");
+        const ScanResult result = runScan(QStringList{path}, 60, 900);
+        QCOMPARE(result.errors, QByteArray());
+        const Series &series = result.series.at(0);
+        QCOMPARE(series.large.size(), std::size_t(1));
+        QCOMPARE(series.small.at(0).size(), QSize(213, 120));
+        compareWithProgram(series, 0, path, 60, {704, 576}, {426, 240});
+    }
+
+    void scan_getsNoPictures_ofARecordingThatIsTooShort_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("errors");
+        QTest::newRow("116 pictures") << "mpeg2-704x576i-16x11-subs.ts" << kUnreadable;
+        QTest::newRow("150 pictures, damaged") << "h264-576i-16x11-eac3.ts" << kUnreadable;
+        QTest::newRow("126 pictures, from the middle") << "h264-1080i5994-dirtystart-mp2.ts" << kUnreadable;
+        QTest::newRow("ten bits, which the reader refuses")
+            << "hevc-main10-360p-12s.ts" << QByteArray("FFMPEG pixel format is something else, 62\n") + kUnreadable;
+    }
+    void scan_getsNoPictures_ofARecordingThatIsTooShort()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, errors);
+        const QString path = sample(qPrintable(name));
+        if (!QFile::exists(path))
+            QSKIP("needs the real captures");
+        const ScanResult result = runScan(QStringList{path});
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
+        QCOMPARE(result.errors, errors);
+        QVERIFY(result.series.at(0).small.empty() && result.series.at(0).large.empty());
+    }
+
+    void scan_reportsRealStreamsWithoutVideo_asMissing()
+    {
+        const QStringList files{sample("radio-mp2-12s-damaged.ts"), sample("epg-only-no-av.ts")};
+        if (!QFile::exists(files.at(0)) || !QFile::exists(files.at(1)))
+            QSKIP("needs the real captures");
+        QCOMPARE(runScan(files).events,
+                 (QStringList{"missingVideo " + files.at(0), "missingVideo " + files.at(1), "finished"}));
+    }
+
+private:
+    // Scans twice: what the first pass leaves behind is caches, what the second adds is kept per recording.
+    static void compareMemory(const QStringList &files)
+    {
+        const auto scan = [&files] {
+            ThumbnailScanner scanner;
+            scanner.files = files;
+            scanner.firstFrame = 1;
+            scanner.frameStep = 900;
+            int handled = 0;
+            bool finished = false;
+            QObject::connect(&scanner, &ThumbnailScanner::missingVideo, [&] { ++handled; });
+            QObject::connect(&scanner, &ThumbnailScanner::gotThumbs,
+                             [&](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
+                                 ++handled;
+                                 qDeleteAll(small);
+                                 qDeleteAll(large);
+                             });
+            QObject::connect(&scanner, &ThumbnailScanner::finished, [&] { finished = true; });
+            scanner.process();
+            QTRY_VERIFY_WITH_TIMEOUT(finished, 100000);
+            QCOMPARE(handled, files.size());
+        };
+        scan();
+        const std::size_t before = bytesInUse();
+        scan();
+        const std::size_t after = bytesInUse();
+        // A sanitizer's allocator counts otherwise; there its leak check is the judge.
+        if (!kSanitized)
+            QVERIFY2(after < before + 64 * 1024, qPrintable(QString::number(after - before)));
+    }
+
+    // `exactSize` empty: the picture keeps its shape.
+    static void compareWithProgram(const Series &series, int index, const QString &path, int number, QSize size,
+                                   QSize exactSize)
+    {
+        const RawPicture raw = rawPicture(path, number, QStringLiteral("yuv420p"), size);
+        QVERIFY(!raw.bytes.isEmpty());
+        const QImage picture = expectedFromPlanes(raw, true);
+        const QImage expected = exactSize.isEmpty()
+                                    ? picture.scaled(320, 240, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+                                    : picture.scaled(exactSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        QImage actual = series.large.at(std::size_t(index));
+        actual.setDevicePixelRatio(1.0);
+        QCOMPARE(actual.convertToFormat(QImage::Format_RGB32), expected.convertToFormat(QImage::Format_RGB32));
+    }
+
+    QTemporaryDir dir;
+    QString longFile; // 780 pictures
+    QString tinyFile; // 8 pictures
+};
+
+QTEST_MAIN(TestThumbnailScannerFiles)
+#include "tst_thumbnailscanner_files.moc"
