@@ -1,0 +1,206 @@
+#include "tests/thumbs/scanrun.h"
+#include "tools/testpicture/numberedstream.h"
+
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+using Numbers = std::vector<std::optional<unsigned>>;
+
+// Stands where the main window does: it is connected by the text of the signatures.
+class Window : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList events;
+    std::vector<Numbers> numbers;
+    QList<QThread *> threads;
+
+public slots:
+    void SetThumbs(const QString &file, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large)
+    {
+        events << "gotThumbs " + file;
+        threads << QThread::currentThread();
+        std::vector<QImage> images;
+        for (const QPixmap *pixmap : large)
+            images.push_back(pixmap->toImage());
+        numbers.push_back(numbersIn(images));
+        qDeleteAll(small);
+        qDeleteAll(large);
+    }
+    void scanDone()
+    {
+        events << QStringLiteral("finished");
+        threads << QThread::currentThread();
+    }
+};
+
+} // namespace
+
+/// The scanner on a thread of its own, started, connected and ended as the program does it.
+class TestThumbnailScannerThread : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
+        QVERIFY(dir.isValid());
+        for (int i = 0; i < 3; ++i) {
+            NumberedStream stream;
+            files << dir.filePath(QStringLiteral("%1.ts").arg(i));
+            stream.path = files.last().toStdString();
+            stream.picture = {320, 240, ChromaFormat::Yuv420, false};
+            stream.frames = 70;
+            stream.firstNumber = 1000U * unsigned(i);
+            stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
+            const FFmpegResult encoded = encodeNumberedStream(stream);
+            QVERIFY2(encoded.ok(), encoded.errors.c_str());
+        }
+    }
+
+    void init()
+    {
+        window = std::make_unique<Window>();
+        thread = std::make_unique<QThread>();
+        scanner = new ThumbnailScanner;
+        scanner->files = files;
+        scanner->firstFrame = 20;
+        scanner->frameStep = 20;
+        scanner->moveToThread(thread.get());
+        QVERIFY(connect(thread.get(), SIGNAL(started()), scanner, SLOT(process())));
+        QVERIFY(connect(scanner, SIGNAL(gotThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>)), window.get(),
+                        SLOT(SetThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>))));
+        QVERIFY(connect(scanner, SIGNAL(finished()), window.get(), SLOT(scanDone())));
+        QVERIFY(connect(scanner, SIGNAL(finished()), scanner, SLOT(deleteLater())));
+    }
+
+    void cleanup()
+    {
+        thread->quit();
+        QVERIFY(thread->wait(60000));
+        QVERIFY(scanner.isNull());
+        QCoreApplication::processEvents(); // series that were still on their way
+        thread.reset();
+        window.reset();
+    }
+
+    void scan_sendsEverySeriesInOrder_andFinishesLast()
+    {
+        thread->start(QThread::InheritPriority);
+        QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
+        QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1),
+                                              "gotThumbs " + files.at(2), "finished"}));
+        QCOMPARE(window->numbers, (std::vector<Numbers>{{20, 40, 60}, {1020, 1040, 1060}, {2020, 2040, 2060}}));
+        for (const QThread *receiving : qAsConst(window->threads))
+            QCOMPARE(receiving, QThread::currentThread());
+    }
+
+    void signals_areSentOnTheScannersThread()
+    {
+        QThread *sending = nullptr;
+        QThread *finishing = nullptr;
+        connect(
+            scanner, &ThumbnailScanner::gotThumbs, scanner, [&] { sending = QThread::currentThread(); },
+            Qt::DirectConnection);
+        connect(
+            scanner, &ThumbnailScanner::finished, scanner, [&] { finishing = QThread::currentThread(); },
+            Qt::DirectConnection);
+        thread->start();
+        QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
+        QCOMPARE(sending, thread.get());
+        QCOMPARE(finishing, thread.get());
+    }
+
+    // The halt arrives at the scanner while the first file is in hand, from the window's thread as ever: the worker
+    // waits for it there.
+    void halt_takesEffectAtTheNextFile_whenTheWindowAsksForItDuringOne()
+    {
+        QSemaphore reading;
+        QSemaphore asked;
+        connect(
+            scanner, &ThumbnailScanner::gotThumbs, scanner,
+            [&] {
+                reading.release();
+                asked.acquire();
+            },
+            Qt::DirectConnection);
+        thread->start();
+        reading.acquire();
+        QVERIFY(QMetaObject::invokeMethod(scanner, "halt", Qt::QueuedConnection));
+        asked.release();
+        QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
+        QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "finished"}));
+        QCOMPARE(window->numbers, (std::vector<Numbers>{{20, 40, 60}}));
+    }
+
+    void quit_endsTheThreadBetweenTwoFiles()
+    {
+        QSemaphore reading;
+        QSemaphore asked;
+        connect(
+            scanner, &ThumbnailScanner::gotThumbs, scanner,
+            [&] {
+                reading.release();
+                asked.acquire();
+            },
+            Qt::DirectConnection);
+        thread->start();
+        reading.acquire();
+        thread->quit();
+        asked.release();
+        QVERIFY(thread->wait(60000));
+        QCoreApplication::processEvents();
+        QCOMPARE(window->events, QStringList{"gotThumbs " + files.at(0)});
+        delete scanner; // its thread has ended, so it is this thread's to delete
+    }
+
+    void scan_finishesAtOnce_withoutFiles()
+    {
+        scanner->files.clear();
+        thread->start();
+        QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
+        QCOMPARE(window->events, QStringList{"finished"});
+    }
+
+    // One scan after the other, as when devices are clicked; the idle threads of the earlier ones stay.
+    void scan_canFollowAnother_onAThreadOfItsOwn()
+    {
+        ThumbnailScanner *second = new ThumbnailScanner;
+        QThread secondThread;
+        second->files = QStringList{files.at(1)};
+        second->firstFrame = 30;
+        second->frameStep = 900;
+        second->moveToThread(&secondThread);
+        Window secondWindow;
+        connect(&secondThread, &QThread::started, second, &ThumbnailScanner::process);
+        connect(second, &ThumbnailScanner::gotThumbs, &secondWindow, &Window::SetThumbs);
+        connect(second, &ThumbnailScanner::finished, &secondWindow, &Window::scanDone);
+        connect(second, &ThumbnailScanner::finished, second, &QObject::deleteLater);
+        thread->start();
+        QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
+        secondThread.start();
+        QTRY_VERIFY_WITH_TIMEOUT(secondWindow.events.contains("finished"), 60000);
+        QCOMPARE(secondWindow.events, (QStringList{"gotThumbs " + files.at(1), "finished"}));
+        QCOMPARE(secondWindow.numbers, (std::vector<Numbers>{{1030}}));
+        secondThread.quit();
+        QVERIFY(secondThread.wait(60000));
+    }
+
+private:
+    QTemporaryDir dir;
+    QStringList files;
+    std::unique_ptr<Window> window;
+    std::unique_ptr<QThread> thread;
+    QPointer<ThumbnailScanner> scanner;
+};
+
+QTEST_MAIN(TestThumbnailScannerThread)
+#include "tst_thumbnailscanner_thread.moc"
