@@ -1,7 +1,24 @@
 #include "app/viewer.h"
 
+#include "thumbs/scanthreads.h"
+
 #include <QApplication>
 #include <QFont>
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int kScanPatienceMs = 3000;
+
+int showWindow()
+{
+    Viewer viewer;
+    viewer.show();
+    return QApplication::exec();
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -14,7 +31,9 @@ int main(int argc, char **argv)
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
 #endif
     QApplication application(argc, argv);
-    Viewer viewer;
-    viewer.show();
-    return QApplication::exec();
+    const int status = showWindow();
+    // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
+    if (!ScanThreads::instance().end(kScanPatienceMs))
+        std::_Exit(status);
+    return status;
 }

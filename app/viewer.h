@@ -16,6 +16,9 @@
 #include <string>
 #include <vector>
 
+class QThread;
+class ThumbnailScanner;
+
 /// The main window: the devices, the programmes of the selected one, and the details of the selected programme.
 ///
 /// A programme is always meant by its index in `programmes`. The state is open to the window's own parts and to tests;
@@ -39,6 +42,9 @@ public:
     void loadSettings();
     void saveSettings();
 
+    /// Starts making thumbnails of every programme of the device, on a thread of its own. While a scan runs nothing
+    /// happens: it is never stopped or replaced, and none is queued.
+    void getThumbnails();
     /// Frees the whole cache. The caller empties the widget before control returns to the event loop.
     void deleteThumbs();
 
@@ -53,6 +59,9 @@ public:
     std::vector<Programme> programmes;      ///< of the loaded device, in the order of its index
     QList<QPixmap> thumbList;               ///< always empty
     QVector<ThumbnailEntry> thumbnailCache; ///< every series received, in order of arrival; owns the pixmaps
+    QThread *scanThread = nullptr;          ///< of the latest scan; it deletes itself when it ends
+    ThumbnailScanner *scanner = nullptr;    ///< of the latest scan; it deletes itself when it has finished
+    bool thumbnailScanRunning = false;      ///< from the start of a scan to its finished()
     QString selectedDevice;                 ///< absolute path of the device shown; empty when there is none
     QString mountPoint;                     ///< the directory whose sub-directories may be recorder disks
     int currentProgramme = -1;              ///< the programme in the details panel; -1 when there is none
@@ -68,6 +77,8 @@ public slots:
     void About();
     /// Lets the user change the two settings; whatever the dialog holds when it is closed counts.
     void Preferences();
+    /// Takes over one recording's pixmaps and shows them if that recording is selected.
+    void SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2);
     /// Writes the selected programme's description to a file that the user names.
     void exportMeta();
     /// Asks for a directory and, if it holds an archive, adds and loads it.
@@ -82,6 +93,8 @@ public slots:
     void openFinder();
     /// Shows the programme `index` in the details panel; an index outside the list changes nothing.
     void chooseProgramme(int index);
+    /// The scan has finished. Its thread stays, idle.
+    void scanDone();
 
 protected:
     void timerEvent(QTimerEvent *event) override;

@@ -67,6 +67,7 @@ void Viewer::scanDisk()
     for (const Programme &programme : programmes)
         ui.summaryList->addItem(displayText(programme.title));
     ui.summaryList->setCurrentRow(0);
+    getThumbnails();
 }
 
 void Viewer::openDVR()

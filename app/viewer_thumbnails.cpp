@@ -1,6 +1,62 @@
-// The window's side of the thumbnails: the cache that owns them, and its end.
+// The window's side of the thumbnails: one scan at a time, the cache of what it brings, and its end.
 
 #include "app/viewer.h"
+
+#include "thumbs/scanthreads.h"
+#include "thumbs/thumbnailscanner.h"
+
+#include <QThread>
+
+namespace {
+
+constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: behind most opening titles
+constexpr int kFrameStep = 150;
+
+} // namespace
+
+void Viewer::getThumbnails()
+{
+    if (thumbnailScanRunning)
+        return;
+    scanThread = new QThread; // deletes itself when it ends
+    scanThread->setObjectName(QStringLiteral("Quorvale-ThumbnailScanner"));
+
+    QStringList files;
+    for (std::size_t row = 0; row < programmes.size(); ++row)
+        files.append(recordingFile(static_cast<int>(row)));
+
+    thumbnailScanRunning = true;
+    scanner = new ThumbnailScanner; // deletes itself when it has finished
+    scanner->files = files;
+    scanner->index = 0;
+    scanner->running = true;
+    scanner->firstFrame = kFirstFrame;
+    scanner->frameStep = kFrameStep;
+    scanner->moveToThread(scanThread);
+
+    ScanThreads::instance().add(scanThread, scanner);
+    connect(scanThread, SIGNAL(started()), scanner, SLOT(process()));
+    connect(scanner, SIGNAL(gotThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>)), this,
+            SLOT(SetThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>)));
+    connect(scanner, SIGNAL(finished()), this, SLOT(scanDone()));
+    connect(scanner, SIGNAL(finished()), scanner, SLOT(deleteLater()));
+    connect(scanThread, SIGNAL(finished()), scanThread, SLOT(deleteLater()));
+    // The thread stays behind, idle, when the scan is done; it ends with the program.
+    scanThread->start(QThread::InheritPriority);
+}
+
+void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2)
+{
+    ScanThreads::instance().claim(x1, x2);
+    thumbnailCache.append({path, x1, x2});
+    if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
+        ui.thumbnailLabel->SetThumbs(x1, x2);
+}
+
+void Viewer::scanDone()
+{
+    thumbnailScanRunning = false;
+}
 
 void Viewer::deleteThumbs()
 {

@@ -113,9 +113,10 @@ void tst_Viewer::slots_standInThisOrder()
         QCOMPARE(type.method(i).methodType(), QMetaMethod::Slot);
         signatures.append(type.method(i).methodSignature());
     }
-    QCOMPARE(signatures, QStringList({"About()", "Preferences()", "exportMeta()", "openDVR()", "scanDrives()",
-                                      "selectDevice(QTreeWidgetItem*,int)", "collatedScan()", "openFinder()",
-                                      "chooseProgramme(int)"}));
+    QCOMPARE(signatures,
+             QStringList({"About()", "Preferences()", "SetThumbs(QString,QVector<QPixmap*>,QVector<QPixmap*>)",
+                          "exportMeta()", "openDVR()", "scanDrives()", "selectDevice(QTreeWidgetItem*,int)",
+                          "collatedScan()", "openFinder()", "chooseProgramme(int)", "scanDone()"}));
 }
 
 void tst_Viewer::fields_areReadOnly_butTheTime()

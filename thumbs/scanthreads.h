@@ -1,0 +1,50 @@
+#pragma once
+
+#include "thumbs/thumbnailcache.h"
+
+#include <QObject>
+#include <QPointer>
+
+class QThread;
+class ThumbnailScanner;
+
+/// The threads on which scans run or have run, from their start to the end of the program.
+///
+/// A window starts scans and may go before they do. Idle threads stay until end(); so do the series that were on their
+/// way to a window that has gone, since nobody but this object knows of them then. Main thread only.
+class ScanThreads : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The process's one object. It lives as long as the application object, whose end ends the scans if nobody did.
+    static ScanThreads &instance();
+
+    /// Takes note of a scan before it starts. Neither object is owned. Call it before connecting the scanner's
+    /// gotThumbs to whoever claims the series, for its own connection has to be the first.
+    void add(QThread *thread, ThumbnailScanner *scanner);
+
+    /// Says that the series of these pixmaps has arrived and has an owner.
+    void claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2);
+
+    /// Asks every scan to halt at its next file, ends the threads and waits for them, together up to `patienceMs`
+    /// milliseconds, then deletes scanners, threads and every series that nobody claimed. False when a thread did not
+    /// end in time: it hangs in the file system, and whoever ends the process must not wait for it.
+    bool end(int patienceMs);
+
+signals:
+    /// Reaches every scanner that still lives, on its own thread.
+    void halting();
+
+private:
+    void keep(const QString &path, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2);
+
+    struct Scan
+    {
+        QPointer<QThread> thread;
+        QPointer<ThumbnailScanner> scanner; ///< deletes itself on its thread: looked at only once that has ended
+    };
+
+    QVector<Scan> m_scans;
+    QVector<ThumbnailEntry> m_unclaimed; ///< series whose signal has arrived here but not yet at their owner
+};
