@@ -10,6 +10,9 @@ elseif(QUORVALE_SANITIZE MATCHES thread)
     "TSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/tsan.supp")
 endif()
 
+# The tests of what crosses threads, which ThreadSanitizer looks at: `--target thread_tests`, `ctest -L threads`.
+add_custom_target(thread_tests)
+
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
 # Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
 # LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:
@@ -28,6 +31,9 @@ function(quorvale_add_test test)
   target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
   target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
 
+  if("threads" IN_LIST arg_LABELS)
+    add_dependencies(thread_tests ${name})
+  endif()
   add_test(NAME ${test} COMMAND ${name})
   set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
   file(MAKE_DIRECTORY "${settings}")

@@ -1,0 +1,145 @@
+// How scans end: at the program's end, in the middle of one, and with series that nobody took over.
+
+#include "thumbs/scanthreads.h"
+
+#include "thumbs/thumbnailscanner.h"
+#include "tools/testpicture/numberedstream.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <sys/stat.h>
+
+class tst_ScanThreads : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void end_succeeds_withoutScans();
+    void end_freesSeries_thatNobodyClaimed();
+    void end_leavesSeries_thatWereClaimed();
+    void end_stopsAtTheNextFile_inTheMiddleOfAScan();
+    void end_endsIdleThreads_ofEarlierScans();
+    void end_givesUp_whenAReadHangs();
+
+private:
+    struct Scan
+    {
+        QPointer<QThread> thread;
+        QPointer<ThumbnailScanner> scanner;
+    };
+    // Starts a scan as a window does.
+    Scan start(const QStringList &files)
+    {
+        auto *thread = new QThread; // deletes itself
+        auto *scanner = new ThumbnailScanner;
+        scanner->files = files;
+        scanner->firstFrame = 5;
+        scanner->frameStep = 5;
+        scanner->moveToThread(thread);
+        ScanThreads::instance().add(thread, scanner);
+        connect(thread, SIGNAL(started()), scanner, SLOT(process()));
+        connect(scanner, SIGNAL(finished()), scanner, SLOT(deleteLater()));
+        connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
+        return {thread, scanner};
+    }
+
+    QTemporaryDir m_directory;
+    QString m_recording;
+};
+
+void tst_ScanThreads::initTestCase()
+{
+    NumberedStream stream;
+    m_recording = m_directory.filePath("recording.ts");
+    stream.path = m_recording.toStdString();
+    stream.picture = {160, 120, ChromaFormat::Yuv420, false};
+    stream.frames = 30;
+    stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
+    const FFmpegResult encoded = encodeNumberedStream(stream);
+    QVERIFY2(encoded.ok(), encoded.errors.c_str());
+}
+
+void tst_ScanThreads::end_succeeds_withoutScans()
+{
+    QVERIFY(ScanThreads::instance().end(0));
+}
+
+void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()
+{
+    const Scan scan = start({m_recording, m_recording});
+    QSignalSpy got(scan.scanner.data(), &ThumbnailScanner::gotThumbs);
+    scan.thread->start();
+    QVERIFY(got.wait(20000));
+    QVERIFY(ScanThreads::instance().end(20000)); // The leak checker sees whether they are freed.
+    QVERIFY(!scan.thread);
+    QVERIFY(!scan.scanner);
+}
+
+void tst_ScanThreads::end_leavesSeries_thatWereClaimed()
+{
+    const Scan scan = start({m_recording});
+    QVector<QPixmap *> mine;
+    connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
+            [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
+                ScanThreads::instance().claim(x1, x2);
+                mine = x1 + x2;
+            });
+    scan.thread->start();
+    QTRY_VERIFY_WITH_TIMEOUT(!mine.isEmpty(), 20000);
+    QVERIFY(ScanThreads::instance().end(20000));
+    for (const QPixmap *pixmap : std::as_const(mine))
+        QVERIFY(pixmap->width() > 0);
+    qDeleteAll(mine);
+}
+
+void tst_ScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
+{
+    QStringList files;
+    for (int i = 0; i < 2000; ++i)
+        files.append(m_recording);
+    const Scan scan = start(files);
+    QSignalSpy got(scan.scanner.data(), &ThumbnailScanner::gotThumbs);
+    scan.thread->start();
+    QVERIFY(got.wait(20000));
+    QVERIFY(ScanThreads::instance().end(20000));
+    QCoreApplication::processEvents();
+    QVERIFY(got.count() < files.size());
+    QVERIFY(!scan.scanner);
+}
+
+void tst_ScanThreads::end_endsIdleThreads_ofEarlierScans()
+{
+    QVector<Scan> scans;
+    for (int i = 0; i < 3; ++i) {
+        scans.append(start({}));
+        scans.last().thread->start();
+        QTRY_VERIFY(!scans.last().scanner); // finished at once and deleted itself
+        QVERIFY(scans.last().thread->isRunning());
+    }
+    QVERIFY(ScanThreads::instance().end(20000));
+    for (const Scan &scan : std::as_const(scans))
+        QVERIFY(!scan.thread);
+}
+
+void tst_ScanThreads::end_givesUp_whenAReadHangs()
+{
+    // A pipe that nobody writes to hangs whoever opens it, like a file on a disk that does not answer.
+    const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
+    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+    const Scan scan = start({QString::fromLocal8Bit(pipe)});
+    scan.thread->start();
+    QVERIFY(!ScanThreads::instance().end(50));
+    QVERIFY(scan.thread->isRunning());
+    // Once the read returns, the thread ends.
+    QFile writer(QString::fromLocal8Bit(pipe));
+    QVERIFY(writer.open(QIODevice::WriteOnly));
+    writer.close();
+    QVERIFY(ScanThreads::instance().end(20000));
+}
+
+QTEST_MAIN(tst_ScanThreads)
+#include "tst_scanthreads.moc"
