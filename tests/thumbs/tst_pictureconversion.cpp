@@ -124,8 +124,8 @@ private slots:
         std::vector<std::uint8_t> cr(luma.size() / 2);
         for (int row = 0; row < kValues; ++row) {
             for (int column = 0; column < kValues; ++column) {
-                luma[std::size_t(row * kValues + column)] = std::uint8_t(column);
-                cb[std::size_t((row * kValues + column) / 2)] = std::uint8_t(row);
+                luma[std::size_t(row) * kValues + column] = std::uint8_t(column);
+                cb[(std::size_t(row) * kValues + column) / 2] = std::uint8_t(row);
             }
         }
         BridgeImage picture;

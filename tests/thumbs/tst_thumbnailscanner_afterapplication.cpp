@@ -2,6 +2,7 @@
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
+#include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>

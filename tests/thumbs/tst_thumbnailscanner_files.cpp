@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <memory>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -175,6 +176,8 @@ private slots:
 
     void scan_endsWithTheDocumentedSignals_whenTheFileShrinksWhileItIsRead()
     {
+        if (!QFile::exists("/proc/self/fdinfo"))
+            QSKIP("needs to see how far the file is read");
         const QString path = QFileInfo(dir.path()).canonicalFilePath() + "/shrinking.ts";
         // Where the scan outran the other thread, nothing was tried, and it is tried again.
         for (int attempt = 0; attempt < 10; ++attempt) {
@@ -328,7 +331,7 @@ private:
             QObject::connect(&scanner, &ThumbnailScanner::finished, [&] { finished = true; });
             scanner.process();
             QTRY_VERIFY_WITH_TIMEOUT(finished, 100000);
-            QCOMPARE(handled, files.size());
+            QCOMPARE(handled, int(files.size()));
         };
         scan();
         const std::size_t before = bytesInUse();

@@ -2,10 +2,12 @@
 #include "tools/testpicture/numberedstream.h"
 
 #include <QPointer>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
 #include <memory>
 
 namespace {
@@ -105,8 +107,8 @@ private slots:
 
     void signals_areSentOnTheScannersThread()
     {
-        QThread *sending = nullptr;
-        QThread *finishing = nullptr;
+        std::atomic<QThread *> sending{nullptr};
+        std::atomic<QThread *> finishing{nullptr};
         connect(
             scanner, &ThumbnailScanner::gotThumbs, scanner, [&] { sending = QThread::currentThread(); },
             Qt::DirectConnection);
@@ -115,8 +117,8 @@ private slots:
             Qt::DirectConnection);
         thread->start();
         QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
-        QCOMPARE(sending, thread.get());
-        QCOMPARE(finishing, thread.get());
+        QCOMPARE(sending.load(), thread.get());
+        QCOMPARE(finishing.load(), thread.get());
     }
 
     // The halt arrives at the scanner while the first file is in hand, from the window's thread as ever: the worker
