@@ -2,6 +2,7 @@
 
 #include "archive/archivepaths.h"
 
+#include <algorithm>
 #include <climits>
 #include <memory>
 #include <utility>
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr long kRecordStride = 32768; // The first stride of the file holds no record.
+constexpr long kMostReserved = 65536; // records; a damaged file system may claim any size
 
 struct FileCloser
 {
@@ -26,6 +28,9 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
     std::vector<Programme> programmes;
+    if (std::fseek(file.get(), 0, SEEK_END) == 0)
+        programmes.reserve(
+            static_cast<std::size_t>(std::clamp(std::ftell(file.get()) / kRecordStride - 1, 0L, kMostReserved)));
     std::int32_t playPosition = 0; // A record without one keeps that of the nearest earlier record with one.
     for (long offset = kRecordStride;; offset += kRecordStride) {
         Programme programme;

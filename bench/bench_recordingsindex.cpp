@@ -13,10 +13,23 @@
 #include <new>
 
 #include <fcntl.h>
+#ifdef __APPLE__
+#include <malloc/malloc.h>
+#else
 #include <malloc.h>
+#endif
 #include <unistd.h>
 
 namespace {
+
+std::size_t allocatedSize(const void *memory)
+{
+#ifdef __APPLE__
+    return malloc_size(memory);
+#else
+    return malloc_usable_size(const_cast<void *>(memory));
+#endif
+}
 
 // What the program allocates, while it is counted. One thread allocates here.
 bool counting = false;
@@ -31,7 +44,7 @@ void *operator new(std::size_t size)
     if (!memory)
         throw std::bad_alloc();
     if (counting) {
-        liveBytes += malloc_usable_size(memory);
+        liveBytes += allocatedSize(memory);
         peakBytes = std::max(peakBytes, liveBytes);
     }
     return memory;
@@ -40,7 +53,7 @@ void *operator new(std::size_t size)
 void operator delete(void *memory) noexcept
 {
     if (counting)
-        liveBytes -= malloc_usable_size(memory);
+        liveBytes -= allocatedSize(memory);
     std::free(memory);
 }
 

@@ -1,10 +1,15 @@
 # Finds the toolkit and says which major version the house is built with: QUORVALE_QT is 5 or 6.
 
 if(NOT QUORVALE_QT)
-  find_package(Qt5 5.15 QUIET COMPONENTS Core)
-  set(quorvale_default_qt 6)
-  if(Qt5_FOUND)
-    set(quorvale_default_qt 5)
+  # A project that has chosen already gets what it chose.
+  if(TARGET Qt6::Core AND NOT TARGET Qt5::Core)
+    set(quorvale_default_qt 6)
+  else()
+    find_package(Qt5 5.15 QUIET COMPONENTS Core)
+    set(quorvale_default_qt 6)
+    if(Qt5_FOUND)
+      set(quorvale_default_qt 5)
+    endif()
   endif()
 endif()
 set(QUORVALE_QT "${quorvale_default_qt}" CACHE STRING "Major version of Qt to build with: 5 or 6")

@@ -7,7 +7,7 @@ if(QUORVALE_SANITIZE MATCHES address)
     "UBSAN_OPTIONS=print_stacktrace=1")
 elseif(QUORVALE_SANITIZE MATCHES thread)
   list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
-    "TSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/tsan.supp")
+    "TSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/tsan.supp:ignore_noninstrumented_modules=1")
 endif()
 
 # The tests of what crosses threads, which ThreadSanitizer looks at: `--target thread_tests`, `ctest -L threads`.

@@ -15,7 +15,7 @@ class NewDiskNotifier;
 /// - elsewhere nothing is watched, which a line on stderr says.
 ///
 /// Made and destroyed on one thread, the main one, while the application object lives. A system that refuses to be
-/// watched is no failure: the program runs on without events (on Linux a line on stderr tells so).
+/// watched is no failure: the program runs on without events (a line on stderr tells so).
 class DiskWatch
 {
 public:

@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # What the commands in this folder share. Sourced, never run.
 
+unset CDPATH # It would make cd talk.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 export root
 

@@ -39,7 +39,7 @@ private slots:
     void diskChanges_scanAgain_afterTheRescan();
     void timerEvent_ignoresOtherTimers();
     void rescan_keepsTheProgrammes_whenTheVolumeHasGone();
-    void destroy_endsInOrder_whileARescanIsDue();
+    void destroy_endsCleanly_whileARescanIsDue();
 };
 
 void tst_Viewer::start_showsAWindowWithItsOwnTitle()
@@ -181,7 +181,7 @@ void tst_Viewer::diskChanges_causeOneRescan_howeverMany()
     int firstTimer = -1;
     for (const int delay : {0, 200, 400}) {
         QTimer::singleShot(delay, &viewer, [&] {
-            viewer.collatedScan();
+            viewer.diskNotifier->Notify();
             if (firstTimer < 0)
                 firstTimer = viewer.scanTimerId;
             QCOMPARE(viewer.scanTimerId, firstTimer); // Later ones do not put it off.
@@ -228,6 +228,7 @@ void tst_Viewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one"), fixture.titled("two")});
     Viewer &viewer = fixture.open();
+    viewer.SetThumbs(viewer.recordingFile(0), {new QPixmap(8, 6)}, {new QPixmap(16, 12)}); // owned by the window
     QVERIFY(QDir(fixture.path("disk")).removeRecursively());
     viewer.collatedScan();
     QTimerEvent due(viewer.scanTimerId);
@@ -238,9 +239,11 @@ void tst_Viewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
     QCOMPARE(viewer.programmes.size(), std::size_t(2));
     QCOMPARE(viewer.currentProgramme, 0);
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+    QCOMPARE(viewer.thumbnailCache.size(), 1);
+    QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x, viewer.thumbnailCache.first().x1);
 }
 
-void tst_Viewer::destroy_endsInOrder_whileARescanIsDue()
+void tst_Viewer::destroy_endsCleanly_whileARescanIsDue()
 {
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one")});

@@ -27,6 +27,7 @@ private slots:
     void openButton_namesTheRecordingOfTheListsRow();
     void openButton_usesTheListsRow_notTheShownProgramme();
     void openButton_doesNothing_withoutRecording();
+    void openButton_doesNothing_withoutDevice();
     void aboutBox_saysThis();
 };
 
@@ -100,6 +101,15 @@ void tst_ViewerDesktop::openButton_doesNothing_withoutRecording()
     viewer.openFinder();
     viewer.ui.summaryList->clear();
     viewer.openFinder();
+    QCOMPARE(errors.text(), QByteArray());
+}
+
+void tst_ViewerDesktop::openButton_doesNothing_withoutDevice()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    CapturedOutput errors(stderr);
+    QTest::mouseClick(viewer.ui.openButton, Qt::LeftButton);
     QCOMPARE(errors.text(), QByteArray());
 }
 

@@ -137,8 +137,12 @@ void tst_ViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
     Viewer &viewer = fixture.open();
+    viewer.SetThumbs(viewer.recordingFile(0), {new QPixmap(8, 6)}, {new QPixmap(16, 12)}); // owned by the window
+    QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x.size(), 1);
     viewer.selectedDevice = fixture.path("gone");
     viewer.scanDisk();
+    QVERIFY(viewer.ui.thumbnailLabel->thumbs1x.isEmpty()); // no longer shown, but kept
+    QCOMPARE(viewer.thumbnailCache.size(), 1);
     QCOMPARE(viewer.devicePath, fixture.path("gone").toStdString()); // updated all the same
     QCOMPARE(programmeTexts(viewer), QStringList("one"));
     QCOMPARE(viewer.programmes.size(), std::size_t(1));
@@ -203,6 +207,7 @@ void tst_ViewerDevices::load_leavesNoDescriptorOpen_onTheVolume()
     QVERIFY(TestVolume::writeFile(fixture.path("disk/DVR/RECS/one.ts"), "recording"));
     Viewer &viewer = fixture.open();
     viewer.scanDrives();
+    QTRY_VERIFY(!viewer.thumbnailScanRunning);
     const QFileInfoList open = QDir("/proc/self/fd").entryInfoList(QDir::AllEntries | QDir::System);
     QVERIFY(open.size() > 3);
     for (const QFileInfo &file : open)
@@ -281,16 +286,23 @@ void tst_ViewerDevices::open_addsAndLoadsADirectory_everyTime()
     Viewer &viewer = fixture.open();
     for (int time = 1; time <= 2; ++time) {
         QString caption;
-        QFileDialog::FileMode mode = QFileDialog::AnyFile;
+        QWidget *parent = nullptr;
+        QString start;
+        bool directoriesOnly = false;
         WhenModal<QFileDialog> chooser([&](QFileDialog &dialog) {
             caption = dialog.windowTitle();
-            mode = dialog.fileMode();
+            parent = dialog.parentWidget();
+            start = dialog.directory().absolutePath();
+            directoriesOnly = dialog.testOption(QFileDialog::ShowDirsOnly);
             chooseByKeys(dialog, elsewhere.path());
         });
         viewer.ui.actionOpen_Directory->trigger();
         QVERIFY(chooser.wasSeen());
         QCOMPARE(caption, QString("Select directory containing DVR"));
-        QVERIFY(mode != QFileDialog::AnyFile && mode != QFileDialog::ExistingFile);
+        QCOMPARE(parent, static_cast<QWidget *>(&viewer));
+        QVERIFY(directoriesOnly);
+        if (time == 1)
+            QCOMPARE(start, QDir::currentPath()); // none given: where the program stands
         QCOMPARE(viewer.openedDirectories.size(), time);
         QCOMPARE(viewer.openedDirectories.last(), elsewhere.path());
         QCOMPARE(deviceTexts(viewer).size(), 1 + time);

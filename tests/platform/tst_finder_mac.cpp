@@ -1,4 +1,5 @@
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -20,6 +21,34 @@ QProcessEnvironment environmentIn(const QString &folder)
     environment.insert(asanOptions, environment.value(asanOptions) + QStringLiteral(":detect_leaks=0"));
     return environment;
 }
+
+/// GNUstep's notification centre. A program that finds none starts one as a daemon, which waits for its last client and
+/// then outlives the test, for its folder has gone by then. This one ends with the object.
+class NotificationCentre
+{
+public:
+    explicit NotificationCentre(const QString &folder)
+        : m_name(folder + QStringLiteral("/NSMessagePort/names/R0ROQ1NlcnZlcg==")) // "GDNCServer" in base64
+    {
+        m_centre.setProcessEnvironment(environmentIn(folder));
+        m_centre.start(QStringLiteral("gdnc"), {QStringLiteral("--no-fork")});
+    }
+    ~NotificationCentre()
+    {
+        m_centre.terminate();
+        if (!m_centre.waitForFinished(kLongEnough))
+            m_centre.kill();
+    }
+    NotificationCentre(const NotificationCentre &) = delete;
+    NotificationCentre &operator=(const NotificationCentre &) = delete;
+
+    /// Its name is registered: programs find it.
+    [[nodiscard]] bool isReady() const { return m_centre.state() == QProcess::Running && QFile::exists(m_name); }
+
+private:
+    QString m_name;
+    QProcess m_centre;
+};
 
 const QStringList kNamesInFiles{QStringLiteral("-NSPortIsMessagePort"), QStringLiteral("YES")};
 
@@ -59,6 +88,8 @@ void TestFinderMac::call_reachesTheViewerAndTheLog()
     QFETCH(QString, path);
     const QTemporaryDir folder;
     QVERIFY(folder.isValid());
+    const NotificationCentre centre(folder.path());
+    QTRY_VERIFY_WITH_TIMEOUT(centre.isReady(), kLongEnough);
 
     QProcess viewer;
     viewer.setProcessEnvironment(environmentIn(folder.path()));

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# program.sh QUORVALE SAMPLEDISK SCREENSHOT FOLDER: the program itself, on a virtual display with a small sample disk:
+# it shows a window that lists programmes, quits when asked to, and has saved its settings by then.
+set -euo pipefail
+program=$1 sampledisk=$2 screenshot=$3 folder=$4
+
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+
+rm -rf "$folder/config"
+mkdir -p "$folder/config/quorvale.org"
+export XDG_CONFIG_HOME=$folder/config
+settings=$XDG_CONFIG_HOME/quorvale.org/quorvale.conf
+"$sampledisk" --recordings 3 --length 170 "$folder/disk"
+printf '[Main]\nmount_point=%s\n' "$folder/disk" >"$settings"
+
+# The program runs in the background there; it leaves its exit code and what it says here.
+cat >"$folder/program" <<SCRIPT
+#!/usr/bin/env bash
+code=0
+"$program" >"$folder/said" 2>&1 || code=\$?
+echo \$code >"$folder/code"
+SCRIPT
+chmod +x "$folder/program"
+rm -f "$folder/code" "$folder/window.png"
+unset QT_QPA_PLATFORM DISPLAY WAYLAND_DISPLAY
+"$screenshot" "$folder/program" "$folder/window.png"
+
+[ -s "$folder/window.png" ] || fail "no picture of the window"
+[ "$(cat "$folder/code")" = 0 ] || fail "exit code $(cat "$folder/code")"
+# These recordings are too short for most of their pictures, which the scanner says; anything else is a fault.
+said=$(grep -v '^ThumbnailScanner - Could not read frame$' "$folder/said" || true)
+[ -z "$said" ] || fail "it said: $said"
+grep -q '^dateformat=ymd$' "$settings" || fail "the settings were not saved: $(cat "$settings")"
