@@ -189,15 +189,15 @@ bool FFVideo::openAudio()
     ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[audioStream], codec);
     if (!decoder)
         return false;
-    // The format that probing saw: opening a decoder may set another one until it has decoded something.
-    const SampleKind kind = sampleKindOf(decoder->sample_fmt);
-    audioBitsPerSample = kind.bits;
-    audioFormat = kind.format;
     audioSampleRate = decoder->sample_rate;
     audioChannels = ffmpeg::channelCount(*decoder);
     audioDecoderName = codec->name;
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
+    // The decoder's own format. A transport stream's MP2 is probed as MP3, whose decoder delivers another one.
+    const SampleKind kind = sampleKindOf(decoder->sample_fmt);
+    audioBitsPerSample = kind.bits;
+    audioFormat = kind.format;
     audioCodec = decoder.release();
     return true;
 }
