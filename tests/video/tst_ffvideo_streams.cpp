@@ -1,0 +1,247 @@
+#include "tests/support/oracle.h"
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "tests/support/transportstream.h"
+#include "tests/video/everypicture.h"
+
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+constexpr int kFrames = 100;
+
+} // namespace
+
+/// Streams made for the purpose: each way of coding, and each kind of damage, compared with the ffmpeg program picture
+/// by picture. Where a stream is whole the pictures also say their numbers themselves.
+class TestFFVideoStreams : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QMap<QString, QString> paths;
+
+    static bool open(FFVideo &video, const QString &path, bool quick)
+    {
+        return video.Open(QFile::encodeName(path).constData(), quick, FFVideo::FF_ACCESS_READ);
+    }
+
+    void add(const QString &fileName, const QStringList &encoder, bool interlaced = false, bool sound = false)
+    {
+        TestStream stream;
+        stream.fileName = fileName;
+        stream.encoder = encoder;
+        stream.frames = kFrames;
+        stream.interlaced = interlaced;
+        stream.sound = sound;
+        paths[fileName] = makeStream(folder.path(), stream);
+    }
+
+    void addWhole()
+    {
+        const QStringList mpeg2{"-c:v", "mpeg2video", "-q:v", "3", "-g", "12"};
+        const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-g", "24"};
+        const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "keyint=24:log-level=none"};
+        add("mpeg2.ts", mpeg2 + QStringList{"-bf", "0"});
+        add("mpeg2-b.ts", mpeg2 + QStringList{"-bf", "2"});
+        add("mpeg2-b-interlaced.ts", mpeg2 + QStringList{"-bf", "2", "-c:a", "mp2"}, true, true);
+        add("h264.ts", h264 + QStringList{"-bf", "0", "-c:a", "aac"}, false, true);
+        add("h264-b-closed.ts", h264 + QStringList{"-bf", "3", "-x264-params", "open-gop=0"});
+        add("h264-b-open.ts", h264 + QStringList{"-bf", "3", "-x264-params", "open-gop=1"});
+        add("h264-b-interlaced.ts", h264 + QStringList{"-bf", "3", "-x264-params", "tff=1"}, true);
+        add("h264-intra.ts", h264 + QStringList{"-g", "1"});
+        add("hevc.ts", hevc);
+        add("hevc-raw.265", hevc + QStringList{"-f", "hevc"});
+        add("mpeg2-33-bit-wrap.ts",
+            mpeg2 + QStringList{"-bf", "0", "-output_ts_offset", "95441.7", "-muxdelay", "0", "-muxpreload", "0"});
+    }
+
+    // Streams with something missing, or something added.
+    void addDamaged()
+    {
+        const auto change = [&](const QString &from, const QString &to, auto operation) {
+            QByteArray bytes = readFile(paths[from]);
+            operation(bytes);
+            paths[to] = writeFile(folder.path(), to, bytes);
+        };
+        change("h264.ts", "hdmv.ts", [](QByteArray &bytes) {
+            if (!transportstream::registerFirstStream(bytes, "HDMV"))
+                bytes.clear();
+        });
+        const auto middle = [](QByteArray &bytes) { // from somewhere inside a group on
+            const int video = transportstream::pidOfStreamType(bytes, bytes.contains("x264") ? 27 : 2);
+            const int first = int(bytes.size()) / transportstream::kPacketSize / 6;
+            transportstream::dropPackets(bytes, [=](int packet, int pid) { return pid == video && packet < first; });
+        };
+        change("h264-b-open.ts", "h264-starts-in-the-middle.ts", middle);
+        change("mpeg2-b.ts", "mpeg2-starts-in-the-middle.ts", middle);
+        change("h264.ts", "h264-packets-lost.ts", [](QByteArray &bytes) {
+            const int video = transportstream::pidOfStreamType(bytes, 27);
+            transportstream::dropPackets(bytes, [=](int packet, int pid) { return pid == video && packet % 97 == 50; });
+        });
+        change("mpeg2-b.ts", "mpeg2-bits-flipped.ts", [](QByteArray &bytes) {
+            for (int at = 40000; at < bytes.size(); at += 9973)
+                bytes[at] = static_cast<char>(bytes[at] ^ 0x10);
+        });
+        change("h264.ts", "h264-cut.ts", [](QByteArray &bytes) { bytes.truncate(bytes.size() * 3 / 5 + 77); });
+    }
+
+    void addRows(std::initializer_list<const char *> names)
+    {
+        QTest::addColumn<QString>("name");
+        for (const char *name : names)
+            QTest::newRow(name) << QString(name);
+    }
+    void addWholeRows()
+    {
+        addRows({"mpeg2.ts", "mpeg2-b.ts", "mpeg2-b-interlaced.ts", "h264.ts", "h264-b-closed.ts", "h264-b-open.ts",
+                 "h264-b-interlaced.ts", "h264-intra.ts", "hevc.ts", "hevc-raw.265", "mpeg2-33-bit-wrap.ts",
+                 "hdmv.ts"});
+    }
+    void addDamagedRows()
+    {
+        addRows({"h264-starts-in-the-middle.ts", "mpeg2-starts-in-the-middle.ts", "h264-packets-lost.ts",
+                 "mpeg2-bits-flipped.ts", "h264-cut.ts"});
+    }
+
+private slots:
+    void initTestCase()
+    {
+        addWhole();
+        addDamaged();
+        for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
+            QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));
+    }
+
+    void picture_saysTheNumberThatWasAskedFor_data() { addWholeRows(); }
+    void picture_saysTheNumberThatWasAskedFor()
+    {
+        QFETCH(const QString, name);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], false));
+        QVERIFY(video.frameCount >= kFrames - 3);
+        for (const int number : shuffled(video.frameCount, 7)) {
+            Picture picture;
+            QVERIFY(video.Read(number, picture));
+            QCOMPARE(numberIn(picture).value_or(9999), unsigned(number));
+        }
+    }
+
+    void read_deliversEveryPicture_forwards_data() { addWholeRows(); }
+    void read_deliversEveryPicture_forwards()
+    {
+        QFETCH(const QString, name);
+        const auto expected = pictureChecksums(paths[name]);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], true));
+        const int end = readToTheEnd(video, 0, expected);
+        QVERIFY(end > expected.size() - 1 - kMostHeldBack);
+        QCOMPARE(video.frameCount, end);
+    }
+
+    void read_deliversEveryPicture_backwards_data() { addWholeRows(); }
+    void read_deliversEveryPicture_backwards()
+    {
+        QFETCH(const QString, name);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], false));
+        QCOMPARE(compareEach(video, descending(video.frameCount, 1), pictureChecksums(paths[name])), QString());
+    }
+
+    void read_deliversEveryPicture_shuffled_data() { addWholeRows(); }
+    void read_deliversEveryPicture_shuffled()
+    {
+        QFETCH(const QString, name);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], false));
+        QCOMPARE(compareEach(video, shuffled(video.frameCount, 1), pictureChecksums(paths[name])), QString());
+    }
+
+    void read_deliversEveryPicture_withTheSameTable_afterCloseAndOpen_data() { addWholeRows(); }
+    void read_deliversEveryPicture_withTheSameTable_afterCloseAndOpen()
+    {
+        QFETCH(const QString, name);
+        const QByteArray table = QFile::encodeName(folder.filePath(name + ".kft"));
+        FFVideo video;
+        QVERIFY(open(video, paths[name], false));
+        const int frames = video.frameCount;
+        QVERIFY(video.SaveKeyTable(table.constData(), true));
+        QVERIFY(video.Close());
+        QVERIFY(video.LoadKeyTable(table.constData()));
+        QVERIFY(open(video, paths[name], false));
+        QCOMPARE(video.frameCount, frames);
+        QCOMPARE(compareEach(video, shuffled(frames, 3), pictureChecksums(paths[name])), QString());
+    }
+
+    void read_deliversWhatIsThere_forwards_ofADamagedStream_data() { addDamagedRows(); }
+    void read_deliversWhatIsThere_forwards_ofADamagedStream()
+    {
+        QFETCH(const QString, name);
+        const auto expected = pictureChecksums(paths[name]);
+        QVERIFY(expected.size() > kFrames / 2 - 10);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], true));
+        const int end = readToTheEnd(video, 0, expected);
+        QVERIFY(end > expected.size() - 1 - kMostHeldBack);
+    }
+
+    void read_findsTheSamePictures_inADamagedStream_data() { addDamagedRows(); }
+    void read_findsTheSamePictures_inADamagedStream()
+    {
+        // Concealed pictures depend on what was decoded before them; that every number is answered does not.
+        QFETCH(const QString, name);
+        FFVideo video;
+        QVERIFY(open(video, paths[name], false));
+        QVERIFY(video.keyFrames.complete);
+        int delivered = 0;
+        const QVector<int> numbers = shuffled(video.frameCount, 3);
+        for (const int number : numbers) {
+            Picture picture;
+            if (video.Read(number, picture)) {
+                ++delivered;
+                QCOMPARE(video.currentFrame, number);
+            } else {
+                QCOMPARE(video.lastError, 1);
+            }
+        }
+        QVERIFY(delivered > 0);
+    }
+
+    void rawH264_isReadForwardOnly()
+    {
+        // There are no timestamps to seek by.
+        TestStream stream;
+        stream.fileName = "raw.264";
+        stream.encoder = QStringList{"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-f", "h264"};
+        stream.frames = kFrames;
+        const QString path = makeStream(folder.path(), stream);
+        const auto expected = pictureChecksums(path);
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        QVERIFY(readToTheEnd(video, 0, expected) > kFrames - 1 - kMostHeldBack);
+        Picture picture;
+        QVERIFY(!video.Read(50, picture));
+        QCOMPARE(video.lastError, 1);
+    }
+
+    void oneOpenReader_doesNotDisturbAnother()
+    {
+        const QString path = paths["h264-b-open.ts"];
+        const auto expected = pictureChecksums(path);
+        FFVideo one;
+        FFVideo other;
+        QVERIFY(open(one, path, true));
+        QVERIFY(open(other, paths["mpeg2.ts"], true));
+        for (const int number : {10, 11, 40, 12}) {
+            QCOMPARE(compareEach(one, {number}, expected), QString());
+            QCOMPARE(compareEach(other, {number}, pictureChecksums(paths["mpeg2.ts"])), QString());
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFFVideoStreams)
+#include "tst_ffvideo_streams.moc"
