@@ -1,0 +1,63 @@
+#include "fuzz/inputfile.h"
+#include "video/ffvideo.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Where the bytes go that are read for the sake of reading them.
+volatile unsigned sink = 0;
+
+void readPicture(FFVideo &video, int number)
+{
+    BridgeImage image;
+    if (!video.Read(number, image))
+        return;
+    // Every byte that was promised is there.
+    for (int plane = 0; plane < image.planes; ++plane) {
+        const bool halved = plane > 0 && (image.format == FF_PIX_YUV420P || image.format == FF_PIX_YUVJ420P);
+        const int rows = halved ? image.height / 2 : image.height;
+        if (rows > 0 && image.stride[plane] > 0)
+            sink = image.data[plane][static_cast<std::size_t>(rows) * image.stride[plane] - 1];
+    }
+    for (const std::uint8_t *plane : image.data)
+        delete[] plane;
+}
+
+void readSound(FFVideo &video, int first, int last)
+{
+    if (!video.SetAudioRange(first, last))
+        return;
+    for (int call = 0; call < 50; ++call) {
+        unsigned char *buffer = nullptr;
+        int bytes = 0;
+        int samples = 0;
+        const int status = video.ReadAudioFrame(buffer, bytes, samples);
+        if (buffer)
+            std::memset(buffer, 0, static_cast<std::size_t>(bytes));
+        delete[] buffer;
+        if (status != FFVideo::FF_AUDIO_MORE && status != FFVideo::FF_AUDIO_SKIPPED)
+            return;
+    }
+}
+
+} // namespace
+
+// A damaged recording, used as the thumbnails and the players of sound use it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    const InputFile file(bytes, size);
+    FFVideo video;
+    if (!video.Open(file.path(), true, FFVideo::FF_ACCESS_READ))
+        return 0;
+    for (const int number : {0, 1, 7, 3, 2, 12, 0})
+        readPicture(video, number);
+    readSound(video, 0, 3);
+    readSound(video, 2, 4);
+    readPicture(video, 5);
+    video.completeSeekTable();
+    for (const int number : {1, video.frameCount - 1, video.frameCount / 2, video.frameCount})
+        readPicture(video, number);
+    return 0;
+}
