@@ -7,11 +7,45 @@
 #include <QFile>
 #include <QMap>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QtTest>
 
 namespace {
 
 constexpr int kFrames = 100;
+
+// A VP9 stream in an IVF file, in which every two packets are joined to one "superframe". Each of its packets then
+// completes two pictures.
+//
+//     file:  32 bytes, packets           packet: size (4), timestamp (8), data
+//     superframe: picture, picture, marker, size (4), size (4), marker
+QByteArray withPairsOfPackets(const QByteArray &file)
+{
+    constexpr int kFileHeader = 32;
+    constexpr int kPacketHeader = 12;
+    constexpr char kTwoPicturesSizesOfFourBytes = '\xD9';
+    const auto littleEndian = [](quint32 value) {
+        QByteArray bytes(4, '\0');
+        qToLittleEndian(value, bytes.data());
+        return bytes;
+    };
+
+    QByteArray joined = file.left(kFileHeader);
+    QList<QByteArray> pair;
+    for (int at = kFileHeader; at + kPacketHeader <= file.size();) {
+        const int size = int(qFromLittleEndian<quint32>(file.constData() + at));
+        pair.append(file.mid(at + kPacketHeader, size));
+        if (pair.size() == 2) {
+            const QByteArray index = kTwoPicturesSizesOfFourBytes + littleEndian(quint32(pair[0].size())) +
+                                     littleEndian(quint32(pair[1].size())) + kTwoPicturesSizesOfFourBytes;
+            const QByteArray packet = pair[0] + pair[1] + index;
+            joined += littleEndian(quint32(packet.size())) + file.mid(at + 4, 8) + packet;
+            pair.clear();
+        }
+        at += kPacketHeader + size;
+    }
+    return joined;
+}
 
 } // namespace
 
@@ -226,6 +260,28 @@ private slots:
         Picture picture;
         QVERIFY(!video.Read(50, picture));
         QCOMPARE(video.lastError, 1);
+    }
+
+    void packetsThatCompleteTwoPictures_loseNoneAndCountNoneTwice()
+    {
+        TestStream stream;
+        stream.fileName = "single.ivf";
+        stream.encoder =
+            QStringList{"-c:v", "libvpx-vp9",    "-deadline", "realtime", "-cpu-used", "8",    "-lag-in-frames",
+                        "0",    "-auto-alt-ref", "0",         "-g",       "20",        "-b:v", "1M"};
+        stream.frames = 60;
+        const QString single = makeStream(folder.path(), stream);
+        QVERIFY(!single.isEmpty());
+        const auto expected = pictureChecksums(single);
+        QCOMPARE(int(expected.size()), 60);
+        const QString pairs = writeFile(folder.path(), "pairs.ivf", withPairsOfPackets(readFile(single)));
+
+        FFVideo video;
+        QVERIFY(open(video, pairs, true));
+        QCOMPARE(readToTheEnd(video, 0, expected), 60);
+        QCOMPARE(video.frameCount, 60);
+        // After a seek nothing is left over from before it.
+        QCOMPARE(compareEach(video, {1, 0, 7, 2, 1}, expected), QString());
     }
 
     void oneOpenReader_doesNotDisturbAnother()
