@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 // Every array that this process allocates is counted: planes, names, rows and samples are all of them arrays.
@@ -53,6 +54,11 @@ private:
 private slots:
     void initTestCase()
     {
+        // A memory checker that puts its own allocator in the place of this one counts for itself.
+        const long before = liveArrays;
+        const std::unique_ptr<char[]> array(new char[1]);
+        if (since(before) != 1)
+            QSKIP("another allocator is in charge");
         TestStream stream;
         stream.fileName = "tone.ts";
         stream.encoder = QStringList{"-c:v", "mpeg2video", "-bf", "0", "-c:a", "mp2"};
