@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <memory>
 #include <new>
 
 // Every array that this process allocates is counted: planes, names, rows and samples are all of them arrays.
@@ -56,8 +55,11 @@ private slots:
     {
         // A memory checker that puts its own allocator in the place of this one counts for itself.
         const long before = liveArrays;
-        const std::unique_ptr<char[]> array(new char[1]);
-        if (since(before) != 1)
+        KeyFrameTable table;
+        InitialiseKFT(&table, "x", 1);
+        const bool counted = since(before) == 2;
+        ReleaseKFT(&table);
+        if (!counted)
             QSKIP("another allocator is in charge");
         TestStream stream;
         stream.fileName = "tone.ts";
