@@ -154,7 +154,7 @@ public:
     /// Replaces the table by the one in the text file `path`. For a closed reader, before Open.
     bool LoadKeyTable(const char *path);
     bool SaveKeyTable(const char *path, bool markSaved);
-    /// Replaces the table by a copy of `table`. For a closed reader, before Open.
+    /// Replaces the table by a copy of `table`; false for null. For a closed reader, before Open.
     bool SetKeyTable(const KeyFrameTable *table);
 
     /// Makes picture `target` the current one; false where it cannot be reached.

@@ -177,12 +177,12 @@ int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
     samples = static_cast<int>(cut.samples);
     bytes = static_cast<int>(cut.bytes);
 
-    auto piecesBytes = std::make_unique<unsigned char[]>(static_cast<std::size_t>(bytes));
+    auto delivered = std::make_unique<unsigned char[]>(static_cast<std::size_t>(bytes));
     if (isInterleavedHere(format))
-        interleave(*piece, cut, piecesBytes.get());
+        interleave(*piece, cut, delivered.get());
     else
-        copyFirstPlane(*piece, cut, piecesBytes.get());
-    buffer = piecesBytes.release(); // owned by the caller
+        copyFirstPlane(*piece, cut, delivered.get());
+    buffer = delivered.release(); // owned by the caller
 
     // A range up to the end of the file ends with its first piece.
     if (audioSamplesLeft == kToTheEnd)

@@ -16,6 +16,8 @@ bool FFVideo::SaveKeyTable(const char *path, bool markSaved)
 
 bool FFVideo::SetKeyTable(const KeyFrameTable *table)
 {
+    if (!table)
+        return false;
     // Copied before anything is released: a table can be set on the reader that it comes from.
     KeyFrameTable copy;
     CopyKFT(&copy, table);

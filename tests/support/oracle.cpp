@@ -24,16 +24,19 @@ QByteArray outputOf(const QStringList &arguments)
 
 } // namespace
 
-QVector<QByteArray> pictureChecksums(const QString &path, const QStringList &inputOptions)
+QVector<QByteArray> pictureChecksums(const QString &path)
 {
     static QMap<QString, QVector<QByteArray>> known;
     if (known.contains(path))
         return known[path];
 
-    // One line a picture: stream, dts, pts, duration, size, checksum.
-    const QByteArray text =
-        outputOf(QStringList{"-threads", "1"} + inputOptions +
-                 QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-f", "framemd5"});
+    // One line a picture: stream, dts, pts, duration, size, checksum. What tells the program to leave the pictures as
+    // they come was renamed with its version 5.1.
+    QByteArray text;
+    for (const char *option : {"-fps_mode", "-vsync"}) {
+        if (text.isEmpty())
+            text = outputOf({"-threads", "1", "-i", path, "-map", "0:v:0", option, "passthrough", "-f", "framemd5"});
+    }
     QVector<QByteArray> checksums;
     for (const QByteArray &line : text.split('\n')) {
         if (!line.isEmpty() && !line.startsWith('#'))

@@ -398,6 +398,8 @@ private slots:
         QVERIFY(video.SetKeyTable(&video.keyFrames));
         QCOMPARE(rowsHeld(&video.keyFrames), kFrames / kGroup);
         QCOMPARE(video.keyFrames.frames, kFrames);
+        QVERIFY(!video.SetKeyTable(nullptr));
+        QCOMPARE(video.keyFrames.frames, kFrames);
     }
 };
 
