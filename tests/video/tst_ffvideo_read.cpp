@@ -162,7 +162,7 @@ private slots:
         QCOMPARE(picture.stride[1], video.frame->linesize[1]);
         // 24 rows, the last of which is the 24th of 25. The allocation's size shows under a memory checker.
         for (int plane = 1; plane < 3; ++plane) {
-            const auto bytes = std::size_t(24 * picture.stride[plane]);
+            const std::size_t bytes = std::size_t(24) * std::size_t(picture.stride[plane]);
             QCOMPARE(std::memcmp(picture.data[plane], video.frame->data[plane], bytes), 0);
         }
     }
