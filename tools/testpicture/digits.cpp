@@ -49,7 +49,7 @@ private:
 
 } // namespace
 
-void drawDigits(std::uint8_t *luma, int width, int height, int stride, unsigned number)
+PictureArea drawDigits(std::uint8_t *luma, int width, int height, int stride, unsigned number)
 {
     const std::string text = std::to_string(number);
     // One dot of space around the text and between the glyphs.
@@ -57,7 +57,7 @@ void drawDigits(std::uint8_t *luma, int width, int height, int stride, unsigned 
     const int rows = kGlyphRows + 2;
     const int dot = std::min(height / 4 / rows, width / columns);
     if (dot < 1)
-        return;
+        return {};
 
     const LumaPlane plane(luma, stride);
     const int left = (width - columns * dot) / 2;
@@ -71,4 +71,5 @@ void drawDigits(std::uint8_t *luma, int width, int height, int stride, unsigned 
                 if ((glyph[row] >> (kGlyphColumns - 1 - column)) & 1)
                     plane.fill(glyphLeft + column * dot, top + (row + 1) * dot, dot, dot, kWhite);
     }
+    return {left, top, columns * dot, rows * dot};
 }

@@ -81,6 +81,17 @@ void drawBall(const Plane &plane, unsigned number, bool interlaced, std::uint8_t
     }
 }
 
+// Takes the colour out of an area of the picture: black and white with a tint lie outside of red, green and blue.
+void drawGrey(const Plane &chroma, const PictureFormat &format, const PictureArea &area)
+{
+    const auto scaled = [](int value, int to, int from) { return (value * to + from - 1) / from; };
+    const int left = area.left * chroma.width / format.width;
+    const int right = scaled(area.left + area.width, chroma.width, format.width);
+    for (int y = area.top * chroma.height / format.height;
+         y < std::min(scaled(area.top + area.height, chroma.height, format.height), chroma.height); ++y)
+        std::memset(chroma.bytes + std::size_t(y) * std::size_t(chroma.width) + left, 128, right - left);
+}
+
 } // namespace
 
 void drawNumberedPicture(std::uint8_t *bytes, const PictureFormat &format, unsigned number, unsigned look)
@@ -101,5 +112,10 @@ void drawNumberedPicture(std::uint8_t *bytes, const PictureFormat &format, unsig
     drawBall(cb, number, format.interlaced, 70, chromaAspect);
     drawBall(cr, number, format.interlaced, 150, chromaAspect);
     drawBlockCode(luma.bytes, format.width, format.height, format.width, number);
-    drawDigits(luma.bytes, format.width, format.height, format.width, number);
+    const PictureArea digits = drawDigits(luma.bytes, format.width, format.height, format.width, number);
+    const PictureArea code{0, format.height / 12, format.width, 2 * format.height / 12 - format.height / 12};
+    for (const Plane &chroma : {cb, cr}) {
+        drawGrey(chroma, format, code);
+        drawGrey(chroma, format, digits);
+    }
 }
