@@ -11,7 +11,7 @@ QString recordedOn(const QDate &date, const QDate &today, int dateFormat = 0)
 
 QString weekday(const QDate &date)
 {
-    return QLocale::system().dayName(date.dayOfWeek(), QLocale::LongFormat);
+    return QLocale::c().dayName(date.dayOfWeek(), QLocale::LongFormat);
 }
 
 } // namespace
@@ -19,6 +19,10 @@ QString weekday(const QDate &date)
 class tst_ProgrammeText : public QObject
 {
     Q_OBJECT
+
+public:
+    // Weekdays are named as the system's locale names them.
+    static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
 private slots:
     void twoDigits_putsZeroInFront_upToNine_data();
@@ -82,6 +86,12 @@ void tst_ProgrammeText::date_isRelative_nearToday_data()
     QTest::newRow("same day and month of another year") << QDate(2015, 3, 15) << march15 << "15.03.2015";
     QTest::newRow("day before in another month") << QDate(2016, 2, 14) << march15 << "14.02.2016";
     QTest::newRow("last day of the month before the last") << QDate(2016, 1, 31) << QDate(2016, 3, 1) << "31.01.2016";
+    QTest::newRow("last day of the month before, but not on a 1st")
+        << QDate(2016, 2, 29) << QDate(2016, 3, 3) << "Monday";
+    QTest::newRow("last day of the month before, two weeks ago")
+        << QDate(2016, 1, 31) << QDate(2016, 2, 15) << "31.01.2016";
+    QTest::newRow("day before in another year") << QDate(2015, 3, 14) << march15 << "14.03.2015";
+    QTest::newRow("28 February of another year") << QDate(2015, 2, 28) << QDate(2016, 3, 1) << "28.02.2015";
 }
 
 void tst_ProgrammeText::date_isRelative_nearToday()
@@ -196,5 +206,5 @@ void tst_ProgrammeText::fileSize_changesUnit_at1GiB()
     QTEST(formatFileSize(kibibytes), "text");
 }
 
-QTEST_APPLESS_MAIN(tst_ProgrammeText)
+QTEST_GUILESS_MAIN(tst_ProgrammeText)
 #include "tst_programmetext.moc"

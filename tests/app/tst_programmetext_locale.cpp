@@ -1,0 +1,51 @@
+#include "app/programmetext.h"
+
+#include <QtTest>
+
+/// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
+class tst_ProgrammeTextLocale : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain() { qputenv("LC_ALL", "de_DE.UTF-8"); }
+
+private slots:
+    void initTestCase();
+    void date_isTheWeekday_inTheSystemsLanguage_data();
+    void date_isTheWeekday_inTheSystemsLanguage();
+    void date_keepsItsOrder_inAnyLanguage();
+};
+
+void tst_ProgrammeTextLocale::initTestCase()
+{
+#ifdef Q_OS_MACOS
+    QSKIP("The language is a setting of the user here, which no environment changes.");
+#endif
+}
+
+void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
+{
+    QTest::addColumn<QDate>("recorded");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("six days back") << QDate(2016, 3, 9) << "Mittwoch";
+    QTest::newRow("tomorrow") << QDate(2016, 3, 16) << "Mittwoch";
+    QTest::newRow("next Monday") << QDate(2016, 3, 21) << "Montag";
+}
+
+void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
+{
+    QFETCH(QDate, recorded);
+    QTEST(formatRecordingDate(recorded.day(), recorded.month(), recorded.year(), 0, QDate(2016, 3, 15)), "text");
+}
+
+void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
+{
+    const QDate today(2016, 3, 15);
+    QCOMPARE(formatRecordingDate(8, 3, 2016, 0, today), QString("08.03.2016"));
+    QCOMPARE(formatRecordingDate(8, 3, 2016, 1, today), QString("03.08.2016"));
+    QCOMPARE(formatRecordingDate(8, 3, 2016, 2, today), QString("2016.03.08"));
+}
+
+QTEST_GUILESS_MAIN(tst_ProgrammeTextLocale)
+#include "tst_programmetext_locale.moc"
