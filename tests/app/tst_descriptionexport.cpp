@@ -4,8 +4,12 @@
 
 #include "tests/support/testvolume.h"
 
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#include <QTextCodec>
+#endif
 
 namespace {
 
@@ -43,6 +47,7 @@ private slots:
     void text_keepsTheDescription_asStored();
     void text_takesEachByte_asOneLatin1Character();
     void write_encodesTheText_inTheLocale();
+    void write_encodesTheText_inALocaleThatIsNotUtf8();
     void write_replacesAFile_thatIsThere();
     void write_isSilent_whenTheFileCannotBeOpened();
 };
@@ -132,6 +137,21 @@ void tst_DescriptionExport::write_encodesTheText_inTheLocale()
     QCOMPARE(TestVolume::readFile(path), text.toLocal8Bit());
     // The locale here is UTF-8, so the two bytes of one letter have become two letters.
     QCOMPARE(TestVolume::readFile(path), QByteArray("a\xC3\x83\xC2\xA4\n"));
+}
+
+void tst_DescriptionExport::write_encodesTheText_inALocaleThatIsNotUtf8()
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QTextCodec *previous = QTextCodec::codecForLocale();
+    const auto restore = qScopeGuard([previous] { QTextCodec::setCodecForLocale(previous); });
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
+    const QTemporaryDir directory;
+    const QString path = directory.filePath("out.txt");
+    writeDescription(path, QString("a") + QChar(0xC3) + QChar(0xA4) + "\n");
+    QCOMPARE(TestVolume::readFile(path), QByteArray("a\xC3\xA4\n"));
+#else
+    QSKIP("The locale's encoding cannot be changed in a program that runs.");
+#endif
 }
 
 void tst_DescriptionExport::write_replacesAFile_thatIsThere()
