@@ -32,7 +32,7 @@ void tst_ViewerDetails::choose_fillsEveryField()
     record.title = "N\xC3\xA4"
                    "chste Folge";
     record.channel = "K1 \xE2\x82\xAC";
-    record.description = "<b>Bold</b> &amp; plain<br>second";
+    record.description = "<b>Bold</b> &amp; plain<br>second \xC3\xA4 \xE2\x82\xAC";
     record.fileName = "rec one";
     record.year = 2015;
     record.month = 12;
@@ -49,7 +49,7 @@ void tst_ViewerDetails::choose_fillsEveryField()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString::fromUtf8("N\xC3\xA4"
                                                                 "chste Folge"));
     QCOMPARE(viewer.ui.channelEdit->text(), QString::fromUtf8("K1 \xE2\x82\xAC"));
-    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("Bold & plain\nsecond"));
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString::fromUtf8("Bold & plain\nsecond \xC3\xA4 \xE2\x82\xAC"));
     QCOMPARE(viewer.ui.dateEdit->text(), QString("2015.12.24"));
     QCOMPARE(viewer.ui.timeEdit->text(), QString("07:05:00"));
     QCOMPARE(viewer.ui.watchedEdit->text(), QString("1h 2m 5s"));

@@ -1,5 +1,7 @@
 // The two settings: how they are read, changed in the dialog and written.
 
+#include "app/programmetext.h"
+
 #include "tests/support/modaldialog.h"
 #include "tests/support/viewerfixture.h"
 
@@ -34,6 +36,20 @@ bool inDialog(const Viewer &viewer, const std::function<void(QDialog &, const Se
     return settings.wasSeen();
 }
 
+void retype(QLineEdit *field, const QString &text)
+{
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(field, Qt::Key_Delete);
+    QTest::keyClicks(field, text);
+}
+
+// Waits for the scan that loading a device starts: what it brings would count as well.
+bool scanIsOver(const Viewer &viewer)
+{
+    constexpr int kScanMs = 60000; // far more than a scan takes
+    return QTest::qWaitFor([&] { return !viewer.thumbnailScanRunning; }, kScanMs);
+}
+
 QString storedFile()
 {
     return ViewerFixture::settings().fileName();
@@ -53,14 +69,20 @@ private slots:
     void save_writesBothValues_whenTheWindowIsDestroyed_data();
     void save_writesBothValues_whenTheWindowIsDestroyed();
     void save_writesAnEmptyOrder_whenItIsUnknown();
+    void save_writesDayFirst_afterATextThatWasNotUnderstood_data();
+    void save_writesDayFirst_afterATextThatWasNotUnderstood();
     void save_keepsAwkwardMountPoints_verbatim();
     void dialog_isLaidOut_likeThis();
     void dialog_showsTheFirstOrder_whenItIsUnknown();
     void dialog_takesOverWhatIsTyped_withoutCheckingIt();
+    void dialog_takesOverALongMountPoint_whole();
     void dialog_takesOverTheOrder_andShowsItAtOnce();
     void dialog_countsAlso_whenItIsClosedByTheWindowsControl();
     void dialog_changesAndStoresNothing_untouched();
     void dialog_refillsThePanel_evenUntouched();
+    void dialog_showsTheCachedPictures_evenUntouched();
+    void dialog_showsTheRing_whenTheCacheHasNoPictures();
+    void dialog_leavesTheRelativeDate_asItIs_data();
     void dialog_leavesTheRelativeDate_asItIs();
     void dialog_startsNoScan();
     void dialog_isDeleted_afterUse();
@@ -143,6 +165,25 @@ void tst_ViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
     QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString());
 }
 
+void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("other case") << "DMY";
+    QTest::newRow("other case of another order") << "YMD";
+    QTest::newRow("unknown") << "abc";
+}
+
+void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood()
+{
+    QFETCH(QString, stored);
+    ViewerFixture fixture;
+    fixture.settings().setValue("Main/dateformat", stored);
+    fixture.open();
+    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), stored);
+    fixture.close();
+    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString("dmy"));
+}
+
 void tst_ViewerSettings::save_keepsAwkwardMountPoints_verbatim()
 {
     const QString awkward = QString::fromUtf8(" /media/a, b; \"c\"\\x/%1/M\xC3\xBCnchen/@Invalid() ");
@@ -176,6 +217,7 @@ void tst_ViewerSettings::dialog_isLaidOut_likeThis()
         QCOMPARE(mountLabel->buddy(), static_cast<QWidget *>(fields.mountPoint));
         QCOMPARE(formatLabel->text(), QString("Date Format:"));
         QCOMPARE(fields.mountPoint->text(), fixture.path());
+        QVERIFY(!fields.dateFormat->isEditable());
         QCOMPARE(fields.dateFormat->count(), 3);
         QCOMPARE(fields.dateFormat->itemText(0), QString("dd.mm.yyyy"));
         QCOMPARE(fields.dateFormat->itemText(1), QString("mm.dd.yyyy"));
@@ -194,7 +236,7 @@ void tst_ViewerSettings::dialog_showsTheFirstOrder_whenItIsUnknown()
         viewer.dateFormat = unknown;
         QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
             QCOMPARE(fields.dateFormat->currentIndex(), 0);
-            fields.dateFormat->setCurrentIndex(-1);
+            fields.dateFormat->setCurrentIndex(-1); // No key does this.
         }));
         QCOMPARE(viewer.dateFormat, unknown); // No order selected leaves it.
     }
@@ -204,11 +246,19 @@ void tst_ViewerSettings::dialog_takesOverWhatIsTyped_withoutCheckingIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
-    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
-        QTest::keyClick(fields.mountPoint, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(fields.mountPoint, "  /no/such place ");
-    }));
+    QVERIFY(inDialog(viewer,
+                     [](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, "  /no/such place "); }));
     QCOMPARE(viewer.mountPoint, QString("  /no/such place "));
+}
+
+void tst_ViewerSettings::dialog_takesOverALongMountPoint_whole()
+{
+    const QString deep = "/media" + QString("/deep").repeated(60);
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+    QVERIFY(inDialog(viewer, [&](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, deep); }));
+    QCOMPARE(viewer.mountPoint, deep);
+    QCOMPARE(fixture.open().mountPoint, deep);
 }
 
 void tst_ViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
@@ -235,7 +285,7 @@ void tst_ViewerSettings::dialog_countsAlso_whenItIsClosedByTheWindowsControl()
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
     WhenModal<QDialog> settings([&](QDialog &dialog) {
-        SettingsDialog(dialog).mountPoint->setText("/closed");
+        retype(SettingsDialog(dialog).mountPoint, "/closed");
         dialog.close();
     });
     viewer.Preferences();
@@ -260,25 +310,79 @@ void tst_ViewerSettings::dialog_refillsThePanel_evenUntouched()
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
     const Viewer &viewer = fixture.open();
+    viewer.ui.programmeEdit->setText("edited");
+    viewer.ui.dateEdit->setText("edited");
     viewer.ui.timeEdit->setText("edited");
     QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &) {}));
+    QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
+    QCOMPARE(viewer.ui.dateEdit->text(), QString("2016.03.05"));
     QCOMPARE(viewer.ui.timeEdit->text(), QString("18:00:07"));
+}
+
+void tst_ViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QVERIFY(scanIsOver(viewer));
+    const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
+    const auto series = [](int width) { return QVector<QPixmap *>{new QPixmap(width, 10)}; }; // owned by the cache
+    viewer.thumbnailCache = {{viewer.recordingFile(0), series(3), series(6)}};
+    QVERIFY(thumb.busy);
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &) {}));
+    QVERIFY(!thumb.busy);
+    QCOMPARE(thumb.thumbs1x, viewer.thumbnailCache.at(0).x1);
+    QCOMPARE(thumb.thumbs2x, viewer.thumbnailCache.at(0).x2);
+}
+
+void tst_ViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    QVERIFY(scanIsOver(viewer));
+    MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
+    QPixmap picture(16, 12);
+    QVector<QPixmap *> shown{&picture};
+    thumb.SetThumbs(shown, shown);
+    QVERIFY(!thumb.busy);
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &) {}));
+    QVERIFY(thumb.busy);
+    QVERIFY(thumb.thumbs1x.isEmpty());
+}
+
+void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs_data()
+{
+    QTest::addColumn<int>("daysBack");
+    QTest::newRow("today") << 0;
+    QTest::newRow("yesterday") << 1;
+    QTest::newRow("earlier this week") << 3;
+    QTest::newRow("ahead") << -400;
 }
 
 void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
 {
+    QFETCH(int, daysBack);
     ViewerFixture fixture;
     const QDate today = QDate::currentDate();
+    const QDate date = today.addDays(-daysBack);
     RecordBytes record;
-    record.year = today.year();
-    record.month = today.month();
-    record.day = today.day();
+    record.year = date.year();
+    record.month = date.month();
+    record.day = date.day();
     QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
     const Viewer &viewer = fixture.open();
-    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.dateFormat->setCurrentIndex(1); }));
+    const QString before = viewer.ui.dateEdit->text();
+    QVERIFY(inDialog(viewer,
+                     [](QDialog &, const SettingsDialog &fields) { QTest::keyClick(fields.dateFormat, Qt::Key_Up); }));
     if (QDate::currentDate() != today)
         QSKIP("Midnight has just passed.");
-    QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
+    QCOMPARE(viewer.dateFormat, 1);
+    // On 1 January the day before goes by its weekday.
+    const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), 2, today);
+    QCOMPARE(before, expected);
+    QCOMPARE(viewer.ui.dateEdit->text(), expected);
+    QVERIFY(!expected.contains('.'));
 }
 
 void tst_ViewerSettings::dialog_startsNoScan()
@@ -286,8 +390,7 @@ void tst_ViewerSettings::dialog_startsNoScan()
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
     Viewer &viewer = fixture.open();
-    QVERIFY(
-        inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.mountPoint->setText("/elsewhere"); }));
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, "/elsewhere"); }));
     QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
     QCOMPARE(viewer.scanTimerId, -1);
     viewer.scanDrives();
@@ -308,7 +411,7 @@ void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
-    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { fields.mountPoint->clear(); }));
+    QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, QString()); }));
     QCOMPARE(viewer.mountPoint, QString());
     fixture.close();
     QVERIFY(fixture.settings().contains("Main/mount_point"));
