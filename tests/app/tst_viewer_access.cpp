@@ -19,6 +19,19 @@ QString tipAt(QWidget *widget, const QPoint &place)
     return QToolTip::isVisible() ? QToolTip::text() : QString();
 }
 
+QList<QLineEdit *> fieldsOf(const Ui_MainWindow &ui)
+{
+    return {ui.programmeEdit, ui.channelEdit, ui.dateEdit, ui.timeEdit, ui.fileSizeEdit, ui.watchedEdit};
+}
+
+// The width of a field whose text just fits. The toolkit recommends room for seventeen "x"; the rest of what it
+// recommends lies around the text.
+int fittingWidth(const QLineEdit &field)
+{
+    const QFontMetrics metrics = field.fontMetrics();
+    return field.sizeHint().width() - 17 * metrics.horizontalAdvance('x') + metrics.horizontalAdvance(field.text());
+}
+
 } // namespace
 
 class tst_ViewerAccess : public QObject
@@ -28,9 +41,12 @@ class tst_ViewerAccess : public QObject
 private slots:
     void labels_areBuddiesOfTheirFields();
     void fields_haveAccessibleNames();
+    void openButton_isDescribed_byItsTip();
     void tab_walksInTheOrderOfTheForm();
     void keys_areTheSystemsOwn();
     void fieldTip_showsTheWholeText_onlyWhenItIsCutOff();
+    void fieldTip_appears_withTheFirstPixelThatIsMissing();
+    void programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff();
     void deviceTip_showsTheWholePath_onlyWhenItIsCutOff();
     void tip_showsMarkup_asItIs();
     void items_carryNothingButTheirText();
@@ -65,6 +81,17 @@ void tst_ViewerAccess::fields_haveAccessibleNames()
     }
 }
 
+void tst_ViewerAccess::openButton_isDescribed_byItsTip()
+{
+    ViewerFixture fixture;
+    QPushButton *button = fixture.open().ui.openButton;
+    QVERIFY(!button->toolTip().isEmpty());
+    QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(button);
+    QVERIFY(interface);
+    QCOMPARE(button->accessibleDescription(), button->toolTip());
+    QCOMPARE(interface->text(QAccessible::Description), button->toolTip());
+}
+
 void tst_ViewerAccess::tab_walksInTheOrderOfTheForm()
 {
     ViewerFixture fixture;
@@ -96,13 +123,51 @@ void tst_ViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Short")}));
     const Viewer &viewer = fixture.open();
-    QLineEdit *field = viewer.ui.programmeEdit;
-    QCOMPARE(tipAt(field, field->rect().center()), QString());
-    const QString text = QString("word ").repeated(60);
-    field->setText(text);
-    QVERIFY(tipAt(field, field->rect().center()).contains("word word word"));
-    QCOMPARE(field->toolTip(), QString());
-    QCOMPARE(field->text(), text);
+    for (QLineEdit *field : fieldsOf(viewer.ui)) {
+        field->setText("Short");
+        QCOMPARE(tipAt(field, field->rect().center()), QString());
+        const QString text = field->objectName() + QString(" word").repeated(60);
+        field->setText(text);
+        QVERIFY2(tipAt(field, field->rect().center()).contains(text), qPrintable(field->objectName()));
+        QCOMPARE(field->toolTip(), QString());
+        QCOMPARE(field->text(), text);
+    }
+}
+
+void tst_ViewerAccess::fieldTip_appears_withTheFirstPixelThatIsMissing()
+{
+    ViewerFixture fixture;
+    const Viewer &viewer = fixture.open();
+    const QString text = QString("word").repeated(30); // wider than any field must be
+    for (QLineEdit *field : fieldsOf(viewer.ui)) {
+        field->setText(text);
+        const int fitting = fittingWidth(*field);
+        field->setFixedWidth(fitting);
+        QCOMPARE(tipAt(field, QPoint(10, 5)), QString());
+        QCOMPARE(field->width(), fitting);
+        field->setFixedWidth(fitting - 1);
+        QVERIFY2(tipAt(field, QPoint(10, 5)).contains(text), qPrintable(field->objectName()));
+        QCOMPARE(field->width(), fitting - 1);
+    }
+}
+
+void tst_ViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
+{
+    ViewerFixture fixture;
+    const QString title = QString("word").repeated(60);
+    RecordBytes record = fixture.titled(title.toUtf8());
+    record.fileName = "long";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("Short")}));
+    Viewer &viewer = fixture.open();
+    QListWidget *list = viewer.ui.summaryList;
+    const auto tipOf = [list](int row) {
+        return tipAt(list->viewport(), QPoint(10, list->visualItemRect(list->item(row)).center().y()));
+    };
+    QVERIFY(tipOf(0).contains(title));
+    QCOMPARE(tipOf(1), QString());
+    viewer.resize(8000, viewer.height());
+    QTRY_VERIFY(list->viewport()->width() > 3000);
+    QCOMPARE(tipOf(0), QString());
 }
 
 void tst_ViewerAccess::deviceTip_showsTheWholePath_onlyWhenItIsCutOff()
