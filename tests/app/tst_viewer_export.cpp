@@ -42,6 +42,9 @@ private slots:
     void export_writesNothing_whenCancelled();
     void export_replacesAFile_afterAsking();
     void export_isSilent_whenTheFileCannotBeOpened();
+    void export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses();
+    void export_writesNothing_whenTheProgrammeHasGone_data();
+    void export_writesNothing_whenTheProgrammeHasGone();
 };
 
 void tst_ViewerExport::export_writesTheSelectedProgramme()
@@ -73,15 +76,33 @@ void tst_ViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
     const Viewer &viewer = fixture.open();
     const QTemporaryDir out;
+    // Compared after the dialog: a comparison that fails in there would leave it open.
+    struct
+    {
+        QString title, fileName, suffix, directory;
+        QStringList filters;
+        QFileDialog::AcceptMode mode = QFileDialog::AcceptOpen;
+        const QWidget *parent = nullptr;
+    } seen;
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
-        QCOMPARE(d.windowTitle(), QString("Save meta file"));
-        QCOMPARE(d.acceptMode(), QFileDialog::AcceptSave);
-        QCOMPARE(d.findChild<QLineEdit *>("fileNameEdit")->text(), QString());
-        QCOMPARE(d.defaultSuffix(), QString());
+        seen.title = d.windowTitle();
+        seen.fileName = d.findChild<QLineEdit *>("fileNameEdit")->text();
+        seen.suffix = d.defaultSuffix();
+        seen.directory = d.directory().absolutePath();
+        seen.filters = d.nameFilters();
+        seen.mode = d.acceptMode();
+        seen.parent = d.parentWidget();
         saveAs(d, out.filePath("without suffix"));
     });
     viewer.ui.actionExport_Description->trigger();
     QVERIFY(dialog.wasSeen());
+    QCOMPARE(seen.title, QString("Save meta file"));
+    QCOMPARE(seen.fileName, QString());
+    QCOMPARE(seen.suffix, QString());
+    QCOMPARE(seen.directory, QDir::currentPath());
+    QCOMPARE(seen.filters, QFileDialog(nullptr, QString(), QString(), QString()).nameFilters());
+    QCOMPARE(seen.mode, QFileDialog::AcceptSave);
+    QCOMPARE(seen.parent, static_cast<const QWidget *>(&viewer));
     QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList("without suffix"));
 }
 
@@ -127,13 +148,16 @@ void tst_ViewerExport::export_replacesAFile_afterAsking()
     const QTemporaryDir out;
     const QString path = out.filePath("there.txt");
     QVERIFY(TestVolume::writeFile(path, QByteArray(5000, 'x')));
+    bool asked = false;
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
-        WhenModal<QMessageBox> question([](QMessageBox &box) { box.button(QMessageBox::Yes)->click(); });
+        WhenModal<QMessageBox> question(
+            [](QMessageBox &box) { QTest::keyClick(box.button(QMessageBox::Yes), Qt::Key_Space); });
         saveAs(d, path);
-        QVERIFY(question.wasSeen());
+        asked = question.wasSeen();
     });
     viewer.ui.actionExport_Description->trigger();
     QVERIFY(dialog.wasSeen());
+    QVERIFY(asked);
     QVERIFY(TestVolume::readFile(path).startsWith("Show       : News\n"));
     QVERIFY(TestVolume::readFile(path).endsWith("Channel    : CH1\n"));
 }
@@ -149,6 +173,50 @@ void tst_ViewerExport::export_isSilent_whenTheFileCannotBeOpened()
     QVERIFY(dialog.wasSeen());
     QVERIFY(!message.wasSeen());
     QVERIFY(!QApplication::activeModalWidget());
+}
+
+void tst_ViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses()
+{
+    ViewerFixture fixture;
+    RecordBytes other = news();
+    other.title = "Other";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), other}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.currentProgramme, 0);
+    const QTemporaryDir out;
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+        viewer.ui.summaryList->setCurrentRow(1);
+        saveAs(d, out.filePath("other.txt"));
+    });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QVERIFY(TestVolume::readFile(out.filePath("other.txt")).startsWith("Show       : Other\n"));
+}
+
+void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone_data()
+{
+    QTest::addColumn<int>("programmesLeft");
+    QTest::addColumn<int>("selected");
+    QTest::newRow("with all others") << 0 << -1;
+    QTest::newRow("and the selection was not told") << 1 << 1;
+}
+
+void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone()
+{
+    QFETCH(int, programmesLeft);
+    QFETCH(int, selected);
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), news()}));
+    Viewer &viewer = fixture.open();
+    const QTemporaryDir out;
+    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+        viewer.programmes.resize(static_cast<std::size_t>(programmesLeft));
+        viewer.currentProgramme = selected;
+        saveAs(d, out.filePath("gone.txt"));
+    });
+    viewer.ui.actionExport_Description->trigger();
+    QVERIFY(dialog.wasSeen());
+    QVERIFY(QDir(out.path()).isEmpty());
 }
 
 QTEST_MAIN(tst_ViewerExport)
