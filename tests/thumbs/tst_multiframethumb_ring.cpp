@@ -1,6 +1,8 @@
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
+#include <QConicalGradient>
+#include <QPainter>
 #include <QTest>
 #include <QtMath>
 
@@ -16,6 +18,7 @@ private slots:
 
     void ring_liesInTheMiddle_atAQuarterOfTheSmallerSide_data();
     void ring_liesInTheMiddle_atAQuarterOfTheSmallerSide();
+    void ring_turnsAboutAWholePixel_whereItsSizeIsOdd();
     void ring_spansRadii80To90_ofItsDesign();
     void ring_fadesCounterClockwise_fromItsHead_data();
     void ring_fadesCounterClockwise_fromItsHead();
@@ -120,6 +123,32 @@ void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
     QCOMPARE(picture.size(), place.size());
     // The picture lies in that place dot for dot.
     QCOMPARE(image.copy(place), picture.toImage().convertToFormat(image.format()));
+}
+
+void tst_MultiFrameThumbRing::ring_turnsAboutAWholePixel_whereItsSizeIsOdd()
+{
+    MultiFrameThumb widget(nullptr);
+    setTextColour(widget, kRed);
+    widget.resize(100, 60);
+    widget.SetBusy(true);
+    widget.spinAngle = 30;
+    rendered(widget);
+    QPixmap picture;
+    QVERIFY(cached(keyOf(100, 60, 30, 0), &picture));
+
+    // The middle of 15 pixels is taken as 7, half a pixel towards the top left.
+    QImage expected(15, 15, QImage::Format_ARGB32_Premultiplied);
+    expected.fill(Qt::transparent);
+    QPainter painter(&expected);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(7, 7);
+    painter.scale(15 / 200.0, 15 / 200.0);
+    QConicalGradient gradient(0, 0, -30);
+    gradient.setStops({{0.0, kRed}, {0.8, QColor(255, 0, 0, 0)}, {1.0, kRed}});
+    painter.setPen(QPen(QBrush(gradient), 10));
+    painter.drawArc(QRect(-85, -85, 170, 170), 0, 5760);
+    painter.end();
+    QCOMPARE(picture.toImage().convertToFormat(expected.format()), expected);
 }
 
 void tst_MultiFrameThumbRing::ring_spansRadii80To90_ofItsDesign()
