@@ -2,7 +2,7 @@
 set(QUORVALE_SANITIZER_ENVIRONMENT)
 if(QUORVALE_SANITIZE MATCHES address)
   list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
-    "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
+    "ASAN_OPTIONS=detect_stack_use_after_return=1"
     "LSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/lsan.supp:print_suppressions=0"
     "UBSAN_OPTIONS=print_stacktrace=1")
 elseif(QUORVALE_SANITIZE MATCHES thread)

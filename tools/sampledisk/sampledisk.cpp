@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kContentVersion = 1; // to be raised when the same options give another disk
+constexpr int kContentVersion = 2; // to be raised when the same options give another disk
 
 const fs::path kVolume = "RECORDER";
 const fs::path kStreams = "DVR/RECS";
