@@ -4,7 +4,7 @@
 #include "platform/newdisknotifier.h"
 #include "tests/platform/heapbytes.h"
 #include "tests/platform/privatemounts.h"
-#include "tests/platform/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 
 #include <QAbstractEventDispatcher>
 #include <QDeadlineTimer>
@@ -332,9 +332,9 @@ void TestDiskWatchLinux::watch_saysSoAndRunsOn_whenTheTableCannotBeOpened()
     QVERIFY(nothingToSee.isMounted());
     NewDiskNotifier notifier;
     const Listener listener(notifier);
-    StderrCapture capture;
+    CapturedOutput capture(stderr);
     const auto watch = std::make_unique<DiskWatch>(&notifier);
-    const QByteArray said = capture.take();
+    const QByteArray said = capture.text();
     QVERIFY(nothingToSee.unmount());
 
     QCOMPARE(said, QByteArray("DiskWatch: cannot open /proc/self/mountinfo (No such file or directory), "

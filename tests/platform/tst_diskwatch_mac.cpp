@@ -3,7 +3,7 @@
 #include "platform/newdisknotifier.h"
 #include "tests/fakes/fakedisks.h"
 #include "tests/fakes/liveobjects.h"
-#include "tests/platform/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 
 #include <QTest>
 #include <QThread>
@@ -181,9 +181,9 @@ void TestDiskWatchMac::watch_saysSo_whenThereIsNoSession()
 {
     fakes::refuseSessions(true);
     NewDiskNotifier notifier;
-    StderrCapture capture;
+    CapturedOutput capture(stderr);
     std::make_unique<DiskWatch>(&notifier).reset();
-    const QByteArray said = capture.take();
+    const QByteArray said = capture.text();
     fakes::refuseSessions(false);
     QCOMPARE(said, QByteArray("DiskWatch: no disk arbitration session, disks that come and go are not noticed\n"));
 }

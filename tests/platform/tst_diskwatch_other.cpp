@@ -1,6 +1,6 @@
 #include "platform/diskwatch.h"
 #include "platform/newdisknotifier.h"
-#include "tests/platform/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -19,9 +19,9 @@ void TestDiskWatchOther::watch_saysThatNothingIsWatched_andLeavesTheNotifierToBe
 {
     NewDiskNotifier notifier;
     const QSignalSpy spy(&notifier, &NewDiskNotifier::disksChanged);
-    StderrCapture capture;
+    CapturedOutput capture(stderr);
     auto watch = std::make_unique<DiskWatch>(&notifier);
-    QCOMPARE(capture.take(), QByteArray("DiskWatch: this system's disk events are not known, "
+    QCOMPARE(capture.text(), QByteArray("DiskWatch: this system's disk events are not known, "
                                         "disks that come and go are not noticed\n"));
     QCoreApplication::processEvents();
     QCOMPARE(spy.count(), 0);

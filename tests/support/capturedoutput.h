@@ -15,17 +15,17 @@ public:
     explicit CapturedOutput(std::FILE *stream)
         : m_stream(stream)
     {
-        m_file.open();
         std::fflush(m_stream);
         m_saved = ::dup(::fileno(m_stream));
-        ::dup2(m_file.handle(), ::fileno(m_stream));
+        if (m_file.open())
+            ::dup2(m_file.handle(), ::fileno(m_stream));
     }
     ~CapturedOutput() { stop(); }
     CapturedOutput(const CapturedOutput &) = delete;
     CapturedOutput &operator=(const CapturedOutput &) = delete;
 
     /// Ends the capture and gives what was written.
-    QByteArray text()
+    [[nodiscard]] QByteArray text()
     {
         stop();
         QFile written(m_file.fileName());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/blockcode.h"
 
@@ -69,7 +69,7 @@ struct ScanResult
 inline ScanResult runScan(ThumbnailScanner &scanner)
 {
     ScanListener listener(scanner);
-    StderrCapture capture;
+    CapturedOutput capture(stderr);
     QEventLoop loop;
     QTimer::singleShot(180000, &loop, &QEventLoop::quit);
     QObject::connect(&scanner, &ThumbnailScanner::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);

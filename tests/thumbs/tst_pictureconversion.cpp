@@ -1,6 +1,6 @@
 #include "thumbs/pictureconversion.h"
 
-#include "tests/support/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 #include "tests/thumbs/expectedrgb.h"
 #include "video/bridgeimage.h"
 
@@ -107,7 +107,7 @@ private slots:
         const int chromaStride = (size.width() + 1) / 2 + padding;
         const NoisePicture noise(format, size.width(), size.height(),
                                  {size.width() + padding, chromaStride, chromaStride, 0}, halvedRows);
-        StderrCapture capture;
+        CapturedOutput capture(stderr);
         const QImage rgb = rgbPicture(noise.picture);
         QCOMPARE(capture.text(), QByteArray());
         QCOMPARE(rgb.format(), QImage::Format_RGB888);
@@ -193,7 +193,7 @@ private slots:
         RawPicture raw{width, 21, {}};
         for (int row = 0; row < 21; ++row)
             raw.bytes.append(noise.sample(0, row), width * 3);
-        StderrCapture capture;
+        CapturedOutput capture(stderr);
         const QImage rgb = rgbPicture(noise.picture);
         QCOMPARE(capture.text(), QByteArray());
         QCOMPARE(rgb.format(), QImage::Format_RGB888);
@@ -234,7 +234,7 @@ private slots:
             std::fill_n(strides.begin(), planes, stride);
             const NoisePicture noise(format, kWidth, kHeight, strides);
             const RawPicture raw{kWidth, kHeight, QByteArray(noise.sample(0, 0), stride * kHeight)};
-            StderrCapture capture;
+            CapturedOutput capture(stderr);
             const QImage rgb = rgbPicture(noise.picture);
             QCOMPARE(capture.text(), QByteArray("Invalid pixel format\n"));
             QCOMPARE(rgb, expectedFromBytes(raw, stride));

@@ -230,7 +230,7 @@ private slots:
         const ScanListener listener(scanner);
         QMetaObject::invokeMethod(&scanner, "process", Qt::QueuedConnection);
         QMetaObject::invokeMethod(&scanner, "halt", Qt::QueuedConnection);
-        StderrCapture capture;
+        CapturedOutput capture(stderr);
         QTRY_VERIFY(listener.events.contains("finished"));
         QCOMPARE(capture.text(), kUnreadable);
         QCOMPARE(listener.events, (QStringList{"gotThumbs " + shortFile, "finished"}));

@@ -1,4 +1,4 @@
-#include "tests/support/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
@@ -31,7 +31,7 @@ LateScan scanWithoutApplication()
     stream.encoderArguments = {"-c:v", "mpeg2video", "-f", "mpegts"};
     late.problem = encodeNumberedStream(stream).errors;
 
-    StderrCapture capture;
+    CapturedOutput capture(stderr);
     // One call: without an application nothing delivers the one that it posts.
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         ThumbnailScanner scanner;

@@ -1,6 +1,6 @@
+#include "tests/support/capturedoutput.h"
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
-#include "tests/support/stderrcapture.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg_compat.h"
 #include "video/ffvideo.h"
@@ -108,7 +108,7 @@ private slots:
         Picture picture;
         picture.format = FF_PIX_7; // no decoder's
         std::memset(picture.stride, 0x55, sizeof picture.stride);
-        StderrCapture messages;
+        CapturedOutput messages(stderr);
         const bool read = video.Read(0, picture);
         const QByteArray expectedMessage = label == kNoLabel ? QByteArray("FFMPEG pixel format is something else, ") +
                                                                    QByteArray::number(video.frame->format) + "\n"
@@ -227,7 +227,7 @@ private slots:
         QVERIFY(open(video, makeRaw("rgb24", "64x48")));
         av_frame_unref(video.frame);
         Picture picture;
-        StderrCapture messages;
+        CapturedOutput messages(stderr);
         const bool read = video.Read(0, picture);
         QCOMPARE(messages.text(), QByteArray("FFMPEG doesn't know\n"));
         QVERIFY(!read);

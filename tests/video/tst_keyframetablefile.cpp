@@ -1,4 +1,4 @@
-#include "tests/support/stderrcapture.h"
+#include "tests/support/capturedoutput.h"
 #include "video/keyframetable.h"
 
 #include <QFile>
@@ -140,7 +140,7 @@ private slots:
     void load_refusesAnotherHeaderWord()
     {
         QFETCH(const QByteArray, content);
-        StderrCapture messages;
+        CapturedOutput messages(stderr);
         const bool loaded = load(content);
         QCOMPARE(messages.text(), QByteArray("KFT header incorrect\n"));
         QVERIFY(!loaded);
