@@ -48,13 +48,15 @@ QString compareEach(FFVideo &video, const QVector<int> &numbers, const QVector<Q
     return {};
 }
 
-int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected)
+int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected, int damagedAtEnd)
 {
+    const int sound = int(expected.size()) - damagedAtEnd;
     for (int number = first;; ++number) {
         const QByteArray found = checksumOf(video, number);
         if (video.endOfStream || (found.isEmpty() && video.lastError == FFVideo::FF_ERROR_RANGE))
             return number;
-        if (found.isEmpty() || found != expected.value(number)) {
+        const bool mayDiffer = number >= sound && number < expected.size();
+        if (found.isEmpty() || (found != expected.value(number) && !mayDiffer)) {
             std::fprintf(stderr, "picture %d is picture %d, error %d\n", number, int(expected.indexOf(found)),
                          video.lastError);
             return -1;

@@ -14,8 +14,9 @@
                                   int reachableFrom = 0);
 
 /// Reads forward from picture `first` until the end of the file; the number of the first picture that does not exist.
-/// -1, with a message on stderr, where a picture is not the expected one.
-[[nodiscard]] int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected);
+/// -1, with a message on stderr, where a picture is not the expected one. The last `damagedAtEnd` of the expected ones
+/// only have to exist: what a decoder conceals in them depends on what it had in memory.
+[[nodiscard]] int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected, int damagedAtEnd = 0);
 
 /// Every `step`th number below `count`, the last one included, in descending order. With QUORVALE_EVERY_PICTURE in the
 /// environment the step is 1: some streams take minutes then. Under a memory checker it is eight times as wide.
