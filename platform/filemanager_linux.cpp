@@ -2,8 +2,13 @@
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QProcess>
 #include <QStringList>
+
+#include <cerrno>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -20,11 +25,22 @@ QByteArray folderOf(const QByteArray &path)
 }
 
 /// The desktop's opener is started as a program: the toolkit's own way to it belongs to the main thread, may wait for
-/// the bus, and on some window systems does nothing.
+/// the bus, and on some window systems does nothing. A shell puts it into the background and ends at once, so that
+/// nobody has to wait for an opener that lives as long as its window. Spawned, not forked: other threads may be
+/// anywhere, and a fork of this process would have to get on with what they hold.
 void openFolder(const QByteArray &path)
 {
+    QByteArray shell("sh");
+    QByteArray option("-c");
+    QByteArray command("xdg-open \"$0\" 2>/dev/null &");
+    QByteArray uri = fileUri(folderOf(path)).toLatin1();
+    char *const arguments[] = {shell.data(), option.data(), command.data(), uri.data(), nullptr};
+    pid_t pid = 0;
     // No error is reported: where there is no opener either, nothing opens.
-    static_cast<void>(QProcess::startDetached(QStringLiteral("xdg-open"), {fileUri(folderOf(path))}));
+    if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) != 0)
+        return;
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
 }
 
 } // namespace
