@@ -65,6 +65,14 @@ QString formatRecordingDate(int day, int month, int year, int dateFormat, const 
     }
 }
 
+QStringList recordingDateWords()
+{
+    QStringList words = {translated("Today"), translated("Yesterday")};
+    for (int day = Qt::Monday; day <= Qt::Sunday; ++day)
+        words.append(QLocale::system().dayName(day, QLocale::LongFormat));
+    return words;
+}
+
 QString formatPlayPosition(int seconds)
 {
     const int hours = seconds / 3600;
@@ -77,8 +85,9 @@ QString formatFileSize(int kibibytes)
 {
     const QString text = QStringLiteral("%1 %2");
     if (kibibytes <= kLargestMegabyteSize)
-        return text.arg(QString::number(kibibytes / 1024), QStringLiteral("MB"));
+        return text.arg(QString::number(kibibytes / 1024), translated(QT_TRANSLATE_NOOP("Viewer", "MB")));
     // Single precision, like the three digits, belongs to the figure shown.
     const float gigabytes = static_cast<float>(kibibytes) * kGigabytesPerKibibyte;
-    return text.arg(QString::number(static_cast<double>(gigabytes), 'g', kGigabyteDigits), QStringLiteral("GB"));
+    return text.arg(QString::number(static_cast<double>(gigabytes), 'g', kGigabyteDigits),
+                    translated(QT_TRANSLATE_NOOP("Viewer", "GB")));
 }

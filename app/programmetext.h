@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QString>
+#include <QStringList>
 
 // How the details panel words a programme's facts. No window needed; "today" is the caller's.
 
@@ -15,6 +16,9 @@ QString formatStartTime(int hour, int minute, int second);
 /// back and for any date ahead, otherwise the numbers in the order `dateFormat`: 0 "24.12.2015", 1 "12.24.2015",
 /// 2 "2015.12.24"; any other order gives the toolkit's text form. A date that does not exist gives an empty text.
 QString formatRecordingDate(int day, int month, int year, int dateFormat, const QDate &today);
+
+/// The words that may stand for a date, in the user's language.
+QStringList recordingDateWords();
 
 /// `seconds` as "1h 2m 5s", each part truncated and unpadded.
 QString formatPlayPosition(int seconds);

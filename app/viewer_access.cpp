@@ -4,8 +4,25 @@
 #include "app/viewer.h"
 
 #include "app/fulltexttooltip.h"
+#include "app/programmetext.h"
 
+#include <algorithm>
 #include <utility>
+
+namespace {
+
+// A line's least width without its text is that of its widest letter and what surrounds it.
+int widthFor(const QLineEdit &field, const QStringList &texts)
+{
+    const QFontMetrics metrics = field.fontMetrics();
+    const int surroundings = field.minimumSizeHint().width() - metrics.maxWidth();
+    int widest = 0;
+    for (const QString &text : texts)
+        widest = std::max(widest, metrics.horizontalAdvance(text));
+    return widest + surroundings;
+}
+
+} // namespace
 
 void Viewer::makeAccessible()
 {
@@ -19,6 +36,8 @@ void Viewer::makeAccessible()
         field->setAccessibleName(label->text().remove(QLatin1Char(':')));
         fullText->watch(field);
     }
+    // In some languages the words for a date need more than the form gives.
+    ui.dateEdit->setMinimumWidth(std::max(ui.dateEdit->minimumWidth(), widthFor(*ui.dateEdit, recordingDateWords())));
     fullText->watch(ui.summaryList);
     fullText->watch(ui.deviceList);
 

@@ -1,0 +1,248 @@
+// Everything that the window says can be translated: a translator that marks and lengthens every text shows which texts
+// pass it, and whether longer ones still have room.
+
+#include "tests/support/modaldialog.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QSet>
+#include <QTranslator>
+#include <QXmlStreamReader>
+#include <QtTest>
+
+namespace {
+
+using Message = QPair<QString, QString>; // context and source text
+
+constexpr QChar kOpening(0x27E6);
+constexpr QChar kClosing(0x27E7);
+
+QString marked(const QString &text)
+{
+    return kOpening + text + QString(text.size() / 3, QChar('~')) + kClosing;
+}
+
+class MarkingTranslator : public QTranslator
+{
+public:
+    QString translate(const char *context, const char *source, const char *, int) const override
+    {
+        if (QLatin1String(context) != QLatin1String("Viewer") && QLatin1String(context) != QLatin1String("MainWindow"))
+            return {}; // the toolkit's own
+        asked.insert({QLatin1String(context), QString::fromUtf8(source)});
+        return QByteArray(source).isEmpty() ? QString() : marked(QString::fromUtf8(source));
+    }
+    [[nodiscard]] bool isEmpty() const override { return false; }
+
+    mutable QSet<Message> asked;
+};
+
+QSet<Message> catalogue()
+{
+    QSet<Message> messages;
+    QFile file(QFINDTESTDATA("../../translations/quorvale.ts"));
+    if (!file.open(QIODevice::ReadOnly))
+        return messages;
+    QXmlStreamReader xml(&file);
+    QString context;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == QLatin1String("name"))
+            context = xml.readElementText();
+        else if (xml.name() == QLatin1String("source"))
+            messages.insert({context, xml.readElementText()});
+    }
+    return messages;
+}
+
+/// The texts below `root` that a person reads or hears and that did not pass the translator.
+QStringList unmarkedTexts(const QWidget &root, const QSet<QString> &data)
+{
+    QStringList texts;
+    QList<const QWidget *> widgets = {&root};
+    for (const auto *widget : root.findChildren<QWidget *>())
+        widgets.append(widget);
+    for (const auto *widget : widgets) {
+        texts += {widget->toolTip(), widget->accessibleName(), widget->accessibleDescription(), widget->statusTip()};
+        if (widget->isWindow())
+            texts.append(widget->windowTitle());
+        if (const auto *label = qobject_cast<const QLabel *>(widget))
+            texts.append(label->text());
+        if (const auto *field = qobject_cast<const QLineEdit *>(widget))
+            texts += {field->text(), field->placeholderText()};
+        if (const auto *menu = qobject_cast<const QMenu *>(widget))
+            texts.append(menu->title());
+        if (const auto *box = qobject_cast<const QComboBox *>(widget)) {
+            for (int i = 0; i < box->count(); ++i)
+                texts.append(box->itemText(i));
+        }
+        if (const auto *tree = qobject_cast<const QTreeWidget *>(widget))
+            texts.append(tree->headerItem()->text(0));
+        if (const auto *button = qobject_cast<const QPushButton *>(widget))
+            texts.append(button->text());
+    }
+    for (const auto *action : root.findChildren<QAction *>())
+        texts += {action->text(), action->toolTip()};
+    QStringList unmarked;
+    for (const QString &text : texts) {
+        if (!text.isEmpty() && !text.contains(kOpening) && !data.contains(text))
+            unmarked.append(text);
+    }
+    return unmarked;
+}
+
+/// What has less room than its text takes.
+QStringList cutOffTexts(const QWidget &root)
+{
+    QStringList texts;
+    for (const auto *label : root.findChildren<QLabel *>()) {
+        if (label->isVisible() && label->width() < label->sizeHint().width())
+            texts.append(label->text());
+    }
+    for (const auto *button : root.findChildren<QPushButton *>()) {
+        if (button->isVisible() && button->width() < button->sizeHint().width())
+            texts.append(button->text());
+    }
+    for (const auto *field : root.findChildren<QLineEdit *>()) {
+        const int margins = field->minimumSizeHint().width() - field->fontMetrics().maxWidth();
+        if (field->text().contains(kOpening) &&
+            field->width() < field->fontMetrics().horizontalAdvance(field->text()) + margins)
+            texts.append(field->text());
+    }
+    for (const auto *box : root.findChildren<QComboBox *>()) {
+        if (box->width() < box->sizeHint().width())
+            texts.append(box->currentText());
+    }
+    for (const auto *header : root.findChildren<QHeaderView *>()) {
+        if (header->isVisible() && header->sectionSize(0) < header->sectionSizeHint(0))
+            texts.append(header->model()->headerData(0, Qt::Horizontal).toString());
+    }
+    return texts;
+}
+
+} // namespace
+
+class tst_ViewerTranslation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        translator = std::make_unique<MarkingTranslator>();
+        QVERIFY(QCoreApplication::installTranslator(translator.get()));
+    }
+    void cleanup() { QCoreApplication::removeTranslator(translator.get()); }
+
+    void window_translatesEverythingItSays_andHasRoomForIt();
+    void dialogs_translateWhatTheySay_andHaveRoomForIt();
+    void catalogue_holdsWhatIsAskedFor_andNothingElse();
+
+private:
+    std::unique_ptr<MarkingTranslator> translator;
+};
+
+void tst_ViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
+{
+    ViewerFixture fixture;
+    const QDate today = QDate::currentDate();
+    QList<RecordBytes> records;
+    for (const int daysBack : {0, 1}) {
+        const QDate date = today.addDays(-daysBack);
+        RecordBytes record = fixture.titled("news");
+        record.channel = "channel";
+        record.year = date.year();
+        record.month = date.month();
+        record.day = date.day();
+        record.playPosition = 65535;
+        records.append(record);
+    }
+    QVERIFY(TestVolume::create(fixture.path("disk"), records));
+    for (const int row : {0, 1}) {
+        Viewer &viewer = fixture.open();
+        viewer.ui.summaryList->setCurrentRow(row);
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        const QSet<QString> data = {"Quorvale", // a name
+                                    "news", "channel", viewer.ui.timeEdit->text(), viewer.recordingFile(row)};
+        QCOMPARE(unmarkedTexts(viewer, data).join(QChar(0x7C)), QString());
+        QCOMPARE(cutOffTexts(viewer).join(QChar(0x7C)), QString());
+    }
+}
+
+void tst_ViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
+{
+    ViewerFixture fixture;
+    Viewer &viewer = fixture.open();
+
+    QStringList unmarked, cutOff;
+    WhenModal<QDialog> settings([&](QDialog &dialog) {
+        unmarked = unmarkedTexts(dialog, {viewer.mountPoint});
+        cutOff = cutOffTexts(dialog);
+        dialog.reject();
+    });
+    viewer.Preferences();
+    QVERIFY(settings.wasSeen());
+    QCOMPARE(unmarked.join(QChar(0x7C)), QString());
+    QCOMPARE(cutOff.join(QChar(0x7C)), QString());
+
+    QString title, text;
+    WhenModal<QMessageBox> about([&](QMessageBox &box) {
+        title = box.windowTitle();
+        text = box.text();
+        box.reject();
+    });
+    viewer.About();
+    QVERIFY(about.wasSeen());
+    QVERIFY(title.startsWith(kOpening));
+    QVERIFY(text.startsWith(kOpening));
+
+    WhenModal<QFileDialog> exporting([&](QFileDialog &dialog) {
+        title = dialog.windowTitle();
+        dialog.reject();
+    });
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("news")}));
+    Viewer &filled = fixture.open();
+    filled.exportMeta();
+    QVERIFY(exporting.wasSeen());
+    QVERIFY(title.startsWith(kOpening));
+
+    const QTemporaryDir withoutArchive;
+    QString warningTitle, warningText;
+    WhenModal<QMessageBox> warning([&](QMessageBox &box) {
+        warningTitle = box.windowTitle();
+        warningText = box.text();
+        box.reject();
+    });
+    WhenModal<QFileDialog> opening([&](QFileDialog &dialog) {
+        title = dialog.windowTitle();
+        auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
+        name->setText(withoutArchive.path());
+        QTest::keyClick(name, Qt::Key_Return);
+    });
+    filled.openDVR();
+    QVERIFY(opening.wasSeen());
+    QVERIFY(warning.wasSeen());
+    QVERIFY(title.startsWith(kOpening));
+    QVERIFY(warningTitle.startsWith(kOpening));
+    QVERIFY(warningText.startsWith(kOpening));
+}
+
+void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
+{
+    translator->asked.clear();
+    window_translatesEverythingItSays_andHasRoomForIt();
+    dialogs_translateWhatTheySay_andHaveRoomForIt();
+    QSet<Message> asked = translator->asked;
+    asked.remove({"MainWindow", QString()}); // the form sets an empty placeholder
+    // A recording without a file, and a large one, say these; programmetext's and recordingsize's tests show it.
+    asked.unite({{"Viewer", "No file"}, {"Viewer", "MB"}, {"Viewer", "GB"}});
+    QCOMPARE(catalogue().subtract(asked).values(), QList<Message>());
+    QCOMPARE(asked.subtract(catalogue()).values(), QList<Message>());
+}
+
+QTEST_MAIN(tst_ViewerTranslation)
+#include "tst_viewer_translation.moc"
