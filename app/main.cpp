@@ -1,3 +1,4 @@
+#include "app/qtversion.h"
 #include "app/viewer.h"
 
 #include "thumbs/scanthreads.h"
@@ -26,11 +27,10 @@ int main(int argc, char **argv)
     // The system's own user-interface font cannot be asked for by its name.
     QFont::insertSubstitution(QStringLiteral(".Lucida Grande UI"), QStringLiteral("Lucida Grande"));
 #endif
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-#endif
+    useScreenDensity();
     QApplication application(argc, argv);
+    // By this name a desktop finds the program's entry in its menu, and with it the icon of its windows.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.quorvale.quorvale"));
     const int status = showWindow();
     // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
     if (!ScanThreads::instance().end(kScanPatienceMs))

@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# debian.sh BUILD FOLDER SAMPLEDISK: makes the Debian package, installs it below a folder, starts the program from its
+# menu entry on a virtual display, and removes it. Needs to be root, or a kernel that lets a user play root.
+set -euo pipefail
+build=$1 folder=$2 sampledisk=$3
+source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+for tool in cpack dpkg dpkg-deb dpkg-shlibdeps; do
+  command -v "$tool" >/dev/null || {
+    echo "SKIP : packaging/debian: $tool is missing"
+    exit 77
+  }
+done
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  as_root=(unshare --user --map-root-user)
+  "${as_root[@]}" true 2>/dev/null || {
+    echo "SKIP : packaging/debian: neither root nor user namespaces"
+    exit 77
+  }
+fi
+
+rm -rf "$folder"
+mkdir -p "$folder/made" "$folder/root"
+cpack --config "$build/CPackConfig.cmake" -B "$folder/made" >"$folder/cpack.log" 2>&1 || fail "$(cat "$folder/cpack.log")"
+package=$(echo "$folder"/made/quorvale_*.deb)
+[ -f "$package" ] || fail "no package"
+
+field() { dpkg-deb --field "$package" "$1"; }
+[ "$(field Package)" = quorvale ] || fail "it is called $(field Package)"
+[ "$(field Architecture)" = "$(dpkg --print-architecture)" ] || fail "it is for $(field Architecture)"
+for library in libavcodec libavformat libavutil 'libqt[56]core' 'libqt[56]widgets' 'libqt[56]dbus' libstdc++6; do
+  field Depends | grep -q "$library" || fail "it does not depend on $library: $(field Depends)"
+done
+# What it depends on is installed here, in the versions it asks for.
+"${as_root[@]}" dpkg --simulate --force-not-root --install "$package" >"$folder/simulated" 2>&1 ||
+  fail "$(cat "$folder/simulated")"
+
+# A database of its own, whose libraries are the system's: hence nothing is asked of what it depends on here.
+in_root() { "${as_root[@]}" dpkg --root="$folder/root" --force-not-root --force-depends --log=/dev/null "$@" 2>&1; }
+mkdir -p "$folder/root/var/lib/dpkg/"{info,updates,triggers}
+touch "$folder/root/var/lib/dpkg/status"
+said=$(in_root --install "$package") || fail "$said"
+
+entry=$(echo "$folder"/root/usr/share/applications/*.desktop)
+command=$(sed -n 's/^Exec=//p' "$entry")
+mkdir -p "$folder/config/quorvale.org"
+"$sampledisk" --recordings 1 --length 170 "$folder/disk"
+printf '[Main]\nmount_point=%s\n' "$folder/disk" >"$folder/config/quorvale.org/quorvale.conf"
+export XDG_CONFIG_HOME=$folder/config XDG_DATA_DIRS=$folder/root/usr/share PATH=$folder/root/usr/bin:$PATH
+unset QT_QPA_PLATFORM DISPLAY WAYLAND_DISPLAY
+[ "$(command -v "$command")" = "$folder/root/usr/bin/quorvale" ] || fail "the entry starts something else"
+"$source_root/script/screenshot" "$command" "$folder/window.png" || fail "the installed program showed no window"
+
+said=$(in_root --purge quorvale) || fail "$said"
+left=$(find "$folder/root" -path "$folder/root/var" -prune -o ! -type d -print)
+[ -z "$left" ] || fail "removing it left: $left"

@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# installed.sh BUILD FOLDER VERSION: what an installation consists of, and that desktops accept it.
+set -euo pipefail
+build=$1 folder=$2 version=$3
+source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+
+rm -rf "$folder"
+DESTDIR=$folder cmake --install "$build" --prefix /usr >/dev/null
+
+expected=$(sort <<'LIST'
+bin/quorvale
+share/applications/org.quorvale.quorvale.desktop
+share/doc/quorvale/NEWS.gz
+share/doc/quorvale/copyright
+share/icons/hicolor/128x128/apps/quorvale.png
+share/icons/hicolor/16x16/apps/quorvale.png
+share/icons/hicolor/22x22/apps/quorvale.png
+share/icons/hicolor/24x24/apps/quorvale.png
+share/icons/hicolor/256x256/apps/quorvale.png
+share/icons/hicolor/32x32/apps/quorvale.png
+share/icons/hicolor/48x48/apps/quorvale.png
+share/icons/hicolor/512x512/apps/quorvale.png
+share/icons/hicolor/64x64/apps/quorvale.png
+share/icons/hicolor/scalable/apps/quorvale.svg
+share/man/man1/quorvale.1.gz
+share/metainfo/org.quorvale.quorvale.metainfo.xml
+LIST
+)
+found=$(cd "$folder/usr" && find . -type f -printf '%P\n' | sort)
+[ "$found" = "$expected" ] || fail "installed: $(diff <(echo "$expected") <(echo "$found"))"
+
+share=$folder/usr/share
+entry=$share/applications/org.quorvale.quorvale.desktop
+metainfo=$share/metainfo/org.quorvale.quorvale.metainfo.xml
+said=$(desktop-file-validate "$entry" 2>&1) || fail "$said"
+[ -z "$said" ] || fail "$said"
+said=$(appstreamcli validate --no-net --pedantic "$metainfo" 2>&1) || fail "$said"
+said=$(man --warnings --encoding=UTF-8 --local-file "$share/man/man1/quorvale.1.gz" 2>&1 >/dev/null) || fail "$said"
+[ -z "$said" ] || fail "manual page: $said"
+
+# Every place that names the version names the same.
+grep -q "<release version=\"$version\"" "$metainfo" || fail "the metainfo lacks version $version"
+zcat "$share/man/man1/quorvale.1.gz" | grep -q "^\.TH .*\"Quorvale $version\"" || fail "the manual is not of version $version"
+zcat "$share/doc/quorvale/NEWS.gz" | grep -q "^## $version " || fail "the changes lack version $version"
+grep -q "^## $version " "$source_root/CHANGELOG.md" || fail "the changes lack version $version"
+
+# The entry's icon is there in its sizes, and its command is what is installed.
+icon=$(sed -n 's/^Icon=//p' "$entry")
+for picture in "$share/icons/hicolor"/*x*/apps/"$icon.png"; do
+  size=${picture#"$share/icons/hicolor/"}
+  size=${size%%/*}
+  [ "$(identify -format '%wx%h' "$picture")" = "$size" ] || fail "$picture is not $size"
+done
+[ -x "$folder/usr/bin/$(sed -n 's/^Exec=//p' "$entry")" ] || fail "the entry's command is not installed"
