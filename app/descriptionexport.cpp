@@ -1,5 +1,6 @@
 #include "app/descriptionexport.h"
 
+#include "app/qtversion.h"
 #include "archive/programme.h"
 
 #include <QFile>
@@ -52,8 +53,6 @@ void writeDescription(const QString &fileName, const QString &text)
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
     QTextStream stream(&file);
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-    stream.setEncoding(QStringConverter::System); // Qt 5's default; Qt 6 would write UTF-8 in any locale.
-#endif
+    useLocaleEncoding(stream);
     stream << text;
 }

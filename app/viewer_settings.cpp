@@ -2,6 +2,8 @@
 
 #include "app/viewer.h"
 
+#include "app/qtversion.h"
+
 #include <QComboBox>
 #include <QDialog>
 #include <QFormLayout>
@@ -35,6 +37,7 @@ bool isKnownDateFormat(int format)
 void Viewer::loadSettings()
 {
     QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
+    useUtf8(settings);
     settings.beginGroup(QLatin1String(kGroup));
     mountPoint = settings.value(QLatin1String(kMountPointKey), QStringLiteral("/Volumes")).toString();
     const QString stored = settings.value(QLatin1String(kDateFormatKey), QStringLiteral("ymd")).toString();
@@ -53,6 +56,7 @@ void Viewer::saveSettings()
                                ? QString::fromLatin1(kStoredDateFormats[static_cast<std::size_t>(dateFormat)])
                                : QString();
     QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
+    useUtf8(settings);
     settings.beginGroup(QLatin1String(kGroup));
     settings.setValue(QLatin1String(kMountPointKey), mountPoint);
     settings.setValue(QLatin1String(kDateFormatKey), stored);

@@ -87,6 +87,9 @@ private slots:
     void dialog_startsNoScan();
     void dialog_isDeleted_afterUse();
     void emptyMountPoint_staysEmpty_afterARestart();
+    void file_isTheSameText_withEveryToolkit();
+    void mountPoint_isRead_howeverItsLettersAreWritten_data();
+    void mountPoint_isRead_howeverItsLettersAreWritten();
 };
 
 void tst_ViewerSettings::load_takesDefaults_fromAnEmptyStore()
@@ -416,6 +419,31 @@ void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
     fixture.close();
     QVERIFY(fixture.settings().contains("Main/mount_point"));
     QCOMPARE(fixture.open().mountPoint, QString());
+}
+
+// A person may go from a program built with one toolkit to one built with the other, and back.
+void tst_ViewerSettings::file_isTheSameText_withEveryToolkit()
+{
+    ViewerFixture fixture;
+    fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
+    fixture.close();
+    QCOMPARE(TestVolume::readFile(storedFile()),
+             QByteArray("[Main]\ndateformat=ymd\nmount_point=\"/media/Jörg, 北/\\\\disk\"\n"));
+}
+
+void tst_ViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("as they are") << QByteArray("/media/Jörg");
+    QTest::newRow("escaped") << QByteArray("/media/J\\xf6rg");
+}
+
+void tst_ViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
+{
+    QFETCH(QByteArray, text);
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::writeFile(storedFile(), "[Main]\nmount_point=" + text + '\n'));
+    QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
 }
 
 QTEST_MAIN(tst_ViewerSettings)

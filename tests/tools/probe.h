@@ -24,7 +24,7 @@ inline QMap<QByteArray, QByteArray> probeStream(const QString &path, const QStri
     const auto lines =
         ffprobe(path, {QStringLiteral("-select_streams"), stream, QStringLiteral("-show_streams")}).split('\n');
     for (const auto &line : lines) {
-        const int equals = line.indexOf('=');
+        const auto equals = line.indexOf('=');
         const QByteArray name = line.left(equals);
         if (equals > 0 && !facts.contains(name)) // a programme repeats its streams
             facts.insert(name, line.mid(equals + 1).trimmed());

@@ -203,7 +203,7 @@ private slots:
         QVERIFY(probeStream(stream(2), "v:0").isEmpty());
         const auto sound = probeStream(stream(2), "a:0");
         QCOMPARE(sound.value("codec_name"), QByteArray("mp2"));
-        const int packets = ffprobe(stream(2), {"-show_entries", "packet=size"}).count("size=");
+        const auto packets = ffprobe(stream(2), {"-show_entries", "packet=size"}).count("size=");
         const int expected = kLength * 48000 / 25 / 1152; // each holds 1152 samples
         QVERIFY2(packets >= expected && packets <= expected + 2, QByteArray::number(packets));
     }
@@ -251,7 +251,7 @@ private slots:
         const QString indexPath = volume() + "/DVR/RECSINFO/RECS.INF";
         const QString stampPath = volume() + "/.quorvale-sampledisk";
         QByteArray stamp = content(stampPath);
-        const int day = stamp.indexOf("day ") + 4;
+        const auto day = stamp.indexOf("day ") + 4;
         stamp.replace(day, 10, "2001-02-03");
         QVERIFY(writeFile(stampPath, stamp));
         QVERIFY(writeFile(indexPath, QByteArray(m_index.size(), 'x')));

@@ -369,7 +369,7 @@ private slots:
         QByteArray bytes = readFile(file);
         const QByteArray header = bytes.mid(bytes.indexOf(QByteArray("\xff\xfd", 2)), 2);
         QCOMPARE(header, QByteArray("\xff\xfd", 2));
-        int at = bytes.size() / 2;
+        auto at = bytes.size() / 2;
         while ((at = bytes.indexOf(header, at)) >= 0)
             bytes.replace(at, 2, QByteArray(2, '\0'));
         FFVideo video;

@@ -250,7 +250,7 @@ private slots:
         sound.Close();
 
         QByteArray bytes = readFile(path);
-        const int format = bytes.indexOf(QByteArray("\x11\x00\x02\x00", 4)); // ADPCM, two channels
+        const auto format = bytes.indexOf(QByteArray("\x11\x00\x02\x00", 4)); // ADPCM, two channels
         QVERIFY(format > 0);
         bytes[format + 2] = 9;
         FFVideo video;

@@ -173,7 +173,7 @@ private slots:
         // bytes are a picture upside down.
         const QString upright = make("upright.avi", "64x48", {"-pix_fmt", "bgr24", "-c:v", "rawvideo"});
         QByteArray bytes = readFile(upright);
-        const int header = bytes.indexOf("strf");
+        const auto header = bytes.indexOf("strf");
         QVERIFY(header > 0);
         char *height = bytes.data() + header + 16;
         QCOMPARE(qFromLittleEndian<qint32>(height), -48);
