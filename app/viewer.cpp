@@ -27,6 +27,7 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     makeAccessible();
     ui.detailsEdit->setReadOnly(true);
     show();
+    makeRoomForDates();
     connectForm();
 
     loadSettings();

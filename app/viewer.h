@@ -103,5 +103,6 @@ private:
     void addDeviceItem(const QString &directory);
     void setWindowIcons();
     void makeAccessible();
+    void makeRoomForDates();
     void connectForm();
 };

@@ -36,8 +36,6 @@ void Viewer::makeAccessible()
         field->setAccessibleName(label->text().remove(QLatin1Char(':')));
         fullText->watch(field);
     }
-    // In some languages the words for a date need more than the form gives.
-    ui.dateEdit->setMinimumWidth(std::max(ui.dateEdit->minimumWidth(), widthFor(*ui.dateEdit, recordingDateWords())));
     fullText->watch(ui.summaryList);
     fullText->watch(ui.deviceList);
 
@@ -50,4 +48,12 @@ void Viewer::makeAccessible()
     ui.actionOpen_Directory->setShortcuts(QKeySequence::Open);
     ui.actionPreferences->setShortcuts(QKeySequence::Preferences);
     ui.actionQuit->setShortcuts(QKeySequence::Quit);
+}
+
+// In some languages the words that stand for a date take more than the form gives them; then the window grows.
+void Viewer::makeRoomForDates()
+{
+    const int needed = widthFor(*ui.dateEdit, recordingDateWords());
+    if (needed > ui.dateEdit->width())
+        ui.dateEdit->setMinimumWidth(needed);
 }

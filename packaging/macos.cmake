@@ -24,4 +24,5 @@ install(CODE "
 
 set(CPACK_GENERATOR DragNDrop)
 set(CPACK_DMG_VOLUME_NAME Quorvale)
+set(CPACK_DMG_SLA_USE_RESOURCE_FILE_LICENSE OFF) # nobody has to agree to this licence before use
 set(CPACK_PACKAGE_FILE_NAME "Quorvale-${PROJECT_VERSION}-${CMAKE_SYSTEM_PROCESSOR}")

@@ -130,6 +130,8 @@ void tst_Viewer::fields_areReadOnly_butTheTime()
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one")});
     const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.dateEdit->minimumWidth(), 100); // of the window too, not only of the form
+    QCOMPARE(viewer.ui.timeEdit->minimumWidth(), 100);
     for (QLineEdit *field : viewer.findChildren<QLineEdit *>()) {
         const QString before = field->text();
         field->setCursorPosition(0);

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QMap>
 #include <QXmlStreamReader>
+#include <QtEndian>
 #include <QtTest>
 
 namespace {
@@ -40,29 +41,55 @@ class tst_PropertyList : public QObject
     Q_OBJECT
 
 private slots:
-    void list_saysWhatTheSystemAsksFor()
+    void initTestCase()
     {
         QString error;
-        const auto values = propertyList(QFINDTESTDATA("../../packaging/macos/Info.plist.in"), &error);
+        values = propertyList(PROPERTY_LIST, &error);
         QVERIFY2(error.isEmpty(), qPrintable(error));
+    }
+
+    void list_saysWhatTheSystemAsksFor()
+    {
         QCOMPARE(values["CFBundlePackageType"], QString("APPL"));
         QCOMPARE(values["CFBundleName"], QString("Quorvale"));
+        QCOMPARE(values["CFBundleExecutable"], QString("Quorvale"));
         QCOMPARE(values["CFBundleIdentifier"], QString("org.quorvale.quorvale"));
-        QCOMPARE(values["CFBundleShortVersionString"], QString("${PROJECT_VERSION}"));
+        QCOMPARE(values["CFBundleShortVersionString"], QString(PROGRAM_VERSION));
+        QCOMPARE(values["CFBundleVersion"], QString(PROGRAM_VERSION));
         QCOMPARE(values["NSHighResolutionCapable"], QString("true"));
-        QCOMPARE(values["LSMinimumSystemVersion"], QString("${CMAKE_OSX_DEPLOYMENT_TARGET}"));
-        QVERIFY(!values["NSRemovableVolumesUsageDescription"].isEmpty());
+        QCOMPARE(values["LSMinimumSystemVersion"], QString("12.0"));
+        QVERIFY(values["NSRemovableVolumesUsageDescription"].size() > 20);
         QVERIFY(!values.contains("CFBundleDocumentTypes"));
     }
 
-    void list_namesTheIconsThatAreThere()
+    void list_hasNoPlaceLeftToFillIn()
     {
-        QString error;
-        const auto values = propertyList(QFINDTESTDATA("../../packaging/macos/Info.plist.in"), &error);
-        QFile icons(QFINDTESTDATA("../../packaging/macos/" + values["CFBundleIconFile"]));
-        QVERIFY(icons.open(QIODevice::ReadOnly));
-        QCOMPARE(icons.read(4), QByteArray("icns"));
+        for (auto value = values.cbegin(); value != values.cend(); ++value)
+            QVERIFY2(!value->isEmpty() && !value->contains('$') && !value->contains('@'), qPrintable(value.key()));
     }
+
+    // Every entry of an icon file begins with its type and its size, header included.
+    void list_namesTheIcons_whichHaveEverySize()
+    {
+        QFile file(QFINDTESTDATA("../../packaging/macos/" + values["CFBundleIconFile"]));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray icons = file.readAll();
+        QVERIFY(icons.startsWith("icns"));
+        QStringList types;
+        qint64 at = 8;
+        while (at + 8 <= icons.size()) {
+            types.append(icons.mid(static_cast<int>(at), 4));
+            const auto size = qFromBigEndian<quint32>(icons.constData() + at + 4);
+            QVERIFY(size >= 8);
+            at += size;
+        }
+        QCOMPARE(at, qint64(icons.size()));
+        for (const char *type : {"is32", "il32", "ih32", "it32", "ic08", "ic09", "ic10"}) // 16 to 1024 pixels
+            QVERIFY2(types.contains(type), type);
+    }
+
+private:
+    QMap<QString, QString> values;
 };
 
 QTEST_GUILESS_MAIN(tst_PropertyList)
