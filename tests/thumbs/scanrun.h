@@ -1,14 +1,13 @@
 #pragma once
 
 #include "tests/support/capturedoutput.h"
+#include "tests/support/imagenumber.h"
 #include "thumbs/thumbnailscanner.h"
-#include "tools/testpicture/blockcode.h"
 
 #include <QEventLoop>
 #include <QStringList>
 #include <QTimer>
 
-#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -88,20 +87,11 @@ inline ScanResult runScan(const QStringList &files, int firstFrame = 150, int fr
     return runScan(scanner);
 }
 
-/// The numbers that the block codes in `images` say. The darkest channel of each pixel is read: black that carries
-/// colour wraps one or two of its channels to bright ones, never all three.
+/// The numbers that the block codes in `images` say.
 inline std::vector<std::optional<unsigned>> numbersIn(const std::vector<QImage> &images)
 {
     std::vector<std::optional<unsigned>> numbers;
-    for (const QImage &image : images) {
-        std::vector<std::uint8_t> darkest;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x) {
-                const QRgb pixel = image.pixel(x, y);
-                darkest.push_back(std::uint8_t(std::min({qRed(pixel), qGreen(pixel), qBlue(pixel)})));
-            }
-        }
-        numbers.push_back(readBlockCode(darkest.data(), image.width(), image.height(), image.width()));
-    }
+    for (const QImage &image : images)
+        numbers.push_back(numberIn(image));
     return numbers;
 }

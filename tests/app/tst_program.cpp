@@ -1,0 +1,247 @@
+// The program itself on a virtual display, on the sample recorder disk, with a mouse and a keyboard.
+
+#include "tests/app/programrun.h"
+#include "tests/support/testvolume.h"
+
+#include <QApplication>
+#include <QFont>
+#include <QtTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+
+namespace {
+
+constexpr int kPatienceMs = 30000;
+const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n"; // These recordings have two pictures.
+
+QString samples(const QString &name)
+{
+    return QStringLiteral(QUORVALE_SAMPLE_DISK "/RECORDER/DVR/") + name;
+}
+
+/// A recording on a disk that does not answer: whoever opens it hangs until answer() is called.
+class SilentRecording
+{
+public:
+    explicit SilentRecording(const QString &path)
+        : m_path(QFile::encodeName(path))
+    {
+    }
+    bool create() { return ::mkfifo(m_path.constData(), 0600) == 0; }
+    /// Ends the wait of whoever opens the recording now, which is then found empty; false as long as nobody does.
+    bool answer()
+    {
+        const int writer = ::open(m_path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return writer >= 0 && ::close(writer) == 0;
+    }
+
+private:
+    QByteArray m_path;
+};
+
+} // namespace
+
+class tst_Program : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void window_showsTheRingFirst_andThenPictures();
+    void click_pausesThePictures_andAnotherResumesThem();
+    void selection_showsThePicturesOfAnotherProgramme();
+    void device_isShownWithoutAScan_whileThatOfAnotherRuns();
+    void quit_endsTheScanAtTheNextFile_inTheMiddleOfIt();
+    void quit_endsTheProgram_whenAReadHangs();
+
+private:
+    // Puts the sample disk, but for the recordings named, into a volume at the mount point.
+    void mountSampleDisk(const QString &name, const QStringList &without = {}) const;
+    [[nodiscard]] QString path(const QString &name) const { return m_mountPoint->filePath(name); }
+    // Opens the window on the sample disk and waits for a programme's pictures.
+    void openWithPicturesOf(int row) const;
+    [[nodiscard]] std::optional<unsigned> shownNumber() const { return m_program->shownNumber(m_program->look()); }
+
+    WindowLayout m_layout;
+    VirtualDisplay m_display;
+    std::unique_ptr<QTemporaryDir> m_mountPoint;
+    std::unique_ptr<ProgramRun> m_program;
+};
+
+void tst_Program::initTestCase()
+{
+    const QString problem = m_display.start();
+    if (!problem.isEmpty())
+        QSKIP(qPrintable("No virtual display: " + problem));
+    QVERIFY2(QFile::exists(samples("RECSINFO/RECS.INF")), "the test app/sampledisk makes the disk");
+    QApplication::setFont(QFont("Sans Serif", 9)); // as on a display without a desktop
+    m_layout = WindowLayout::measure();
+}
+
+void tst_Program::init()
+{
+    m_mountPoint = std::make_unique<QTemporaryDir>();
+    m_program = std::make_unique<ProgramRun>(m_display, m_layout);
+}
+
+void tst_Program::cleanup()
+{
+    m_program.reset();
+    m_mountPoint.reset();
+}
+
+void tst_Program::mountSampleDisk(const QString &name, const QStringList &without) const
+{
+    QVERIFY(TestVolume::create(path(name), TestVolume::readFile(samples("RECSINFO/RECS.INF"))));
+    const QDir recordings(samples("RECS"));
+    for (const QString &file : recordings.entryList(QDir::Files)) {
+        if (!without.contains(file))
+            QVERIFY(QFile::link(recordings.filePath(file), path(name + "/DVR/RECS/" + file)));
+    }
+}
+
+void tst_Program::openWithPicturesOf(int row) const
+{
+    mountSampleDisk("disk");
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QVERIFY(m_program->click(m_layout.rows.at(std::size_t(row))));
+    QTRY_VERIFY_WITH_TIMEOUT(shownNumber(), kPatienceMs);
+}
+
+void tst_Program::window_showsTheRingFirst_andThenPictures()
+{
+    mountSampleDisk("disk", {"REC_0001.ts"});
+    SilentRecording first(path("disk/DVR/RECS/REC_0001.ts"));
+    QVERIFY(first.create());
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QTRY_VERIFY_WITH_TIMEOUT(m_program->showsRing(m_program->look()), kPatienceMs);
+    QVERIFY(m_program->click(m_layout.rows.at(2)));
+    const QImage ring = m_program->look();
+    QVERIFY(m_program->showsRing(ring));
+    QTRY_VERIFY_WITH_TIMEOUT(m_program->look() != ring, kPatienceMs); // it turns
+    QVERIFY(m_program->showsRing(m_program->look()));
+
+    QTRY_VERIFY_WITH_TIMEOUT(first.answer(), kPatienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(shownNumber(), kPatienceMs);
+    // They come one after the other, and again from the first.
+    for (const unsigned number : {150U, 300U, 150U})
+        QTRY_COMPARE_WITH_TIMEOUT(shownNumber(), std::optional<unsigned>(number), kPatienceMs);
+
+    QVERIFY(m_program->click(m_layout.rows.at(0))); // what could not be opened keeps its ring
+    QTRY_VERIFY_WITH_TIMEOUT(m_program->showsRing(m_program->look()), kPatienceMs);
+    QVERIFY(m_program->quit());
+    QCOMPARE(m_program->exitCode(), std::optional<int>(0));
+    QCOMPARE(m_program->said(), kUnreadable);
+}
+
+void tst_Program::click_pausesThePictures_andAnotherResumesThem()
+{
+    openWithPicturesOf(0);
+    QVERIFY(m_program->click(m_layout.pictures.center()));
+    QTest::qWait(200); // The click is on its way.
+    const std::optional<unsigned> paused = shownNumber();
+    QVERIFY(paused);
+    // Nothing announces that nothing happens: two turns of a show that were still running.
+    for (int look = 0; look < 20; ++look) {
+        QTest::qWait(100);
+        QCOMPARE(shownNumber(), paused);
+    }
+    QVERIFY(m_program->click(m_layout.pictures.center()));
+    QTRY_VERIFY_WITH_TIMEOUT(shownNumber() && shownNumber() != paused, kPatienceMs);
+}
+
+void tst_Program::selection_showsThePicturesOfAnotherProgramme()
+{
+    openWithPicturesOf(0);
+    const QImage first = m_program->picture(m_program->look());
+    QVERIFY(m_program->click(m_layout.rows.at(1))); // a radio programme
+    QTRY_VERIFY_WITH_TIMEOUT(m_program->showsRing(m_program->look()), kPatienceMs);
+    QVERIFY(m_program->click(m_layout.rows.at(2)));
+    QTRY_COMPARE_WITH_TIMEOUT(shownNumber(), std::optional<unsigned>(150), kPatienceMs);
+    const QImage other = m_program->picture(m_program->look());
+    QCOMPARE(other.size(), first.size());
+    // Recordings differ in colour: seen below the number, where both would otherwise be alike.
+    const QPoint below(other.width() / 20, other.height() / 2);
+    QVERIFY(other.pixelColor(below) != first.pixelColor(below));
+    QVERIFY(m_program->click(m_layout.rows.at(0)));
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->picture(m_program->look()).pixelColor(below), first.pixelColor(below),
+                              kPatienceMs);
+}
+
+void tst_Program::device_isShownWithoutAScan_whileThatOfAnotherRuns()
+{
+    // Devices are listed, and the first is loaded, in the order in which the folder gives them.
+    for (const char *name : {"a", "b"})
+        QVERIFY(QDir().mkpath(path(name)));
+    const QStringList devices = QDir(path(".")).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
+    QVERIFY(TestVolume::create(path(devices.at(0)), QList<RecordBytes>{RecordBytes()}));
+    SilentRecording silent(path(devices.at(0) + "/DVR/RECS/rec.ts"));
+    QVERIFY(silent.create());
+    mountSampleDisk(devices.at(1));
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->scanThreads(), 1, kPatienceMs);
+    const auto programmes = [&] { return m_program->look().copy(QRect(m_layout.rows.at(1), QSize(100, 20))); };
+    const QImage oneProgramme = programmes();
+
+    QVERIFY(m_program->click(m_layout.devices.at(1)));
+    QTRY_VERIFY_WITH_TIMEOUT(programmes() != oneProgramme, kPatienceMs);
+    QVERIFY(m_program->showsRing(m_program->look()));
+    QCOMPARE(m_program->scanThreads(), 1);
+
+    QTRY_VERIFY_WITH_TIMEOUT(silent.answer(), kPatienceMs);
+    const auto clickStartsAScan = [&] {
+        return m_program->click(m_layout.devices.at(1)) && m_program->scanThreads() > 1;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(clickStartsAScan(), kPatienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(shownNumber(), kPatienceMs);
+}
+
+void tst_Program::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
+{
+    constexpr int kRecordings = 100;
+    QList<RecordBytes> records;
+    for (int i = 0; i < kRecordings; ++i) {
+        records.append(RecordBytes());
+        records.last().fileName = QByteArray::number(i);
+    }
+    QVERIFY(TestVolume::create(path("disk"), records));
+    for (const RecordBytes &record : records)
+        QVERIFY(QFile::link(samples("RECS/REC_0003.ts"), path("disk/DVR/RECS/" + record.fileName + ".ts")));
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_program->said().isEmpty(), kPatienceMs); // One recording is done, another begins.
+    QVERIFY(m_program->quit());
+    QCOMPARE(m_program->exitCode(), std::optional<int>(0));
+    // Each recording that was scanned says so; nothing else is said, and most were not.
+    const QByteArray said = m_program->said();
+    const int scanned = said.count(kUnreadable);
+    QCOMPARE(said, kUnreadable.repeated(scanned));
+    QVERIFY2(scanned < kRecordings, qPrintable(QString::number(scanned)));
+    QVERIFY(m_program->settings().contains("dateformat=ymd"));
+}
+
+void tst_Program::quit_endsTheProgram_whenAReadHangs()
+{
+    QVERIFY(TestVolume::create(path("disk"), QList<RecordBytes>{RecordBytes()}));
+    SilentRecording silent(path("disk/DVR/RECS/rec.ts"));
+    QVERIFY(silent.create());
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->scanThreads(), 1, kPatienceMs);
+    QVERIFY(m_program->quit());
+    QCOMPARE(m_program->exitCode(), std::optional<int>(0)); // It would hang for ever.
+    QCOMPARE(m_program->said(), QByteArray());
+    QVERIFY(m_program->settings().contains("dateformat=ymd"));
+}
+
+QTEST_MAIN(tst_Program)
+#include "tst_program.moc"

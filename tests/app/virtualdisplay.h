@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+/// A display of its own for a program under test, with a mouse, a keyboard and eyes: Xvfb, xdotool and ImageMagick.
+/// Needs an application object.
+class VirtualDisplay
+{
+public:
+    ~VirtualDisplay();
+
+    /// Empty when the display is there; otherwise what is missing.
+    QString start();
+
+    /// The display's name, as programs want it in DISPLAY.
+    [[nodiscard]] QString name() const { return m_name; }
+
+    /// The visible window of this title; empty where there is none.
+    [[nodiscard]] QByteArray window(const QString &title) const;
+    /// What can be seen of a window.
+    [[nodiscard]] QImage picture(const QByteArray &window) const;
+    /// Presses the left button once at a place of the window. False when that could not be done.
+    [[nodiscard]] bool click(const QByteArray &window, QPoint place) const;
+    /// Gives a window the focus, which nobody else does here, and presses a key in it.
+    [[nodiscard]] bool press(const QByteArray &window, const QString &key) const;
+
+private:
+    [[nodiscard]] QByteArray run(const QString &program, const QStringList &arguments, bool *succeeded = nullptr) const;
+
+    QProcess m_server;
+    QString m_name;
+};
