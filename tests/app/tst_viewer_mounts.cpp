@@ -2,12 +2,17 @@
 
 #include "tests/platform/privatemounts.h"
 #include "tests/support/viewerfixture.h"
+#include "thumbs/scanthreads.h"
+#include "tools/testpicture/numberedstream.h"
 
 #include <QtTest>
+
+#include <memory>
 
 namespace {
 
 constexpr int kPatienceMs = 5000; // a rescan is due a second after the change
+constexpr int kScanMs = 60000;
 
 QByteArray whyNoMounts;
 
@@ -61,6 +66,48 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(deviceTexts(viewer).size(), 2, kPatienceMs);
         QCOMPARE(rebuilt.count(), 1);
     }
+
+    void scan_ends_whenItsDiskIsPulledOut()
+    {
+        constexpr int kRecordings = 1000;
+        ViewerFixture fixture;
+        QVERIFY(QDir().mkpath(fixture.path("RECORDER")));
+        std::unique_ptr<Mount> disk(new Mount(Mount::disk(fixture.path("RECORDER"))));
+        QVERIFY(disk->isMounted());
+        QList<RecordBytes> records;
+        for (int i = 0; i < kRecordings; ++i)
+            records.append(fixture.titled(QByteArray::number(i)));
+        QVERIFY(TestVolume::create(fixture.path("RECORDER"), records));
+        NumberedStream stream;
+        stream.path = fixture.path("RECORDER/DVR/RECS/0.ts").toStdString();
+        stream.picture = {160, 120, ChromaFormat::Yuv420, false};
+        stream.frames = 320;
+        stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
+        const FFmpegResult encoded = encodeNumberedStream(stream);
+        QVERIFY2(encoded.ok(), encoded.errors.c_str());
+        for (int i = 1; i < kRecordings; ++i)
+            QVERIFY(QFile::link("0.ts", fixture.path(QStringLiteral("RECORDER/DVR/RECS/%1.ts").arg(i))));
+
+        Viewer &viewer = fixture.open();
+        const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
+        QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailCache.isEmpty(), kPatienceMs);
+        disk.reset(); // The file in hand can still be read; no name leads to the others any more.
+        QTRY_COMPARE_WITH_TIMEOUT(deviceTexts(viewer), QStringList(), kPatienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
+        const int scanned = viewer.thumbnailCache.size();
+        QVERIFY2(scanned < kRecordings, qPrintable(QString::number(scanned)));
+
+        // What was on screen stays; what was scanned is shown, what was not keeps its ring.
+        QCOMPARE(viewer.ui.summaryList->count(), kRecordings);
+        QCOMPARE(thumb.thumbs1x.size(), 2);
+        viewer.ui.summaryList->setCurrentRow(kRecordings - 1);
+        QVERIFY(thumb.busy);
+        viewer.ui.summaryList->setCurrentRow(scanned - 1);
+        QVERIFY(!thumb.busy);
+        QCOMPARE(thumb.thumbs1x.size(), 2);
+    }
+
+    void cleanup() { QVERIFY(ScanThreads::instance().end(kScanMs)); }
 };
 
 int main(int argc, char **argv)

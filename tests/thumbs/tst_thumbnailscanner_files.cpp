@@ -5,11 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
-
-#include <atomic>
-#include <memory>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -50,21 +46,6 @@ std::size_t bytesInUse()
 #else
     return 0;
 #endif
-}
-
-// How far this process has read in `path`, which it has open; -1 where it has not.
-qint64 readPosition(const QString &path)
-{
-    const QFileInfoList descriptors = QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System);
-    for (const QFileInfo &descriptor : descriptors) {
-        if (descriptor.symLinkTarget() != path)
-            continue;
-        QFile info("/proc/self/fdinfo/" + descriptor.fileName());
-        if (!info.open(QIODevice::ReadOnly))
-            continue;
-        return info.readLine().mid(4).trimmed().toLongLong(); // "pos:	4096"
-    }
-    return -1;
 }
 
 } // namespace
@@ -172,40 +153,6 @@ private slots:
         QCOMPARE(numbersIn({series.large.at(0)}), (Numbers{150})); // lies before the damage
         for (const QImage &image : series.large)
             QCOMPARE(image.size(), QSize(320, 240));
-    }
-
-    void scan_endsWithTheDocumentedSignals_whenTheFileShrinksWhileItIsRead()
-    {
-        if (!QFile::exists("/proc/self/fdinfo"))
-            QSKIP("needs to see how far the file is read");
-        const QString path = QFileInfo(dir.path()).canonicalFilePath() + "/shrinking.ts";
-        // Where the scan outran the other thread, nothing was tried, and it is tried again.
-        for (int attempt = 0; attempt < 10; ++attempt) {
-            QFile::remove(path);
-            QVERIFY(QFile::copy(longFile, path));
-            const qint64 enough = QFileInfo(path).size() / 3;
-            std::atomic<bool> scanned{false};
-            bool shrunk = false;
-            const std::unique_ptr<QThread> other(QThread::create([&] {
-                while (!scanned && !shrunk)
-                    shrunk = readPosition(path) >= enough && QFile::resize(path, 1000);
-            }));
-            other->start();
-            const ScanResult result = runScan({path, tinyFile});
-            scanned = true;
-            other->wait();
-
-            QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "gotThumbs " + tinyFile, "finished"}));
-            const Numbers numbers = numbersIn(result.series.at(0).large);
-            QCOMPARE(result.series.at(0).small.size(), numbers.size());
-            for (std::size_t i = 0; i < numbers.size(); ++i)
-                QCOMPARE(numbers.at(i), std::optional<unsigned>(150 * unsigned(i + 1)));
-            if (shrunk && numbers.size() < 5) {
-                QCOMPARE(result.errors, kUnreadable + kUnreadable); // the tiny file has no picture 150, either
-                return;
-            }
-        }
-        QFAIL("the file never shrank in time");
     }
 
     void scan_reportsTheRestAsMissing_whenTheDiskGoesAway()

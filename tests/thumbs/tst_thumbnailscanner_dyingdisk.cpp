@@ -1,0 +1,223 @@
+#include "tests/platform/privatemounts.h"
+#include "tests/support/readhook.h"
+#include "tests/thumbs/scanrun.h"
+#include "thumbs/scanthreads.h"
+#include "tools/testpicture/numberedstream.h"
+
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+#include <QSemaphore>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <cerrno>
+#include <memory>
+
+namespace {
+
+const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
+
+using Numbers = std::vector<std::optional<unsigned>>;
+
+QByteArray whyNoMounts;
+
+std::string encode(const QString &path, int frames)
+{
+    NumberedStream stream;
+    stream.path = path.toStdString();
+    stream.picture = {320, 240, ChromaFormat::Yuv420, false};
+    stream.frames = frames;
+    stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "10", "-f", "mpegts", "-muxrate", "2M"};
+    return encodeNumberedStream(stream).errors;
+}
+
+const Numbers kAll = {100, 300, 500, 700};
+
+// As many of the pictures as were read before something happened to the file.
+void compareWithSome(const Series &series)
+{
+    const Numbers numbers = numbersIn(series.large);
+    QVERIFY(!numbers.empty() && numbers.size() < kAll.size());
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        QCOMPARE(numbers.at(i), kAll.at(i));
+}
+
+} // namespace
+
+/// What happens to a disk, and to a file on it, exactly while it is read.
+class TestThumbnailScannerDyingDisk : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        original = dir.filePath("original.ts");
+        QCOMPARE(encode(original, 720), std::string());
+    }
+
+    void init()
+    {
+        disk = dir.filePath("disk");
+        QVERIFY(QDir().mkpath(disk));
+    }
+
+    void cleanup()
+    {
+        mount.reset();
+        QVERIFY(QDir(disk).removeRecursively());
+        files.clear();
+    }
+
+    void scan_keepsWhatItGot_whenTheFileShrinksWhileItIsRead()
+    {
+        fill(2);
+        const ReadHook hook(files.at(0), middle(), end(),
+                            [&] { return QFile::resize(files.at(0), 1000) ? 0 : EINVAL; });
+        const ScanResult result = scan();
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
+        QCOMPARE(result.errors, kUnreadable);
+        compareWithSome(result.series.at(0));
+        QCOMPARE(numbersIn(result.series.at(1).large), kAll);
+    }
+
+    void scan_keepsWhatItGot_whenTheDiskFailsInTheMiddleOfAFile()
+    {
+        fill(2);
+        const ReadHook hook(files.at(0), middle(), end(), [] { return EIO; });
+        const ScanResult result = scan();
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
+        QCOMPARE(result.errors, kUnreadable);
+        compareWithSome(result.series.at(0));
+        QCOMPARE(numbersIn(result.series.at(1).large), kAll);
+    }
+
+    void scan_reportsAFileAsMissing_whenTheDiskFailsAtItsBeginning()
+    {
+        fill(2);
+        const ReadHook hook(files.at(0), 0, end(), [] { return EIO; });
+        const ScanResult result = scan();
+        QCOMPARE(result.events, (QStringList{"missingVideo " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
+        QCOMPARE(result.errors, QByteArray());
+    }
+
+    void scan_completesTheFileInHand_whenAllAreDeletedWhileItIsRead()
+    {
+        fill(3);
+        const ReadHook hook(files.at(0), middle(), end(), [&] { return QDir(disk).removeRecursively() ? 0 : EINVAL; });
+        completesOnlyTheFirst();
+    }
+
+    void scan_completesTheFileInHand_whenTheDiskIsTakenAwayWhileItIsRead()
+    {
+        mountDisk();
+        fill(3);
+        const ReadHook hook(files.at(0), middle(), end(), [&] {
+            mount.reset(); // as a disk that is pulled: what is open stays open, no name leads there any more
+            return 0;
+        });
+        completesOnlyTheFirst();
+    }
+
+    void scan_reportsTheRestAsMissing_whenTheDiskIsEjectedBetweenTwoFiles()
+    {
+        mountDisk();
+        fill(3);
+        ThumbnailScanner scanner;
+        setUp(scanner);
+        bool ejected = false;
+        connect(&scanner, &ThumbnailScanner::gotThumbs, this, [&] { ejected = mount->unmount(); });
+        QCOMPARE(runScan(scanner).events, (QStringList{"gotThumbs " + files.at(0), "missingVideo " + files.at(1),
+                                                       "missingVideo " + files.at(2), "finished"}));
+        QVERIFY(ejected); // The scanner had nothing open there.
+    }
+
+    void end_doesNotWait_forAReadThatHangsInTheMiddleOfAFile()
+    {
+        fill(2);
+        QSemaphore reading;
+        QSemaphore diskAnswers;
+        const ReadHook hook(files.at(0), middle(), end(), [&] {
+            reading.release();
+            diskAnswers.acquire();
+            return 0;
+        });
+        auto *thread = new QThread; // deletes itself
+        const QPointer<QThread> running = thread;
+        auto *scanner = new ThumbnailScanner;
+        setUp(*scanner);
+        scanner->moveToThread(thread);
+        ScanThreads::instance().add(thread, scanner);
+        connect(thread, &QThread::started, scanner, &ThumbnailScanner::process);
+        connect(scanner, &ThumbnailScanner::finished, scanner, &QObject::deleteLater);
+        connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+        thread->start();
+        reading.acquire();
+        QVERIFY(!ScanThreads::instance().end(50));
+        QVERIFY(running && running->isRunning());
+        diskAnswers.release();
+        QVERIFY(ScanThreads::instance().end(60000));
+        QVERIFY(!running);
+    }
+
+private:
+    void mountDisk()
+    {
+        if (!whyNoMounts.isEmpty())
+            QSKIP(qPrintable("This machine allows no mounts here: " + QString::fromLocal8Bit(whyNoMounts)));
+        mount.reset(new Mount(Mount::disk(disk)));
+        QVERIFY(mount->isMounted());
+    }
+
+    void fill(int recordings)
+    {
+        for (int i = 0; i < recordings; ++i) {
+            files << disk + QStringLiteral("/%1.ts").arg(i);
+            QVERIFY(QFile::copy(original, files.last()));
+        }
+    }
+
+    // Opening a file looks at its beginning and, for its length, at its last 250 kB: neither reaches what lies between.
+    [[nodiscard]] qint64 middle() const { return QFileInfo(original).size() / 2; }
+    [[nodiscard]] qint64 end() const { return middle() + 500000; }
+
+    void setUp(ThumbnailScanner &scanner) const
+    {
+        scanner.files = files;
+        scanner.firstFrame = 100;
+        scanner.frameStep = 200;
+    }
+
+    [[nodiscard]] ScanResult scan() const
+    {
+        ThumbnailScanner scanner;
+        setUp(scanner);
+        return runScan(scanner);
+    }
+
+    void completesOnlyTheFirst() const
+    {
+        const ScanResult result = scan();
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "missingVideo " + files.at(1),
+                                             "missingVideo " + files.at(2), "finished"}));
+        QCOMPARE(numbersIn(result.series.at(0).large), kAll);
+    }
+
+    QTemporaryDir dir;
+    QString original;
+    QString disk;
+    QStringList files;
+    std::unique_ptr<Mount> mount;
+};
+
+int main(int argc, char **argv)
+{
+    whyNoMounts = enterPrivateMounts();
+    const QGuiApplication application(argc, argv);
+    TestThumbnailScannerDyingDisk test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_thumbnailscanner_dyingdisk.moc"
