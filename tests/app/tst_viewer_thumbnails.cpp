@@ -1,11 +1,11 @@
 // The window and its thumbnails: one scan at a time, a cache by path, pictures for whoever is selected.
 
+#include "tests/support/seenqueues.h"
 #include "tests/support/viewerfixture.h"
 
 #include "thumbs/scanthreads.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
 
@@ -278,5 +278,5 @@ void tst_ViewerThumbnails::window_canClose_inTheMiddleOfAScan()
     QVERIFY(!thread);
 }
 
-QTEST_MAIN(tst_ViewerThumbnails)
+SEEN_QUEUES_TEST_MAIN(tst_ViewerThumbnails)
 #include "tst_viewer_thumbnails.moc"

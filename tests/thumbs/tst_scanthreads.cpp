@@ -2,15 +2,29 @@
 
 #include "thumbs/scanthreads.h"
 
+#include "tests/support/seenqueues.h"
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
 
 #include <sys/stat.h>
+
+namespace {
+
+/// Counts the series that reach this thread.
+struct Arrivals : QObject
+{
+    explicit Arrivals(const ThumbnailScanner &scanner)
+    {
+        connect(&scanner, &ThumbnailScanner::gotThumbs, this, [this] { ++count; });
+    }
+    int count = 0;
+};
+
+} // namespace
 
 class tst_ScanThreads : public QObject
 {
@@ -71,9 +85,9 @@ void tst_ScanThreads::end_succeeds_withoutScans()
 void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()
 {
     const Scan scan = start({m_recording, m_recording});
-    QSignalSpy got(scan.scanner.data(), &ThumbnailScanner::gotThumbs);
+    const Arrivals arrivals(*scan.scanner);
     scan.thread->start();
-    QVERIFY(got.wait(20000));
+    QTRY_VERIFY_WITH_TIMEOUT(arrivals.count > 0, 20000);
     QVERIFY(ScanThreads::instance().end(20000)); // The leak checker sees whether they are freed.
     QVERIFY(!scan.thread);
     QVERIFY(!scan.scanner);
@@ -102,12 +116,12 @@ void tst_ScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
     for (int i = 0; i < 2000; ++i)
         files.append(m_recording);
     const Scan scan = start(files);
-    QSignalSpy got(scan.scanner.data(), &ThumbnailScanner::gotThumbs);
+    const Arrivals arrivals(*scan.scanner);
     scan.thread->start();
-    QVERIFY(got.wait(20000));
+    QTRY_VERIFY_WITH_TIMEOUT(arrivals.count > 0, 20000);
     QVERIFY(ScanThreads::instance().end(20000));
     QCoreApplication::processEvents();
-    QVERIFY(got.count() < files.size());
+    QVERIFY(arrivals.count < files.size());
     QVERIFY(!scan.scanner);
 }
 
@@ -141,5 +155,5 @@ void tst_ScanThreads::end_givesUp_whenAReadHangs()
     QVERIFY(ScanThreads::instance().end(20000));
 }
 
-QTEST_MAIN(tst_ScanThreads)
+SEEN_QUEUES_TEST_MAIN(tst_ScanThreads)
 #include "tst_scanthreads.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/seenqueues.h"
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
 
@@ -204,5 +205,5 @@ private:
     QPointer<ThumbnailScanner> scanner;
 };
 
-QTEST_MAIN(TestThumbnailScannerThread)
+SEEN_QUEUES_TEST_MAIN(TestThumbnailScannerThread)
 #include "tst_thumbnailscanner_thread.moc"
