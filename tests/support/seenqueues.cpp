@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#ifdef __SANITIZE_THREAD__
+#ifdef QUORVALE_THREAD_SANITIZER
 
 extern "C" {
 void __tsan_acquire(void *place);
@@ -54,7 +54,7 @@ bool SeenQueuesApplication::notify(QObject *receiver, QEvent *event)
     return handled;
 }
 
-#ifdef __SANITIZE_THREAD__
+#ifdef QUORVALE_THREAD_SANITIZER
 
 // The linker puts these in the place of the toolkit's functions of the same names, wherever the house's code calls
 // them: QMetaObject::activate(), which every signal goes through, and both forms of QThread::wait().
