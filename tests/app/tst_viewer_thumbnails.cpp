@@ -57,11 +57,12 @@ private slots:
     void series_isCachedAgain_andTheFirstIsShown_afterAReload();
     void series_mayBeEmpty();
     void click_startsNoScan_whileTheOldOneRuns();
+    void click_freesTheCache_andLateSeriesOfTheOldDeviceAreStillKept();
     void scanDone_leavesItsThread_idle();
     void window_canClose_inTheMiddleOfAScan();
 
 private:
-    // A volume whose recordings are copies of one real recording.
+    // A volume whose recordings are all the same real one.
     void createVolume(const ViewerFixture &fixture, const QString &name, const QStringList &recordings);
 
     QTemporaryDir m_directory;
@@ -93,7 +94,7 @@ void tst_ViewerThumbnails::createVolume(const ViewerFixture &fixture, const QStr
         records.append(fixture.titled(recording.toUtf8()));
     QVERIFY(TestVolume::create(fixture.path(name), records));
     for (const QString &recording : recordings)
-        QVERIFY(QFile::copy(m_recording, fixture.path(name + "/DVR/RECS/" + recording + ".ts")));
+        QVERIFY(QFile::link(m_recording, fixture.path(name + "/DVR/RECS/" + recording + ".ts")));
 }
 
 void tst_ViewerThumbnails::load_startsOneScan_ofEveryProgramme()
@@ -250,6 +251,30 @@ void tst_ViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
     QVERIFY(viewer.thumbnailScanRunning);
     QVERIFY(viewer.scanThread != thread);
     QTRY_VERIFY_WITH_TIMEOUT(!viewer.ui.thumbnailLabel->busy, kScanMs);
+}
+
+void tst_ViewerThumbnails::click_freesTheCache_andLateSeriesOfTheOldDeviceAreStillKept()
+{
+    constexpr int kRecordings = 60; // The scan cannot be over when its first series has arrived.
+    ViewerFixture fixture;
+    QStringList names;
+    for (int i = 0; i < kRecordings; ++i)
+        names.append(QString::number(i));
+    createVolume(fixture, "one", names);
+    createVolume(fixture, "two", names);
+    Viewer &viewer = fixture.open();
+    const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
+    const QString shown = viewer.selectedDevice;
+    QTRY_VERIFY_WITH_TIMEOUT(!thumb.busy, kScanMs);
+    QVERIFY(viewer.thumbnailScanRunning);
+    click(viewer, device(viewer, shown.endsWith("/one") ? "two" : "one"));
+    QVERIFY(viewer.thumbnailCache.isEmpty());
+    QVERIFY(thumb.busy && thumb.thumbs1x.isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
+    QVERIFY(!viewer.thumbnailCache.isEmpty() && viewer.thumbnailCache.size() < kRecordings);
+    for (const ThumbnailEntry &entry : std::as_const(viewer.thumbnailCache))
+        QVERIFY(entry.path.startsWith(shown + '/'));
+    QVERIFY(thumb.busy && thumb.thumbs1x.isEmpty());
 }
 
 void tst_ViewerThumbnails::scanDone_leavesItsThread_idle()
