@@ -163,8 +163,15 @@ void sampleDisk(benchmark::State &state, const char *peerProgram, ProcessCost (*
     const std::vector<std::string> paths = recordingPaths();
     const auto withPictures = static_cast<double>(recordings().size());
     for (auto _ : state) {
-        const ProcessCost theirs = peer();
-        const ProcessCost ours = scan(paths);
+        ProcessCost theirs;
+        ProcessCost ours;
+        try {
+            theirs = peer();
+            ours = scan(paths);
+        } catch (const std::exception &error) {
+            state.SkipWithError(error.what());
+            return;
+        }
         state.SetIterationTime(ours.wallSeconds);
         state.counters["s_per_recording"] = ours.wallSeconds / withPictures;
         state.counters["ratio"] = ours.wallSeconds / theirs.wallSeconds;
@@ -181,7 +188,12 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    (void)recordings(); // also brings them into the system's cache
+    try {
+        (void)recordings(); // also brings them into the system's cache
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "bench_scan: %s\n", error.what());
+        return 1;
+    }
     const auto compare = [](const char *name, const char *program, ProcessCost (*peer)()) {
         // Each takes a while: fewer repetitions than the command line asks of everybody.
         benchmark::RegisterBenchmark(name, sampleDisk, program, peer)

@@ -122,7 +122,7 @@ bool isInstalled(const std::string &program)
     const char *path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe): nothing here changes it
     std::istringstream folders(path ? path : "");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        if (access((folder + '/' + program).c_str(), X_OK) == 0)
+        if (access(folder.append(1, '/').append(program).c_str(), X_OK) == 0)
             return true;
     }
     return false;

@@ -223,7 +223,7 @@ void tst_Program::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
     QCOMPARE(m_program->exitCode(), std::optional<int>(0));
     // Each recording that was scanned says so; nothing else is said, and most were not.
     const QByteArray said = m_program->said();
-    const int scanned = said.count(kUnreadable);
+    const auto scanned = int(said.count(kUnreadable));
     QCOMPARE(said, kUnreadable.repeated(scanned));
     QVERIFY2(scanned < kRecordings, qPrintable(QString::number(scanned)));
     QVERIFY(m_program->settings().contains("dateformat=ymd"));

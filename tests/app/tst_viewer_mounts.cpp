@@ -94,7 +94,7 @@ private slots:
         disk.reset(); // The file in hand can still be read; no name leads to the others any more.
         QTRY_COMPARE_WITH_TIMEOUT(deviceTexts(viewer), QStringList(), kPatienceMs);
         QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
-        const int scanned = viewer.thumbnailCache.size();
+        const auto scanned = int(viewer.thumbnailCache.size());
         QVERIFY2(scanned < kRecordings, qPrintable(QString::number(scanned)));
 
         // What was on screen stays; what was scanned is shown, what was not keeps its ring.
