@@ -1,7 +1,7 @@
 #include "thumbs/pictureconversion.h"
 
 #include "video/bridgeimage.h"
-#include "video/yuv2rgb.h"
+#include "video/yuv2rgbrow.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -45,24 +45,22 @@ PlanarRow planarRow(const BridgeImage &picture, ChromaRows chroma, int row)
     return samples;
 }
 
-void convertRow(const PlanarRow &samples, std::uint8_t *rgb)
-{
-    for (std::int64_t x = 0; x < samples.columns; ++x, rgb += kBytesPerPixel) {
-        int red = 0;
-        int green = 0;
-        int blue = 0;
-        yuv2rgb(samples.luma[x], samples.cb[x / 2], samples.cr[x / 2], red, green, blue);
-        // A negative channel wraps to its low eight bits. Thumbnails have always been made so.
-        rgb[0] = static_cast<std::uint8_t>(red);
-        rgb[1] = static_cast<std::uint8_t>(green);
-        rgb[2] = static_cast<std::uint8_t>(blue);
-    }
-}
-
 void convertPlanes(const BridgeImage &picture, ChromaRows chroma, QImage &rgb)
 {
-    for (int row = 0; row < picture.height; ++row)
-        convertRow(planarRow(picture, chroma, row), rgb.scanLine(row));
+    ChromaRow chromaRow;
+    const std::uint8_t *assigned = nullptr;
+    for (int row = 0; row < picture.height; ++row) {
+        const PlanarRow samples = planarRow(picture, chroma, row);
+        if (samples.columns <= 0)
+            continue;
+        const auto columns = static_cast<std::size_t>(samples.columns);
+        if (samples.cb != assigned) {
+            chromaRow.assign(samples.cb, samples.cr, (columns + 1) / 2);
+            assigned = samples.cb;
+        }
+        // A negative channel wraps to its low eight bits. Thumbnails have always been made so.
+        chromaRow.toRgb(samples.luma, columns, rgb.scanLine(row));
+    }
 }
 
 // Rows are taken at the plane's stride; a layout of fewer bytes per pixel fills them from the left.
