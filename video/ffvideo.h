@@ -194,6 +194,7 @@ private:
 
     bool readPacketOf(int stream, AVPacket &packet);
     void noteTimestamps(const AVPacket &packet, bool firstOfPicture);
+    void passOver(const AVPacket &packet);
     bool decode(const AVPacket &packet);
     bool takeSparePicture();
     void recordPicture(std::int64_t arrivalDts);
@@ -209,4 +210,5 @@ private:
     int finishAudio(AudioStatus status);
 
     ffmpeg::FramePtr spareFrame;
+    std::int64_t passOverUpTo = kNoTimestamp; // packets up to this decode timestamp are not worth decoding
 };

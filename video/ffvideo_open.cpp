@@ -169,6 +169,7 @@ bool FFVideo::openVideo()
     if (videoStream < 0)
         return false;
     hasVideo = true;
+    passOverUpTo = kNoTimestamp;
 
     ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[videoStream], codec);
     if (!decoder || avcodec_open2(decoder.get(), codec, nullptr) < 0)

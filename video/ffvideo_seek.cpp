@@ -102,6 +102,10 @@ bool FFVideo::seekTo(std::int64_t dts)
 FFVideo::Landing FFVideo::landOn(const KeyFrameEntry &row)
 {
     currentFrame = saturateToInt32(std::int64_t{row.frame} - 1);
+    // . P K P     The seek goes to the packet before the key packet. Its picture refers to what was not read, and the
+    //   ^ ^       decoder keeps it to itself.
+    if (row.frame != FIRST_FRAME_INDEX && row.seekDts < row.frameDts)
+        passOverUpTo = row.seekDts;
     stepForward();
     while (!endOfStream && lastDts < row.frameDts)
         stepForward();

@@ -41,6 +41,7 @@ bool FFVideo::stepForward()
             }
             noteTimestamps(*packet, firstOfPicture);
             firstOfPicture = false;
+            passOver(*packet);
         } while (!decode(*packet));
         arrivalDts = packet->dts;
     }
@@ -72,6 +73,23 @@ void FFVideo::noteTimestamps(const AVPacket &packet, bool firstOfPicture)
     // there lands at or before the packets that the picture is made of.
     if (firstOfPicture || (packet.flags & AV_PKT_FLAG_KEY) != 0)
         seekDts = previousDts != kNoTimestamp ? previousDts : packet.dts;
+}
+
+// Spares the decoder the macroblocks of a packet before the key packet that was sought. In H.264 without reordering
+// nothing else changes: no picture is delivered between a flush and the next key picture, be it decoded or not, and
+// what is delivered later does not refer to one from before it. Other decoders would leave out a picture that counts.
+void FFVideo::passOver(const AVPacket &packet)
+{
+    if (passOverUpTo == kNoTimestamp)
+        return;
+    const bool early = packet.dts != kNoTimestamp && packet.dts <= passOverUpTo;
+    const bool isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    if (early && !isKey && videoCodec->codec_id == AV_CODEC_ID_H264 && videoCodec->has_b_frames == 0) {
+        videoCodec->skip_frame = AVDISCARD_NONINTRA;
+        return;
+    }
+    videoCodec->skip_frame = AVDISCARD_DEFAULT;
+    passOverUpTo = kNoTimestamp;
 }
 
 // Feeds one packet and takes one picture; false where the packet completes none, or does not decode at all.

@@ -1,6 +1,35 @@
 #include "video/ffvideo.h"
 
+#include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
+
+namespace {
+
+// While it lives, pictures are decoded as far as their number, their kind and their timestamps go, and look rough. For
+// decoding to the end of the file: the reader then stands behind the last picture, and every road back to one leads
+// over a seek, which empties the decoder.
+class PicturesUnseen
+{
+public:
+    explicit PicturesUnseen(AVCodecContext &decoder)
+        : m_decoder(decoder)
+    {
+        m_decoder.skip_loop_filter = AVDISCARD_ALL;
+        m_decoder.skip_idct = AVDISCARD_ALL;
+    }
+    ~PicturesUnseen()
+    {
+        m_decoder.skip_loop_filter = AVDISCARD_DEFAULT;
+        m_decoder.skip_idct = AVDISCARD_DEFAULT;
+    }
+    PicturesUnseen(const PicturesUnseen &) = delete;
+    PicturesUnseen &operator=(const PicturesUnseen &) = delete;
+
+private:
+    AVCodecContext &m_decoder;
+};
+
+} // namespace
 
 bool FFVideo::LoadKeyTable(const char *path)
 {
@@ -35,6 +64,7 @@ void FFVideo::completeSeekTable()
     // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
+    const PicturesUnseen unseen(*videoCodec);
     while (!endOfStream)
         stepForward();
 }

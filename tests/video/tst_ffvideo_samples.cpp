@@ -96,6 +96,26 @@ private slots:
         QVERIFY(video.keyFrames.complete);
     }
 
+    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot_data() { addCaptures(); }
+    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot()
+    {
+        FFVideo atOnce;
+        QVERIFY(open(atOnce, false));
+        FFVideo inSlices;
+        QVERIFY(open(inSlices, true));
+        while (!inSlices.GetFramesUntilComplete(50))
+            QVERIFY(!inSlices.endOfStream);
+        QCOMPARE(inSlices.frameCount, atOnce.frameCount);
+        QCOMPARE(inSlices.keyFrames.count, atOnce.keyFrames.count);
+        for (int row = 0; row < atOnce.keyFrames.count; ++row) {
+            const KeyFrameEntry &one = atOnce.keyFrames.entries[row];
+            const KeyFrameEntry &other = inSlices.keyFrames.entries[row];
+            QCOMPARE(other.frame, one.frame);
+            QCOMPARE(other.seekDts, one.seekDts);
+            QCOMPARE(other.frameDts, one.frameDts);
+        }
+    }
+
     void read_deliversEveryPicture_backwardsWithAFullTable_data() { addCaptures(); }
     void read_deliversEveryPicture_backwardsWithAFullTable()
     {

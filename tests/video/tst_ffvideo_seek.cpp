@@ -126,6 +126,18 @@ private slots:
         }
     }
 
+    void read_decodesWholePictures_afterAFullTableAndAfterEverySeek()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        for (const int number : {99, 95, 0, 41, 40}) {
+            QCOMPARE(numberError(video, number), QString());
+            QVERIFY(video.videoCodec->skip_frame == AVDISCARD_DEFAULT);
+            QVERIFY(video.videoCodec->skip_loop_filter == AVDISCARD_DEFAULT);
+            QVERIFY(video.videoCodec->skip_idct == AVDISCARD_DEFAULT);
+        }
+    }
+
     void read_decodesForwardFromTheLastRow_beyondWhatWasScanned()
     {
         FFVideo video;
