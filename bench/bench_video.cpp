@@ -1,7 +1,9 @@
 // The video reader against its peers. Each row runs both in turn on the same recording and prints how many times the
 // peer's time ours is ("ratio": below 1 is faster); both use one thread.
 
-#include "tools/testpicture/numberedstream.h"
+#include "bench/recordings.h"
+#include "tools/testpicture/ffmpegprocess.h"
+#include "tools/testpicture/numberedpicture.h"
 #include "video/ffvideo.h"
 #include "video/yuv2rgbrow.h"
 
@@ -14,19 +16,21 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <random>
 #include <stdexcept>
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr int kMostHeldBack = 4; // pictures that the decoder may keep at the end, which is not drained
 
 double secondsOf(const std::function<void()> &work)
 {
@@ -39,63 +43,6 @@ void require(bool holds, const char *what)
 {
     if (!holds)
         throw std::runtime_error(what);
-}
-
-/// Recordings that are made when they are first asked for, in a folder that goes with the process.
-class Recordings
-{
-public:
-    Recordings()
-        : folder(std::filesystem::temp_directory_path() / ("quorvale-bench-" + std::to_string(getpid())))
-    {
-        std::filesystem::create_directories(folder);
-    }
-    ~Recordings()
-    {
-        std::error_code ignored; // Nothing can be done about a temporary folder that stays.
-        std::filesystem::remove_all(folder, ignored);
-    }
-    Recordings(const Recordings &) = delete;
-    Recordings &operator=(const Recordings &) = delete;
-
-    std::string path(const std::string &name, int width, int height, int frames, std::vector<std::string> encoder)
-    {
-        NumberedStream stream;
-        stream.path = (folder / name).string();
-        if (std::filesystem::exists(stream.path))
-            return stream.path;
-        stream.picture = {width, height, ChromaFormat::Yuv420, false};
-        stream.frames = frames;
-        stream.encoderArguments = std::move(encoder);
-        require(encodeNumberedStream(stream).ok(), "the recording could not be made");
-        return stream.path;
-    }
-
-private:
-    std::filesystem::path folder;
-};
-
-Recordings &recordings()
-{
-    static Recordings made;
-    return made;
-}
-
-std::string highDefinition()
-{
-    return recordings().path("hd.ts", 1920, 1080, 150, {"-c:v", "libx264", "-preset", "veryfast", "-g", "24"});
-}
-
-std::string withoutBPictures()
-{
-    return recordings().path("ip.ts", 720, 576, 1500,
-                             {"-c:v", "libx264", "-preset", "ultrafast", "-g", "12", "-bf", "0", "-sc_threshold", "0"});
-}
-
-std::string withBPictures()
-{
-    return recordings().path("ipb.ts", 720, 576, 250,
-                             {"-c:v", "libx264", "-preset", "veryfast", "-g", "12", "-bf", "2"});
 }
 
 void open(FFVideo &video, const std::string &path, bool quick)
@@ -121,45 +68,86 @@ double decodeWithProgram(const std::string &path)
     });
 }
 
-void report(benchmark::State &state, double ours, double peer)
+double median(std::vector<double> values)
 {
-    state.SetIterationTime(ours);
-    state.counters["ours_s"] = ours;
-    state.counters["peer_s"] = peer;
-    state.counters["ratio"] = ours / peer;
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+/// The times of both sides over the iterations of a row.
+class Comparison
+{
+public:
+    explicit Comparison(benchmark::State &state)
+        : m_state(state)
+    {
+    }
+    Comparison(const Comparison &) = delete;
+    Comparison &operator=(const Comparison &) = delete;
+    ~Comparison()
+    {
+        if (m_ratios.empty())
+            return;
+        m_state.counters["ours_s"] = median(m_ours);
+        m_state.counters["peer_s"] = median(m_peer);
+        m_state.counters["ratio"] = median(m_ratios);
+    }
+
+    void add(double ours, double peer)
+    {
+        m_state.SetIterationTime(ours);
+        m_ours.push_back(ours);
+        m_peer.push_back(peer);
+        m_ratios.push_back(ours / peer);
+    }
+
+private:
+    benchmark::State &m_state;
+    std::vector<double> m_ours;
+    std::vector<double> m_peer;
+    std::vector<double> m_ratios;
+};
+
+// Rows that take seconds bring their own number of repetitions.
+void seldom(benchmark::internal::Benchmark *row)
+{
+    row->UseManualTime()->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond);
 }
 
 /// All pictures of an HD recording in order, copied out, against `ffmpeg -f null`.
 void allPicturesInOrder(benchmark::State &state)
 {
-    const std::string path = highDefinition();
+    const std::string path = highDefinitionMinute();
+    Comparison comparison(state);
     for (auto _ : state) {
         const double peer = decodeWithProgram(path);
         const double ours = secondsOf([&] {
             FFVideo video;
             open(video, path, true);
-            for (int number = 0; number < 145; ++number)
+            for (int number = 0; number < kPicturesAMinute - kMostHeldBack; ++number)
                 readPicture(video, number);
         });
-        report(state, ours, peer);
+        comparison.add(ours, peer);
     }
 }
-BENCHMARK(allPicturesInOrder)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(allPicturesInOrder)->Apply(seldom);
 
 /// The full table of a recording, against decoding it with `ffmpeg -f null`.
-void fullTable(benchmark::State &state)
+void fullTable(benchmark::State &state, std::string (*recording)())
 {
-    const std::string path = withoutBPictures();
+    const std::string path = recording();
+    Comparison comparison(state);
     for (auto _ : state) {
         const double peer = decodeWithProgram(path);
         const double ours = secondsOf([&] {
             FFVideo video;
             open(video, path, false);
         });
-        report(state, ours, peer);
+        comparison.add(ours, peer);
     }
 }
-BENCHMARK(fullTable)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(fullTable, withoutBPictures, tenMinutesWithoutBPictures)->Apply(seldom);
+BENCHMARK_CAPTURE(fullTable, withBPictures, tenMinutesWithBPictures)->Apply(seldom);
 
 #ifdef QUORVALE_HAS_FFMS2
 struct SourceCloser
@@ -187,13 +175,22 @@ Source indexedSource(const std::string &path)
 void randomPictures(benchmark::State &state, std::string (*recording)(), int pictures)
 {
     const std::string path = recording();
+    // Indexed once for all repetitions.
+    static std::map<std::string, KeyFrameTable> tables;
     FFVideo video;
-    open(video, path, false);
+    if (const auto known = tables.find(path); known != tables.end()) {
+        require(video.SetKeyTable(&known->second), "the table is refused");
+        open(video, path, true);
+    } else {
+        open(video, path, false);
+        CopyKFT(&tables[path], &video.keyFrames); // kept until the process ends
+    }
     const Source source = indexedSource(path);
     std::minstd_rand random(4711);
     std::vector<int> numbers;
     for (int i = 0; i < pictures; ++i)
-        numbers.push_back(static_cast<int>(random() % unsigned(video.frameCount - 5)));
+        numbers.push_back(static_cast<int>(random() % unsigned(video.frameCount)));
+    Comparison comparison(state);
     for (auto _ : state) {
         const double peer = secondsOf([&] {
             FFMS_ErrorInfo error = {};
@@ -204,17 +201,12 @@ void randomPictures(benchmark::State &state, std::string (*recording)(), int pic
             for (const int number : numbers)
                 readPicture(video, number);
         });
-        report(state, ours, peer);
+        comparison.add(ours, peer);
     }
 }
-BENCHMARK_CAPTURE(randomPictures, withoutBPictures, withoutBPictures, 200)
-    ->UseManualTime()
-    ->Iterations(1)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(randomPictures, withBPictures, withBPictures, 20)
-    ->UseManualTime()
-    ->Iterations(1)
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(randomPictures, withoutBPictures, tenMinutesWithoutBPictures, 200)->Apply(seldom);
+// Every one of them is reached from the recording's beginning.
+BENCHMARK_CAPTURE(randomPictures, withBPictures, tenMinutesWithBPictures, 5)->Apply(seldom)->Repetitions(1);
 #endif
 
 struct ContextFree
@@ -239,6 +231,7 @@ void colourConversion(benchmark::State &state)
                                                                           nullptr, nullptr, nullptr));
     require(context != nullptr, "the peer does not convert");
 
+    Comparison comparison(state);
     for (auto _ : state) {
         const double peer = secondsOf([&] {
             std::uint8_t *out[] = {rgb.data()};
@@ -257,7 +250,7 @@ void colourConversion(benchmark::State &state)
             }
         });
         benchmark::DoNotOptimize(rgb.data());
-        report(state, ours, peer);
+        comparison.add(ours, peer);
     }
 }
 BENCHMARK(colourConversion)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
