@@ -32,18 +32,28 @@ QByteArray checksumOf(FFVideo &video, int number)
     return checksum(picture, video.frame->format);
 }
 
+// Whether picture `number`, which the reader has just delivered, is the one that is expected there.
+bool isExpected(const FFVideo &video, int number, const QByteArray &found, const QVector<QByteArray> &expected,
+                const Allowance &allowance)
+{
+    if (!found.isEmpty() && found == expected.value(number))
+        return true;
+    const int errors = video.frame->decode_error_flags;
+    const bool unfinished =
+        (errors & FF_DECODE_ERROR_DECODE_SLICES) != 0 && (errors & FF_DECODE_ERROR_CONCEALMENT_ACTIVE) == 0;
+    return allowance.unfinished.contains(number) && unfinished && !found.isEmpty() && !expected.contains(found);
+}
+
 } // namespace
 
-QString compareEach(FFVideo &video, const QVector<int> &numbers, const QVector<QByteArray> &expected, int reachableFrom,
-                    bool damaged)
+QString compareEach(FFVideo &video, const QVector<int> &numbers, const QVector<QByteArray> &expected,
+                    const Allowance &allowance)
 {
     for (const int number : numbers) {
         const QByteArray found = checksumOf(video, number);
-        if (found == expected.value(number))
+        if (isExpected(video, number, found, expected, allowance))
             continue;
-        if (damaged && !found.isEmpty() && !expected.contains(found))
-            continue;
-        if (found.isEmpty() && number < reachableFrom && video.lastError == FFVideo::FF_ERROR_SEEK)
+        if (found.isEmpty() && number < allowance.reachableFrom && video.lastError == FFVideo::FF_ERROR_SEEK)
             continue;
         return found.isEmpty() ? QStringLiteral("picture %1 is refused with %2").arg(number).arg(video.lastError)
                                : QStringLiteral("picture %1 is picture %2").arg(number).arg(expected.indexOf(found));
@@ -51,22 +61,17 @@ QString compareEach(FFVideo &video, const QVector<int> &numbers, const QVector<Q
     return {};
 }
 
-int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected, bool damaged)
+int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected, const Allowance &allowance)
 {
-    int concealed = 0;
     for (int number = first;; ++number) {
         const QByteArray found = checksumOf(video, number);
         if (video.endOfStream || (found.isEmpty() && video.lastError == FFVideo::FF_ERROR_RANGE))
-            return concealed * 2 > number - first ? -1 : number;
-        if (!found.isEmpty() && found == expected.value(number))
-            continue;
-        if (damaged && !found.isEmpty() && !expected.contains(found)) {
-            ++concealed;
-            continue;
+            return number;
+        if (!isExpected(video, number, found, expected, allowance)) {
+            std::fprintf(stderr, "picture %d is picture %d, error %d\n", number, int(expected.indexOf(found)),
+                         video.lastError);
+            return -1;
         }
-        std::fprintf(stderr, "picture %d is picture %d, error %d\n", number, int(expected.indexOf(found)),
-                     video.lastError);
-        return -1;
     }
 }
 

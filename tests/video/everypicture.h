@@ -8,18 +8,25 @@
 
 // Reading pictures by number and comparing each with what the ffmpeg program decoded at that number.
 
-// What a decoder conceals in a damaged picture, and in those that refer to it, depends on what it had in memory, and so
-// differs from run to run. In a `damaged` stream a picture may therefore be one that is expected nowhere; it must never
-// be the one of another number.
+/// How a damaged stream may differ from what is expected. A whole one may not.
+struct Allowance
+{
+    /// Pictures below this one may be refused with `lastError` 1, when they are sought.
+    int reachableFrom = 0;
+    /// Pictures of which slices did not decode and were not concealed: the decoder leaves there what was in memory, so
+    /// that they differ from run to run. Each must say so itself, and must not be the picture of another number.
+    QVector<int> unfinished{};
+};
 
 /// Reads the pictures `numbers`, one after the other, from an open reader. Empty when each of them was the expected
-/// one; otherwise what went wrong first. A picture below `reachableFrom` may also be refused with `lastError` 1.
+/// one; otherwise what went wrong first.
 [[nodiscard]] QString compareEach(FFVideo &video, const QVector<int> &numbers, const QVector<QByteArray> &expected,
-                                  int reachableFrom = 0, bool damaged = false);
+                                  const Allowance &allowance = {});
 
 /// Reads forward from picture `first` until the end of the file; the number of the first picture that does not exist.
-/// -1, with a message on stderr, where a picture is not the expected one, or where more than half are expected nowhere.
-[[nodiscard]] int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected, bool damaged = false);
+/// -1, with a message on stderr, where a picture is not the expected one.
+[[nodiscard]] int readToTheEnd(FFVideo &video, int first, const QVector<QByteArray> &expected,
+                               const Allowance &allowance = {});
 
 /// Every `step`th number below `count`, the last one included, in descending order. With QUORVALE_EVERY_PICTURE in the
 /// environment the step is 1: some streams take minutes then. Under a memory checker it is eight times as wide.

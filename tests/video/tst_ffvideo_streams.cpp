@@ -219,7 +219,7 @@ private slots:
         QVERIFY(expected.size() > kFrames / 2 - 10);
         FFVideo video;
         QVERIFY(open(video, paths[name], true));
-        const int end = readToTheEnd(video, 0, expected, true);
+        const int end = readToTheEnd(video, 0, expected);
         QVERIFY(end > expected.size() - 1 - kMostHeldBack);
     }
 
