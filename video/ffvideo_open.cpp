@@ -1,6 +1,7 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg_compat.h"
+#include "video/framecount.h"
 #include "video/saturate.h"
 
 extern "C" {
@@ -69,13 +70,6 @@ std::int32_t fieldOrderOf(const AVCodecContext &video)
     default:
         return 3;
     }
-}
-
-// How many pictures a file of that duration should have.
-std::int32_t estimatedFrameCount(std::int64_t durationMicroseconds, AVRational rate)
-{
-    const float seconds = static_cast<float>(durationMicroseconds) / 1000000.0F;
-    return truncateToInt32(seconds * (static_cast<float>(rate.num) / static_cast<float>(rate.den)));
 }
 
 struct SampleKind
@@ -216,9 +210,7 @@ void FFVideo::readVideoFacts()
     frameRateNum = stream.r_frame_rate.num;
     frameRateDen = stream.r_frame_rate.den;
     // A raw stream has no duration to multiply; the stream's own figure, usually 0, says as much.
-    const bool hasDuration = formatContext->duration != AV_NOPTS_VALUE;
-    frameCount = frameRateDen != 0 && hasDuration ? estimatedFrameCount(formatContext->duration, stream.r_frame_rate)
-                                                  : saturateToInt32(stream.nb_frames);
+    frameCount = likelyFrameCount(formatContext->duration, stream.r_frame_rate, stream.nb_frames);
 }
 
 bool FFVideo::Close()

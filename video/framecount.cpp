@@ -1,0 +1,15 @@
+#include "video/framecount.h"
+
+#include "video/saturate.h"
+
+extern "C" {
+#include <libavutil/avutil.h>
+}
+
+std::int32_t likelyFrameCount(std::int64_t durationMicroseconds, AVRational rate, std::int64_t stated)
+{
+    if (rate.den == 0 || durationMicroseconds == AV_NOPTS_VALUE)
+        return saturateToInt32(stated);
+    const float seconds = static_cast<float>(durationMicroseconds) / 1000000.0F;
+    return truncateToInt32(seconds * (static_cast<float>(rate.num) / static_cast<float>(rate.den)));
+}
