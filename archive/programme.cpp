@@ -93,14 +93,19 @@ private:
 
     void fetchUpTo(std::size_t size)
     {
-        if (m_fetched < size)
-            m_fetched += std::fread(m_bytes.data() + m_fetched, 1, size - m_fetched, m_file);
+        if (m_ended || m_fetched >= size)
+            return;
+        const std::size_t wanted = size - m_fetched;
+        const std::size_t there = std::fread(m_bytes.data() + m_fetched, 1, wanted, m_file);
+        m_fetched += there;
+        m_ended = there < wanted; // A dying disk can take seconds to say no; it is not asked twice.
     }
 
     std::FILE *m_file;
     std::array<unsigned char, kLargestSize> m_bytes;
     std::size_t m_fetched = 0;
     std::size_t m_position = 0;
+    bool m_ended = false; // of the file, or of what can be read of it
 };
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "archive/archivepaths.h"
 
-#include <algorithm>
 #include <climits>
 #include <memory>
 #include <utility>
@@ -10,7 +9,6 @@
 namespace {
 
 constexpr long kRecordStride = 32768; // The first stride of the file holds no record.
-constexpr long kMostReserved = 65536; // records; a damaged file system may claim any size
 
 struct FileCloser
 {
@@ -27,10 +25,8 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
     // A record is fetched in two pieces, far apart; a buffer would only fetch what nobody reads.
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
+    // No memory is set aside for as many records as the file's size promises: a damaged file system promises anything.
     std::vector<Programme> programmes;
-    if (std::fseek(file.get(), 0, SEEK_END) == 0)
-        programmes.reserve(
-            static_cast<std::size_t>(std::clamp(std::ftell(file.get()) / kRecordStride - 1, 0L, kMostReserved)));
     std::int32_t playPosition = 0; // A record without one keeps that of the nearest earlier record with one.
     for (long offset = kRecordStride;; offset += kRecordStride) {
         Programme programme;
