@@ -1,7 +1,12 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg_compat.h"
+#include "video/picturelimits.h"
 #include "video/pixelformats.h"
+
+extern "C" {
+#include <libavutil/mem.h>
+}
 
 bool FFVideo::registered = false;
 
@@ -23,6 +28,7 @@ void FFVideo::registerOnce()
     if (registered)
         return;
     ffmpeg::registerLibraries();
+    av_max_alloc(kMostBytesInOnePiece);
     registered = true;
 }
 

@@ -2,13 +2,17 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/framecount.h"
+#include "video/picturelimits.h"
 #include "video/saturate.h"
 
 extern "C" {
+#include <libavutil/dict.h>
 #include <libavutil/rational.h>
 }
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 static_assert(AV_NOPTS_VALUE == INT64_MIN, "the header spells the missing timestamp out");
 
@@ -32,7 +36,38 @@ ffmpeg::DecoderPtr makeDecoder(const AVStream &stream, const AVCodec *codec)
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
     // of pictures at the end of the file; any threads change how damaged pictures are concealed.
     decoder->thread_count = 1;
+    decoder->max_pixels = kMostPixels;
     return decoder;
+}
+
+// Options for the decoders with which probing looks at the streams that are known by now. Of those that it meets only
+// later it knows no options; the bound on single pieces of memory is left for them.
+class ProbeOptions
+{
+public:
+    explicit ProbeOptions(unsigned streams)
+        : m_options(streams)
+    {
+        for (AVDictionary *&options : m_options)
+            av_dict_set_int(&options, "max_pixels", kMostPixels, 0);
+    }
+    ~ProbeOptions()
+    {
+        for (AVDictionary *&options : m_options)
+            av_dict_free(&options);
+    }
+    ProbeOptions(const ProbeOptions &) = delete;
+    ProbeOptions &operator=(const ProbeOptions &) = delete;
+
+    AVDictionary **get() { return m_options.empty() ? nullptr : m_options.data(); }
+
+private:
+    std::vector<AVDictionary *> m_options;
+};
+
+bool isTooLarge(const AVCodecParameters &video)
+{
+    return std::int64_t{video.width} * video.height > kMostPixels;
 }
 
 std::string tagText(std::uint32_t tag)
@@ -151,7 +186,8 @@ bool FFVideo::openStreams(const char *path)
     releaseFile();
     if (avformat_open_input(&formatContext, path, nullptr, nullptr) < 0)
         return false;
-    if (avformat_find_stream_info(formatContext, nullptr) < 0)
+    ProbeOptions options(formatContext->nb_streams);
+    if (avformat_find_stream_info(formatContext, options.get()) < 0)
         return false;
     return openVideo() && openAudio();
 }
@@ -164,6 +200,8 @@ bool FFVideo::openVideo()
         return false;
     hasVideo = true;
     passOverUpTo = kNoTimestamp;
+    if (isTooLarge(*formatContext->streams[videoStream]->codecpar))
+        return false;
 
     ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[videoStream], codec);
     if (!decoder || avcodec_open2(decoder.get(), codec, nullptr) < 0)

@@ -1,0 +1,148 @@
+#include "tests/support/hugestreams.h"
+
+#include <QtEndian>
+
+#include <string>
+
+namespace hugestreams {
+
+namespace {
+
+// Bits of a header, first things first.
+class Bits
+{
+public:
+    Bits &fixed(unsigned value, int width)
+    {
+        for (int bit = width - 1; bit >= 0; --bit)
+            m_bits += (value >> bit & 1) != 0 ? '1' : '0';
+        return *this;
+    }
+
+    /// An Exp-Golomb code: as many zeros as the number plus one has further binary digits, then that number.
+    Bits &golomb(unsigned value)
+    {
+        int digits = 1;
+        while ((value + 1) >> digits != 0)
+            ++digits;
+        return fixed(0, digits - 1).fixed(value + 1, digits);
+    }
+
+    /// A unit of the stream, ended with a stop bit.
+    [[nodiscard]] QByteArray unit(char type, const QByteArray &rest = {}) const
+    {
+        std::string padded = m_bits + '1';
+        padded.append((8 - padded.size() % 8) % 8, '0');
+        QByteArray bytes;
+        for (std::size_t at = 0; at < padded.size(); at += 8)
+            bytes += char(std::stoi(padded.substr(at, 8), nullptr, 2));
+        QByteArray escaped; // no start code may appear within
+        int zeros = 0;
+        for (const char byte : bytes + rest) {
+            if (zeros >= 2 && quint8(byte) <= 3) {
+                escaped += '\3';
+                zeros = 0;
+            }
+            escaped += byte;
+            zeros = byte == 0 ? zeros + 1 : 0;
+        }
+        return QByteArray("\0\0\0\1", 4) + type + escaped;
+    }
+
+private:
+    std::string m_bits;
+};
+
+QByteArray pngChunk(const char *type, const QByteArray &content)
+{
+    const QByteArray body = QByteArray(type) + content;
+    quint32 crc = 0xFFFFFFFFU;
+    for (const char byte : body) {
+        crc ^= quint8(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 1) != 0 ? (crc >> 1) ^ 0xEDB88320U : crc >> 1;
+    }
+    QByteArray chunk(4, '\0');
+    qToBigEndian(quint32(content.size()), chunk.data());
+    chunk += body;
+    chunk.append(4, '\0');
+    qToBigEndian(~crc, chunk.data() + chunk.size() - 4);
+    return chunk;
+}
+
+} // namespace
+
+QByteArray h264(int width, int height, int pictures)
+{
+    // Baseline profile, level 6.2, four reference pictures.
+    const QByteArray sequence = Bits()
+                                    .fixed(66, 8)
+                                    .fixed(0, 8)
+                                    .fixed(62, 8)
+                                    .golomb(0)                        // number of the set
+                                    .golomb(0)                        // frame numbers have four bits
+                                    .golomb(2)                        // pictures come in display order
+                                    .golomb(4)                        // reference pictures
+                                    .fixed(0, 1)                      // no gaps
+                                    .golomb(unsigned(width / 16 - 1)) // size in blocks of 16
+                                    .golomb(unsigned(height / 16 - 1))
+                                    .fixed(1, 1) // progressive
+                                    .fixed(1, 1)
+                                    .fixed(0, 1) // not cropped
+                                    .fixed(0, 1) // nothing about display
+                                    .unit('\x67');
+    const QByteArray picture = Bits()
+                                   .golomb(0)
+                                   .golomb(0)
+                                   .fixed(0, 1) // variable lengths, not arithmetic
+                                   .fixed(0, 1)
+                                   .golomb(0)
+                                   .golomb(0)
+                                   .golomb(0)
+                                   .fixed(0, 3) // no weights
+                                   .golomb(0)
+                                   .golomb(0)
+                                   .golomb(0)
+                                   .fixed(0, 3)
+                                   .unit('\x68');
+    QByteArray stream;
+    for (int number = 0; number < pictures; ++number) {
+        const QByteArray slice = Bits()
+                                     .golomb(0)   // from the first block on
+                                     .golomb(7)   // intra
+                                     .golomb(0)   // of the set above
+                                     .fixed(0, 4) // frame number
+                                     .golomb(unsigned(number % 2))
+                                     .fixed(0, 2) // references are kept
+                                     .golomb(0)   // quantiser
+                                     .unit('\x65', QByteArray(600, '\x5A'));
+        stream += sequence + picture + slice;
+    }
+    return stream;
+}
+
+QByteArray png(int width, int height)
+{
+    QByteArray header(8, '\0');
+    qToBigEndian(quint32(width), header.data());
+    qToBigEndian(quint32(height), header.data() + 4);
+    header += QByteArray("\x08\x02\0\0\0", 5); // eight bits each of red, green and blue
+    return QByteArray("\x89PNG\r\n\x1A\n") + pngChunk("IHDR", header) +
+           pngChunk("IDAT", QByteArray("\x78\x9C\x01\x00\x00\xFF\xFF", 7)) + pngChunk("IEND", {});
+}
+
+bool widenMpeg2(QByteArray &stream, int steps)
+{
+    bool found = false;
+    for (int at = 0; at + 9 < stream.size(); ++at) {
+        // 00 00 01 B5 | 4 bits: 1 | profile 8 | progressive 1 | chroma 2 | high bits of width 2, of height 2 | ...
+        if (stream.mid(at, 4) != QByteArray("\0\0\1\xB5", 4) || (quint8(stream.at(at + 4)) & 0xF0) != 0x10)
+            continue;
+        stream[at + 5] = char((quint8(stream.at(at + 5)) & 0xFE) | steps >> 1);
+        stream[at + 6] = char((quint8(stream.at(at + 6)) & 0x1F) | (steps & 1) << 7 | steps << 5);
+        found = true;
+    }
+    return found;
+}
+
+} // namespace hugestreams
