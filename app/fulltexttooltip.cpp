@@ -46,6 +46,11 @@ void FullTextToolTip::watch(QAbstractItemView *view)
     view->viewport()->installEventFilter(this);
 }
 
+void FullTextToolTip::showPlainTipOf(QWidget *widget)
+{
+    widget->installEventFilter(this);
+}
+
 bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
@@ -60,5 +65,6 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
         return index.isValid() && isCutOff(*view, index) &&
                showTip(help, index.data().toString(), view->viewport(), view->visualRect(index));
     }
-    return false;
+    auto *widget = qobject_cast<QWidget *>(watched);
+    return widget && !widget->toolTip().isEmpty() && showTip(help, widget->toolTip(), widget, widget->rect());
 }

@@ -4,8 +4,10 @@
 
 class QAbstractItemView;
 class QLineEdit;
+class QWidget;
 
-/// Shows a text that is wider than its place as a tool tip; texts that fit have none.
+/// Shows a text that is wider than its place as a tool tip; texts that fit have none. Tips are plain text: markup from
+/// a recorder's disk could name any file as a picture of the tip.
 /// Nothing is stored on the items of a view: the tip is made when the pointer asks for it.
 class FullTextToolTip : public QObject
 {
@@ -16,6 +18,8 @@ public:
 
     void watch(QLineEdit *field);
     void watch(QAbstractItemView *view);
+    /// Shows the tool tip that `widget` has as the text it is.
+    void showPlainTipOf(QWidget *widget);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

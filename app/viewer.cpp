@@ -1,5 +1,7 @@
 #include "app/viewer.h"
 
+#include "app/descriptiondocument.h"
+
 #include <QIcon>
 #include <QVector>
 
@@ -25,6 +27,9 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
 
     makeAccessible();
+    auto *description = new DescriptionDocument(ui.detailsEdit); // owned by the field
+    description->setDefaultFont(ui.detailsEdit->font());
+    ui.detailsEdit->setDocument(description);
     ui.detailsEdit->setReadOnly(true);
     show();
     makeRoomForDates();

@@ -38,6 +38,7 @@ void Viewer::makeAccessible()
     }
     fullText->watch(ui.summaryList);
     fullText->watch(ui.deviceList);
+    fullText->showPlainTipOf(ui.thumbnailLabel);
 
     ui.summaryList->setAccessibleName(tr("Programmes"));
     ui.deviceList->setAccessibleName(tr("Devices"));

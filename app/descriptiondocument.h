@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QTextDocument>
+
+/// What the details panel shows a description in. A description comes from a broadcast by way of the recorder's disk;
+/// whatever pictures or style sheets it names, no file is read for them: one could be anything, and reading could take
+/// for ever.
+class DescriptionDocument : public QTextDocument
+{
+    Q_OBJECT
+
+public:
+    using QTextDocument::QTextDocument;
+
+protected:
+    QVariant loadResource(int type, const QUrl &name) override;
+};
