@@ -4,6 +4,7 @@
 #include "video/framecount.h"
 #include "video/picturelimits.h"
 #include "video/saturate.h"
+#include "video/singleinput.h"
 
 extern "C" {
 #include <libavutil/dict.h>
@@ -184,7 +185,7 @@ bool FFVideo::hasTable() const
 bool FFVideo::openStreams(const char *path)
 {
     releaseFile();
-    if (avformat_open_input(&formatContext, path, nullptr, nullptr) < 0)
+    if (!openSingleInput(formatContext, path))
         return false;
     ProbeOptions options(formatContext->nb_streams);
     if (avformat_find_stream_info(formatContext, options.get()) < 0)

@@ -1,0 +1,86 @@
+// A recording is one file. What passes for one and names others brings none of them in, and always comes to an end.
+
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "video/ffvideo.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_FFVideoPlaylists : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        segment = makeStream(dir.path(), {"segment.ts", {"-c:v", "mpeg2video", "-f", "mpegts"}, 30});
+        QVERIFY(!segment.isEmpty());
+    }
+
+    void open_readsNoOtherFile_data()
+    {
+        QTest::addColumn<QByteArray>("list");
+        const QByteArray beginning =
+            "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:86400\n#EXT-X-MEDIA-SEQUENCE:0\n";
+        QTest::newRow("playlist") << beginning + "#EXTINF:86400,\n%1\n#EXT-X-ENDLIST\n";
+        QTest::newRow("playlist that will grow") << beginning + "#EXTINF:86400,\n%1\n";
+        QTest::newRow("playlist that will grow, and names itself") << beginning + "#EXTINF:86400,\n%2\n";
+        QTest::newRow("playlist of playlists") << QByteArray("#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\n%1\n");
+        QTest::newRow("list of files") << QByteArray("ffconcat version 1.0\nfile '%3'\n");
+        QTest::newRow("list that names itself") << QByteArray("ffconcat version 1.0\nfile 'list.ts'\n");
+        QTest::newRow("manifest") << QByteArray(
+            "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
+            "profiles=\"urn:mpeg:dash:profile:isoff-main:2011\" mediaPresentationDuration=\"PT1S\">\n"
+            "<Period><AdaptationSet mimeType=\"video/mp2t\"><Representation id=\"1\" bandwidth=\"1\">"
+            "<BaseURL>%1</BaseURL></Representation></AdaptationSet></Period></MPD>\n");
+    }
+    void open_readsNoOtherFile()
+    {
+        QFETCH(QByteArray, list);
+        list.replace("%1", QFile::encodeName(segment));
+        list.replace("%2", QFile::encodeName(dir.filePath("list.ts")));
+        list.replace("%3", "segment.ts");
+        const QString path = writeFile(dir.path(), "list.ts", list);
+        FFVideo video;
+        if (!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ))
+            return;
+        for (const int number : {0, 5, 150}) {
+            Picture picture;
+            QVERIFY(!video.Read(number, picture));
+        }
+    }
+
+    void open_stillTakes_containersOfAllKinds_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("encoder");
+        QTest::newRow("transport stream") << "a.ts" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("program stream") << "a.mpg" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("MP4") << "a.mp4" << QStringList{"-c:v", "libx264"};
+        QTest::newRow("Matroska") << "a.mkv" << QStringList{"-c:v", "libx264"};
+        QTest::newRow("AVI") << "a.avi" << QStringList{"-c:v", "mpeg4"};
+        QTest::newRow("raw HEVC") << "a.hevc" << QStringList{"-c:v", "libx265", "-x265-params", "log-level=none"};
+        QTest::newRow("one picture") << "a.png" << QStringList{"-frames:v", "1"};
+    }
+    void open_stillTakes_containersOfAllKinds()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, encoder);
+        const QString path =
+            makeWithFFmpeg(dir.path(), name, QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder);
+        QVERIFY(!path.isEmpty());
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.width, 96);
+    }
+
+private:
+    const QTemporaryDir dir;
+    QString segment;
+};
+
+QTEST_APPLESS_MAIN(tst_FFVideoPlaylists)
+#include "tst_ffvideo_playlists.moc"
