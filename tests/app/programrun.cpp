@@ -54,6 +54,7 @@ WindowLayout WindowLayout::measure()
     layout.window = viewer.size();
     const QWidget *thumb = viewer.ui.thumbnailLabel;
     layout.pictures = QRect(thumb->mapTo(&viewer, QPoint()), thumb->size());
+    layout.time = QRect(viewer.ui.timeEdit->mapTo(&viewer, QPoint()), viewer.ui.timeEdit->size());
     for (int i = 0; i < 3; ++i) {
         const QListWidget *list = viewer.ui.summaryList;
         const QTreeWidget *tree = viewer.ui.deviceList;

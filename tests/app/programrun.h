@@ -14,6 +14,7 @@ struct WindowLayout
 {
     QSize window;
     QRect pictures;              ///< the ring, or the pictures, which may leave room above and below
+    QRect time;                  ///< the field for the time, which takes the focus
     std::vector<QPoint> rows;    ///< of the programme list
     std::vector<QPoint> devices; ///< of the device list
 

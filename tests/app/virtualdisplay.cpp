@@ -21,8 +21,9 @@ QString VirtualDisplay::start()
         if (QStandardPaths::findExecutable(program).isEmpty())
             return QStringLiteral("%1 is not installed").arg(program);
     }
-    // It takes a display number that is free and writes it down once it can be used.
-    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    // It takes a display number that is free and writes it down once it can be used. Without the last option it starts
+    // anew, and refuses everybody meanwhile, whenever its last window is gone.
+    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"});
     while (!m_server.canReadLine()) {
         if (!m_server.waitForReadyRead(kPatienceMs))
             return "Xvfb did not start: " + QString::fromLocal8Bit(m_server.readAllStandardError());
@@ -45,7 +46,8 @@ bool VirtualDisplay::click(const QByteArray &window, QPoint place) const
 {
     bool succeeded = false;
     (void)run("xdotool",
-              {"mousemove", "--window", window, QString::number(place.x()), QString::number(place.y()), "click", "1"},
+              {"mousemove", "--window", window, QString::number(place.x()), QString::number(place.y()), "click", "1",
+               "mousemove", "1279", "799"},
               &succeeded);
     return succeeded;
 }

@@ -23,7 +23,8 @@ public:
     [[nodiscard]] QByteArray window(const QString &title) const;
     /// What can be seen of a window.
     [[nodiscard]] QImage picture(const QByteArray &window) const;
-    /// Presses the left button once at a place of the window. False when that could not be done.
+    /// Presses the left button once at a place of the window and takes the mouse away, so that no tip covers anything.
+    /// False when that could not be done.
     [[nodiscard]] bool click(const QByteArray &window, QPoint place) const;
     /// Gives a window the focus, which nobody else does here, and presses a key in it.
     [[nodiscard]] bool press(const QByteArray &window, const QString &key) const;
