@@ -3,11 +3,13 @@
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
 
+#include <optional>
+
 namespace {
 
 // While it lives, pictures are decoded as far as their number, their kind and their timestamps go, and look rough. For
-// decoding to the end of the file: the reader then stands behind the last picture, and every road back to one leads
-// over a seek, which empties the decoder.
+// decoding to the end of a file that can be sought: the reader then stands behind the last picture, and every road back
+// to one leads over a seek, which empties the decoder.
 class PicturesUnseen
 {
 public:
@@ -64,7 +66,10 @@ void FFVideo::completeSeekTable()
     // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
-    const PicturesUnseen unseen(*videoCodec);
+    std::optional<PicturesUnseen> unseen;
+    const bool canReturn = isHevc || (rowsHeld(&keyFrames) > 0 && keyFrames.entries[0].seekDts != kNoTimestamp);
+    if (canReturn)
+        unseen.emplace(*videoCodec);
     while (!endOfStream)
         stepForward();
 }
