@@ -268,7 +268,7 @@ int open(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
     va_end(arguments);
     return faultydisk::openWatched("open", path, flags, mode);
 }
@@ -277,7 +277,7 @@ int open64(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
     va_end(arguments);
     return faultydisk::openWatched("open64", path, flags, mode);
 }
