@@ -1,0 +1,228 @@
+#include "video/bitreader.h"
+#include "video/ffmpeg_compat.h"
+#include "video/packetscanners.h"
+#include "video/startcodes.h"
+
+#include <utility>
+
+namespace {
+
+enum Unit : int {
+    kLastOrdinarySlice = 9,
+    kFirstKeySlice = 16, // BLA
+    kLastBrokenLink = 18,
+    kFirstIdr = 19,
+    kLastIdr = 20,
+    kLastKeySlice = 21, // CRA
+    kVideoSet = 32,
+    kSequenceSet = 33,
+    kPictureSet = 34,
+    kDelimiter = 35,
+    kFiller = 38,
+    kSupplementBefore = 39,
+    kSupplementBehind = 40,
+};
+
+constexpr int kHeaderSize = 2;
+constexpr std::uint32_t kSliceI = 2;
+constexpr std::uint32_t kLargestDimension = 1U << 16;
+
+int typeOf(Bytes unit)
+{
+    return unit.data[0] >> 1 & 0x3F;
+}
+
+bool isKey(int type)
+{
+    return type >= kFirstKeySlice && type <= kLastKeySlice;
+}
+
+bool isSlice(int type)
+{
+    return type <= kLastOrdinarySlice || isKey(type);
+}
+
+BitReader payloadOf(Bytes unit)
+{
+    return {unit.data + kHeaderSize, static_cast<std::size_t>(unit.size - kHeaderSize)};
+}
+
+void skipProfile(BitReader &reader, std::uint32_t subLayers)
+{
+    reader.skip(96); // of the whole stream
+    std::uint32_t profiles = 0;
+    std::uint32_t levels = 0;
+    for (std::uint32_t i = 0; i < subLayers; ++i) {
+        profiles += reader.bits(1);
+        levels += reader.bits(1);
+    }
+    if (subLayers > 0)
+        reader.skip(2 * static_cast<int>(8 - subLayers));
+    reader.skip(static_cast<int>(88 * profiles + 8 * levels));
+}
+
+// Bits of a number below `count`.
+int bitsFor(std::uint64_t count)
+{
+    int bits = 0;
+    while ((std::uint64_t{1} << bits) < count)
+        ++bits;
+    return bits;
+}
+
+// The length of the slices' addresses, from behind the set's number on.
+std::optional<int> readAddressBits(BitReader &reader, std::uint32_t subLayers)
+{
+    if (reader.number() == 3) // chroma format
+        reader.bit();
+    const std::uint32_t width = reader.number();
+    const std::uint32_t height = reader.number();
+    if (reader.bit()) { // cropping
+        for (int side = 0; side < 4; ++side)
+            reader.number();
+    }
+    reader.number(); // bit depths
+    reader.number();
+    reader.number(); // length of the order
+    for (std::uint32_t i = reader.bit() ? 0 : subLayers; i <= subLayers; ++i) {
+        reader.number();
+        reader.number();
+        reader.number();
+    }
+    const std::uint32_t smallest = reader.number();
+    const std::uint32_t difference = reader.number();
+    if (reader.failed() || width == 0 || height == 0 || width > kLargestDimension || height > kLargestDimension ||
+        smallest > 3 || difference > 3)
+        return std::nullopt;
+    const std::uint32_t size = 1U << (3 + smallest + difference);
+    return bitsFor(std::uint64_t{(width + size - 1) / size} * ((height + size - 1) / size));
+}
+
+} // namespace
+
+HevcScanner::HevcScanner(std::unique_ptr<OrderNumbers> numbers)
+    : orderNumbers(std::move(numbers))
+{
+}
+
+void HevcScanner::scanSequence(Bytes unit, PacketFacts &facts)
+{
+    BitReader reader = payloadOf(unit);
+    reader.skip(4);
+    const std::uint32_t subLayers = reader.bits(3);
+    reader.bit();
+    skipProfile(reader, subLayers);
+    const std::uint32_t id = reader.number();
+    if (reader.failed() || id >= addressBits.size()) {
+        facts.doubts |= kParametersChanged;
+        return;
+    }
+    addressBits.at(id) = readAddressBits(reader, subLayers);
+    noteParameters(kSequenceSet << 16 | id, unit, facts);
+}
+
+void HevcScanner::scanPicture(Bytes unit, PacketFacts &facts)
+{
+    BitReader reader = payloadOf(unit);
+    const std::uint32_t id = reader.number();
+    PictureSet set;
+    set.sequence = reader.number();
+    set.dependentSlices = reader.bit();
+    const bool mayWithhold = reader.bit();
+    set.extraHeaderBits = static_cast<int>(reader.bits(3));
+    if (reader.failed() || id >= pictureSets.size() || set.sequence >= addressBits.size()) {
+        facts.doubts |= kParametersChanged;
+        return;
+    }
+    if (mayWithhold)
+        facts.doubts |= kPicturesWithheld;
+    pictureSets.at(id) = set;
+    noteParameters(kPictureSet << 16 | id, unit, facts);
+}
+
+std::optional<HevcScanner::Slice> HevcScanner::readSlice(Bytes unit, int unitType) const
+{
+    BitReader reader = payloadOf(unit);
+    Slice slice;
+    slice.first = reader.bit();
+    slice.withholdsEarlier = isKey(unitType) && reader.bit();
+    const std::uint32_t id = reader.number();
+    if (reader.failed() || id >= pictureSets.size() || !pictureSets.at(id))
+        return std::nullopt;
+    const PictureSet &set = *pictureSets.at(id);
+    if (!addressBits.at(set.sequence))
+        return std::nullopt;
+    if (!slice.first) {
+        slice.dependent = set.dependentSlices && reader.bit();
+        slice.address = reader.bits(*addressBits.at(set.sequence));
+    }
+    if (!slice.dependent) {
+        reader.skip(set.extraHeaderBits);
+        slice.type = reader.number();
+    }
+    return reader.failed() || slice.type > kSliceI ? std::nullopt : std::optional(slice);
+}
+
+void HevcScanner::scanUnits(const AVPacket &packet, PacketFacts &facts)
+{
+    int pictureType = -1; // the unit type that all slices share
+    std::uint32_t lastAddress = 0;
+    bool wellFormed = true;
+    bool intra = true;     // all slices are
+    bool hasIntra = false; // some slice is
+
+    StartCodes units(packet.data, packet.size);
+    Bytes unit;
+    while (units.next(unit)) {
+        if (unit.size <= kHeaderSize) {
+            wellFormed = false;
+            continue;
+        }
+        const int type = typeOf(unit);
+        const int layer = (unit.data[0] & 1) << 5 | unit.data[1] >> 3;
+        if ((unit.data[0] & 0x80) != 0 || layer != 0)
+            wellFormed = false;
+        if (isSlice(type)) {
+            const std::optional<Slice> slice = readSlice(unit, type);
+            if (!slice) {
+                wellFormed = false;
+                continue;
+            }
+            const bool isFirst = pictureType < 0;
+            if (slice->first != isFirst || (!isFirst && (type != pictureType || slice->address <= lastAddress)))
+                wellFormed = false;
+            if (slice->withholdsEarlier)
+                facts.doubts |= kPicturesWithheld;
+            pictureType = type;
+            lastAddress = slice->address;
+            intra = intra && (slice->dependent || slice->type == kSliceI);
+            hasIntra = hasIntra || (!slice->dependent && slice->type == kSliceI);
+        } else if (type == kFiller || type == kSupplementBehind) {
+            continue;
+        } else if (pictureType >= 0) {
+            wellFormed = false; // What comes before a picture belongs to the next one.
+        } else if (type == kVideoSet) {
+            noteParameters(kVideoSet << 16 | unit.data[kHeaderSize] >> 4, unit, facts);
+        } else if (type == kSequenceSet) {
+            scanSequence(unit, facts);
+        } else if (type == kPictureSet) {
+            scanPicture(unit, facts);
+        } else if (type != kDelimiter && type != kSupplementBefore) { // ends of sequences, reserved types
+            wellFormed = false;
+        }
+    }
+    facts.order = orderNumbers->next(packet);
+    if (packet.pts == AV_NOPTS_VALUE)
+        facts.doubts |= kNoDisplayTime;
+    if (!wellFormed || pictureType < 0) {
+        facts.doubts |= kNotOnePicture;
+        return;
+    }
+    const bool key = isKey(pictureType);
+    facts.reference = true;
+    facts.beginsSequence = key && pictureType <= kLastIdr; // IDR and BLA
+    facts.closedKey = facts.strict = key;
+    facts.tableRow = key || intra;
+    if (hasIntra && !intra)
+        facts.doubts |= kTableRowUnclear;
+}
