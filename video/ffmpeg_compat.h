@@ -9,6 +9,8 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <cstdint>
+
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100) // 5.1
 #define QUORVALE_FFMPEG_HAS_CHANNEL_LAYOUT 1
 #else
@@ -65,6 +67,53 @@ inline bool isKeyFrame(const AVFrame &frame)
 #else
     return frame.key_frame != 0;
 #endif
+}
+
+/// Prepares an opened decoder for tag().
+inline void keepTags(AVCodecContext &decoder)
+{
+#ifdef AV_CODEC_FLAG_COPY_OPAQUE // 6.0
+    decoder.flags |= AV_CODEC_FLAG_COPY_OPAQUE;
+#else
+    (void)decoder;
+#endif
+}
+
+/// Has the picture that begins with `packet`, the next one to be sent, carry the number `value`.
+inline void tag(AVCodecContext &decoder, AVPacket &packet, std::int64_t value)
+{
+#ifdef AV_CODEC_FLAG_COPY_OPAQUE
+    (void)decoder;
+    packet.opaque = reinterpret_cast<void *>(static_cast<std::intptr_t>(value)); // NOLINT(performance-no-int-to-ptr)
+#else
+    (void)packet;
+    decoder.reordered_opaque = value;
+#endif
+}
+
+/// The number that tag() gave to the packet with which the picture begins.
+inline std::int64_t tagOf(const AVFrame &frame)
+{
+#ifdef AV_CODEC_FLAG_COPY_OPAQUE
+    return reinterpret_cast<std::intptr_t>(frame.opaque);
+#else
+    return frame.reordered_opaque;
+#endif
+}
+
+/// Whether the decoder says that something in the picture is wrong.
+inline bool isDamaged(const AVFrame &frame)
+{
+    return frame.decode_error_flags != 0 || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0;
+}
+
+/// Whether the decoder refuses what is damaged, instead of making the best of it.
+inline void setStrict(AVCodecContext &decoder, bool strict)
+{
+    if (strict)
+        decoder.err_recognition |= AV_EF_EXPLODE;
+    else
+        decoder.err_recognition &= ~AV_EF_EXPLODE;
 }
 
 } // namespace ffmpeg

@@ -3,6 +3,7 @@
 #include "video/ffmpeg_compat.h"
 #include "video/picturelimits.h"
 #include "video/pixelformats.h"
+#include "video/skipahead.h"
 
 extern "C" {
 #include <libavutil/mem.h>

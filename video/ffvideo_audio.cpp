@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
+#include "video/skipahead.h"
 
 extern "C" {
 #include <libavutil/samplefmt.h>
@@ -206,7 +207,9 @@ int FFVideo::finishAudio(AudioStatus status)
 // positions, for example.
 bool FFVideo::rewind(int flags)
 {
-    if (av_seek_frame(formatContext, videoStream, 0, flags) >= 0)
-        return true;
-    return av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) >= 0;
+    if (av_seek_frame(formatContext, videoStream, 0, flags) < 0 &&
+        av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) < 0)
+        return false;
+    skipAhead.reset();
+    return true;
 }

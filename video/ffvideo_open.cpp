@@ -5,6 +5,7 @@
 #include "video/picturelimits.h"
 #include "video/saturate.h"
 #include "video/singleinput.h"
+#include "video/skipahead.h"
 
 extern "C" {
 #include <libavutil/dict.h>
@@ -143,6 +144,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     if (mode != FF_ACCESS_READ)
         return false;
 
+    skipCounters = {};
     frameCount = 0;
     currentFrame = -1;
     lastDts = previousDts = seekDts = firstDts = kNoTimestamp;
@@ -168,6 +170,8 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
             forceKeyEntry = true;
             restartSeeks = true;
         }
+        if (skipsAhead && quickOpen)
+            watchPackets();
         stepForward();
         if (!quickOpen)
             completeSeekTable();
@@ -270,6 +274,7 @@ bool FFVideo::Close()
 
 void FFVideo::releaseFile()
 {
+    skipAhead.reset();
     avcodec_free_context(&videoCodec);
     avcodec_free_context(&audioCodec);
     avformat_close_input(&formatContext);

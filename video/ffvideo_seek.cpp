@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
+#include "video/skipahead.h"
 
 #include <limits>
 
@@ -14,6 +15,11 @@ bool FFVideo::seekToFrame(int target)
         return true;
     if (!formatContext)
         return false;
+    if (skipAhead && currentFrame < target) {
+        skipTo(target);
+        if (currentFrame == target)
+            return true;
+    }
     if (std::int64_t{currentFrame} + 1 == target) {
         stepForward();
         if (currentFrame == target)
@@ -80,6 +86,8 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
 bool FFVideo::restartAtFirstByte()
 {
     const int status = av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
+    if (status >= 0)
+        skipAhead.reset();
     avcodec_flush_buffers(videoCodec);
     currentFrame = -1;
     endOfStream = false;
@@ -94,6 +102,7 @@ bool FFVideo::seekTo(std::int64_t dts)
     const int flags = dts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
     if (av_seek_frame(formatContext, videoStream, dts, flags) < 0)
         return false;
+    skipAhead.reset();
     avcodec_flush_buffers(videoCodec);
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
+#include "video/skipahead.h"
 
 namespace {
 
@@ -9,22 +10,19 @@ namespace {
 // fails without consuming anything.
 constexpr int kMostDamagedPictures = 64;
 
-// Takes the next picture out of the decoder; damaged ones are passed over. False where it has none.
-bool receivePicture(AVCodecContext *decoder, AVFrame *picture)
-{
-    for (int attempt = 0; attempt < kMostDamagedPictures; ++attempt) {
-        const int status = avcodec_receive_frame(decoder, picture);
-        if (status == 0)
-            return true;
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-            break;
-    }
-    return false;
-}
-
 } // namespace
 
 bool FFVideo::stepForward()
+{
+    // Once pictures were skipped, the next one is looked at before it is believed.
+    if (skipAhead && skipAhead->hasRestarted() && !endOfStream)
+        skipTo(saturateToInt32(std::int64_t{currentFrame} + 1));
+    else
+        stepInOrder();
+    return true;
+}
+
+bool FFVideo::stepInOrder()
 {
     if (endOfStream || !formatContext)
         return true;
@@ -42,16 +40,25 @@ bool FFVideo::stepForward()
             noteTimestamps(*packet, firstOfPicture);
             firstOfPicture = false;
             passOver(*packet);
+            if (skipAhead)
+                tagPacket(*packet);
         } while (!decode(*packet));
         arrivalDts = packet->dts;
     }
-    recordPicture(arrivalDts);
+    recordPicture(arrivalDts, entersTable(*frame));
+    if (skipAhead)
+        notePicture();
     return true;
 }
 
 // The next packet of one stream. An error counts as the end of the file: a recording on a disk that was pulled out ends
 // where it can no longer be read.
 bool FFVideo::readPacketOf(int stream, AVPacket &packet)
+{
+    return skipAhead && stream == videoStream ? skipAhead->take(packet) : readFromFile(stream, packet);
+}
+
+bool FFVideo::readFromFile(int stream, AVPacket &packet)
 {
     do {
         av_packet_unref(&packet);
@@ -95,31 +102,58 @@ void FFVideo::passOver(const AVPacket &packet)
 // Feeds one packet and takes one picture; false where the packet completes none, or does not decode at all.
 bool FFVideo::decode(const AVPacket &packet)
 {
-    if (avcodec_send_packet(videoCodec, &packet) != AVERROR(EAGAIN))
-        return receivePicture(videoCodec, frame);
+    if (send(packet) != AVERROR(EAGAIN))
+        return receivePicture(*frame);
     // The decoder holds a picture that must be taken before it accepts the packet. What the packet itself completes
     // is then for the next step.
-    const bool heldOne = receivePicture(videoCodec, frame);
-    const bool accepted = avcodec_send_packet(videoCodec, &packet) >= 0;
-    return heldOne || (accepted && receivePicture(videoCodec, frame));
+    const bool heldOne = receivePicture(*frame);
+    const bool accepted = send(packet) >= 0;
+    return heldOne || (accepted && receivePicture(*frame));
+}
+
+int FFVideo::send(const AVPacket &packet)
+{
+    const int status = avcodec_send_packet(videoCodec, &packet);
+    if (skipAhead && status < 0)
+        skipAhead->failed();
+    return status;
+}
+
+// Takes the next picture out of the decoder; damaged ones are passed over. False where it has none.
+bool FFVideo::receivePicture(AVFrame &picture)
+{
+    for (int attempt = 0; attempt < kMostDamagedPictures; ++attempt) {
+        const int status = avcodec_receive_frame(videoCodec, &picture);
+        if (status == 0)
+            return true;
+        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
+            break;
+        if (skipAhead)
+            skipAhead->failed();
+    }
+    return false;
 }
 
 // One packet can complete more than one picture. Each further one is a step of its own, and costs no packet.
 // Received beside `frame`, which at the end of the file keeps the last picture.
 bool FFVideo::takeSparePicture()
 {
-    if (!receivePicture(videoCodec, spareFrame.get()))
+    if (!receivePicture(*spareFrame))
         return false;
     av_frame_unref(frame);
     av_frame_move_ref(frame, spareFrame.get());
     return true;
 }
 
-// Enters the picture in `frame` in the table, if it is one to seek to, and counts it.
-void FFVideo::recordPicture(std::int64_t arrivalDts)
+bool FFVideo::entersTable(const AVFrame &picture)
 {
-    const bool seekable = forceKeyEntry || ffmpeg::isKeyFrame(*frame) || frame->pict_type == AV_PICTURE_TYPE_I;
-    if (!keyFrames.complete && !isHevc && seekable) {
+    return ffmpeg::isKeyFrame(picture) || picture.pict_type == AV_PICTURE_TYPE_I;
+}
+
+// Counts the current picture, and enters it in the table: `asRow`, because it is one to seek to.
+void FFVideo::recordPicture(std::int64_t arrivalDts, bool asRow)
+{
+    if (!keyFrames.complete && !isHevc && (asRow || forceKeyEntry)) {
         KeyFrameEntry row;
         row.frame = currentFrame;
         row.seekDts = currentFrame == FIRST_FRAME_INDEX ? firstDts : seekDts;
