@@ -227,6 +227,7 @@ private:
     void tagPacket(AVPacket &packet);
     void notePicture();
     void startOver(int target, std::int32_t estimate);
+    void stopSkipping();
 
     bool restartAtFirstByte();
     bool seekTo(std::int64_t dts);

@@ -2,7 +2,6 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
-#include "video/skipahead.h"
 
 extern "C" {
 #include <libavutil/samplefmt.h>
@@ -210,6 +209,6 @@ bool FFVideo::rewind(int flags)
     if (av_seek_frame(formatContext, videoStream, 0, flags) < 0 &&
         av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) < 0)
         return false;
-    skipAhead.reset();
+    stopSkipping();
     return true;
 }

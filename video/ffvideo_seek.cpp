@@ -2,7 +2,6 @@
 
 #include "video/ffmpeg_compat.h"
 #include "video/saturate.h"
-#include "video/skipahead.h"
 
 #include <limits>
 
@@ -15,11 +14,6 @@ bool FFVideo::seekToFrame(int target)
         return true;
     if (!formatContext)
         return false;
-    if (skipAhead && currentFrame < target) {
-        skipTo(target);
-        if (currentFrame == target)
-            return true;
-    }
     if (std::int64_t{currentFrame} + 1 == target) {
         stepForward();
         if (currentFrame == target)
@@ -34,6 +28,8 @@ bool FFVideo::seekToFrame(int target)
         return false;
     }
 
+    if (skipAhead)
+        skipTo(target);
     while (currentFrame < target) {
         stepForward();
         // The number is looked at first: the step that finds the end of the file has been counted, too.
@@ -61,6 +57,8 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
         // K . . . c . t     c, the current picture, lies between the key picture and the target: going on from here
         //                   is cheaper than decoding the same pictures again from K.
         if (row.frame < currentFrame && currentFrame < target) {
+            if (skipAhead)
+                skipTo(target);
             while (!endOfStream && currentFrame < target)
                 stepForward();
             if (currentFrame == target)
@@ -87,7 +85,7 @@ bool FFVideo::restartAtFirstByte()
 {
     const int status = av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
     if (status >= 0)
-        skipAhead.reset();
+        stopSkipping();
     avcodec_flush_buffers(videoCodec);
     currentFrame = -1;
     endOfStream = false;
@@ -102,7 +100,7 @@ bool FFVideo::seekTo(std::int64_t dts)
     const int flags = dts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
     if (av_seek_frame(formatContext, videoStream, dts, flags) < 0)
         return false;
-    skipAhead.reset();
+    stopSkipping();
     avcodec_flush_buffers(videoCodec);
     return true;
 }

@@ -123,6 +123,13 @@ void FFVideo::notePicture()
     skipAhead->delivered(ffmpeg::tagOf(*frame), currentFrame, !ffmpeg::isDamaged(*frame), entersTable(*frame));
 }
 
+// After a seek, what is read is no longer one pass over the file.
+void FFVideo::stopSkipping()
+{
+    skipAhead.reset();
+    ffmpeg::setStrict(*videoCodec, false);
+}
+
 // The file is read again, as if for the first time, and everything is decoded up to `target`: something was not as it
 // looked. `estimate`: the number of pictures to go by until the end of the file is found again.
 void FFVideo::startOver(int target, std::int32_t estimate)
