@@ -42,15 +42,12 @@ void readSound(FFVideo &video, int first, int last)
     }
 }
 
-} // namespace
-
-// A damaged recording, used as the thumbnails and the players of sound use it.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+void readRecording(const char *path, bool skips)
 {
-    const InputFile file(bytes, size);
     FFVideo video;
-    if (!video.Open(file.path(), true, FFVideo::FF_ACCESS_READ))
-        return 0;
+    video.setSkipAhead(skips);
+    if (!video.Open(path, true, FFVideo::FF_ACCESS_READ))
+        return;
     for (const int number : {0, 1, 7, 3, 2, 12, 0})
         readPicture(video, number);
     readSound(video, 0, 3);
@@ -59,5 +56,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     video.completeSeekTable();
     for (const int number : {1, video.frameCount - 1, video.frameCount / 2, video.frameCount})
         readPicture(video, number);
+}
+
+// Far enough apart for something to be skipped.
+void readThumbnails(const char *path)
+{
+    FFVideo video;
+    video.setSkipAhead(true);
+    if (!video.Open(path, true, FFVideo::FF_ACCESS_READ))
+        return;
+    for (const int number : {30, 60, 61, 90, 120, 20, 150})
+        readPicture(video, number);
+}
+
+} // namespace
+
+// A damaged recording, used as the thumbnails and the players of sound use it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    const InputFile file(bytes, size);
+    readRecording(file.path(), false);
+    readRecording(file.path(), true);
+    readThumbnails(file.path());
     return 0;
 }

@@ -1,0 +1,266 @@
+// What five exact thumbnails of a recording cost: with skipping ahead, the literal way (every picture up to the last
+// one decoded), and with two other programs. Everything runs in turn, in this process or as its child, round after
+// round; a line of the table gives the medians of the processor time, and the ratio is ours to theirs (below 1 is
+// faster).
+
+#include "thumbs/pictureconversion.h"
+#include "thumbs/thumbnailscanner.h"
+#include "thumbs/thumbnailsize.h"
+#include "tools/sampledisk/sampledisk.h"
+#include "tools/testpicture/numberedstream.h"
+#include "video/ffmpeg_compat.h"
+#include "video/ffvideo.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <thread>
+
+namespace {
+
+constexpr int kRounds = 3;
+constexpr int kTargets[] = {150, 300, 450, 600, 750};
+constexpr int kPictures = 1500; // a minute
+constexpr int kDiskRecordings = 20;
+
+void require(bool holds, const char *what)
+{
+    if (!holds)
+        throw std::runtime_error(what);
+}
+
+double processorSeconds(int who)
+{
+    rusage usage = {};
+    getrusage(who, &usage);
+    const auto seconds = [](const timeval &time) { return double(time.tv_sec) + double(time.tv_usec) / 1e6; };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+/// Processor time of the work, in this process and its children, which it waits for.
+double costOf(const std::function<void()> &work)
+{
+    const double before = processorSeconds(RUSAGE_SELF) + processorSeconds(RUSAGE_CHILDREN);
+    work();
+    return processorSeconds(RUSAGE_SELF) + processorSeconds(RUSAGE_CHILDREN) - before;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+/// Memory at its peak since resetPeakMemory(), in MiB; 0 where the system does not say.
+double peakMemory()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return 0;
+}
+
+void resetPeakMemory()
+{
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    if (file.open(QIODevice::WriteOnly))
+        file.write("5");
+}
+
+/// The thumbnails of a recording, both densities, as the scanner makes them; how many.
+int takeThumbnails(const QString &path, bool skips, SkipAheadCounters *counters = nullptr)
+{
+    FFVideo video;
+    video.setSkipAhead(skips);
+    if (!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ))
+        return 0;
+    int taken = 0;
+    for (const int target : kTargets) {
+        BridgeImage picture;
+        if (!video.Read(target, picture))
+            break;
+        const QImage rgb = rgbPicture(picture);
+        for (const std::uint8_t *plane : picture.data)
+            delete[] plane;
+        const QSize display(video.width, video.height);
+        for (const int rows : {kSmallRows, kLargeRows})
+            require(!scaledTo(thumbnailSize(display, rgb.size(), rows), rgb).isNull(), "a thumbnail is missing");
+        ++taken;
+    }
+    if (counters)
+        *counters = video.skipAheadCounters();
+    return taken;
+}
+
+/// The same pictures in the same sizes, by the ffmpeg program.
+void selectWithFFmpeg(const QString &path, const QString &folder)
+{
+    std::string chosen;
+    for (const int target : kTargets)
+        chosen += (chosen.empty() ? "eq(n," : "+eq(n,") + std::to_string(target) + ")";
+    const std::string filter =
+        "[0:v]select='" + chosen + "',split[a][b];[a]scale=160:120[small];[b]scale=320:240[large]";
+    std::vector<std::string> arguments = {
+        "-v", "quiet",           "-nostdin", "-y", "-threads", "1", "-i", path.toStdString(), "-filter_threads",
+        "1",  "-filter_complex", filter};
+    for (const char *size : {"small", "large"}) {
+        const std::string output = (folder + "/" + size + "-%d.ppm").toStdString();
+        arguments.insert(arguments.end(),
+                         {"-map", "[" + std::string(size) + "]", "-vsync", "passthrough", "-frames:v", "5", output});
+    }
+    require(runFFmpeg(arguments).ok(), "the ffmpeg program fails");
+}
+
+/// Five pictures near those, one process each, in one size.
+void thumbnailWithPeer(const QString &path, const QString &folder)
+{
+    for (const int target : kTargets) {
+        const QString time = QStringLiteral("00:00:%1").arg(target / 25, 2, 10, QLatin1Char('0'));
+        const int status = QProcess::execute(QStringLiteral("ffmpegthumbnailer"),
+                                             {"-i", path, "-o", folder + "/thumbnail.png", "-s", "240", "-t", time});
+        require(status == 0, "ffmpegthumbnailer fails");
+    }
+}
+
+/// Reads the packets of the pictures up to what is looked at behind the last thumbnail; bytes of the file.
+std::int64_t readPackets(const QString &path)
+{
+    AVFormatContext *context = nullptr;
+    require(avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) == 0, "no file");
+    const ffmpeg::InputPtr input(context);
+    const AVCodec *decoder = nullptr;
+    require(avformat_find_stream_info(context, nullptr) >= 0, "no streams");
+    const int stream = ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
+    const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    for (int read = 0; read < 800 && av_read_frame(context, packet.get()) >= 0; av_packet_unref(packet.get()))
+        read += packet->stream_index == stream ? 1 : 0;
+    return context->pb->pos;
+}
+
+void compareOne(const char *name, const QString &path, const QString &folder)
+{
+    std::vector<double> ours;
+    std::vector<double> literal;
+    std::vector<double> select;
+    std::vector<double> inexact;
+    std::vector<double> opening;
+    std::vector<double> reading;
+    SkipAheadCounters counters;
+    std::int64_t bytes = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        ours.push_back(costOf([&] { require(takeThumbnails(path, true, &counters) == 5, "a picture is missing"); }));
+        literal.push_back(costOf([&] { require(takeThumbnails(path, false) == 5, "a picture is missing"); }));
+        select.push_back(costOf([&] { selectWithFFmpeg(path, folder); }));
+        inexact.push_back(costOf([&] { thumbnailWithPeer(path, folder); }));
+        opening.push_back(costOf([&] {
+            FFVideo video;
+            video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
+        }));
+        reading.push_back(costOf([&] { bytes = readPackets(path); }));
+    }
+    const double us = median(ours);
+    std::printf("| %s | %.2f s | %.2f s | %.2f | %.2f s | %.2f | %.2f s | %.2f |\n", name, us, median(literal),
+                us / median(literal), median(select), us / median(select), median(inexact), us / median(inexact));
+    std::printf("|   | opening %.2f s, opening and reading without decoding %.2f s (%.0f MB); %d of 751 pictures "
+                "decoded, %d restarts, %d read again |\n",
+                median(opening), median(reading), double(bytes) / 1e6, int(counters.picturesDecoded),
+                int(counters.flushes), int(counters.fullFallbacks));
+    std::fflush(stdout);
+}
+
+QString make(const QString &folder, const char *name, PictureFormat picture, std::vector<std::string> encoder)
+{
+    NumberedStream stream;
+    stream.path = (folder + "/" + name).toStdString();
+    stream.picture = picture;
+    stream.frames = kPictures;
+    stream.toneFrequency = 440;
+    stream.encoderArguments = std::move(encoder);
+    require(encodeNumberedStream(stream).ok(), "a recording could not be made");
+    return QString::fromStdString(stream.path);
+}
+
+void scan(const QStringList &files)
+{
+    ThumbnailScanner scanner;
+    scanner.files = files;
+    QObject::connect(&scanner, &ThumbnailScanner::gotThumbs, &scanner,
+                     [](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
+                         qDeleteAll(small);
+                         qDeleteAll(large);
+                     });
+    QEventLoop loop;
+    QObject::connect(&scanner, &ThumbnailScanner::finished, &loop, &QEventLoop::quit);
+    scanner.process();
+    loop.exec();
+}
+
+void compareDisk(const QString &folder)
+{
+    Options options;
+    options.recordings = kDiskRecordings;
+    options.directory = (folder + "/disk").toStdString();
+    makeSampleDisk(options, std::cerr);
+    QStringList files;
+    QDirIterator found(folder + "/disk", {"*.ts"}, QDir::Files, QDirIterator::Subdirectories);
+    while (found.hasNext())
+        files << found.next();
+    files.sort();
+    std::vector<double> ours;
+    std::vector<double> literal;
+    double memory = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        resetPeakMemory();
+        ours.push_back(costOf([&] { scan(files); }));
+        memory = std::max(memory, peakMemory());
+        literal.push_back(costOf([&] {
+            for (const QString &file : std::as_const(files))
+                takeThumbnails(file, false);
+        }));
+    }
+    std::printf("| %d recordings of a sample disk | %.2f s | %.2f s | %.2f | memory at its peak: %.0f MiB |\n",
+                int(files.size()), median(ours), median(literal), median(ours) / median(literal), memory);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv); // what Google Benchmark's programs are given is not for this one
+    const QTemporaryDir folder;
+    std::printf("%u processors, %d rounds, medians of processor time\n", std::thread::hardware_concurrency(), kRounds);
+    std::printf(
+        "| recording of 60 s | skipping | literal | ratio | ffmpeg -vf select | ratio | ffmpegthumbnailer, five "
+        "times | ratio |\n|---|---|---|---|---|---|---|---|\n");
+    const std::vector<std::string> h264 = {"-c:v", "libx264", "-preset", "veryfast", "-b:v", "8M", "-g",
+                                           "50",   "-bf",     "3",       "-c:a",     "ac3",  "-f", "mpegts"};
+    const std::vector<std::string> mpeg2 = {"-c:v", "mpeg2video", "-b:v", "4M",  "-g", "12",
+                                            "-bf",  "2",          "-c:a", "mp2", "-f", "mpegts"};
+    const std::vector<std::string> hevc = {"-c:v", "libx265", "-preset",      "ultrafast",
+                                           "-b:v", "8M",      "-x265-params", "log-level=error:keyint=50:bframes=3",
+                                           "-c:a", "aac",     "-f",           "mpegts"};
+    compareOne("1920x1080 H.264, interlaced",
+               make(folder.path(), "hd.ts", {1920, 1080, ChromaFormat::Yuv420, true}, h264), folder.path());
+    compareOne("720x576 MPEG-2, interlaced",
+               make(folder.path(), "sd.ts", {720, 576, ChromaFormat::Yuv420, true}, mpeg2), folder.path());
+    compareOne("1920x1080 HEVC", make(folder.path(), "hevc.ts", {1920, 1080, ChromaFormat::Yuv420, false}, hevc),
+               folder.path());
+    compareDisk(folder.path());
+    return 0;
+}
