@@ -29,6 +29,9 @@ constexpr int kProgrammes = 3;
 // An idle thread keeps the first pages of its stack, an event loop, and what the allocator keeps at hand for each
 // thread: about 55 KiB of the heap and 95 KiB in all. Everything else that grows by the round is a leak.
 constexpr qint64 kMostKiBAThread = 128;
+// The allocator's own figures count some six KiB for each thread that has ended. A profiler of the heap finds half a
+// KiB left of each, the C library's record of it, and nothing else that grows.
+constexpr qint64 kMostKiBAnEndedThread = 12;
 constexpr qint64 kSlackKiB = 8 * 1024; // the allocator's own high-water mark wanders
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -110,7 +113,7 @@ private slots:
               end.descriptors, (long long)end.residentKiB, (long long)end.heapKiB);
         QVERIFY(end.descriptors <= first.descriptors);
         if (kMemoryIsOurs) // What had grown was the threads'.
-            QVERIFY(end.heapKiB <= first.heapKiB + kSlackKiB / 8);
+            QVERIFY(end.heapKiB <= first.heapKiB + counted * kScansARound * kMostKiBAnEndedThread + kSlackKiB / 8);
     }
 
 private:
