@@ -7,14 +7,14 @@
 // What differs between the toolkit's major versions, each difference under a name of its own. No other file of this
 // room asks for the version.
 
-/// Windows and pixmaps use the screen's own density, fractions included. To be called before the application object is
-/// made; Qt 6 does it by itself.
+/// Windows and pixmaps use the screen's own density. To be called before the application object is made; Qt 6 does it
+/// by itself. Qt 5 keeps to whole densities: it takes a screen's resolution for one where nobody chose any, and a window
+/// of density 1.04 would be blurred.
 inline void useScreenDensity()
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
 #endif
 }
 
