@@ -190,6 +190,7 @@ QString make(const QString &folder, const char *name, PictureFormat picture, std
     stream.picture = picture;
     stream.frames = kPictures;
     stream.toneFrequency = 440;
+    stream.videoFilters = "noise=alls=9:allf=t"; // A camera's grain: without it no encoder needs its bit rate.
     stream.encoderArguments = std::move(encoder);
     require(encodeNumberedStream(stream).ok(), "a recording could not be made");
     return QString::fromStdString(stream.path);
