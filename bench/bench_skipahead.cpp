@@ -250,7 +250,7 @@ int main(int argc, char **argv)
         "| recording of 60 s | skipping | literal | ratio | ffmpeg -vf select | ratio | ffmpegthumbnailer, five "
         "times | ratio |\n|---|---|---|---|---|---|---|---|\n");
     const std::vector<std::string> h264 = {"-c:v", "libx264", "-preset", "veryfast", "-b:v", "8M", "-g",
-                                           "50",   "-bf",     "3",       "-c:a",     "ac3",  "-f", "mpegts"};
+                                           "30",   "-bf",     "3",       "-c:a",     "ac3",  "-f", "mpegts"};
     const std::vector<std::string> mpeg2 = {"-c:v", "mpeg2video", "-b:v", "4M",  "-g", "12",
                                             "-bf",  "2",          "-c:a", "mp2", "-f", "mpegts"};
     const std::vector<std::string> hevc = {"-c:v", "libx265", "-preset",      "ultrafast",
