@@ -198,6 +198,13 @@ private:
     enum class Landing { OnKeyFrame, Doubted, Missed };
     enum class AudioPiece { Decoded, EndOfFile, Failed };
 
+    // What was asked for, and what it has cost.
+    struct SkipAheadOrder
+    {
+        bool given = false;
+        SkipAheadCounters counters;
+    };
+
     static void registerOnce();
 
     bool openStreams(const char *path);
@@ -240,7 +247,6 @@ private:
 
     ffmpeg::FramePtr spareFrame;
     std::int64_t passOverUpTo = kNoTimestamp; // packets up to this decode timestamp are not worth decoding
-    bool skipsAhead = false;
     std::unique_ptr<SkipAhead> skipAhead; // while packets are watched: from opening to the first seek
-    SkipAheadCounters skipCounters;
+    SkipAheadOrder skipOrder;
 };

@@ -144,7 +144,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     if (mode != FF_ACCESS_READ)
         return false;
 
-    skipCounters = {};
+    skipOrder.counters = {};
     frameCount = 0;
     currentFrame = -1;
     lastDts = previousDts = seekDts = firstDts = kNoTimestamp;
@@ -170,7 +170,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
             forceKeyEntry = true;
             restartSeeks = true;
         }
-        if (skipsAhead && quickOpen)
+        if (skipOrder.given && quickOpen)
             watchPackets();
         stepForward();
         if (!quickOpen)

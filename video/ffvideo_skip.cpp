@@ -7,12 +7,12 @@
 
 void FFVideo::setSkipAhead(bool on)
 {
-    skipsAhead = on;
+    skipOrder.given = on;
 }
 
 const SkipAheadCounters &FFVideo::skipAheadCounters() const
 {
-    return skipCounters;
+    return skipOrder.counters;
 }
 
 // From the file's first packet on; for codecs whose packets can be read, and where seeking is not done by a table that
@@ -56,7 +56,7 @@ bool FFVideo::follow(const SkipAheadJump &jump, int target)
 {
     avcodec_flush_buffers(videoCodec);
     skipAhead->restarted(jump);
-    ++skipCounters.flushes;
+    ++skipOrder.counters.flushes;
 
     const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
     while (currentFrame < target) {
@@ -71,7 +71,7 @@ bool FFVideo::follow(const SkipAheadJump &jump, int target)
             noteTimestamps(*packet, firstOfPicture);
             firstOfPicture = false;
             if (skipAhead->packet() < jump.restartPacket) {
-                skipCounters.picturesSkipped += skipAhead->beginsPicture() ? 1 : 0;
+                skipOrder.counters.picturesSkipped += skipAhead->beginsPicture() ? 1 : 0;
                 continue;
             }
             if (deliveredPacket >= 0 || !decodeStrictly(*packet, deliveredPacket))
@@ -113,9 +113,9 @@ void FFVideo::tagPacket(AVPacket &packet)
 {
     ffmpeg::tag(*videoCodec, packet, skipAhead->packet());
     ffmpeg::setStrict(*videoCodec, skipAhead->strict());
-    ++skipCounters.packetsSent;
+    ++skipOrder.counters.packetsSent;
     if (skipAhead->beginsPicture())
-        ++skipCounters.picturesDecoded;
+        ++skipOrder.counters.picturesDecoded;
 }
 
 void FFVideo::notePicture()
@@ -134,7 +134,7 @@ void FFVideo::stopSkipping()
 // looked. `estimate`: the number of pictures to go by until the end of the file is found again.
 void FFVideo::startOver(int target, std::int32_t estimate)
 {
-    ++skipCounters.fullFallbacks;
+    ++skipOrder.counters.fullFallbacks;
     const std::string path = keyFrames.fileName;
     ReleaseKFT(&keyFrames);
     InitialiseKFT(&keyFrames, path.c_str(), -1);

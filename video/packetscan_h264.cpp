@@ -141,6 +141,33 @@ bool samePicture(const H264Scanner::Slice &a, const H264Scanner::Slice &b)
            a.order == b.order && a.shape == b.shape && a.idr == b.idr && a.reference == b.reference;
 }
 
+// The slices of one packet.
+struct SlicesSeen
+{
+    std::optional<H264Scanner::Slice> first;
+    std::uint32_t lastMacroblock = 0;
+    bool onePicture = true;
+    bool intra = true;     // all of them
+    bool hasIntra = false; // some of them
+
+    void add(const std::optional<H264Scanner::Slice> &slice)
+    {
+        if (!slice || slice->type > kSliceI) {
+            onePicture = false;
+            return;
+        }
+        // From the first macroblock on, in ascending order, and all of the same picture.
+        if (first ? !samePicture(*first, *slice) || slice->firstMacroblock <= lastMacroblock
+                  : slice->firstMacroblock != 0)
+            onePicture = false;
+        lastMacroblock = slice->firstMacroblock;
+        intra = intra && slice->type == kSliceI;
+        hasIntra = hasIntra || slice->type == kSliceI;
+        if (!first)
+            first = slice;
+    }
+};
+
 } // namespace
 
 H264Scanner::H264Scanner(std::unique_ptr<OrderNumbers> numbers)
@@ -206,67 +233,46 @@ std::optional<H264Scanner::Slice> H264Scanner::readSlice(Bytes unit) const
 
 void H264Scanner::scanUnits(const AVPacket &packet, PacketFacts &facts)
 {
-    std::optional<Slice> first;
+    SlicesSeen slices;
     std::optional<Recovery> recovery;
-    std::uint32_t lastMacroblock = 0;
     bool wellFormed = true;
-    bool intra = true;     // all slices are
-    bool hasIntra = false; // some slice is
 
     StartCodes units(packet.data, packet.size);
     Bytes unit;
     while (units.next(unit)) {
-        if (unit.size < 2) {
+        if (unit.size < 2 || (unit.data[0] & 0x80) != 0) {
             wellFormed = false;
             continue;
         }
         const int type = unit.data[0] & 0x1F;
-        if ((unit.data[0] & 0x80) != 0)
-            wellFormed = false;
-        if (type == kSlice || type == kIdrSlice) {
-            const std::optional<Slice> slice = readSlice(unit);
-            if (!slice || slice->type > kSliceI) {
-                wellFormed = false;
-                continue;
-            }
-            if (first ? !samePicture(*first, *slice) || slice->firstMacroblock <= lastMacroblock
-                      : slice->firstMacroblock != 0)
-                wellFormed = false;
-            lastMacroblock = slice->firstMacroblock;
-            intra = intra && slice->type == kSliceI;
-            hasIntra = hasIntra || slice->type == kSliceI;
-            if (!first)
-                first = slice;
-        } else if (type == kFiller) {
-            continue;
-        } else if (first) {
-            wellFormed = false; // What comes before a picture belongs to the next one.
-        } else if (type == kSequenceSet) {
+        const bool inFront = !slices.first; // What comes behind a slice and is none belongs to the next picture.
+        if (type == kSlice || type == kIdrSlice)
+            slices.add(readSlice(unit));
+        else if (inFront && type == kSequenceSet)
             scanSequence(unit, facts);
-        } else if (type == kPictureSet) {
+        else if (inFront && type == kPictureSet)
             scanPicture(unit, facts);
-        } else if (type == kSupplement) {
-            if (!recovery)
-                recovery = findRecovery(unit);
-        } else if (type != kDelimiter) { // data partitions, extensions, ends of sequences
+        else if (inFront && type == kSupplement)
+            recovery = recovery ? recovery : findRecovery(unit);
+        else if (type != kFiller && !(inFront && type == kDelimiter)) // data partitions, extensions, ends of sequences
             wellFormed = false;
-        }
     }
     facts.order = orderNumbers->next(packet);
     if (packet.pts == AV_NOPTS_VALUE)
         facts.doubts |= kNoDisplayTime;
-    if (!wellFormed || !first) {
+    if (!wellFormed || !slices.first || !slices.onePicture) {
         facts.doubts |= kNotOnePicture;
         return;
     }
+    const Slice &first = *slices.first;
     const bool recovers = recovery && recovery->frames == 0;
-    facts.shape = first->shape;
-    facts.frameNumber = first->frameNumber;
-    facts.reference = first->reference;
-    facts.beginsSequence = facts.strict = first->idr;
-    facts.tableRow = first->idr || recovers || intra;
-    facts.closedKey = intra && (first->idr || (recovers && recovery->exact && !recovery->brokenLink));
+    facts.shape = first.shape;
+    facts.frameNumber = first.frameNumber;
+    facts.reference = first.reference;
+    facts.beginsSequence = facts.strict = first.idr;
+    facts.tableRow = first.idr || recovers || slices.intra;
+    facts.closedKey = slices.intra && (first.idr || (recovers && recovery->exact && !recovery->brokenLink));
     // The decoder takes the type of one of the slices for the picture's.
-    if (hasIntra && !intra && !recovers)
+    if (slices.hasIntra && !slices.intra && !recovers)
         facts.doubts |= kTableRowUnclear;
 }

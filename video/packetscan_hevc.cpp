@@ -10,8 +10,6 @@ namespace {
 enum Unit : int {
     kLastOrdinarySlice = 9,
     kFirstKeySlice = 16, // BLA
-    kLastBrokenLink = 18,
-    kFirstIdr = 19,
     kLastIdr = 20,
     kLastKeySlice = 21, // CRA
     kVideoSet = 32,
@@ -30,6 +28,11 @@ constexpr std::uint32_t kLargestDimension = 1U << 16;
 int typeOf(Bytes unit)
 {
     return unit.data[0] >> 1 & 0x3F;
+}
+
+int layerOf(Bytes unit)
+{
+    return (unit.data[0] & 1) << 5 | unit.data[1] >> 3;
 }
 
 bool isKey(int type)
@@ -98,6 +101,31 @@ std::optional<int> readAddressBits(BitReader &reader, std::uint32_t subLayers)
     return bitsFor(std::uint64_t{(width + size - 1) / size} * ((height + size - 1) / size));
 }
 
+// The slices of one packet.
+struct SlicesSeen
+{
+    int type = -1; // of all of them: the unit's
+    std::uint32_t lastAddress = 0;
+    bool onePicture = true;
+    bool intra = true;     // all of them
+    bool hasIntra = false; // some of them
+
+    void add(const std::optional<HevcScanner::Slice> &slice, int unitType)
+    {
+        if (!slice) {
+            onePicture = false;
+            return;
+        }
+        const bool isFirst = type < 0;
+        if (slice->first != isFirst || (!isFirst && (unitType != type || slice->address <= lastAddress)))
+            onePicture = false;
+        type = unitType;
+        lastAddress = slice->address;
+        intra = intra && (slice->dependent || slice->type == kSliceI);
+        hasIntra = hasIntra || (!slice->dependent && slice->type == kSliceI);
+    }
+};
+
 } // namespace
 
 HevcScanner::HevcScanner(std::unique_ptr<OrderNumbers> numbers)
@@ -165,64 +193,46 @@ std::optional<HevcScanner::Slice> HevcScanner::readSlice(Bytes unit, int unitTyp
 
 void HevcScanner::scanUnits(const AVPacket &packet, PacketFacts &facts)
 {
-    int pictureType = -1; // the unit type that all slices share
-    std::uint32_t lastAddress = 0;
+    SlicesSeen slices;
     bool wellFormed = true;
-    bool intra = true;     // all slices are
-    bool hasIntra = false; // some slice is
 
     StartCodes units(packet.data, packet.size);
     Bytes unit;
     while (units.next(unit)) {
-        if (unit.size <= kHeaderSize) {
+        const bool tooShort = unit.size <= kHeaderSize;
+        if (tooShort || (unit.data[0] & 0x80) != 0 || layerOf(unit) != 0) {
             wellFormed = false;
             continue;
         }
         const int type = typeOf(unit);
-        const int layer = (unit.data[0] & 1) << 5 | unit.data[1] >> 3;
-        if ((unit.data[0] & 0x80) != 0 || layer != 0)
-            wellFormed = false;
+        const bool inFront = slices.type < 0; // What comes behind a slice and is none belongs to the next picture.
         if (isSlice(type)) {
             const std::optional<Slice> slice = readSlice(unit, type);
-            if (!slice) {
-                wellFormed = false;
-                continue;
-            }
-            const bool isFirst = pictureType < 0;
-            if (slice->first != isFirst || (!isFirst && (type != pictureType || slice->address <= lastAddress)))
-                wellFormed = false;
-            if (slice->withholdsEarlier)
+            if (slice && slice->withholdsEarlier)
                 facts.doubts |= kPicturesWithheld;
-            pictureType = type;
-            lastAddress = slice->address;
-            intra = intra && (slice->dependent || slice->type == kSliceI);
-            hasIntra = hasIntra || (!slice->dependent && slice->type == kSliceI);
-        } else if (type == kFiller || type == kSupplementBehind) {
-            continue;
-        } else if (pictureType >= 0) {
-            wellFormed = false; // What comes before a picture belongs to the next one.
-        } else if (type == kVideoSet) {
+            slices.add(slice, type);
+        } else if (inFront && type == kVideoSet) {
             noteParameters(kVideoSet << 16 | unit.data[kHeaderSize] >> 4, unit, facts);
-        } else if (type == kSequenceSet) {
+        } else if (inFront && type == kSequenceSet) {
             scanSequence(unit, facts);
-        } else if (type == kPictureSet) {
+        } else if (inFront && type == kPictureSet) {
             scanPicture(unit, facts);
-        } else if (type != kDelimiter && type != kSupplementBefore) { // ends of sequences, reserved types
-            wellFormed = false;
+        } else if (type != kFiller && type != kSupplementBehind &&
+                   !(inFront && (type == kDelimiter || type == kSupplementBefore))) {
+            wellFormed = false; // ends of sequences, reserved types
         }
     }
     facts.order = orderNumbers->next(packet);
     if (packet.pts == AV_NOPTS_VALUE)
         facts.doubts |= kNoDisplayTime;
-    if (!wellFormed || pictureType < 0) {
+    if (!wellFormed || slices.type < 0 || !slices.onePicture) {
         facts.doubts |= kNotOnePicture;
         return;
     }
-    const bool key = isKey(pictureType);
-    facts.reference = true;
-    facts.beginsSequence = key && pictureType <= kLastIdr; // IDR and BLA
+    const bool key = isKey(slices.type);
+    facts.beginsSequence = key && slices.type <= kLastIdr; // IDR and BLA
     facts.closedKey = facts.strict = key;
-    facts.tableRow = key || intra;
-    if (hasIntra && !intra)
+    facts.tableRow = key || slices.intra;
+    if (slices.hasIntra && !slices.intra)
         facts.doubts |= kTableRowUnclear;
 }
