@@ -230,7 +230,7 @@ private:
     void watchPackets();
     void skipTo(int target);
     bool follow(const SkipAheadJump &jump, int target);
-    bool decodeStrictly(AVPacket &packet, std::int64_t &deliveredPacket);
+    bool decodeStrictly(AVPacket &packet, const SkipAheadJump &jump, std::size_t &delivered);
     void tagPacket(AVPacket &packet);
     void notePicture();
     void startOver(int target, std::int32_t estimate);

@@ -50,8 +50,8 @@ void FFVideo::skipTo(int target)
         startOver(target, estimate);
 }
 
-// Steps to the target without the decoder up to the restart, and with it from there on. False where the decoder does
-// not do exactly what was predicted.
+// Steps to the target without the decoder up to the restart, and from there on with the pictures that others refer to.
+// False where the decoder does not do exactly what was predicted.
 bool FFVideo::follow(const SkipAheadJump &jump, int target)
 {
     avcodec_flush_buffers(videoCodec);
@@ -59,54 +59,50 @@ bool FFVideo::follow(const SkipAheadJump &jump, int target)
     ++skipOrder.counters.flushes;
 
     const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    std::size_t delivered = 0;
     while (currentFrame < target) {
+        if (delivered == jump.deliveries.size())
+            return false; // The target came before its turn.
         ++currentFrame;
-        const std::int64_t place = currentFrame - jump.anchorNumber;
-        const std::int64_t expected = jump.order[static_cast<std::size_t>(place)];
+        const std::int64_t expected = jump.order[static_cast<std::size_t>(currentFrame - jump.anchorNumber)];
         bool firstOfPicture = true;
-        std::int64_t deliveredPacket = -1;
         do {
             if (!skipAhead->take(*packet))
                 return false;
             noteTimestamps(*packet, firstOfPicture);
             firstOfPicture = false;
-            if (skipAhead->packet() < jump.restartPacket) {
+            if (!skipAhead->isNeeded(jump))
                 skipOrder.counters.picturesSkipped += skipAhead->beginsPicture() ? 1 : 0;
-                continue;
-            }
-            if (deliveredPacket >= 0 || !decodeStrictly(*packet, deliveredPacket))
+            else if (!decodeStrictly(*packet, jump, delivered))
                 return false;
         } while (!skipAhead->completesStep());
-
-        // In front of the restart's own picture, what comes out is nothing, or refers to what was skipped.
-        const bool counts = place >= jump.restartPlace;
-        if (counts && !skipAhead->isPicture(expected, deliveredPacket))
-            return false;
-        const bool row = skipAhead->wouldBeRow(expected);
-        if (counts && row != entersTable(*frame))
-            return false;
-        recordPicture(packet->dts, row);
+        recordPicture(packet->dts, skipAhead->wouldBeRow(expected));
         skipAhead->counted(expected);
     }
     skipAhead->arrived(jump);
-    return true;
+    return delivered == jump.deliveries.size();
 }
 
-// Sends the packet and takes the picture that it completes, if there is one, as packet `deliveredPacket`. False on any
-// complaint, and where there is more than one.
-bool FFVideo::decodeStrictly(AVPacket &packet, std::int64_t &deliveredPacket)
+// Sends the packet and takes the picture that it completes, if there is one. False on any complaint, where there is
+// more than one, and where it is not the next one of the jump's. `delivered`: how many of those came.
+bool FFVideo::decodeStrictly(AVPacket &packet, const SkipAheadJump &jump, std::size_t &delivered)
 {
     tagPacket(packet);
     if (avcodec_send_packet(videoCodec, &packet) < 0)
         return false;
-    int status = avcodec_receive_frame(videoCodec, frame);
-    if (status == 0) {
-        deliveredPacket = ffmpeg::tagOf(*frame);
-        if (ffmpeg::isDamaged(*frame))
-            return false;
-        status = avcodec_receive_frame(videoCodec, spareFrame.get());
-    }
-    return status == AVERROR(EAGAIN);
+    const int status = avcodec_receive_frame(videoCodec, frame);
+    if (status != 0)
+        return status == AVERROR(EAGAIN);
+    if (avcodec_receive_frame(videoCodec, spareFrame.get()) != AVERROR(EAGAIN))
+        return false;
+    // In front of the restart's own picture, what comes out refers to what was skipped.
+    const std::int64_t firstPacket = ffmpeg::tagOf(*frame);
+    if (skipAhead->isInFront(jump, firstPacket))
+        return true;
+    if (ffmpeg::isDamaged(*frame) || delivered == jump.deliveries.size())
+        return false;
+    const std::int64_t expected = jump.deliveries[delivered++];
+    return skipAhead->isPicture(expected, firstPacket) && skipAhead->wouldBeRow(expected) == entersTable(*frame);
 }
 
 void FFVideo::tagPacket(AVPacket &packet)

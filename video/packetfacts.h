@@ -31,7 +31,7 @@ struct PacketFacts
     std::uint32_t frameNumber = 0; ///< the same in both fields of a frame (H.264)
     PictureShape shape = PictureShape::Frame;
     bool corrupt = false;        ///< flagged by the demuxer
-    bool reference = true;       ///< other pictures may refer to it
+    bool reference = true;       ///< other pictures may refer to it; false only where none does
     bool beginsSequence = false; ///< order starts anew
     bool closedKey = false;      ///< decoding can begin here: what is delivered from it on needs nothing before it
     bool strict = false;         ///< a closed key behind which any complaint of the decoder means damage

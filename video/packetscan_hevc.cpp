@@ -35,6 +35,17 @@ int layerOf(Bytes unit)
     return (unit.data[0] & 1) << 5 | unit.data[1] >> 3;
 }
 
+int temporalLayerOf(Bytes unit)
+{
+    return (unit.data[1] & 7) - 1;
+}
+
+// Whether no picture of the same temporal layer refers to a picture of this type.
+bool isSetAside(int type)
+{
+    return type <= kLastOrdinarySlice && type % 2 == 0;
+}
+
 bool isKey(int type)
 {
     return type >= kFirstKeySlice && type <= kLastKeySlice;
@@ -73,8 +84,8 @@ int bitsFor(std::uint64_t count)
     return bits;
 }
 
-// The length of the slices' addresses, from behind the set's number on.
-std::optional<int> readAddressBits(BitReader &reader, std::uint32_t subLayers)
+// From behind the set's number on.
+std::optional<HevcScanner::SequenceSet> readSequence(BitReader &reader, std::uint32_t subLayers)
 {
     if (reader.number() == 3) // chroma format
         reader.bit();
@@ -98,7 +109,8 @@ std::optional<int> readAddressBits(BitReader &reader, std::uint32_t subLayers)
         smallest > 3 || difference > 3)
         return std::nullopt;
     const std::uint32_t size = 1U << (3 + smallest + difference);
-    return bitsFor(std::uint64_t{(width + size - 1) / size} * ((height + size - 1) / size));
+    const std::uint64_t blocks = std::uint64_t{(width + size - 1) / size} * ((height + size - 1) / size);
+    return HevcScanner::SequenceSet{bitsFor(blocks), static_cast<int>(subLayers)};
 }
 
 // The slices of one packet.
@@ -109,6 +121,7 @@ struct SlicesSeen
     bool onePicture = true;
     bool intra = true;     // all of them
     bool hasIntra = false; // some of them
+    bool reference = true;
 
     void add(const std::optional<HevcScanner::Slice> &slice, int unitType)
     {
@@ -120,6 +133,7 @@ struct SlicesSeen
         if (slice->first != isFirst || (!isFirst && (unitType != type || slice->address <= lastAddress)))
             onePicture = false;
         type = unitType;
+        reference = slice->reference;
         lastAddress = slice->address;
         intra = intra && (slice->dependent || slice->type == kSliceI);
         hasIntra = hasIntra || (!slice->dependent && slice->type == kSliceI);
@@ -141,11 +155,11 @@ void HevcScanner::scanSequence(Bytes unit, PacketFacts &facts)
     reader.bit();
     skipProfile(reader, subLayers);
     const std::uint32_t id = reader.number();
-    if (reader.failed() || id >= addressBits.size()) {
+    if (reader.failed() || id >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
     }
-    addressBits.at(id) = readAddressBits(reader, subLayers);
+    sequences.at(id) = readSequence(reader, subLayers);
     noteParameters(kSequenceSet << 16 | id, unit, facts);
 }
 
@@ -158,7 +172,7 @@ void HevcScanner::scanPicture(Bytes unit, PacketFacts &facts)
     set.dependentSlices = reader.bit();
     const bool mayWithhold = reader.bit();
     set.extraHeaderBits = static_cast<int>(reader.bits(3));
-    if (reader.failed() || id >= pictureSets.size() || set.sequence >= addressBits.size()) {
+    if (reader.failed() || id >= pictureSets.size() || set.sequence >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
     }
@@ -178,11 +192,14 @@ std::optional<HevcScanner::Slice> HevcScanner::readSlice(Bytes unit, int unitTyp
     if (reader.failed() || id >= pictureSets.size() || !pictureSets.at(id))
         return std::nullopt;
     const PictureSet &set = *pictureSets.at(id);
-    if (!addressBits.at(set.sequence))
+    const std::optional<SequenceSet> &sequence = sequences.at(set.sequence);
+    if (!sequence)
         return std::nullopt;
+    // The pictures of a lower temporal layer serve the higher ones, whatever their kind.
+    slice.reference = !isSetAside(unitType) || temporalLayerOf(unit) < sequence->highestLayer;
     if (!slice.first) {
         slice.dependent = set.dependentSlices && reader.bit();
-        slice.address = reader.bits(*addressBits.at(set.sequence));
+        slice.address = reader.bits(sequence->addressBits);
     }
     if (!slice.dependent) {
         reader.skip(set.extraHeaderBits);
@@ -230,6 +247,7 @@ void HevcScanner::scanUnits(const AVPacket &packet, PacketFacts &facts)
         return;
     }
     const bool key = isKey(slices.type);
+    facts.reference = slices.reference;
     facts.beginsSequence = key && slices.type <= kLastIdr; // IDR and BLA
     facts.closedKey = facts.strict = key;
     facts.tableRow = key || slices.intra;

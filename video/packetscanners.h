@@ -69,6 +69,11 @@ class HevcScanner : public PacketScanner
 public:
     explicit HevcScanner(std::unique_ptr<OrderNumbers> numbers);
 
+    struct SequenceSet
+    {
+        int addressBits = 0;  ///< length of a slice's address
+        int highestLayer = 0; ///< of the temporal ones
+    };
     struct PictureSet
     {
         std::uint32_t sequence = 0;
@@ -80,6 +85,7 @@ public:
         bool first = false;
         bool dependent = false;
         bool withholdsEarlier = false; ///< no_output_of_prior_pics_flag
+        bool reference = true;         ///< other pictures may refer to this one
         std::uint32_t address = 0;
         std::uint32_t type = 0; ///< not of a dependent slice
     };
@@ -93,6 +99,6 @@ private:
     [[nodiscard]] std::optional<Slice> readSlice(Bytes unit, int unitType) const;
 
     std::unique_ptr<OrderNumbers> orderNumbers;
-    std::array<std::optional<int>, 16> addressBits; // of each sequence parameter set
+    std::array<std::optional<SequenceSet>, 16> sequences;
     std::array<std::optional<PictureSet>, 64> pictureSets;
 };

@@ -72,6 +72,7 @@ void PictureWindow::addPicture(const PacketFacts &facts)
     picture.closedKey = facts.closedKey;
     picture.strict = facts.strict;
     picture.tableRow = facts.tableRow;
+    picture.reference = facts.reference;
     pictures.push_back(picture);
 }
 

@@ -16,6 +16,7 @@ struct CodedPicture
     bool closedKey = false;       ///< see PacketFacts, as all of these
     bool strict = false;
     bool tableRow = false;
+    bool reference = true;
     bool delivered = false; ///< by the decoder, or in its stead
 
     [[nodiscard]] bool comesBefore(const CodedPicture &other) const

@@ -12,9 +12,13 @@ struct SkipAheadJump
 {
     std::int64_t restartPicture = 0; ///< the closed key picture to go on at
     std::int64_t restartPacket = 0;
-    std::int64_t restartPlace = 0;   ///< its place in `order`
+    std::int64_t restartPlace = 0; ///< its place in `order`
+    std::int64_t targetPicture = 0;
     std::int64_t anchorNumber = 0;   ///< number of the picture order[0]
     std::vector<std::int64_t> order; ///< pictures from the anchor on, as they are delivered
+    /// Those of them that the decoder is to deliver: from the restart to the target, without pictures that no other one
+    /// refers to.
+    std::vector<std::int64_t> deliveries;
 };
 
 /// Decides which packets of a recording need not be decoded to deliver picture number n, n being counted as if all of
@@ -57,6 +61,10 @@ public:
     [[nodiscard]] bool completesStep() const;
     /// Whether the packet taken last begins a picture.
     [[nodiscard]] bool beginsPicture() const;
+    /// Whether the decoder needs the packet taken last to deliver the jump's target in its turn, and what follows it.
+    [[nodiscard]] bool isNeeded(const SkipAheadJump &jump) const;
+    /// Whether the picture that began with `packet` is delivered before the one at which the jump goes on.
+    [[nodiscard]] bool isInFront(const SkipAheadJump &jump, std::int64_t packet) const;
     /// Whether `packet` is the first packet of picture `picture`.
     [[nodiscard]] bool isPicture(std::int64_t picture, std::int64_t packet) const;
     /// Whether the reader would enter picture `picture` in the table.

@@ -78,6 +78,12 @@ std::optional<SkipAheadJump> SkipAhead::restartFor(std::vector<std::int64_t> ord
         return std::nullopt;
     jump.restartPlace = std::find(order.begin(), order.end(), picture) - order.begin();
     jump.anchorNumber = anchor->number;
+    jump.targetPicture = order[static_cast<std::size_t>(place)];
+    for (std::int64_t i = jump.restartPlace; i <= place; ++i) {
+        const std::int64_t delivered = order[static_cast<std::size_t>(i)];
+        if (i == place || window().picture(delivered).reference)
+            jump.deliveries.push_back(delivered);
+    }
     jump.order = std::move(order);
     return jump;
 }
@@ -123,6 +129,25 @@ void SkipAhead::restarted(const SkipAheadJump &jump)
 bool SkipAhead::beginsPicture() const
 {
     return packet() == window().picture(window().pictureOf(packet())).firstPacket;
+}
+
+// Pictures that no other one refers to are left out in front of the target, and do not shift its turn: of those that
+// the decoder gets and of those that it delivers before it there are equally many less.
+//
+//     order      K . . r . . T . r      decoded    K r . . T r . . r
+//     delivered  K     r     T . r                 K r     T r   . r     the target still comes with the same packet
+bool SkipAhead::isNeeded(const SkipAheadJump &jump) const
+{
+    const std::int64_t number = window().pictureOf(packet());
+    const CodedPicture &picture = window().picture(number);
+    return number >= jump.restartPicture &&
+           (picture.reference || !picture.comesBefore(window().picture(jump.targetPicture)));
+}
+
+bool SkipAhead::isInFront(const SkipAheadJump &jump, std::int64_t packet) const
+{
+    return window().holdsPacket(packet) &&
+           window().picture(window().pictureOf(packet)).comesBefore(window().picture(jump.restartPicture));
 }
 
 bool SkipAhead::isPicture(std::int64_t picture, std::int64_t packet) const

@@ -1,3 +1,4 @@
+#include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/videopackets.h"
 #include "video/deliveryorder.h"
@@ -202,6 +203,49 @@ private slots:
         }
         QCOMPARE(found, expected);
         QVERIFY(name == "h264-refresh.ts" || found.size() >= 3);
+    }
+
+    void picturesThatNoOtherOneRefersTo_areKnown_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("fewest");
+        QTest::addColumn<int>("most");
+        QTest::newRow("MPEG-2, two of three") << "mpeg2.ts" << 55 << 60;
+        QTest::newRow("H.264, some of the B") << "h264-open.ts" << 20 << 60;
+        QTest::newRow("H.264, all I") << "h264-intra.ts" << 0 << 0;
+        QTest::newRow("HEVC, some of the B") << "hevc-open.ts" << 20 << 60;
+        QTest::newRow("HEVC, of the highest layer alone") << "hevc-layers.ts" << 20 << 60;
+    }
+    void picturesThatNoOtherOneRefersTo_areKnown()
+    {
+        // Without them, the others are decoded as they are with them.
+        QFETCH(const QString, name);
+        QFETCH(const int, fewest);
+        QFETCH(const int, most);
+        const VideoPackets video = readVideoPackets(paths[name]);
+        FFVideo reader;
+        QVERIFY(reader.Open(QFile::encodeName(paths[name]).constData(), true, FFVideo::FF_ACCESS_READ));
+        const auto decoded = [&](bool all) {
+            avcodec_flush_buffers(reader.videoCodec);
+            const std::unique_ptr<PacketScanner> scanner =
+                makePacketScanner(*reader.formatContext->streams[reader.videoStream]->codecpar);
+            const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
+            QMap<std::int64_t, QByteArray> pictures;
+            for (const ffmpeg::PacketPtr &packet : video.packets) {
+                if (!scanner->scan(*packet).reference && !all)
+                    continue;
+                if (avcodec_send_packet(reader.videoCodec, packet.get()) == 0 &&
+                    avcodec_receive_frame(reader.videoCodec, frame.get()) == 0)
+                    pictures[frame->pts] = checksum(*frame);
+            }
+            return pictures;
+        };
+        const QMap<std::int64_t, QByteArray> with = decoded(true);
+        const QMap<std::int64_t, QByteArray> without = decoded(false);
+        const int left = int(with.size() - without.size());
+        QVERIFY2(left >= fewest - 4 && left <= most, qPrintable(QString::number(left)));
+        for (auto picture = without.constBegin(); picture != without.constEnd(); ++picture)
+            QCOMPARE(picture.value(), with.value(picture.key(), picture.value()));
     }
 
     void parameters_areNewOnce_andRepeatsAreNoDoubt_data() { addWholeRows(); }

@@ -173,6 +173,20 @@ private slots:
         paths.remove("cost.ts");
     }
 
+    void picturesThatNoOtherOneRefersTo_areNotDecodedOnTheWay()
+    {
+        // Two of three pictures are B: of the group of the target, one picture in three is needed.
+        const QString path =
+            add("b.ts", {"-c:v", "mpeg2video", "-g", "60", "-bf", "2", "-sc_threshold", "1000000000"}, 330);
+        const SkipComparison result = compareSkipping(path, {290, 291});
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.counters.flushes, 1);
+        QCOMPARE(result.counters.fullFallbacks, 0);
+        QVERIFY2(result.counters.picturesDecoded <= 40 + 4 + 50 / 3 + 6,
+                 qPrintable(QString::number(result.counters.picturesDecoded)));
+        paths.remove("b.ts");
+    }
+
     void nothingIsSkipped_withoutTheSetter()
     {
         FFVideo video;
