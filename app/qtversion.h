@@ -8,8 +8,8 @@
 // room asks for the version.
 
 /// Windows and pixmaps use the screen's own density. To be called before the application object is made; Qt 6 does it
-/// by itself. Qt 5 keeps to whole densities: it takes a screen's resolution for one where nobody chose any, and a window
-/// of density 1.04 would be blurred.
+/// by itself. Qt 5 keeps to whole densities: it takes a screen's resolution for one where nobody chose any, and a
+/// window of density 1.04 would be blurred.
 inline void useScreenDensity()
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)

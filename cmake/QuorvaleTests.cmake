@@ -13,6 +13,9 @@ endif()
 # The tests of what crosses threads, which ThreadSanitizer looks at: `--target thread_tests`, `ctest -L threads`.
 add_custom_target(thread_tests)
 
+# The tests of the rooms that the toolkit's version can make a difference to: `--target toolkit_tests`, `ctest -L toolkit`.
+add_custom_target(toolkit_tests)
+
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
 # Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
 # LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:
@@ -31,6 +34,10 @@ function(quorvale_add_test test)
   target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
   target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
 
+  if(folder MATCHES "^(archive|thumbs|platform|app)$")
+    list(APPEND arg_LABELS toolkit)
+    add_dependencies(toolkit_tests ${name})
+  endif()
   if("threads" IN_LIST arg_LABELS)
     add_dependencies(thread_tests ${name})
   endif()

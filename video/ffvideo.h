@@ -247,6 +247,6 @@ private:
 
     ffmpeg::FramePtr spareFrame;
     std::int64_t passOverUpTo = kNoTimestamp; // packets up to this decode timestamp are not worth decoding
-    std::unique_ptr<SkipAhead> skipAhead; // while packets are watched: from opening to the first seek
+    std::unique_ptr<SkipAhead> skipAhead;     // while packets are watched: from opening to the first seek
     SkipAheadOrder skipOrder;
 };

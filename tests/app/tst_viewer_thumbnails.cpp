@@ -255,7 +255,7 @@ void tst_ViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
 
 void tst_ViewerThumbnails::click_freesTheCache_andLateSeriesOfTheOldDeviceAreStillKept()
 {
-    constexpr int kRecordings = 60; // The scan cannot be over when its first series has arrived.
+    constexpr int kRecordings = 20; // The scan cannot be over when its first series has arrived.
     ViewerFixture fixture;
     QStringList names;
     for (int i = 0; i < kRecordings; ++i)

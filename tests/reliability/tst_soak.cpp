@@ -32,7 +32,7 @@ constexpr qint64 kMostKiBAThread = 128;
 // The allocator's own figures count some six KiB for each thread that has ended. A profiler of the heap finds half a
 // KiB left of each, the C library's record of it, and nothing else that grows.
 constexpr qint64 kMostKiBAnEndedThread = 12;
-constexpr qint64 kSlackKiB = 8 * 1024; // the allocator's own high-water mark wanders
+constexpr qint64 kSlackKiB = 24 * 1024; // what the allocator keeps at hand of the packets that waited to be decoded
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMemoryIsOurs = false; // A checker keeps what was freed.
