@@ -37,6 +37,10 @@ private:
         stream.fileName = fileName;
         stream.encoder = encoder;
         stream.frames = frames;
+        if (frames > kFrames) { // What is counted in long streams does not depend on the size.
+            stream.width = 160;
+            stream.height = 128;
+        }
         return paths[fileName] = makeStream(folder.path(), stream);
     }
 
@@ -97,7 +101,7 @@ private slots:
     void everything_isTheSame_forPicturesFarApart()
     {
         QFETCH(const QString, name);
-        const int step = isDense() ? 3 : 271;
+        const int step = isDense() ? 3 : 140;
         for (int first = 60; first < kFrames; first += step)
             QCOMPARE(compareSkipping(paths[name], {first, first + 1, first + 97}).difference, QString());
     }
@@ -106,8 +110,9 @@ private slots:
     void everything_isTheSame_upToTheEndAndBeyond()
     {
         QFETCH(const QString, name);
-        QCOMPARE(compareSkipping(paths[name], everyNth(kFrames - 30, kFrames + 3, 1)).difference, QString());
-        for (int target = kFrames - 20; target < kFrames + 3; target += isDense() ? 1 : 19)
+        QCOMPARE(compareSkipping(paths[name], everyNth(kFrames - 25, kFrames + 3, isDense() ? 1 : 3)).difference,
+                 QString());
+        for (int target = isDense() ? kFrames - 20 : kFrames + 1; target < kFrames + 3; target += isDense() ? 1 : 3)
             QCOMPARE(compareSkipping(paths[name], {100, target, target, 5}).difference, QString());
     }
 
@@ -146,9 +151,9 @@ private slots:
         QFETCH(const int, group);
         QFETCH(const int, proof);
         constexpr int kDelay = 6; // pictures that the decoder wants behind the one that it delivers
-        const QString path = add("cost.ts", encoder, 700);
+        const QString path = add("cost.ts", encoder, 480);
         QVERIFY(!path.isEmpty());
-        const QVector<int> targets = {150, 267, 450, 611};
+        const QVector<int> targets = {150, 267, 411};
         const SkipComparison result = compareSkipping(path, targets);
         QCOMPARE(result.difference, QString());
         int bound = proof;
@@ -156,9 +161,9 @@ private slots:
             bound += target % group + 1 + kDelay;
         QVERIFY2(result.counters.picturesDecoded <= bound,
                  qPrintable(QStringLiteral("%1 pictures, %2 allowed").arg(result.counters.picturesDecoded).arg(bound)));
-        QCOMPARE(result.counters.flushes, 4);
+        QCOMPARE(result.counters.flushes, 3);
         QCOMPARE(result.counters.fullFallbacks, 0);
-        QVERIFY(result.counters.picturesSkipped >= 617 - bound);
+        QVERIFY(result.counters.picturesSkipped >= 411 - bound);
 
         // The decoder itself begins as many pictures as the counters say.
         FFVideo video;
