@@ -96,6 +96,8 @@ bool FFVideo::seekTo(std::int64_t dts)
 {
     currentFrame = -1;
     endOfStream = false;
+    passOverUpTo = kNoTimestamp;
+    videoCodec->skip_frame = AVDISCARD_DEFAULT;
     // Ahead, the timestamp of any packet is as good: what follows it has not been decoded yet in any case.
     const int flags = dts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
     if (av_seek_frame(formatContext, videoStream, dts, flags) < 0)

@@ -67,8 +67,9 @@ void FFVideo::completeSeekTable()
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
     std::optional<PicturesUnseen> unseen;
+    const bool seekable = formatContext->pb && (formatContext->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
     const bool canReturn = isHevc || (rowsHeld(&keyFrames) > 0 && keyFrames.entries[0].seekDts != kNoTimestamp);
-    if (canReturn)
+    if (seekable && canReturn)
         unseen.emplace(*videoCodec);
     while (!endOfStream)
         stepForward();
