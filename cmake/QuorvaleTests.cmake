@@ -10,11 +10,55 @@ elseif(QUORVALE_SANITIZE MATCHES thread)
     "TSAN_OPTIONS=suppressions=${quorvale_SOURCE_DIR}/tests/sanitizers/tsan.supp:ignore_noninstrumented_modules=1")
 endif()
 
-# The tests of what crosses threads, which ThreadSanitizer looks at: `--target thread_tests`, `ctest -L threads`.
+# script/test runs every test once at least, and not every test twice. Each group is a target to build:
+#   thread_tests     what crosses threads, for ThreadSanitizer: label threads
+#   plain_tests      all but those of what reads foreign bytes, without the toolkit: these have the label sanitized_only
+#   sanitized_tests  all but those of the tools, the packages and the house, and the longest: these are plain_only
 add_custom_target(thread_tests)
+add_custom_target(plain_tests)
+add_custom_target(sanitized_tests)
 
-# The tests of the rooms that the toolkit's version can make a difference to: `--target toolkit_tests`, `ctest -L toolkit`.
-add_custom_target(toolkit_tests)
+# quorvale_group_test(<test> FOLDER <folder> [TARGETS <target>...] [LABELS <label>...])
+# Labels a test by its room and its group, and has the group's targets build what it needs.
+function(quorvale_group_test test)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "TARGETS;LABELS")
+  if(arg_FOLDER MATCHES "^(tools|packaging|house)$")
+    list(APPEND arg_LABELS plain_only)
+  elseif(arg_FOLDER MATCHES "^(video|reliability|fuzz|support)$" AND NOT "plain_only" IN_LIST arg_LABELS)
+    list(APPEND arg_LABELS sanitized_only)
+  endif()
+  set(groups plain_tests sanitized_tests thread_tests)
+  if("plain_only" IN_LIST arg_LABELS)
+    list(REMOVE_ITEM groups sanitized_tests)
+  elseif("sanitized_only" IN_LIST arg_LABELS)
+    list(REMOVE_ITEM groups plain_tests)
+  endif()
+  if(NOT "threads" IN_LIST arg_LABELS)
+    list(REMOVE_ITEM groups thread_tests)
+  endif()
+  foreach(group IN LISTS groups)
+    foreach(target IN LISTS arg_TARGETS)
+      add_dependencies(${group} ${target})
+    endforeach()
+  endforeach()
+  set_tests_properties(${test} PROPERTIES LABELS "${arg_FOLDER};${arg_LABELS}")
+endfunction()
+
+# Most of a test's compilation is reading the toolkit's headers, so they are read once. A compiler cache does better, and
+# does not see through this: where there is one every test reads its own headers, which shows if one forgot to include.
+# Whether the toolkit's macros are defined must be the same where the headers are used.
+if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(QUORVALE_TEST_HEADERS <QtCore> <QtTest> <algorithm> <functional> <memory> <string> <vector>)
+  file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/testheaders.cpp" "")
+  foreach(kind IN ITEMS core widget)
+    add_library(quorvale_${kind}testheaders OBJECT "${CMAKE_CURRENT_BINARY_DIR}/testheaders.cpp")
+    target_link_libraries(quorvale_${kind}testheaders PRIVATE quorvale_flags ${QUORVALE_QT_TARGET}::Test)
+    target_compile_options(quorvale_${kind}testheaders PRIVATE -O0)
+  endforeach()
+  target_link_libraries(quorvale_widgettestheaders PRIVATE ${QUORVALE_QT_TARGET}::Widgets)
+  target_precompile_headers(quorvale_coretestheaders PRIVATE ${QUORVALE_TEST_HEADERS})
+  target_precompile_headers(quorvale_widgettestheaders PRIVATE ${QUORVALE_TEST_HEADERS} <QtWidgets>)
+endif()
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
 # Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
@@ -29,19 +73,29 @@ function(quorvale_add_test test)
   endif()
 
   add_executable(${name} "${quorvale_SOURCE_DIR}/tests/${test}.cpp" ${arg_SOURCES})
-  set_target_properties(${name} PROPERTIES AUTOMOC ON)
   target_include_directories(${name} PRIVATE "${quorvale_SOURCE_DIR}")
+  target_compile_options(${name} PRIVATE -O0) # A test is compiled more often than it takes long.
+  if(arg_SOURCES)
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  else()
+    # AUTOMOC would look for more classes, and compile an empty file where there are none.
+    cmake_language(CALL qt${QUORVALE_QT}_generate_moc
+      "${quorvale_SOURCE_DIR}/tests/${test}.cpp" "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc" TARGET ${name})
+    target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
+    target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+  endif()
   target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
   target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
+  if(CMAKE_CXX_COMPILER_LAUNCHER OR arg_LINK MATCHES "quorvale_platform")
+    # reads its own headers
+  elseif(arg_LINK MATCHES "quorvale_(app|thumbs)")
+    target_precompile_headers(${name} REUSE_FROM quorvale_widgettestheaders)
+  else()
+    target_precompile_headers(${name} REUSE_FROM quorvale_coretestheaders)
+  endif()
 
-  if(folder MATCHES "^(archive|thumbs|platform|app)$")
-    list(APPEND arg_LABELS toolkit)
-    add_dependencies(toolkit_tests ${name})
-  endif()
-  if("threads" IN_LIST arg_LABELS)
-    add_dependencies(thread_tests ${name})
-  endif()
   add_test(NAME ${test} COMMAND ${name})
+  quorvale_group_test(${test} FOLDER ${folder} TARGETS ${name} LABELS ${arg_LABELS})
   set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
   file(MAKE_DIRECTORY "${settings}")
   set(environment ${QUORVALE_SANITIZER_ENVIRONMENT})
@@ -51,6 +105,5 @@ function(quorvale_add_test test)
   endif()
   set_tests_properties(${test} PROPERTIES
     TIMEOUT ${arg_TIMEOUT}
-    LABELS "${folder};${arg_LABELS}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${settings};LC_ALL=C.UTF-8;${environment}")
 endfunction()
