@@ -2,6 +2,7 @@
 
 #include "app/viewer.h"
 
+#include "app/descriptionmarkup.h"
 #include "app/displaytext.h"
 #include "app/programmetext.h"
 #include "app/recordingsize.h"
@@ -32,7 +33,7 @@ void Viewer::chooseProgramme(int index)
     showFromStart(ui.programmeEdit, displayText(programme.title));
     showFromStart(ui.channelEdit, displayText(programme.channel));
     ui.detailsEdit->clear();
-    ui.detailsEdit->insertHtml(displayText(programme.description));
+    ui.detailsEdit->insertHtml(boundedMarkup(displayText(programme.description)));
     ui.detailsEdit->verticalScrollBar()->setValue(0);
     ui.dateEdit->setText(getFormattedDate(programme.day, programme.month, programme.year));
     ui.timeEdit->setText(formatStartTime(programme.hour, programme.minute, programme.second));

@@ -181,6 +181,9 @@ void tst_DyingDisk::description_readsNoFile_data()
     QTest::newRow("picture by URI") << QByteArray("<img src=\"file://%1\"> text");
     QTest::newRow("style sheet") << QByteArray("text<link rel=\"stylesheet\" type=\"text/css\" href=\"%1\">");
     QTest::newRow("background") << QByteArray("<p style=\"background-image: url(%1)\">text</p>");
+    QTest::newRow("drawing that refers to it")
+        << QByteArray("<img src='data:image/svg+xml;utf8,<svg xmlns=\"http://www.w3.org/2000/svg\" "
+                      "xmlns:xlink=\"http://www.w3.org/1999/xlink\"><image xlink:href=\"%1\"/></svg>'> text");
     QTest::newRow("table with a background") << QByteArray("<table background=\"%1\"><tr><td>text</td></tr></table>");
 }
 
