@@ -1,6 +1,7 @@
 #include "app/qtversion.h"
 #include "app/viewer.h"
 
+#include "platform/descriptorlimit.h"
 #include "thumbs/scanthreads.h"
 
 #include <QApplication>
@@ -27,6 +28,7 @@ int main(int argc, char **argv)
     // The system's own user-interface font cannot be asked for by its name.
     QFont::insertSubstitution(QStringLiteral(".Lucida Grande UI"), QStringLiteral("Lucida Grande"));
 #endif
+    raiseDescriptorLimit();
     useScreenDensity();
     QApplication application(argc, argv);
     // By this name a desktop finds the program's entry in its menu, and with it the icon of its windows.
