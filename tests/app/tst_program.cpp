@@ -61,6 +61,8 @@ private slots:
     void init();
     void cleanup();
     void window_showsTheRingFirst_andThenPictures();
+    void window_belongsToTheMenuEntry();
+    void window_isTwiceAsLarge_onAScreenOfTwiceTheDensity();
     void click_pausesThePictures_andAnotherResumesThem();
     void selection_showsThePicturesOfAnotherProgramme();
     void device_isShownWithoutAScan_whileThatOfAnotherRuns();
@@ -147,6 +149,40 @@ void tst_Program::window_showsTheRingFirst_andThenPictures()
     QVERIFY(m_program->quit());
     QCOMPARE(m_program->exitCode(), std::optional<int>(0));
     QCOMPARE(m_program->said(), kUnreadable);
+}
+
+void tst_Program::window_belongsToTheMenuEntry()
+{
+    mountSampleDisk("disk");
+    const QString problem = m_program->start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    const QByteArray key = "StartupWMClass=";
+    QString programClass;
+    for (const QByteArray &line :
+         TestVolume::readFile(QFINDTESTDATA("../../packaging/linux/org.quorvale.quorvale.desktop")).split('\n')) {
+        if (line.startsWith(key))
+            programClass = QString::fromUtf8(line.mid(key.size()));
+    }
+    QVERIFY(!programClass.isEmpty());
+    const QByteArray window = m_display.window("Quorvale");
+    QVERIFY(!window.isEmpty());
+    QCOMPARE(m_display.windowOfClass(programClass), window);
+    QVERIFY(m_program->quit());
+}
+
+void tst_Program::window_isTwiceAsLarge_onAScreenOfTwiceTheDensity()
+{
+    mountSampleDisk("disk");
+    VirtualDisplay dense;
+    const QString missing = dense.start(192);
+    QVERIFY2(missing.isEmpty(), qPrintable(missing));
+    WindowLayout layout = m_layout;
+    layout.window *= 2;
+    ProgramRun program(dense, layout); // which waits for a window of this size
+    const QString problem = program.start(m_mountPoint->path());
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QCOMPARE(dense.picture(dense.window("Quorvale")).size(), m_layout.window * 2);
+    QVERIFY(program.quit());
 }
 
 void tst_Program::click_pausesThePictures_andAnotherResumesThem()

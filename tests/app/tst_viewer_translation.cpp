@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QSet>
 #include <QTranslator>
 #include <QXmlStreamReader>
@@ -89,8 +90,10 @@ QStringList unmarkedTexts(const QWidget &root, const QSet<QString> &data)
     for (const auto *action : root.findChildren<QAction *>())
         texts += {action->text(), action->toolTip()};
     QStringList unmarked;
+    static const QRegularExpression translated(QStringLiteral("%1[^%2]*%2").arg(kOpening).arg(kClosing));
+    static const QRegularExpression letters(QStringLiteral("\\p{L}"));
     for (const QString &text : texts) {
-        if (!text.isEmpty() && !text.contains(kOpening) && !data.contains(text))
+        if (!data.contains(text) && QString(text).remove(translated).contains(letters))
             unmarked.append(text);
     }
     return unmarked;
@@ -101,11 +104,13 @@ QStringList cutOffTexts(const QWidget &root)
 {
     QStringList texts;
     for (const auto *label : root.findChildren<QLabel *>()) {
-        if (label->isVisible() && label->width() < label->sizeHint().width())
+        if (label->isVisible() &&
+            (label->width() < label->sizeHint().width() || label->height() < label->minimumSizeHint().height()))
             texts.append(label->text());
     }
     for (const auto *button : root.findChildren<QPushButton *>()) {
-        if (button->isVisible() && button->width() < button->sizeHint().width())
+        const QSize needed = button->sizeHint();
+        if (button->isVisible() && (button->width() < needed.width() || button->height() < needed.height()))
             texts.append(button->text());
     }
     for (const auto *field : root.findChildren<QLineEdit *>()) {
@@ -254,7 +259,7 @@ void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
     QVERIFY(!known.isEmpty());
     for (const Message &message : known)
         QVERIFY2(asked.contains(message), qPrintable("never asked for: " + message.second));
-    for (const Message &message : qAsConst(asked))
+    for (const Message &message : std::as_const(asked))
         QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
 }
 

@@ -13,14 +13,16 @@ class VirtualDisplay
 public:
     ~VirtualDisplay();
 
-    /// Empty when the display is there; otherwise what is missing.
-    QString start();
+    /// Empty when the display is there; otherwise what is missing. `dotsPerInch`: of its screen.
+    QString start(int dotsPerInch = 96);
 
     /// The display's name, as programs want it in DISPLAY.
     [[nodiscard]] QString name() const { return m_name; }
 
     /// The visible window of this title; empty where there is none.
     [[nodiscard]] QByteArray window(const QString &title) const;
+    /// The visible window of a program of this class, by which a desktop finds the menu entry that it belongs to.
+    [[nodiscard]] QByteArray windowOfClass(const QString &programClass) const;
     /// What can be seen of a window.
     [[nodiscard]] QImage picture(const QByteArray &window) const;
     /// Presses the left button once at a place of the window and takes the mouse away, so that no tip covers anything.

@@ -33,7 +33,8 @@ package=$(echo "$folder"/made/quorvale_*.deb)
 field() { dpkg-deb --field "$package" "$1"; }
 [ "$(field Package)" = quorvale ] || fail "it is called $(field Package)"
 [ "$(field Architecture)" = "$(dpkg --print-architecture)" ] || fail "it is for $(field Architecture)"
-for library in libavcodec libavformat libavutil 'libqt[56]core' 'libqt[56]widgets' 'libqt[56]dbus' libstdc++6; do
+qt=$(sed -n 's/^QUORVALE_QT:.*=//p' "$build/CMakeCache.txt")
+for library in libavcodec libavformat libavutil "libqt${qt}core" "libqt${qt}widgets" "libqt${qt}dbus" libstdc++6; do
   field Depends | grep -q "$library" || fail "it does not depend on $library: $(field Depends)"
 done
 # What it depends on is installed here, in the versions it asks for.

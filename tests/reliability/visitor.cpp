@@ -1,7 +1,7 @@
 // visitor FOLDER ELSEWHERE: someone who uses everything that the window offers, with mouse and keys, on the recorder
 // disks below the mount point of the settings: looks at every programme of every device, waits for all the pictures,
-// exports each description into FOLDER, has each recording shown in the file manager, lets a disk come and go, adds the
-// directory ELSEWHERE, and quits. Says on stdout what there was to see.
+// exports each description into FOLDER, has each recording shown in the file manager, opens the preferences and the
+// about box, lets a disk come and go, adds the directory ELSEWHERE, and quits. Says on stdout what there was to see.
 
 #include "app/viewer.h"
 
@@ -67,6 +67,15 @@ void lookAtProgrammes(Viewer &viewer, const QString &folder)
     }
 }
 
+void lookAtDialogs(Viewer &viewer)
+{
+    for (QAction *action : {viewer.ui.actionPreferences, viewer.ui.actionAbout}) {
+        const WhenModal<QDialog> dialog([](QDialog &d) { d.reject(); });
+        action->trigger();
+        say(QStringLiteral("dialog: %1").arg(dialog.wasSeen() ? "seen" : "missing"));
+    }
+}
+
 bool visit(Viewer &viewer, const QString &folder, const QString &elsewhere)
 {
     bool scanned = waitForScan(viewer);
@@ -77,6 +86,7 @@ bool visit(Viewer &viewer, const QString &folder, const QString &elsewhere)
         lookAtProgrammes(viewer, folder);
     }
 
+    lookAtDialogs(viewer);
     viewer.diskNotifier->Notify();
     const bool rescanned = QTest::qWaitFor([&] { return viewer.scanTimerId < 0; }, kPatienceMs);
     say(QStringLiteral("devices after a disk came: %1").arg(viewer.ui.deviceList->topLevelItemCount()));

@@ -102,7 +102,7 @@ private slots:
         QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1),
                                               "gotThumbs " + files.at(2), "finished"}));
         QCOMPARE(window->numbers, (std::vector<Numbers>{{20, 40, 60}, {1020, 1040, 1060}, {2020, 2040, 2060}}));
-        for (const QThread *receiving : qAsConst(window->threads))
+        for (const QThread *receiving : std::as_const(window->threads))
             QCOMPARE(receiving, QThread::currentThread());
     }
 
