@@ -24,7 +24,7 @@ function(quorvale_group_test test)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "TARGETS;LABELS")
   if(arg_FOLDER MATCHES "^(tools|packaging|house)$")
     list(APPEND arg_LABELS plain_only)
-  elseif(arg_FOLDER MATCHES "^(video|reliability|fuzz|support)$" AND NOT "plain_only" IN_LIST arg_LABELS)
+  elseif(arg_FOLDER MATCHES "^(video|fuzz|support)$" AND NOT "plain_only" IN_LIST arg_LABELS)
     list(APPEND arg_LABELS sanitized_only)
   endif()
   set(groups plain_tests sanitized_tests thread_tests)
@@ -44,21 +44,10 @@ function(quorvale_group_test test)
   set_tests_properties(${test} PROPERTIES LABELS "${arg_FOLDER};${arg_LABELS}")
 endfunction()
 
-# Most of a test's compilation is reading the toolkit's headers, so they are read once. A compiler cache does better, and
-# does not see through this: where there is one every test reads its own headers, which shows if one forgot to include.
-# QtTest is not among them: what it holds depends on the folder of the test.
-if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(QUORVALE_TEST_HEADERS <QtCore> <algorithm> <functional> <memory> <string> <vector>)
-  file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/testheaders.cpp" "")
-  foreach(kind IN ITEMS core widget)
-    add_library(quorvale_${kind}testheaders OBJECT "${CMAKE_CURRENT_BINARY_DIR}/testheaders.cpp")
-    target_link_libraries(quorvale_${kind}testheaders PRIVATE quorvale_flags ${QUORVALE_QT_TARGET}::Core)
-    target_compile_options(quorvale_${kind}testheaders PRIVATE -O0)
-  endforeach()
-  target_link_libraries(quorvale_widgettestheaders PRIVATE ${QUORVALE_QT_TARGET}::Widgets)
-  target_precompile_headers(quorvale_coretestheaders PRIVATE ${QUORVALE_TEST_HEADERS})
-  target_precompile_headers(quorvale_widgettestheaders PRIVATE ${QUORVALE_TEST_HEADERS} <QtWidgets>)
-endif()
+set(quorvale_test_options -O0) # A test is compiled more often than it takes long.
+quorvale_precompile(core_test COMPONENT Core OPTIONS ${quorvale_test_options} HEADERS ${quorvale_common_headers})
+quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_options}
+  HEADERS ${quorvale_common_headers} <QtWidgets>)
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
 # Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
@@ -74,7 +63,7 @@ function(quorvale_add_test test)
 
   add_executable(${name} "${quorvale_SOURCE_DIR}/tests/${test}.cpp" ${arg_SOURCES})
   target_include_directories(${name} PRIVATE "${quorvale_SOURCE_DIR}")
-  target_compile_options(${name} PRIVATE -O0) # A test is compiled more often than it takes long.
+  target_compile_options(${name} PRIVATE ${quorvale_test_options})
   if(arg_SOURCES)
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
   else()
@@ -86,12 +75,10 @@ function(quorvale_add_test test)
   endif()
   target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
   target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
-  if(CMAKE_CXX_COMPILER_LAUNCHER OR arg_LINK MATCHES "quorvale_platform")
-    # reads its own headers
-  elseif(arg_LINK MATCHES "quorvale_(app|thumbs)")
-    target_precompile_headers(${name} REUSE_FROM quorvale_widgettestheaders)
-  else()
-    target_precompile_headers(${name} REUSE_FROM quorvale_coretestheaders)
+  if(arg_LINK MATCHES "quorvale_(app|thumbs)")
+    quorvale_use_precompiled(${name} widget_test)
+  elseif(NOT arg_LINK MATCHES "quorvale_platform")
+    quorvale_use_precompiled(${name} core_test)
   endif()
 
   add_test(NAME ${test} COMMAND ${name})

@@ -1,0 +1,35 @@
+# Most of compiling a source is reading the toolkit's headers, so these are read once for many. A compiler cache does
+# better, and does not see through precompiled headers: where there is one, every source reads its own, which also shows
+# if one forgot to include what it uses.
+
+set(quorvale_precompiles OFF)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(quorvale_precompiles ON)
+  file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/headers.cpp" "")
+endif()
+
+# quorvale_precompile(<name> COMPONENT <component> [OPTIONS <option>...] HEADERS <header>...)
+# Headers for targets that use the toolkit's component and no more than it and what it needs: a header that looks whether
+# a macro is defined must find it as it was. So QtTest is never among them; it looks for the folder of its test.
+function(quorvale_precompile name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "OPTIONS;HEADERS")
+  if(NOT quorvale_precompiles)
+    return()
+  endif()
+  add_library(quorvale_${name}_headers OBJECT "${quorvale_BINARY_DIR}/headers.cpp")
+  target_link_libraries(quorvale_${name}_headers PRIVATE quorvale_flags ${QUORVALE_QT_TARGET}::${arg_COMPONENT})
+  target_compile_options(quorvale_${name}_headers PRIVATE ${arg_OPTIONS})
+  target_precompile_headers(quorvale_${name}_headers PRIVATE ${arg_HEADERS})
+endfunction()
+
+# quorvale_use_precompiled(<target> <name>): has the target's sources begin with these headers, where there are any.
+function(quorvale_use_precompiled target name)
+  if(TARGET quorvale_${name}_headers)
+    target_precompile_headers(${target} REUSE_FROM quorvale_${name}_headers)
+  endif()
+endfunction()
+
+set(quorvale_common_headers <QtCore> <algorithm> <functional> <memory> <string> <vector>)
+if(QUORVALE_SANITIZE) # Other builds show whether the rooms include what they use.
+  quorvale_precompile(widget_room COMPONENT Widgets HEADERS ${quorvale_common_headers} <QtWidgets>)
+endif()
