@@ -76,7 +76,7 @@ ProgramRun::~ProgramRun()
     m_process.waitForFinished(kPatienceMs);
 }
 
-QString ProgramRun::start(const QString &mountPoint)
+QString ProgramRun::start(const QString &mountPoint, std::optional<int> dotsPerInch)
 {
     const QString settings = m_folder.filePath("quorvale.org/quorvale.conf");
     QDir(m_folder.path()).mkpath("quorvale.org");
@@ -88,6 +88,8 @@ QString ProgramRun::start(const QString &mountPoint)
     environment.insert("XDG_CONFIG_HOME", m_folder.path());
     environment.insert("XDG_RUNTIME_DIR", m_folder.path());
     environment.remove("WAYLAND_DISPLAY");
+    if (dotsPerInch)
+        environment.insert("QT_FONT_DPI", QString::number(*dotsPerInch));
     m_process.setProcessEnvironment(environment);
     m_process.start(QUORVALE_PROGRAM, QStringList());
 

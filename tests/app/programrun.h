@@ -29,7 +29,8 @@ public:
     ~ProgramRun();
 
     /// Starts the program and waits for its window. Empty when that is there; otherwise what went wrong.
-    QString start(const QString &mountPoint);
+    /// `dotsPerInch`: what the desktop says of its screen, if it says anything.
+    QString start(const QString &mountPoint, std::optional<int> dotsPerInch = std::nullopt);
 
     [[nodiscard]] QImage look() const { return m_display.picture(m_window); }
     [[nodiscard]] bool click(QPoint place) const { return m_display.click(m_window, place); }

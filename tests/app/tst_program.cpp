@@ -173,15 +173,12 @@ void tst_Program::window_belongsToTheMenuEntry()
 void tst_Program::window_isTwiceAsLarge_onAScreenOfTwiceTheDensity()
 {
     mountSampleDisk("disk");
-    VirtualDisplay dense;
-    const QString missing = dense.start(192);
-    QVERIFY2(missing.isEmpty(), qPrintable(missing));
     WindowLayout layout = m_layout;
     layout.window *= 2;
-    ProgramRun program(dense, layout); // which waits for a window of this size
-    const QString problem = program.start(m_mountPoint->path());
+    ProgramRun program(m_display, layout); // which waits for a window of this size
+    const QString problem = program.start(m_mountPoint->path(), 192);
     QVERIFY2(problem.isEmpty(), qPrintable(problem));
-    QCOMPARE(dense.picture(dense.window("Quorvale")).size(), m_layout.window * 2);
+    QCOMPARE(program.look().size(), m_layout.window * 2);
     QVERIFY(program.quit());
 }
 

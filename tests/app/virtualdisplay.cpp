@@ -15,7 +15,7 @@ VirtualDisplay::~VirtualDisplay()
     m_server.waitForFinished(kPatienceMs);
 }
 
-QString VirtualDisplay::start(int dotsPerInch)
+QString VirtualDisplay::start()
 {
     for (const char *program : {"Xvfb", "xdotool", "import"}) {
         if (QStandardPaths::findExecutable(program).isEmpty())
@@ -23,8 +23,7 @@ QString VirtualDisplay::start(int dotsPerInch)
     }
     // It takes a display number that is free and writes it down once it can be used. Without the last option it starts
     // anew, and refuses everybody meanwhile, whenever its last window is gone.
-    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x1024x24", "-dpi", QString::number(dotsPerInch),
-                            "-nolisten", "tcp", "-noreset"});
+    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp", "-noreset"});
     while (!m_server.canReadLine()) {
         if (!m_server.waitForReadyRead(kPatienceMs))
             return "Xvfb did not start: " + QString::fromLocal8Bit(m_server.readAllStandardError());

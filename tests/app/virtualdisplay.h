@@ -13,8 +13,8 @@ class VirtualDisplay
 public:
     ~VirtualDisplay();
 
-    /// Empty when the display is there; otherwise what is missing. `dotsPerInch`: of its screen.
-    QString start(int dotsPerInch = 96);
+    /// Empty when the display is there; otherwise what is missing.
+    QString start();
 
     /// The display's name, as programs want it in DISPLAY.
     [[nodiscard]] QString name() const { return m_name; }
