@@ -63,6 +63,9 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
                 stepForward();
             if (currentFrame == target)
                 return true;
+            // A file that had to be opened again and is gone.
+            if (!formatContext)
+                return false;
         }
 
         if (!seekTo(row.seekDts))
