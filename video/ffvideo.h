@@ -195,6 +195,7 @@ public:
 private:
     static constexpr std::int64_t kNoTimestamp = INT64_MIN; // AV_NOPTS_VALUE
 
+    enum class Wanted { KeyFrame, Target };
     enum class Landing { OnKeyFrame, Doubted, Missed };
     enum class AudioPiece { Decoded, EndOfFile, Failed };
 
@@ -229,13 +230,15 @@ private:
 
     void watchPackets();
     void skipTo(int target);
-    bool follow(const SkipAheadJump &jump, int target);
+    [[nodiscard]] bool isMissing() const;
+    bool follow(const SkipAheadJump &jump);
     bool decodeStrictly(AVPacket &packet, const SkipAheadJump &jump, std::size_t &delivered);
     void tagPacket(AVPacket &packet);
     void notePicture();
     void startOver(int target, std::int32_t estimate);
     void stopSkipping();
 
+    bool seekNear(int target, int stepsBack, Wanted wanted);
     bool restartAtFirstByte();
     bool seekTo(std::int64_t dts);
     Landing landOn(const KeyFrameEntry &row);

@@ -24,7 +24,7 @@ bool FFVideo::seekToFrame(int target)
         // These files are read from their beginning, whatever the table says.
         if (currentFrame > target && !seekToNearestKeyFrame(FIRST_FRAME_INDEX, 0))
             return false;
-    } else if (!seekToNearestKeyFrame(target, 0)) {
+    } else if (!seekNear(target, 0, Wanted::Target)) {
         return false;
     }
 
@@ -40,6 +40,11 @@ bool FFVideo::seekToFrame(int target)
 }
 
 bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
+{
+    return seekNear(target, stepsBack, Wanted::KeyFrame);
+}
+
+bool FFVideo::seekNear(int target, int stepsBack, Wanted wanted)
 {
     if (!formatContext)
         return false;
@@ -65,6 +70,8 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
                 return true;
             // A file that had to be opened again and is gone.
             if (!formatContext)
+                return false;
+            if (wanted == Wanted::Target && skipAhead && isMissing())
                 return false;
         }
 

@@ -36,7 +36,7 @@ void FFVideo::skipTo(int target)
     const std::int32_t estimate = frameCount;
     while (currentFrame < target && !endOfStream) {
         if (const auto jump = skipAhead->plan(currentFrame, target)) {
-            if (!follow(*jump, target))
+            if (!follow(*jump))
                 return startOver(target, estimate);
         } else {
             stepInOrder();
@@ -50,9 +50,18 @@ void FFVideo::skipTo(int target)
         startOver(target, estimate);
 }
 
+// Whether a picture that did not come on the way to the file's end is certainly missing. The plain reader goes back
+// then and looks again, from the last row that it knew: behind damage the decoder can deliver another number of
+// pictures after a seek. Where nothing was damaged the same pictures come again, and the reader stands at the end
+// again, as it does now.
+bool FFVideo::isMissing() const
+{
+    return endOfStream && skipAhead->wasSound();
+}
+
 // Steps to the target without the decoder up to the restart, and from there on with the pictures that others refer to.
 // False where the decoder does not do exactly what was predicted.
-bool FFVideo::follow(const SkipAheadJump &jump, int target)
+bool FFVideo::follow(const SkipAheadJump &jump)
 {
     avcodec_flush_buffers(videoCodec);
     skipAhead->restarted(jump);
@@ -60,7 +69,7 @@ bool FFVideo::follow(const SkipAheadJump &jump, int target)
 
     const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
     std::size_t delivered = 0;
-    while (currentFrame < target) {
+    while (currentFrame < jump.targetNumber) {
         if (delivered == jump.deliveries.size())
             return false; // The target came before its turn.
         ++currentFrame;

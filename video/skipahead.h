@@ -14,6 +14,7 @@ struct SkipAheadJump
     std::int64_t restartPacket = 0;
     std::int64_t restartPlace = 0; ///< its place in `order`
     std::int64_t targetPicture = 0;
+    std::int64_t targetNumber = 0;   ///< of it; the one asked for, or one on the way there
     std::int64_t anchorNumber = 0;   ///< number of the picture order[0]
     std::vector<std::int64_t> order; ///< pictures from the anchor on, as they are delivered
     /// Those of them that the decoder is to deliver: from the restart to the target, without pictures that no other one
@@ -53,7 +54,8 @@ public:
     void failed();
 
     /// Reads ahead and looks for a restart on the way from picture `current` to picture `target`, which is not the next
-    /// few. Nothing where none is safe, or worth it, at the time.
+    /// few. Where the file ends too soon behind `target`, or before it, the restart is on the way to the last picture
+    /// that is certain to be delivered. Nothing where none is safe, or worth it, at the time.
     [[nodiscard]] std::optional<SkipAheadJump> plan(std::int64_t current, std::int64_t target);
     /// Notes that the decoder was emptied, to go on at the jump's packet.
     void restarted(const SkipAheadJump &jump);
@@ -81,6 +83,11 @@ public:
     /// Whether a stretch without any doubt did not decode as predicted, after a restart.
     [[nodiscard]] bool betrayed() const { return surprised; }
     [[nodiscard]] bool hasRestarted() const { return hasSkipped; }
+    /// Whether no packet up to the end of the file was doubtful, and the decoder never complained.
+    [[nodiscard]] bool wasSound() const
+    {
+        return ahead.atEnd() && !surprised && window().lastDoubtBefore(window().packetEnd()) < 0;
+    }
 
     /// Forbids restarts up to picture `number`.
     void decodeAllBefore(std::int64_t number) { noJumpBefore = number; }

@@ -29,8 +29,8 @@ std::optional<SkipAheadJump> SkipAhead::plan(std::int64_t current, std::int64_t 
     if (!anchor)
         return std::nullopt;
 
-    const std::int64_t place = target - anchor->number;
-    const std::int64_t wanted = place + 1 + kBehind;
+    std::int64_t place = target - anchor->number;
+    std::int64_t wanted = place + 1 + kBehind;
     // Some of them are delivered before the anchor, some behind the last one wanted.
     while (window().pictureEnd() - anchor->picture < wanted + 2 * kReordering && ahead.fill()) {
     }
@@ -41,10 +41,20 @@ std::optional<SkipAheadJump> SkipAhead::plan(std::int64_t current, std::int64_t 
     dropStaleAnchor();
     if (!anchor)
         return std::nullopt;
-    if (certain < wanted) {
-        // Near the end of the file which pictures exist is up to the decoder. Too far ahead, a part is decoded first.
-        nextPlan = ahead.atEnd() ? kNever : ahead.next() + static_cast<std::int64_t>(ReadAhead::kMostPackets) / 8;
+    if (certain < wanted && !ahead.atEnd()) {
+        // Too far ahead, a part is decoded first.
+        nextPlan = ahead.next() + static_cast<std::int64_t>(ReadAhead::kMostPackets) / 8;
         return std::nullopt;
+    }
+    if (certain < wanted) {
+        // Near the end of the file which pictures exist is up to the decoder: it gets all that come behind the last
+        // one that is certain.
+        wanted = certain;
+        place = certain - 1 - kBehind;
+        if (place <= current - anchor->number) {
+            nextPlan = kNever;
+            return std::nullopt;
+        }
     }
     std::int64_t end = 0;
     for (std::int64_t i = 0; i < wanted; ++i)
@@ -79,6 +89,7 @@ std::optional<SkipAheadJump> SkipAhead::restartFor(std::vector<std::int64_t> ord
     jump.restartPlace = std::find(order.begin(), order.end(), picture) - order.begin();
     jump.anchorNumber = anchor->number;
     jump.targetPicture = order[static_cast<std::size_t>(place)];
+    jump.targetNumber = anchor->number + place;
     for (std::int64_t i = jump.restartPlace; i <= place; ++i) {
         const std::int64_t delivered = order[static_cast<std::size_t>(i)];
         if (i == place || window().picture(delivered).reference)

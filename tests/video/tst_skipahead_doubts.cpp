@@ -1,5 +1,7 @@
+#include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
+#include "tests/video/decodecounter.h"
 #include "tests/video/skipcomparison.h"
 #include "video/ffvideo.h"
 
@@ -215,12 +217,67 @@ private slots:
         QCOMPARE(result.counters.fullFallbacks, 0);
     }
 
-    void theEnd_isDecodedInOrder()
+    void theEnd_isDecodedInOrder_fromTheLastPictureThatIsCertain()
     {
-        const SkipComparison near = compareSkipping(h264, {100, kFrames - 10});
-        QCOMPARE(near.difference, QString());
-        QCOMPARE(near.counters.flushes, 1);
-        QVERIFY(near.counters.picturesDecoded > kFrames - 110);
+        for (const QString &path : {h264, mpeg2, hevc}) {
+            const SkipComparison near = compareSkipping(path, {100, kFrames - 10});
+            QCOMPARE(near.difference, QString());
+            QCOMPARE(near.delivered, 2);
+            QCOMPARE(near.counters.flushes, 2);
+            QCOMPARE(near.counters.fullFallbacks, 0);
+            // The proof and two groups, and what lies behind the last picture of which 32 others tell that it comes.
+            QVERIFY2(near.counters.picturesDecoded <= kGroup + 4 + 2 * (kGroup + 6) + 34,
+                     qPrintable(QString::number(near.counters.picturesDecoded)));
+        }
+    }
+
+    void aMissingPicture_isMissedAtOnce_inASoundRecording()
+    {
+        for (const QString &path : {h264, mpeg2, hevc}) {
+            FFVideo video;
+            video.setSkipAhead(true);
+            QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(video.seekToFrame(310));
+            const SkipAheadCounters before = video.skipAheadCounters();
+            DecodeCounter decoder(video);
+            Picture picture;
+            QVERIFY(!video.Read(kFrames + 50, picture));
+            QCOMPARE(video.lastError, 1);
+            const SkipAheadCounters after = video.skipAheadCounters();
+            // To the end, once.
+            QCOMPARE(std::int64_t{decoder.take()}, after.picturesDecoded - before.picturesDecoded);
+            QVERIFY(after.picturesDecoded - before.picturesDecoded <= kGroup + 6 + 34);
+            QCOMPARE(after.picturesDecoded + after.picturesSkipped, std::int64_t{kFrames});
+            QVERIFY(!video.Read(kFrames + 50, picture));
+            QCOMPARE(video.lastError, 30);
+            QCOMPARE(decoder.take(), 0);
+
+            for (const QVector<int> &targets :
+                 {QVector<int>{310, kFrames + 50, 200, 315}, {kFrames + 1}, {100, kFrames}})
+                QCOMPARE(compareSkipping(path, targets).difference, QString());
+        }
+    }
+
+    void aMissingPicture_isLookedForAgain_inADamagedRecording()
+    {
+        // Where times come twice a seek can land in the wrong place, and more pictures come from there than are
+        // missing.
+        const QString repeated = changed(mpeg2, [&](QByteArray &bytes) {
+            const int from = int(bytes.size()) / 2 / transportstream::kPacketSize * transportstream::kPacketSize;
+            const QByteArray stretch = bytes.mid(from, 200 * transportstream::kPacketSize);
+            for (int i = 0; i < 4; ++i)
+                bytes.insert(from, stretch);
+        });
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(repeated).constData(), false, FFVideo::FF_ACCESS_READ));
+        const int pictures = video.frameCount;
+        int delivered = 0;
+        for (const int missing : {1, 2, 5, 100}) {
+            const SkipComparison result = compareSkipping(repeated, {150, pictures + missing, 20});
+            QCOMPARE(result.difference, QString());
+            delivered += result.delivered;
+        }
+        QVERIFY(delivered > 2 * 4);
     }
 
     void aFileThatIsGone_endsWhereItWasRead()
