@@ -230,6 +230,7 @@ private:
 
     void watchPackets();
     void skipTo(int target);
+    [[nodiscard]] bool canBeInVain(int target) const;
     [[nodiscard]] bool isMissing() const;
     bool follow(const SkipAheadJump &jump);
     bool decodeStrictly(AVPacket &packet, const SkipAheadJump &jump, std::size_t &delivered);

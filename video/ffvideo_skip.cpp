@@ -35,12 +35,11 @@ void FFVideo::skipTo(int target)
 {
     const std::int32_t estimate = frameCount;
     while (currentFrame < target && !endOfStream) {
-        if (const auto jump = skipAhead->plan(currentFrame, target)) {
-            if (!follow(*jump))
-                return startOver(target, estimate);
-        } else {
+        const auto jump = skipAhead->plan(currentFrame, target);
+        if (!jump || !canBeInVain(target))
             stepInOrder();
-        }
+        else if (!follow(*jump))
+            return startOver(target, estimate);
         if (skipAhead->betrayed())
             return startOver(target, estimate);
     }
@@ -50,13 +49,20 @@ void FFVideo::skipTo(int target)
         startOver(target, estimate);
 }
 
+// Whether everything up to `target` may have to be decoded again. It may while the file has cost no more than the plain
+// way to there: then it costs twice that at most, however often it is not as it looks.
+bool FFVideo::canBeInVain(int target) const
+{
+    return skipOrder.counters.picturesDecoded <= target;
+}
+
 // Whether a picture that did not come on the way to the file's end is certainly missing. The plain reader goes back
 // then and looks again, from the last row that it knew: behind damage the decoder can deliver another number of
 // pictures after a seek. Where nothing was damaged the same pictures come again, and the reader stands at the end
 // again, as it does now.
 bool FFVideo::isMissing() const
 {
-    return endOfStream && skipAhead->wasSound();
+    return endOfStream && skipAhead->wasSound() && skipOrder.counters.fullFallbacks == 0;
 }
 
 // Steps to the target without the decoder up to the restart, and from there on with the pictures that others refer to.

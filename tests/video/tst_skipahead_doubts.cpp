@@ -204,6 +204,33 @@ private slots:
         QVERIFY(fallbacks >= 1);
     }
 
+    void muchDamageThatNoPacketShows_costsTwiceThePlainWayAtMost()
+    {
+        // In the data of pictures of every group with a wanted one; their headers still count.
+        const QVector<int> targets = {79, 139, 199, 259, 319, 379};
+        const QString damaged = changed(h264, [&](QByteArray &bytes) {
+            const int video = transportstream::pidOfStreamType(bytes, 27);
+            int picture = -1;
+            for (int at = 0; at < bytes.size(); at += transportstream::kPacketSize) {
+                const bool begins = (bytes[at + 1] & 0x40) != 0;
+                if (transportstream::pid(bytes, at / transportstream::kPacketSize) != video || !begins)
+                    continue;
+                ++picture;
+                const int group = picture / kGroup * kGroup;
+                if (group > 0 && targets.contains(group + kGroup - 1) && picture > group && picture < group + 9) {
+                    for (int i = 100; i < 108; ++i)
+                        bytes[at + i] = char(bytes[at + i] ^ 0x5A);
+                }
+            }
+        });
+        const SkipComparison result = compareSkipping(damaged, targets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, int(targets.size()));
+        QVERIFY(result.counters.fullFallbacks >= 1);
+        QVERIFY2(result.counters.picturesDecoded <= 2 * targets.last() + kGroup,
+                 qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
     void damageInFrontOfThePicture_isNoConcern()
     {
         // In a group that is not decoded, and in the data of a picture: its header still counts.
