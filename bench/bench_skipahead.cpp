@@ -16,6 +16,7 @@
 #include <QDirIterator>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -211,23 +212,37 @@ void scan(const QStringList &files)
     loop.exec();
 }
 
-void compareScan(const char *which, const QStringList &files)
+void printScan(const QString &name, std::vector<double> ours, std::vector<double> literal)
+{
+    const double us = median(std::move(ours));
+    const double them = median(std::move(literal));
+    std::printf("| %s | %.2f s | %.2f s | %.2f |\n", qPrintable(name), us, them, us / them);
+    std::fflush(stdout);
+}
+
+/// The scanner's work on each recording by itself, and on all of them.
+void compareScans(const QStringList &files)
 {
     std::vector<double> ours;
-    std::vector<double> literal;
+    std::vector<double> literal(kRounds);
+    for (const QString &file : files) {
+        std::vector<double> here;
+        std::vector<double> plain;
+        int pictures = 0;
+        for (int round = 0; round < kRounds; ++round) {
+            here.push_back(costOf([&] { scan({file}); }));
+            plain.push_back(costOf([&] { pictures = takeThumbnails(file, false); }));
+            literal[std::size_t(round)] += plain.back();
+        }
+        printScan(QStringLiteral("%1, %2 pictures").arg(QFileInfo(file).fileName()).arg(pictures), here, plain);
+    }
     double memory = 0;
     for (int round = 0; round < kRounds; ++round) {
         resetPeakMemory();
         ours.push_back(costOf([&] { scan(files); }));
         memory = std::max(memory, peakMemory());
-        literal.push_back(costOf([&] {
-            for (const QString &file : files)
-                takeThumbnails(file, false);
-        }));
     }
-    std::printf("| %d recordings of a sample disk %s | %.2f s | %.2f s | %.2f | memory at its peak: %.0f MiB |\n",
-                int(files.size()), which, median(ours), median(literal), median(ours) / median(literal), memory);
-    std::fflush(stdout);
+    printScan(QStringLiteral("altogether, memory at its peak: %1 MiB").arg(memory, 0, 'f', 0), ours, literal);
 }
 
 void compareDisk(const QString &folder)
@@ -241,13 +256,9 @@ void compareDisk(const QString &folder)
     while (found.hasNext())
         files << found.next();
     files.sort();
-    QStringList whole; // Those that end early are apart: what costs there is that the next picture does not exist.
-    QStringList early;
-    for (const QString &file : std::as_const(files))
-        (takeThumbnails(file, true) == 5 ? whole : early) << file;
-    compareScan("with all five pictures", whole);
-    compareScan("that end before, or do not open", early);
-    compareScan("altogether", files);
+    std::printf("| %d recordings of a sample disk | skipping | literal | ratio |\n|---|---|---|---|\n",
+                int(files.size()));
+    compareScans(files);
 }
 
 } // namespace
@@ -261,15 +272,24 @@ int main(int argc, char **argv)
     std::printf(
         "| recording of 60 s | skipping | literal | ratio | ffmpeg -vf select | ratio | ffmpegthumbnailer, five "
         "times | ratio |\n|---|---|---|---|---|---|---|---|\n");
-    const std::vector<std::string> h264 = {"-c:v", "libx264", "-preset", "veryfast", "-b:v", "8M", "-g",
-                                           "30",   "-bf",     "3",       "-c:a",     "ac3",  "-f", "mpegts"};
-    const std::vector<std::string> mpeg2 = {"-c:v", "mpeg2video", "-b:v", "4M",  "-g", "12",
-                                            "-bf",  "2",          "-c:a", "mp2", "-f", "mpegts"};
+    // As broadcasters encode: groups and their B pictures in a fixed pattern, and a decoder's buffer that is kept to.
+    const std::vector<std::string> h264 = {
+        "-c:v",          "libx264", "-preset", "veryfast", "-b:v", "8M",    "-maxrate",    "10M",
+        "-bufsize",      "8M",      "-g",      "30",       "-bf",  "3",     "-b_strategy", "0",
+        "-sc_threshold", "0",       "-c:a",    "ac3",      "-f",   "mpegts"};
+    // The rate runs high at first, and the grain leaves no B picture: all that lie in front of a wanted one are needed.
+    const std::vector<std::string> withoutB = {"-c:v", "libx264", "-preset", "veryfast", "-b:v", "8M", "-g",
+                                               "30",   "-bf",     "0",       "-c:a",     "ac3",  "-f", "mpegts"};
+    const std::vector<std::string> mpeg2 = {"-c:v",     "mpeg2video", "-b:v", "4M",    "-maxrate", "6M",
+                                            "-bufsize", "1835k",      "-g",   "12",    "-bf",      "2",
+                                            "-c:a",     "mp2",        "-f",   "mpegts"};
     const std::vector<std::string> hevc = {"-c:v", "libx265", "-preset",      "ultrafast",
                                            "-b:v", "8M",      "-x265-params", "log-level=error:keyint=50:bframes=3",
                                            "-c:a", "aac",     "-f",           "mpegts"};
     compareOne("1920x1080 H.264, interlaced",
                make(folder.path(), "hd.ts", {1920, 1080, ChromaFormat::Yuv420, true}, h264), folder.path());
+    compareOne("the same without B pictures",
+               make(folder.path(), "hd-p.ts", {1920, 1080, ChromaFormat::Yuv420, true}, withoutB), folder.path());
     compareOne("720x576 MPEG-2, interlaced",
                make(folder.path(), "sd.ts", {720, 576, ChromaFormat::Yuv420, true}, mpeg2), folder.path());
     compareOne("1920x1080 HEVC", make(folder.path(), "hevc.ts", {1920, 1080, ChromaFormat::Yuv420, false}, hevc),
