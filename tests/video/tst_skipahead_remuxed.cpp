@@ -48,10 +48,10 @@ private:
     }
 
     /// The stream `name`, its packets as they are, with what `options` make of their times and which they leave out.
-    QString remuxed(const QString &name, const QStringList &options)
+    QString remuxed(const QString &name, const QStringList &options) { return remuxedFile(whole[name], options); }
+    QString remuxedFile(const QString &path, const QStringList &options)
     {
-        return makeWithFFmpeg(folder.path(), "remuxed.ts",
-                              QStringList{"-copyts", "-i", whole[name], "-c", "copy"} + options);
+        return makeWithFFmpeg(folder.path(), "remuxed.ts", QStringList{"-copyts", "-i", path, "-c", "copy"} + options);
     }
 
     static void addNames()
@@ -95,6 +95,31 @@ private slots:
         QCOMPARE(result.delivered, 2);
         QVERIFY(result.counters.flushes >= 1);
         QVERIFY(result.counters.picturesDecoded > 9 * kGroup - 110);
+    }
+
+    void aFieldThatIsGone_isDecodedThroughInOrder_data()
+    {
+        QTest::addColumn<int>("packet");
+        QTest::newRow("the first of a frame") << 240;
+        QTest::newRow("the second") << 241;
+    }
+    void aFieldThatIsGone_isDecodedThroughInOrder()
+    {
+        QFETCH(const int, packet);
+        const auto fields = samplePath(QStringLiteral("h264-576i-12x11-bars.ts"));
+        if (!fields)
+            QSKIP("the folder with real captures is not here");
+        const QVector<int> targets = {60, 195};
+        const QString sound = remuxedFile(*fields, {"-map", "0:v:0"});
+        const SkipComparison complete = compareSkipping(sound, targets);
+        QCOMPARE(complete.difference, QString());
+        QCOMPARE(complete.delivered, 2);
+        const QString path =
+            remuxedFile(*fields, {"-map", "0:v:0", "-bsf:v", QStringLiteral("noise=drop='eq(n,%1)'").arg(packet)});
+        const SkipComparison result = compareSkipping(path, targets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QVERIFY(result.counters.picturesDecoded > complete.counters.picturesDecoded);
     }
 
     void aStepOfTheDisplayTimes_isDecodedThroughInOrder_data() { addNames(); }
