@@ -273,19 +273,22 @@ int main(int argc, char **argv)
         "| recording of 60 s | skipping | literal | ratio | ffmpeg -vf select | ratio | ffmpegthumbnailer, five "
         "times | ratio |\n|---|---|---|---|---|---|---|---|\n");
     // As broadcasters encode: groups and their B pictures in a fixed pattern, and a decoder's buffer that is kept to.
-    const std::vector<std::string> h264 = {
-        "-c:v",          "libx264", "-preset", "veryfast", "-b:v", "8M",    "-maxrate",    "10M",
-        "-bufsize",      "8M",      "-g",      "30",       "-bf",  "3",     "-b_strategy", "0",
-        "-sc_threshold", "0",       "-c:a",    "ac3",      "-f",   "mpegts"};
-    // The rate runs high at first, and the grain leaves no B picture: all that lie in front of a wanted one are needed.
-    const std::vector<std::string> withoutB = {"-c:v", "libx264", "-preset", "veryfast", "-b:v", "8M", "-g",
-                                               "30",   "-bf",     "0",       "-c:a",     "ac3",  "-f", "mpegts"};
-    const std::vector<std::string> mpeg2 = {"-c:v",     "mpeg2video", "-b:v", "4M",    "-maxrate", "6M",
-                                            "-bufsize", "1835k",      "-g",   "12",    "-bf",      "2",
-                                            "-c:a",     "mp2",        "-f",   "mpegts"};
-    const std::vector<std::string> hevc = {"-c:v", "libx265", "-preset",      "ultrafast",
-                                           "-b:v", "8M",      "-x265-params", "log-level=error:keyint=50:bframes=3",
-                                           "-c:a", "aac",     "-f",           "mpegts"};
+    // The groups' lengths have the wanted pictures lie in the middle of their groups, on average.
+    const std::vector<std::string> h264 = {"-c:v",          "libx264", "-preset",  "veryfast", "-g",          "28",
+                                           "-sc_threshold", "0",       "-bf",      "3",        "-b_strategy", "0",
+                                           "-b:v",          "8M",      "-maxrate", "10M",      "-bufsize",    "8M",
+                                           "-c:a",          "ac3",     "-f",       "mpegts"};
+    // All pictures in front of a wanted one are needed, and the rate runs high at first.
+    const std::vector<std::string> withoutB = {"-c:v",          "libx264", "-preset", "veryfast", "-g",   "28",
+                                               "-sc_threshold", "0",       "-bf",     "0",        "-b:v", "8M",
+                                               "-c:a",          "ac3",     "-f",      "mpegts"};
+    const std::vector<std::string> mpeg2 = {
+        "-c:v", "mpeg2video", "-g", "13",       "-sc_threshold", "1000000000", "-bf", "2",  "-b:v",
+        "4M",   "-maxrate",   "6M", "-bufsize", "1835k",         "-c:a",       "mp2", "-f", "mpegts"};
+    const std::vector<std::string> hevc = {
+        "-c:v", "libx265", "-preset",      "ultrafast",
+        "-b:v", "8M",      "-x265-params", "log-level=error:keyint=47:min-keyint=47:scenecut=0:bframes=3",
+        "-c:a", "aac",     "-f",           "mpegts"};
     compareOne("1920x1080 H.264, interlaced",
                make(folder.path(), "hd.ts", {1920, 1080, ChromaFormat::Yuv420, true}, h264), folder.path());
     compareOne("the same without B pictures",
