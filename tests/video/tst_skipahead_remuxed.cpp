@@ -15,8 +15,8 @@ const QVector<int> kTargets = {110, 260};
 void changeBehind(QByteArray &bytes, const QByteArray &mark, int first, int end, char (*change)(char))
 {
     int number = 0;
-    for (int at = bytes.indexOf(mark); at >= 0; at = bytes.indexOf(mark, at + 1), ++number) {
-        const int place = at + int(mark.size());
+    for (auto at = bytes.indexOf(mark); at >= 0; at = bytes.indexOf(mark, at + 1), ++number) {
+        const auto place = at + mark.size();
         if (number >= first && number < end && place < bytes.size())
             bytes[place] = change(bytes.at(place));
     }
@@ -172,7 +172,7 @@ private slots:
     {
         QByteArray bytes = readFile(whole["h264-open"]);
         const QByteArray recoveryPoint("\x06\x06\x01", 3);
-        const int before = bytes.count(recoveryPoint + '\xC4');
+        const auto before = bytes.count(recoveryPoint + '\xC4');
         QVERIFY(before > 10);
         changeBehind(bytes, recoveryPoint, 0, kFrames, [](char byte) { return char(byte & ~0x40); });
         QCOMPARE(bytes.count(recoveryPoint + '\x84'), before);
