@@ -19,10 +19,15 @@ target_compile_features(quorvale_flags INTERFACE cxx_std_17)
 target_compile_options(quorvale_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<BOOL:${QUORVALE_WERROR}>:-Werror>)
+# The rooms are what sanitizers look at; ThreadSanitizer has to see every thread, those of the tests as well.
+set(quorvale_instrumentation)
 if(QUORVALE_SANITIZE)
-  target_compile_options(quorvale_flags INTERFACE
+  set(quorvale_instrumentation
     -fsanitize=${QUORVALE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(quorvale_flags INTERFACE -fsanitize=${QUORVALE_SANITIZE})
+  if(QUORVALE_SANITIZE MATCHES thread)
+    target_compile_options(quorvale_flags INTERFACE ${quorvale_instrumentation})
+  endif()
 endif()
 
 # quorvale_add_room(<room> <source>...)
@@ -33,4 +38,5 @@ function(quorvale_add_room room)
   target_include_directories(quorvale_${room} PUBLIC "${quorvale_SOURCE_DIR}")
   target_compile_features(quorvale_${room} PUBLIC cxx_std_17)
   target_link_libraries(quorvale_${room} PRIVATE quorvale_flags)
+  target_compile_options(quorvale_${room} PRIVATE ${quorvale_instrumentation})
 endfunction()

@@ -1,6 +1,6 @@
-# Most of compiling a source is reading the toolkit's headers, so these are read once for many. A compiler cache does
-# better, and does not see through precompiled headers: where there is one, every source reads its own, which also shows
-# if one forgot to include what it uses.
+# Most of compiling a test is reading the toolkit's headers, so these are read once for many. A compiler cache does
+# better, and does not see through precompiled headers: where there is one, every test reads its own, which also shows
+# if one forgot to include what it uses. The rooms always do.
 
 set(quorvale_precompiles OFF)
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -30,6 +30,3 @@ function(quorvale_use_precompiled target name)
 endfunction()
 
 set(quorvale_common_headers <QtCore> <algorithm> <functional> <memory> <string> <vector>)
-if(QUORVALE_SANITIZE) # Other builds show whether the rooms include what they use.
-  quorvale_precompile(widget_room COMPONENT Widgets HEADERS ${quorvale_common_headers} <QtWidgets>)
-endif()

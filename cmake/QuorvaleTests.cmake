@@ -45,6 +45,10 @@ function(quorvale_group_test test)
 endfunction()
 
 set(quorvale_test_options -O0) # A test is compiled more often than it takes long.
+set(quorvale_test_definitions QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
+if(QUORVALE_SANITIZE)
+  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # memory and time are not what they are elsewhere
+endif()
 quorvale_precompile(core_test COMPONENT Core OPTIONS ${quorvale_test_options} HEADERS ${quorvale_common_headers})
 quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_options}
   HEADERS ${quorvale_common_headers} <QtWidgets>)
@@ -74,7 +78,7 @@ function(quorvale_add_test test)
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
   endif()
   target_link_libraries(${name} PRIVATE quorvale_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
-  target_compile_definitions(${name} PRIVATE QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
+  target_compile_definitions(${name} PRIVATE ${quorvale_test_definitions})
   if(arg_LINK MATCHES "quorvale_(app|thumbs)")
     quorvale_use_precompiled(${name} widget_test)
   elseif(NOT arg_LINK MATCHES "quorvale_platform")

@@ -37,7 +37,7 @@ constexpr double kReadingsPerByte = 12;
 constexpr double kFewBytes = 1024 * 1024;
 
 // What the process may hold, libraries and pixmaps included. A memory checker keeps what was freed for a while.
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef QUORVALE_SANITIZED
 constexpr qint64 kMostResidentKiB = 1024 * 1024;
 #else
 constexpr qint64 kMostResidentKiB = 192 * 1024;

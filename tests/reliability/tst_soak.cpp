@@ -34,7 +34,7 @@ constexpr qint64 kMostKiBAThread = 128;
 constexpr qint64 kMostKiBAnEndedThread = 12;
 constexpr qint64 kSlackKiB = 24 * 1024; // what the allocator keeps at hand of the packets that waited to be decoded
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QUORVALE_SANITIZED
 constexpr bool kMemoryIsOurs = false; // A checker keeps what was freed.
 #else
 constexpr bool kMemoryIsOurs = true;

@@ -11,7 +11,7 @@
 #include <malloc.h>
 #endif
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QUORVALE_SANITIZED
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;

@@ -14,7 +14,7 @@ namespace {
 
 // Under a memory checker a sought picture costs many times as much, and every way through the code is taken by a few of
 // them: only so many are sought there. Reading forwards stays complete.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QUORVALE_SANITIZED
 constexpr int kStepFactor = 8;
 #else
 constexpr int kStepFactor = 1;

@@ -15,9 +15,9 @@ struct Capture
 };
 
 const Capture kCaptures[] = {
-    {"mpeg2-704x576i-16x11-subs.ts", 5, {}},
+    {"mpeg2-704x576i-16x11-subs.ts", 2, {}},
     {"h264-576i-16x11-eac3.ts", 61, {0, {48}}},
-    {"h264-576i-12x11-bars.ts", 5, {0, {247}}},
+    {"h264-576i-12x11-bars.ts", 2, {0, {247}}},
     {"h264-1080i5994-dirtystart-mp2.ts", 73, {}},
     // The first packet has no decode timestamp, so there is nothing to seek to before the second row.
     {"h264-234p-61s-truncated.ts", 37, {150, {}}},
