@@ -91,8 +91,9 @@ function(quorvale_add_test test)
   file(MAKE_DIRECTORY "${settings}")
   set(environment ${QUORVALE_SANITIZER_ENVIRONMENT})
   if(folder MATCHES "^(thumbs|platform|app)$")
-    # The toolkit keeps no frame pointers: without a slow walk up the stack, what it leaks cannot be told from ours.
-    list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0")
+    # The toolkit keeps no frame pointers: without a slow walk up the stack, what it leaks cannot be told from ours. Who
+    # leaks stands among the first frames.
+    list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
   endif()
   set_tests_properties(${test} PROPERTIES
     TIMEOUT ${arg_TIMEOUT}
