@@ -16,14 +16,14 @@ struct Capture
 
 const Capture kCaptures[] = {
     {"mpeg2-704x576i-16x11-subs.ts", 2, {}},
-    {"h264-576i-16x11-eac3.ts", 61, {0, {48}}},
+    {"h264-576i-16x11-eac3.ts", 31, {0, {48}}},
     {"h264-576i-12x11-bars.ts", 2, {0, {247}}},
-    {"h264-1080i5994-dirtystart-mp2.ts", 73, {}},
+    {"h264-1080i5994-dirtystart-mp2.ts", 37, {}},
     // The first packet has no decode timestamp, so there is nothing to seek to before the second row.
-    {"h264-234p-61s-truncated.ts", 37, {150, {}}},
-    {"hevc-main10-360p-12s.ts", 127, {}},
-    {"bd-1080i-5s.m2ts", 83, {}},
-    {"akiyo-x265.265", 61, {}},
+    {"h264-234p-61s-truncated.ts", 17, {150, {}}},
+    {"hevc-main10-360p-12s.ts", 61, {}},
+    {"bd-1080i-5s.m2ts", 41, {}},
+    {"akiyo-x265.265", 31, {}},
 };
 
 } // namespace
