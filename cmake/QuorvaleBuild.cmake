@@ -18,7 +18,14 @@ add_library(quorvale_flags INTERFACE)
 target_compile_features(quorvale_flags INTERFACE cxx_std_17)
 target_compile_options(quorvale_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments> # QtTest's macros
   $<$<BOOL:${QUORVALE_WERROR}>:-Werror>)
+if(QUORVALE_BUILD_TESTS)
+  # A hundred tests are linked, with the sanitizers' libraries in each: most linkers take longer for it than the compiler.
+  include(CheckLinkerFlag)
+  check_linker_flag(CXX -fuse-ld=lld QUORVALE_LINKS_WITH_LLD)
+  target_link_options(quorvale_flags INTERFACE $<$<BOOL:${QUORVALE_LINKS_WITH_LLD}>:-fuse-ld=lld>)
+endif()
 # The rooms are what sanitizers look at; ThreadSanitizer has to see every thread, those of the tests as well.
 set(quorvale_instrumentation)
 if(QUORVALE_SANITIZE)

@@ -71,9 +71,10 @@ function(quorvale_add_test test)
   if(arg_SOURCES)
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
   else()
-    # AUTOMOC would look for more classes, and compile an empty file where there are none.
+    # AUTOMOC would look for more classes, and compile an empty file where there are none. Without the target, moc knows
+    # no folder of headers and reads none: what it has to know of a test stands in the test itself.
     cmake_language(CALL qt${QUORVALE_QT}_generate_moc
-      "${quorvale_SOURCE_DIR}/tests/${test}.cpp" "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc" TARGET ${name})
+      "${quorvale_SOURCE_DIR}/tests/${test}.cpp" "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
     target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
   endif()

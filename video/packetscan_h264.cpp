@@ -20,9 +20,7 @@ enum Unit : int {
 
 constexpr int kRecoveryPoint = 6; // type of supplemental information
 
-// Slice types; 5 is added where all slices of the picture have the same one.
-constexpr std::uint32_t kSliceP = 0;
-constexpr std::uint32_t kSliceB = 1;
+// Slice types are 0 for P, 1 for B and 2 for I, and 5 more where all slices of the picture have the same one.
 constexpr std::uint32_t kSliceI = 2;
 
 constexpr int kLargestExponent = 12; // bits of frame numbers and orders beyond the least 4

@@ -3,7 +3,7 @@
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
 
-QMap<QString, QString> makeWholeStreams(const QString &folder, int frames)
+QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const QSize &size)
 {
     QMap<QString, QString> paths;
     const auto add = [&](const QString &fileName, const QStringList &encoder, bool interlaced = false,
@@ -12,6 +12,8 @@ QMap<QString, QString> makeWholeStreams(const QString &folder, int frames)
         stream.fileName = fileName;
         stream.encoder = encoder;
         stream.frames = frames;
+        stream.width = size.width();
+        stream.height = size.height();
         stream.interlaced = interlaced;
         stream.sound = sound;
         paths[fileName] = makeStream(folder, stream);

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <QMap>
+#include <QSize>
 #include <QString>
 
-/// Streams of `frames` pictures in `folder`, one for each way of coding: path by name. A path is empty where the stream
-/// could not be made.
-[[nodiscard]] QMap<QString, QString> makeWholeStreams(const QString &folder, int frames);
+/// Streams of `frames` pictures of `size` in `folder`, one for each way of coding: path by name. A path is empty where
+/// the stream could not be made.
+[[nodiscard]] QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const QSize &size);
 
 /// The same streams with something missing or added, made from what makeWholeStreams() returned.
 [[nodiscard]] QMap<QString, QString> makeDamagedStreams(const QString &folder, const QMap<QString, QString> &whole);

@@ -85,7 +85,7 @@ private:
 private slots:
     void initTestCase()
     {
-        paths = makeWholeStreams(folder.path(), kFrames);
+        paths = makeWholeStreams(folder.path(), kFrames, {320, 240});
         paths.insert(makeDamagedStreams(folder.path(), paths));
         for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
             QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));

@@ -14,6 +14,7 @@ namespace {
 
 // Room for two of a thumbnail scan's pictures and what is looked at behind them.
 constexpr int kFrames = 330;
+constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
 bool isDense()
 {
@@ -37,10 +38,8 @@ private:
         stream.fileName = fileName;
         stream.encoder = encoder;
         stream.frames = frames;
-        if (frames > kFrames) { // What is counted in long streams does not depend on the size.
-            stream.width = 160;
-            stream.height = 128;
-        }
+        stream.width = kSize.width();
+        stream.height = kSize.height();
         return paths[fileName] = makeStream(folder.path(), stream);
     }
 
@@ -60,7 +59,7 @@ private:
 private slots:
     void initTestCase()
     {
-        paths = makeWholeStreams(folder.path(), kFrames);
+        paths = makeWholeStreams(folder.path(), kFrames, kSize);
         paths.insert(makeDamagedStreams(folder.path(), paths));
         const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-bf", "3"};
         const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params"};

@@ -27,12 +27,14 @@ private:
     QString mpeg2;
     QString hevc;
 
-    QString make(const QString &fileName, const QStringList &encoder)
+    QString make(const QString &fileName, const QStringList &encoder, const QSize &size = {176, 144})
     {
         TestStream stream;
         stream.fileName = fileName;
         stream.encoder = encoder;
         stream.frames = kFrames;
+        stream.width = size.width();
+        stream.height = size.height();
         return makeStream(folder.path(), stream);
     }
 
@@ -64,7 +66,7 @@ private slots:
     void initTestCase()
     {
         h264 = make("h264.ts", h264Encoder());
-        mpeg2 = make("mpeg2.ts", {"-c:v", "mpeg2video", "-q:v", "4", "-g", "20", "-bf", "2"});
+        mpeg2 = make("mpeg2.ts", {"-c:v", "mpeg2video", "-q:v", "4", "-g", "20", "-bf", "2"}, {320, 240});
         hevc = make("hevc.ts", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params",
                                 "keyint=20:min-keyint=20:scenecut=0:open-gop=0:log-level=none"});
         QVERIFY(!h264.isEmpty() && !mpeg2.isEmpty() && !hevc.isEmpty());
@@ -166,13 +168,8 @@ private slots:
 
     void anotherSize_isDecodedThroughInOrder()
     {
-        TestStream stream;
-        stream.fileName = "size.ts";
-        stream.encoder = h264Encoder() + QStringList{"-output_ts_offset", "16"};
-        stream.frames = kFrames;
-        stream.width = 176;
-        stream.height = 144;
-        const QByteArray second = readFile(makeStream(folder.path(), stream));
+        const QByteArray second =
+            readFile(make("size.ts", h264Encoder() + QStringList{"-output_ts_offset", "16"}, {320, 240}));
         const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
         const SkipComparison result = compareSkipping(both, {300, 500, 700});
         QCOMPARE(result.difference, QString());
