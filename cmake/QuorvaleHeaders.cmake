@@ -1,9 +1,9 @@
 # Most of compiling a test is reading the toolkit's headers, so these are read once for many. A compiler cache does
 # better, and does not see through precompiled headers: where there is one, every test reads its own, which also shows
-# if one forgot to include what it uses. The rooms always do.
+# if one forgot to include what it uses. The rooms always do. ThreadSanitizer looks at too few tests for it.
 
 set(quorvale_precompiles OFF)
-if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QUORVALE_SANITIZE MATCHES thread)
   set(quorvale_precompiles ON)
   file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/headers.cpp" "")
 endif()
