@@ -201,6 +201,32 @@ private slots:
         QVERIFY(fallbacks >= 1);
     }
 
+    void theTable_isCompleted_whereTheFileIsReadAgainOnTheWay()
+    {
+        const QString damaged = changed(h264, [&](QByteArray &bytes) {
+            const int packet = videoPacket(bytes, 27, 0.4, 2);
+            for (int i = 20; i < 180; ++i)
+                bytes[packet * transportstream::kPacketSize + i] = char(i * 37 % 251 + 4);
+        });
+        FFVideo plain;
+        QVERIFY(plain.Open(QFile::encodeName(damaged).constData(), false, FFVideo::FF_ACCESS_READ));
+        FFVideo video;
+        video.setSkipAhead(true);
+        QVERIFY(video.Open(QFile::encodeName(damaged).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(video.seekToFrame(5 * kGroup)); // a key picture: completing goes on from it
+        QCOMPARE(video.skipAheadCounters().flushes, 1);
+        video.completeSeekTable();
+        QCOMPARE(video.skipAheadCounters().fullFallbacks, 1);
+        QVERIFY(video.keyFrames.complete);
+        QCOMPARE(video.frameCount, plain.frameCount);
+        QCOMPARE(video.keyFrames.count, plain.keyFrames.count);
+        for (int row = 0; row < plain.keyFrames.count; ++row) {
+            QCOMPARE(video.keyFrames.entries[row].frame, plain.keyFrames.entries[row].frame);
+            QCOMPARE(video.keyFrames.entries[row].seekDts, plain.keyFrames.entries[row].seekDts);
+            QCOMPARE(video.keyFrames.entries[row].frameDts, plain.keyFrames.entries[row].frameDts);
+        }
+    }
+
     void muchDamageThatNoPacketShows_costsTwiceThePlainWayAtMost()
     {
         // In the data of pictures of every group with a wanted one; their headers still count.
