@@ -42,16 +42,20 @@ ffmpeg::DecoderPtr makeDecoder(const AVStream &stream, const AVCodec *codec)
     return decoder;
 }
 
-// Options for the decoders with which probing looks at the streams that are known by now. Of those that it meets only
-// later it knows no options; the bound on single pieces of memory is left for them.
+// Options for the decoders with which probing looks at the streams that are known by now: their pictures are looked at
+// for their kind and their order alone. Of streams that it meets only later it knows no options; the bound on single
+// pieces of memory is left for them.
 class ProbeOptions
 {
 public:
     explicit ProbeOptions(unsigned streams)
         : m_options(streams)
     {
-        for (AVDictionary *&options : m_options)
+        for (AVDictionary *&options : m_options) {
             av_dict_set_int(&options, "max_pixels", kMostPixels, 0);
+            av_dict_set(&options, "skip_loop_filter", "all", 0);
+            av_dict_set(&options, "skip_idct", "all", 0);
+        }
     }
     ~ProbeOptions()
     {
