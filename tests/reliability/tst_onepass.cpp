@@ -1,0 +1,70 @@
+// How the scanner goes over a recording on a slow disk: once, from its beginning on, and not beyond what it needs.
+
+#include "tests/support/faultydisk.h"
+#include "tests/support/teststreams.h"
+#include "thumbs/thumbnailscanner.h"
+#include "video/ffvideo.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_OnePass : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void scan_seeksNoMoreThanOpeningDoes_data();
+    void scan_seeksNoMoreThanOpeningDoes();
+
+private:
+    const QTemporaryDir dir;
+};
+
+void tst_OnePass::initTestCase()
+{
+    QVERIFY(dir.isValid());
+}
+
+void tst_OnePass::scan_seeksNoMoreThanOpeningDoes_data()
+{
+    QTest::addColumn<QStringList>("encoder");
+    QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
+    QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
+}
+
+void tst_OnePass::scan_seeksNoMoreThanOpeningDoes()
+{
+    QFETCH(const QStringList, encoder);
+    const QString path = makeStream(dir.path(), {"whole.ts", encoder + QStringList{"-f", "mpegts"}, 1500});
+    QVERIFY(!path.isEmpty());
+    const std::int64_t size = QFile(path).size();
+
+    faultydisk::Watch watch(path.toStdString());
+    {
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+    }
+    const faultydisk::Counts opening = watch.onMainThread();
+    watch.resetCounts();
+
+    ThumbnailScanner scanner;
+    scanner.files = QStringList{path};
+    int pictures = 0;
+    connect(&scanner, &ThumbnailScanner::gotThumbs, &scanner,
+            [&](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
+                pictures = int(small.size());
+                qDeleteAll(small);
+                qDeleteAll(large);
+            });
+    scanner.process();
+    const faultydisk::Counts scan = watch.onMainThread();
+    QCOMPARE(pictures, 5);
+    QCOMPARE(scan.seeks, opening.seeks);
+    // Up to the last picture, and what is looked at behind it: half of the recording.
+    QVERIFY(scan.bytesRead <= opening.bytesRead + size * 6 / 10);
+}
+
+QTEST_MAIN(tst_OnePass)
+#include "tst_onepass.moc"
