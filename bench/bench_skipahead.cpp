@@ -273,11 +273,14 @@ int main(int argc, char **argv)
         "| recording of 60 s | skipping | literal | ratio | ffmpeg -vf select | ratio | ffmpegthumbnailer, five "
         "times | ratio |\n|---|---|---|---|---|---|---|---|\n");
     // As broadcasters encode: groups and their B pictures in a fixed pattern, and a decoder's buffer that is kept to.
-    // The groups' lengths have the wanted pictures lie in the middle of their groups, on average.
-    const std::vector<std::string> h264 = {"-c:v",          "libx264", "-preset",  "veryfast", "-g",          "28",
-                                           "-sc_threshold", "0",       "-bf",      "3",        "-b_strategy", "0",
-                                           "-b:v",          "8M",      "-maxrate", "10M",      "-bufsize",    "8M",
-                                           "-c:a",          "ac3",     "-f",       "mpegts"};
+    // Groups last about a second, or half of one. Their lengths have the wanted pictures lie in the middle of their
+    // groups, on average.
+    const auto h264 = [](const char *group) {
+        return std::vector<std::string>{"-c:v",          "libx264", "-preset",  "veryfast", "-g",          group,
+                                        "-sc_threshold", "0",       "-bf",      "3",        "-b_strategy", "0",
+                                        "-b:v",          "8M",      "-maxrate", "10M",      "-bufsize",    "8M",
+                                        "-c:a",          "ac3",     "-f",       "mpegts"};
+    };
     // All pictures in front of a wanted one are needed, and the rate runs high at first.
     const std::vector<std::string> withoutB = {"-c:v",          "libx264", "-preset", "veryfast", "-g",   "28",
                                                "-sc_threshold", "0",       "-bf",     "0",        "-b:v", "8M",
@@ -287,16 +290,18 @@ int main(int argc, char **argv)
         "4M",   "-maxrate",   "6M", "-bufsize", "1835k",         "-c:a",       "mp2", "-f", "mpegts"};
     const std::vector<std::string> hevc = {
         "-c:v", "libx265", "-preset",      "ultrafast",
-        "-b:v", "8M",      "-x265-params", "log-level=error:keyint=47:min-keyint=47:scenecut=0:bframes=3",
+        "-b:v", "8M",      "-x265-params", "log-level=error:keyint=28:min-keyint=28:scenecut=0:bframes=3",
         "-c:a", "aac",     "-f",           "mpegts"};
-    compareOne("1920x1080 H.264, interlaced",
-               make(folder.path(), "hd.ts", {1920, 1080, ChromaFormat::Yuv420, true}, h264), folder.path());
-    compareOne("the same without B pictures",
-               make(folder.path(), "hd-p.ts", {1920, 1080, ChromaFormat::Yuv420, true}, withoutB), folder.path());
-    compareOne("720x576 MPEG-2, interlaced",
-               make(folder.path(), "sd.ts", {720, 576, ChromaFormat::Yuv420, true}, mpeg2), folder.path());
-    compareOne("1920x1080 HEVC", make(folder.path(), "hevc.ts", {1920, 1080, ChromaFormat::Yuv420, false}, hevc),
+    const PictureFormat hd = {1920, 1080, ChromaFormat::Yuv420, true};
+    compareOne("1920x1080 H.264, interlaced, groups of 28 pictures", make(folder.path(), "hd.ts", hd, h264("28")),
                folder.path());
+    compareOne("the same with groups of 14", make(folder.path(), "hd-14.ts", hd, h264("14")), folder.path());
+    compareOne("the same with groups of 28, without B pictures", make(folder.path(), "hd-p.ts", hd, withoutB),
+               folder.path());
+    compareOne("720x576 MPEG-2, interlaced, groups of 13",
+               make(folder.path(), "sd.ts", {720, 576, ChromaFormat::Yuv420, true}, mpeg2), folder.path());
+    compareOne("1920x1080 HEVC, groups of 28",
+               make(folder.path(), "hevc.ts", {1920, 1080, ChromaFormat::Yuv420, false}, hevc), folder.path());
     compareDisk(folder.path());
     return 0;
 }
