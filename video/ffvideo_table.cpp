@@ -8,9 +8,9 @@
 
 namespace {
 
-// While it lives, as the decoder must, pictures are decoded as far as their number, their kind and their timestamps go, and look rough. For
-// decoding to the end of a file that can be sought: the reader then stands behind the last picture, and every road back
-// to one leads over a seek, which empties the decoder.
+// While it lives, as the decoder must, pictures are decoded as far as their number, their kind and their timestamps go,
+// and look rough. For decoding to the end of a file that can be sought: the reader then stands behind the last picture,
+// and every road back to one leads over a seek, which empties the decoder.
 class PicturesUnseen
 {
 public:
