@@ -21,7 +21,7 @@ target_compile_options(quorvale_flags INTERFACE
   $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments> # QtTest's macros
   $<$<BOOL:${QUORVALE_WERROR}>:-Werror>)
 if(QUORVALE_BUILD_TESTS)
-  # A hundred tests are linked, with the sanitizers' libraries in each: most linkers take longer for it than the compiler.
+  # A hundred tests are linked, with the sanitizers' libraries in each: the usual linker takes a second for every one.
   include(CheckLinkerFlag)
   check_linker_flag(CXX -fuse-ld=lld QUORVALE_LINKS_WITH_LLD)
   target_link_options(quorvale_flags INTERFACE $<$<BOOL:${QUORVALE_LINKS_WITH_LLD}>:-fuse-ld=lld>)

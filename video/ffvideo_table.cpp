@@ -8,9 +8,9 @@
 
 namespace {
 
-// While it lives, as the decoder must, pictures are decoded as far as their number, their kind and their timestamps go,
-// and look rough. For decoding to the end of a file that can be sought: the reader then stands behind the last picture,
-// and every road back to one leads over a seek, which empties the decoder.
+// While it lives, pictures are decoded as far as their number, their kind and their timestamps go, and look rough. For
+// decoding to the end of a file that can be sought: the reader then stands behind the last picture, and every road back
+// to one leads over a seek, which empties the decoder. The decoder must outlive it.
 class PicturesUnseen
 {
 public:
@@ -67,7 +67,7 @@ void FFVideo::completeSeekTable()
     // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
-    // Behind a skip the file may have to be opened again on the way.
+    // Behind a skip the file may have to be opened again on the way, with another decoder.
     const bool keepsDecoder = !skipAhead || !skipAhead->hasRestarted();
     std::optional<PicturesUnseen> unseen;
     const bool seekable = formatContext->pb && (formatContext->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;

@@ -34,13 +34,8 @@ private:
 
     QString add(const QString &fileName, const QStringList &encoder, int frames = kFrames)
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = frames;
-        stream.width = kSize.width();
-        stream.height = kSize.height();
-        return paths[fileName] = makeStream(folder.path(), stream);
+        return paths[fileName] =
+                   makeStream(folder.path(), {fileName, encoder, frames, false, false, kSize.width(), kSize.height()});
     }
 
     static bool open(FFVideo &video, const QString &path)

@@ -29,13 +29,7 @@ private:
 
     QString make(const QString &fileName, const QStringList &encoder, const QSize &size = {176, 144})
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = kFrames;
-        stream.width = size.width();
-        stream.height = size.height();
-        return makeStream(folder.path(), stream);
+        return makeStream(folder.path(), {fileName, encoder, kFrames, false, false, size.width(), size.height()});
     }
 
     static QStringList h264Encoder()

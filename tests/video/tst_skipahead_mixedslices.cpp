@@ -34,13 +34,7 @@ private:
 
     QString make(const QString &fileName, int frames, const QStringList &encoder)
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = frames;
-        stream.width = 160;
-        stream.height = 128;
-        return makeStream(folder.path(), stream);
+        return makeStream(folder.path(), {fileName, encoder, frames, false, false, 160, 128});
     }
 
     // The stream with P pictures, but slice `which` of picture kMixed is I.
