@@ -8,7 +8,7 @@
 #include "thumbs/thumbnailsize.h"
 #include "tools/sampledisk/sampledisk.h"
 #include "tools/testpicture/numberedstream.h"
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 #include <QApplication>

@@ -4,8 +4,8 @@
 #include "bench/recordings.h"
 #include "tools/testpicture/ffmpegprocess.h"
 #include "tools/testpicture/numberedpicture.h"
+#include "video/colour/yuv2rgbrow.h"
 #include "video/ffvideo.h"
-#include "video/yuv2rgbrow.h"
 
 extern "C" {
 #include <libswscale/swscale.h>

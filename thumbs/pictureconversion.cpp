@@ -1,7 +1,7 @@
 #include "thumbs/pictureconversion.h"
 
 #include "video/bridgeimage.h"
-#include "video/yuv2rgbrow.h"
+#include "video/colour/yuv2rgbrow.h"
 
 #include <algorithm>
 #include <cstdint>

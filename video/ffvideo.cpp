@@ -1,9 +1,9 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
-#include "video/picturelimits.h"
-#include "video/pixelformats.h"
-#include "video/skipahead.h"
+#include "video/exact/skipahead.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/pixelformats.h"
 
 extern "C" {
 #include <libavutil/mem.h>

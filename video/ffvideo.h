@@ -1,9 +1,9 @@
 #pragma once
 
 #include "video/bridgeimage.h"
-#include "video/ffmpeg_ptr.h"
+#include "video/exact/skipaheadcounters.h"
+#include "video/ffmpeg/pointers.h"
 #include "video/keyframetable.h"
-#include "video/skipaheadcounters.h"
 
 #include <cstdint>
 #include <list>

@@ -1,6 +1,6 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/saturate.h"
 
 extern "C" {

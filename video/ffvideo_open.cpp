@@ -1,11 +1,11 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/exact/skipahead.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/singleinput.h"
 #include "video/framecount.h"
-#include "video/picturelimits.h"
 #include "video/saturate.h"
-#include "video/singleinput.h"
-#include "video/skipahead.h"
 
 extern "C" {
 #include <libavutil/dict.h>

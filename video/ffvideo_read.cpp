@@ -1,7 +1,7 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
-#include "video/pixelformats.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pixelformats.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
-#include "video/skipahead.h"
+#include "video/exact/skipahead.h"
+#include "video/ffmpeg/compat.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 #include "video/ffvideo.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/exact/skipahead.h"
+#include "video/ffmpeg/compat.h"
 #include "video/saturate.h"
-#include "video/skipahead.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 /// Counts the pictures that a reader's decoder begins, by way of the buffers that it asks for. Fields of one picture

@@ -1,8 +1,8 @@
 #include "tests/video/everypicture.h"
 
 #include "tests/support/picture.h"
-#include "video/ffmpeg_compat.h"
-#include "video/pixelformats.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pixelformats.h"
 
 #include <QtGlobal>
 

@@ -3,7 +3,7 @@
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/videopackets.h"
-#include "video/deliveryorder.h"
+#include "video/exact/deliveryorder.h"
 #include "video/ffvideo.h"
 
 #include <QtTest>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/video/packetunits.h"
-#include "video/packetfacts.h"
+#include "video/bitstream/packetfacts.h"
 
 #include <QMap>
 #include <QObject>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "video/ffmpeg_compat.h"
-#include "video/ffmpeg_ptr.h"
-#include "video/startcodes.h"
+#include "video/bitstream/startcodes.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pointers.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,9 +1,9 @@
 #include "tests/video/skipcomparison.h"
 
 #include "tests/support/picture.h"
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pixelformats.h"
 #include "video/ffvideo.h"
-#include "video/pixelformats.h"
 
 #include <QFile>
 

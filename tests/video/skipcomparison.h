@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/skipaheadcounters.h"
+#include "video/exact/skipaheadcounters.h"
 
 #include <QString>
 #include <QVector>

@@ -1,4 +1,4 @@
-#include "video/deliveryorder.h"
+#include "video/exact/deliveryorder.h"
 
 #include <QtTest>
 

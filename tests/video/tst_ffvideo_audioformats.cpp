@@ -1,7 +1,7 @@
 #include "tests/support/oracle.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/audiopieces.h"
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 #include <QTemporaryDir>

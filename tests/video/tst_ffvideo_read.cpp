@@ -2,7 +2,7 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 extern "C" {

@@ -1,5 +1,5 @@
+#include "video/ffmpeg/pixelformats.h"
 #include "video/ffvideo.h"
-#include "video/pixelformats.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/videopackets.h"
-#include "video/readahead.h"
+#include "video/exact/readahead.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

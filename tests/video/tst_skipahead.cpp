@@ -4,7 +4,7 @@
 #include "tests/video/everypicture.h"
 #include "tests/video/skipcomparison.h"
 #include "tests/video/streamset.h"
-#include "video/readahead.h"
+#include "video/exact/readahead.h"
 
 #include <QFile>
 #include <QTemporaryDir>

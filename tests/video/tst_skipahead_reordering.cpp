@@ -1,6 +1,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/skipcomparison.h"
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 #include <QTemporaryDir>

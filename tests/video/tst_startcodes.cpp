@@ -1,5 +1,5 @@
-#include "video/parametersets.h"
-#include "video/startcodes.h"
+#include "video/bitstream/parametersets.h"
+#include "video/bitstream/startcodes.h"
 
 #include <QtTest>
 

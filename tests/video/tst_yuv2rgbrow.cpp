@@ -1,5 +1,5 @@
+#include "video/colour/yuv2rgbrow.h"
 #include "video/yuv2rgb.h"
-#include "video/yuv2rgbrow.h"
 
 #include <QtTest>
 

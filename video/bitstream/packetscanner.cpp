@@ -1,7 +1,7 @@
-#include "video/packetscanner.h"
+#include "video/bitstream/packetscanner.h"
 
-#include "video/ffmpeg_compat.h"
-#include "video/packetscanners.h"
+#include "video/bitstream/packetscanners.h"
+#include "video/ffmpeg/compat.h"
 
 #include <utility>
 

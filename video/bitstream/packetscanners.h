@@ -1,7 +1,7 @@
 #pragma once
 
-#include "video/ordernumbers.h"
-#include "video/packetscanner.h"
+#include "video/bitstream/ordernumbers.h"
+#include "video/bitstream/packetscanner.h"
 
 #include <array>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/packetfacts.h"
+#include "video/bitstream/packetfacts.h"
 
 #include <cstdint>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "video/singleinput.h"
+#include "video/ffmpeg/singleinput.h"
 
 extern "C" {
 #include <libavformat/avformat.h>

@@ -1,4 +1,4 @@
-#include "video/yuv2rgbrow.h"
+#include "video/colour/yuv2rgbrow.h"
 
 #include <algorithm>
 #include <cassert>

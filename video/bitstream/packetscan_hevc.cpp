@@ -1,7 +1,7 @@
-#include "video/bitreader.h"
-#include "video/ffmpeg_compat.h"
-#include "video/packetscanners.h"
-#include "video/startcodes.h"
+#include "video/bitstream/bitreader.h"
+#include "video/bitstream/packetscanners.h"
+#include "video/bitstream/startcodes.h"
+#include "video/ffmpeg/compat.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
-#include "video/ffmpeg_compat.h"
-#include "video/packetscanners.h"
-#include "video/startcodes.h"
+#include "video/bitstream/packetscanners.h"
+#include "video/bitstream/startcodes.h"
+#include "video/ffmpeg/compat.h"
 
 namespace {
 

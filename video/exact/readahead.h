@@ -1,8 +1,8 @@
 #pragma once
 
-#include "video/ffmpeg_ptr.h"
-#include "video/packetscanner.h"
-#include "video/picturewindow.h"
+#include "video/bitstream/packetscanner.h"
+#include "video/exact/picturewindow.h"
+#include "video/ffmpeg/pointers.h"
 
 #include <cstdint>
 #include <deque>

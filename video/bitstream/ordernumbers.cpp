@@ -1,6 +1,6 @@
-#include "video/ordernumbers.h"
+#include "video/bitstream/ordernumbers.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 
 std::unique_ptr<OrderNumbers> OrderNumbers::make(const AVCodecParameters &stream)
 {

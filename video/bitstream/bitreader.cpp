@@ -1,4 +1,4 @@
-#include "video/bitreader.h"
+#include "video/bitstream/bitreader.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "video/pixelformats.h"
+#include "video/ffmpeg/pixelformats.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>

@@ -1,4 +1,4 @@
-#include "video/yuv2rgbkernel.h"
+#include "video/colour/yuv2rgbkernel.h"
 
 // Plain loops over integers of 8 and 16 bits, which the compiler turns into vectors; this file is compiled with -O3 for
 // that. No processor's own instructions are written out: the same loops are compiled several times instead, and what

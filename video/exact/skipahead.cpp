@@ -1,4 +1,4 @@
-#include "video/skipahead.h"
+#include "video/exact/skipahead.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "video/readahead.h"
+#include "video/exact/readahead.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 
 bool ReadAhead::fill()
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/yuv2rgbkernel.h"
+#include "video/colour/yuv2rgbkernel.h"
 
 #include <cstddef>
 #include <cstdint>

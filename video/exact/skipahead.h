@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/readahead.h"
+#include "video/exact/readahead.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/startcodes.h"
+#include "video/bitstream/startcodes.h"
 
 #include <cstdint>
 #include <map>

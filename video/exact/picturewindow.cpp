@@ -1,4 +1,4 @@
-#include "video/picturewindow.h"
+#include "video/exact/picturewindow.h"
 
 #include <algorithm>
 

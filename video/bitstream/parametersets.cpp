@@ -1,4 +1,4 @@
-#include "video/parametersets.h"
+#include "video/bitstream/parametersets.h"
 
 #include <algorithm>
 

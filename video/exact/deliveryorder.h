@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/picturewindow.h"
+#include "video/exact/picturewindow.h"
 
 #include <cstdint>
 #include <vector>

@@ -1,5 +1,5 @@
-#include "video/deliveryorder.h"
-#include "video/skipahead.h"
+#include "video/exact/deliveryorder.h"
+#include "video/exact/skipahead.h"
 
 #include <algorithm>
 #include <limits>

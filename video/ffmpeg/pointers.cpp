@@ -1,6 +1,6 @@
-#include "video/ffmpeg_ptr.h"
+#include "video/ffmpeg/pointers.h"
 
-#include "video/ffmpeg_compat.h"
+#include "video/ffmpeg/compat.h"
 
 #include <new>
 

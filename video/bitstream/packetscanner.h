@@ -1,7 +1,7 @@
 #pragma once
 
-#include "video/packetfacts.h"
-#include "video/parametersets.h"
+#include "video/bitstream/packetfacts.h"
+#include "video/bitstream/parametersets.h"
 
 #include <memory>
 

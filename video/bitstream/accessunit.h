@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+
+namespace quorvale {
+
+/// What is coded as one picture: pic_structure (ITU-T H.262, 6.3.10), field_pic_flag and bottom_field_flag (ITU-T
+/// H.264, 7.4.3).
+enum class PictureStructure : std::uint8_t { Frame, TopField, BottomField };
+
+/// How decoding can begin at a picture, if at all.
+enum class RandomAccess : std::uint8_t {
+    None,
+    Idr,                  ///< H.264, HEVC: instantaneous decoding refresh
+    Bla,                  ///< HEVC: broken link access
+    Cra,                  ///< HEVC: clean random access
+    RecoveryPoint,        ///< H.264: I slices, recovery_frame_cnt 0, exact_match_flag 1, broken_link_flag 0
+    InexactRecoveryPoint, ///< the same with exact_match_flag 0: the standard promises nothing
+    SequenceHeader,       ///< H.262: an I picture with a sequence header of its own
+};
+
+/// What one access unit says about itself without being decoded. A field in a unit of its own counts as one.
+/// Everything is read from untrusted bytes: what cannot be understood makes `onePicture` false or a flag true.
+struct AccessUnit
+{
+    /// Holds the slices of exactly one frame or field, from its first one on and in order. Where it is false, only the
+    /// three flags about parameters and output say anything.
+    bool onePicture = false;
+    PictureStructure structure = PictureStructure::Frame;
+    RandomAccess randomAccess = RandomAccess::None;
+    bool isReference = true;     ///< other pictures may refer to it; false only where none does
+    bool startsSequence = false; ///< picture order counts start anew: H.264 IDR; HEVC IDR and BLA
+    /// Within one coded video sequence pictures are output by ascending count. For H.262, which has none, made from
+    /// the types of the pictures.
+    std::int64_t pictureOrderCount = 0;
+    std::uint32_t frameNum = 0; ///< H.264: frame_num, the same in both fields of a frame
+
+    bool parametersChanged = false; ///< a parameter set differs from the last one with its id, or cannot be read
+    bool newParameters = false;     ///< holds a parameter set with an id that was not seen before
+    bool mayWithholdOutput = false; ///< the stream may tell the decoder not to output pictures
+};
+
+} // namespace quorvale
