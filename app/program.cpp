@@ -1,6 +1,7 @@
+#include "app/program.h"
+
 #include "app/qtversion.h"
 #include "app/viewer.h"
-
 #include "platform/descriptorlimit.h"
 #include "thumbs/scanthreads.h"
 
@@ -22,7 +23,7 @@ int showWindow()
 
 } // namespace
 
-int main(int argc, char **argv)
+int quorvale::runProgram(int argc, char **argv)
 {
 #ifdef Q_OS_MACOS
     // The system's own user-interface font cannot be asked for by its name.
