@@ -27,6 +27,21 @@ constexpr int kDialogSpacing = 10;
 constexpr int kFormSpacing = 5;
 constexpr int kPathWidth = 300; // a usual mount point fits
 
+/// The two settings, in the store of Qt's default format. That is the system's own, unless a program has chosen another
+/// before the first window: tests and trial runs keep their settings in a text file, away from a person's own. On macOS
+/// nothing else would do, since the system's store cannot be moved.
+class SettingsStore : public QSettings
+{
+public:
+    SettingsStore()
+        : QSettings(QSettings::defaultFormat(), QSettings::UserScope, QLatin1String(kOrganisation),
+                    QLatin1String(kApplication))
+    {
+        useUtf8(*this);
+        beginGroup(QLatin1String(kGroup));
+    }
+};
+
 bool isKnownDateFormat(int format)
 {
     return format >= 0 && format < static_cast<int>(kStoredDateFormats.size());
@@ -36,12 +51,9 @@ bool isKnownDateFormat(int format)
 
 void Viewer::loadSettings()
 {
-    QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
-    useUtf8(settings);
-    settings.beginGroup(QLatin1String(kGroup));
+    SettingsStore settings;
     mountPoint = settings.value(QLatin1String(kMountPointKey), QStringLiteral("/Volumes")).toString();
     const QString stored = settings.value(QLatin1String(kDateFormatKey), QStringLiteral("ymd")).toString();
-    settings.endGroup();
 
     // A missing date order is year first, but one that cannot be understood leaves the order as it is.
     for (std::size_t format = 0; format < kStoredDateFormats.size(); ++format) {
@@ -55,12 +67,9 @@ void Viewer::saveSettings()
     const QString stored = isKnownDateFormat(dateFormat)
                                ? QString::fromLatin1(kStoredDateFormats[static_cast<std::size_t>(dateFormat)])
                                : QString();
-    QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
-    useUtf8(settings);
-    settings.beginGroup(QLatin1String(kGroup));
+    SettingsStore settings;
     settings.setValue(QLatin1String(kMountPointKey), mountPoint);
     settings.setValue(QLatin1String(kDateFormatKey), stored);
-    settings.endGroup();
 }
 
 void Viewer::Preferences()
