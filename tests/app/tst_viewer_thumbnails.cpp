@@ -105,6 +105,7 @@ void tst_ViewerThumbnails::load_startsOneScan_ofEveryProgramme()
     QVERIFY(viewer.thumbnailScanRunning);
     QVERIFY(viewer.scanThread->isRunning());
     QCOMPARE(viewer.scanThread->objectName(), QString("Quorvale-ThumbnailScanner"));
+    QCOMPARE(viewer.scanThread->priority(), QThread::InheritPriority);
     QVERIFY(!viewer.scanThread->parent());
     QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
     QCOMPARE(viewer.thumbnailCache.size(), 2);

@@ -18,6 +18,7 @@ private slots:
     void load_keepsTheOrderOfTheIndex();
     void load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow();
     void load_neverReadsTheFirst32KiB();
+    void load_readsOnlyWhatItNeeds_inTwoPiecesARecord();
     void load_carriesPlayPositionsOver_toRecordsWithoutMarker();
     void load_readsTheLastRecord_fromATruncatedFile();
     void load_givesAnEmptyList_whenTheIndexIsADirectory();
@@ -47,6 +48,26 @@ int openDescriptors()
     ::closedir(directory);
     return count;
 }
+
+// What this process has asked the system to read so far, without this look, which is of so many bytes itself.
+struct SystemReads
+{
+    SystemReads()
+    {
+        const QByteArray text = TestVolume::readFile("/proc/self/io"); // Linux has it.
+        look = text.size();
+        for (const QByteArray &line : text.split('\n')) {
+            if (line.startsWith("syscr: "))
+                calls = line.mid(7).toLongLong();
+            if (line.startsWith("rchar: "))
+                bytes = line.mid(7).toLongLong();
+        }
+    }
+
+    qint64 look = 0;
+    qint64 calls = 0;
+    qint64 bytes = 0;
+};
 
 } // namespace
 
@@ -105,6 +126,26 @@ void tst_RecordingsIndex::load_neverReadsTheFirst32KiB()
     const auto programmes = load(volume);
     QCOMPARE(programmes->size(), std::size_t(1));
     QCOMPARE(programmes->front().title, std::string("record 1"));
+}
+
+// A buffer between the system and the reader would fetch pages that nobody looks at, on a disk that may be slow.
+void tst_RecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
+{
+    if (SystemReads().calls == 0)
+        QSKIP("This system does not say what a process reads.");
+    constexpr int kRecords = 20;
+    constexpr qint64 kTexts = 3115; // up to the end of the description
+    constexpr qint64 kPlayPosition = 3;
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), QVector<RecordBytes>(kRecords, titled("a")).toList()));
+    const SystemReads first;
+    const SystemReads before;
+    const auto programmes = load(volume);
+    const SystemReads after;
+    QCOMPARE(programmes->size(), std::size_t(kRecords));
+    QCOMPARE(after.bytes - before.bytes - before.look, kRecords * (kTexts + kPlayPosition));
+    const qint64 callsOfALook = before.calls - first.calls;
+    QCOMPARE(after.calls - before.calls - callsOfALook, qint64(kRecords) * 2 + 1); // the last finds the end
 }
 
 void tst_RecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
