@@ -33,7 +33,7 @@ void Viewer::chooseProgramme(int index)
     showFromStart(ui.programmeEdit, displayText(programme.title));
     showFromStart(ui.channelEdit, displayText(programme.channel));
     ui.detailsEdit->clear();
-    ui.detailsEdit->insertHtml(boundedMarkup(displayText(programme.description)));
+    quorvale::insertDescription(ui.detailsEdit->textCursor(), displayText(programme.description));
     ui.detailsEdit->verticalScrollBar()->setValue(0);
     ui.dateEdit->setText(getFormattedDate(programme.day, programme.month, programme.year));
     ui.timeEdit->setText(formatStartTime(programme.hour, programme.minute, programme.second));
