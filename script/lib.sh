@@ -11,16 +11,18 @@ die() {
   exit 1
 }
 
+# What a command does: the comment that it begins with.
+print_help() { sed -n '2,/^set/s/^# \{0,1\}//p' "$0"; }
+
 # build PRESET [TARGET...]: configures where needed and builds.
 build() {
   local preset=$1
   shift
   say "building ($preset)"
+  mkdir -p "$root/build"
   (cd "$root" && cmake --preset "$preset" >"$root/build/$preset.configure.log" 2>&1) || {
     cat "$root/build/$preset.configure.log" >&2
     die "the configuration failed"
   }
   (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"})
 }
-
-mkdir -p "$root/build"

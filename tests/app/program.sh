@@ -9,6 +9,12 @@ fail() {
   echo "FAIL: $*" >&2
   exit 1
 }
+for tool in Xvfb xdotool import; do
+  command -v "$tool" >/dev/null || {
+    echo "SKIP : app/program: $tool is missing"
+    exit 77
+  }
+done
 
 rm -rf "$folder/config"
 mkdir -p "$folder/config/quorvale.org"
