@@ -1,8 +1,8 @@
 #include "tests/support/memorytraces.h"
 
 #include "tests/support/picture.h"
-#include "video/ffmpeg_compat.h"
-#include "video/ffmpeg_ptr.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pointers.h"
 
 #include <QFile>
 #include <QMap>
