@@ -47,7 +47,7 @@ PlanarRow planarRow(const BridgeImage &picture, ChromaRows chroma, int row)
 
 void convertPlanes(const BridgeImage &picture, ChromaRows chroma, QImage &rgb)
 {
-    ChromaRow chromaRow;
+    quorvale::ChromaRow chromaRow;
     const std::uint8_t *assigned = nullptr;
     for (int row = 0; row < picture.height; ++row) {
         const PlanarRow samples = planarRow(picture, chroma, row);

@@ -56,7 +56,6 @@ void ThumbnailScanner::halt()
 void ThumbnailScanner::processFile(const QString &file)
 {
     FFVideo video;
-    video.setSkipAhead(true);
     if (!video.Open(file.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ)) {
         emit missingVideo(file);
         return;

@@ -24,7 +24,7 @@ constexpr int kStepFactor = 1;
 // decoder's frame.
 QByteArray checksumOf(FFVideo &video, int number)
 {
-    if (planeLayoutOf(video.frame->format) == PlaneLayout::None)
+    if (quorvale::ffmpeg::planeLayoutOf(video.frame->format) == quorvale::ffmpeg::PlaneLayout::None)
         return video.seekToFrame(number) ? checksum(*video.frame) : QByteArray();
     Picture picture;
     if (!video.Read(number, picture))

@@ -76,7 +76,7 @@ QString differenceOf(const KeyFrameTable &plain, const KeyFrameTable &skipping)
             .arg(skipping.frames)
             .arg(plain.count)
             .arg(plain.frames);
-    for (int row = 0; row < rowsHeld(&plain); ++row) {
+    for (int row = 0; row < quorvale::rowsHeld(&plain); ++row) {
         const KeyFrameEntry &a = plain.entries[row];
         const KeyFrameEntry &b = skipping.entries[row];
         if (a.frame != b.frame || a.seekDts != b.seekDts || a.frameDts != b.frameDts)

@@ -109,11 +109,19 @@ private slots:
         QCOMPARE(int(bytes[format + 14]), 4); // bits a sample
         bytes[format + 14] = 9;
         FFVideo video;
+        QVERIFY(open(video, streams.plain()));
+        QCOMPARE(int(video.audioFormat), int(FF_AUDIO_S16));
         QVERIFY(!open(video, writeFile(streams.folder.path(), "nine-bits.avi", bytes)));
         QCOMPARE(video.lastError, 10);
         QCOMPARE(video.accessMode, 2);
         QVERIFY(video.formatContext == nullptr);
         QVERIFY(video.videoCodec != nullptr); // left as it is
+        // What is known of the sound is this file's, not that of the one before: nothing, but that there is some.
+        QVERIFY(video.hasAudio);
+        QCOMPARE(video.audioDecoderName, std::string("adpcm_ima_wav"));
+        QCOMPARE(video.audioChannels, 2);
+        QCOMPARE(video.audioBitsPerSample, -1);
+        QCOMPARE(int(video.audioFormat), int(FF_AUDIO_UNKNOWN));
         QVERIFY(open(video, streams.plain()));
         QCOMPARE(video.decoderName, std::string("mpeg2video"));
     }

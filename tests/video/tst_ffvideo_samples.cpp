@@ -95,8 +95,8 @@ private slots:
         QVERIFY(video.keyFrames.complete);
     }
 
-    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot_data() { addCaptures(); }
-    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot()
+    void table_isTheSame_atOnceAndInSlices_data() { addCaptures(); }
+    void table_isTheSame_atOnceAndInSlices()
     {
         FFVideo atOnce;
         QVERIFY(open(atOnce, false));

@@ -52,7 +52,7 @@ private slots:
         ReadAhead ahead = endless(0);
         QCOMPARE(fillAll(ahead), std::int64_t{ReadAhead::kMostPackets});
         QVERIFY(!ahead.atEnd());
-        const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        const quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
         QVERIFY(ahead.take(*packet));
         QCOMPARE(fillAll(ahead), std::int64_t{1});
     }
@@ -63,7 +63,7 @@ private slots:
         ReadAhead ahead = endless(kSize);
         QCOMPARE(fillAll(ahead), ReadAhead::kMostBytes / kSize + 1);
         QVERIFY(!ahead.atEnd());
-        const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        const quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
         QVERIFY(ahead.take(*packet));
         QCOMPARE(packet->size, kSize);
         QCOMPARE(fillAll(ahead), std::int64_t{1});
@@ -72,7 +72,7 @@ private slots:
     void take_readsAPacket_whereNoneWaits()
     {
         ReadAhead ahead = endless(int(ReadAhead::kMostBytes) * 2);
-        const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        const quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
         QVERIFY(ahead.take(*packet));
         QVERIFY(ahead.take(*packet));
         QCOMPARE(ahead.next(), std::int64_t{2});

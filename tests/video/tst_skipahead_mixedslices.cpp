@@ -61,7 +61,7 @@ private:
     {
         const VideoPackets video = readVideoPackets(path);
         std::vector<std::uint32_t> doubts;
-        for (const ffmpeg::PacketPtr &packet : video.packets)
+        for (const quorvale::ffmpeg::PacketPtr &packet : video.packets)
             doubts.push_back(video.scanner->scan(*packet).doubts);
         return doubts;
     }

@@ -6,7 +6,7 @@ bool ReadAhead::fill()
 {
     if (ended || waiting.size() >= kMostPackets || waitingBytes >= kMostBytes)
         return false;
-    ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
     if (!read(*packet)) {
         ended = true;
         if (pictures.packetEnd() > 0)

@@ -43,7 +43,7 @@ private:
     Source read;
     std::unique_ptr<PacketScanner> scanner;
     PictureWindow pictures;
-    std::deque<ffmpeg::PacketPtr> waiting;
+    std::deque<quorvale::ffmpeg::PacketPtr> waiting;
     std::int64_t waitingBytes = 0;
     std::int64_t taken = 0;
     bool ended = false;

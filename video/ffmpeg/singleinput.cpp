@@ -7,6 +7,8 @@ extern "C" {
 
 #include <cstring>
 
+namespace quorvale::ffmpeg {
+
 namespace {
 
 // What marks an input that has asked for another file, in the place that the library leaves to its user.
@@ -48,3 +50,5 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     }
     return avformat_open_input(&input, path, nullptr, nullptr) >= 0; // which frees it where it fails
 }
+
+} // namespace quorvale::ffmpeg

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "video/ffmpeg/pointers.h"
+
+struct AVCodec;
+struct AVCodecParameters;
+struct AVRational;
+
+namespace quorvale::ffmpeg {
+
+/// A decoder for the packets of a stream, set up and not opened yet; null without memory.
+///
+/// It has one thread and refuses pictures of absurd sizes. `timeBase`: that of the packets' timestamps; `codec`: the
+/// one that it will be opened with.
+[[nodiscard]] DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
+
+/// Whether the decoder refuses what is damaged, instead of making the best of it, as it does at first.
+void setStrict(AVCodecContext &decoder, bool strict);
+
+/// Whether the decoder says that something in the picture is wrong.
+[[nodiscard]] bool isDamaged(const AVFrame &picture);
+
+} // namespace quorvale::ffmpeg
