@@ -1,11 +1,15 @@
-#include "video/bitstream/parametersets.h"
-#include "video/bitstream/startcodes.h"
+#include "video/bitstream/accessunit.h"
+#include "video/bitstream/bytestream.h"
+#include "video/bitstream/parametersethistory.h"
 
 #include <QtTest>
 
 #include <algorithm>
 #include <random>
 #include <vector>
+
+using quorvale::Bytes;
+using quorvale::ParameterSetHistory;
 
 namespace {
 
@@ -14,9 +18,9 @@ using Unit = std::vector<std::uint8_t>;
 std::vector<Unit> unitsIn(const Unit &bytes)
 {
     std::vector<Unit> units;
-    StartCodes codes(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+    quorvale::ByteStream stream(bytes.data(), static_cast<std::int64_t>(bytes.size()));
     Bytes found;
-    while (codes.next(found))
+    while (stream.next(found))
         units.emplace_back(found.data, found.data + found.size);
     return units;
 }
@@ -43,8 +47,8 @@ std::vector<Unit> unitsByHand(const Unit &bytes)
 
 } // namespace
 
-/// Start codes, and the parameter sets between them.
-class TestStartCodes : public QObject
+/// Byte streams, and the parameter sets in them.
+class TestByteStream : public QObject
 {
     Q_OBJECT
 
@@ -80,8 +84,8 @@ private slots:
 
     void parameterSets_areNewRepeatedAndChanged_byTheirKey()
     {
-        using Novelty = ParameterSets::Novelty;
-        ParameterSets sets;
+        using Novelty = ParameterSetHistory::Novelty;
+        ParameterSetHistory sets;
         const Unit one = {1, 2, 3};
         const Unit other = {1, 2, 4};
         const Unit shorter = {1, 2};
@@ -100,9 +104,9 @@ private slots:
 
     void parameterSets_keepNothingThatIsTooLarge()
     {
-        using Novelty = ParameterSets::Novelty;
-        ParameterSets sets;
-        const Unit large(ParameterSets::kLargestSet + 1, 5);
+        using Novelty = ParameterSetHistory::Novelty;
+        ParameterSetHistory sets;
+        const Unit large(ParameterSetHistory::kLargestSet + 1, 5);
         const auto size = static_cast<std::int64_t>(large.size());
         QCOMPARE(sets.note(1, {large.data(), size}), Novelty::Changed);
         QCOMPARE(sets.note(1, {large.data(), size}), Novelty::Changed);
@@ -111,5 +115,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestStartCodes)
-#include "tst_startcodes.moc"
+QTEST_APPLESS_MAIN(TestByteStream)
+#include "tst_bytestream.moc"

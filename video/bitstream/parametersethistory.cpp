@@ -1,8 +1,12 @@
-#include "video/bitstream/parametersets.h"
+#include "video/bitstream/parametersethistory.h"
+
+#include "video/bitstream/accessunit.h"
 
 #include <algorithm>
 
-ParameterSets::Novelty ParameterSets::note(std::uint32_t key, Bytes set)
+namespace quorvale {
+
+ParameterSetHistory::Novelty ParameterSetHistory::note(std::uint32_t key, Bytes set)
 {
     if (set.size > kLargestSet) {
         known.erase(key);
@@ -19,3 +23,12 @@ ParameterSets::Novelty ParameterSets::note(std::uint32_t key, Bytes set)
     found->second.assign(set.data, end);
     return Novelty::Changed;
 }
+
+void ParameterSetHistory::note(std::uint32_t key, Bytes set, AccessUnit &unit)
+{
+    const Novelty novelty = note(key, set);
+    unit.newParameters = unit.newParameters || novelty == Novelty::New;
+    unit.parametersChanged = unit.parametersChanged || novelty == Novelty::Changed;
+}
+
+} // namespace quorvale
