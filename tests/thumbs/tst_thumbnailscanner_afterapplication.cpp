@@ -9,6 +9,8 @@
 
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 // What a scan did that went on after the application object was gone.
