@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace quorvale {
+
 namespace {
 
 QRegularExpression pattern(const char *text)
@@ -90,3 +92,5 @@ QString boundedMarkup(const QString &markup)
     }
     return bounded;
 }
+
+} // namespace quorvale

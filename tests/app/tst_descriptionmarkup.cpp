@@ -7,6 +7,8 @@
 #include <QTextTable>
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 // Cells of the largest table in the document.
