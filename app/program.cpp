@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kScanPatienceMs = 3000;
-
 int showWindow()
 {
     Viewer viewer;
@@ -36,7 +34,7 @@ int quorvale::runProgram(int argc, char **argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("org.quorvale.quorvale"));
     const int status = showWindow();
     // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
-    if (!ScanThreads::instance().end(kScanPatienceMs))
+    if (!ScanThreads::instance().end())
         std::_Exit(status);
     return status;
 }

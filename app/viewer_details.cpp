@@ -13,6 +13,8 @@
 
 #include <optional>
 
+using namespace quorvale;
+
 namespace {
 
 // Long texts are read from their beginning, wherever the field was scrolled to before.
@@ -57,7 +59,7 @@ QString Viewer::recordingFile(int row) const
 
 QString Viewer::getFormattedDate(int day, int month, int year)
 {
-    return formatRecordingDate(day, month, year, dateFormat, QDate::currentDate());
+    return formatRecordingDate(day, month, year, dateOrder(dateFormat), QDate::currentDate());
 }
 
 QString Viewer::getTwoNumString(int n)

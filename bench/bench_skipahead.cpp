@@ -28,6 +28,8 @@
 #include <sys/resource.h>
 #include <thread>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kRounds = 3;

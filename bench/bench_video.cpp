@@ -28,6 +28,8 @@ extern "C" {
 #include <sys/time.h>
 #include <vector>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kMostHeldBack = 4; // pictures that the decoder may keep at the end, which is not drained

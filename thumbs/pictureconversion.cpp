@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kBytesPerPixel = 3; // red, green, blue
@@ -103,3 +105,5 @@ QImage rgbPicture(const BridgeImage &picture)
     }
     return rgb;
 }
+
+} // namespace quorvale

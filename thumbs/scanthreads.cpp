@@ -9,16 +9,16 @@
 #include <algorithm>
 #include <memory>
 
-namespace {
+namespace quorvale {
 
-constexpr int kPatienceAtExitMs = 3000;
+namespace {
 
 std::unique_ptr<ScanThreads> theInstance;
 
 // Runs while the application object is being destroyed: later, a pixmap made by a scan would abort the process.
 void endAtExit()
 {
-    if (theInstance && !theInstance->end(kPatienceAtExitMs))
+    if (theInstance && !theInstance->end())
         theInstance.release(); // NOLINT(bugprone-unused-return-value): a thread that hangs still refers to it.
     theInstance.reset();
 }
@@ -77,3 +77,5 @@ bool ScanThreads::end(int patienceMs)
     deleteThumbnails(m_unclaimed);
     return true;
 }
+
+} // namespace quorvale

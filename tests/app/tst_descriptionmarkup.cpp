@@ -8,6 +8,8 @@
 #include <QTextTable>
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 // Cells of all tables of the frame.

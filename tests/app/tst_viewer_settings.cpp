@@ -12,6 +12,8 @@
 
 #include <functional>
 
+using namespace quorvale;
+
 namespace {
 
 struct SettingsDialog
@@ -382,7 +384,7 @@ void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
         QSKIP("Midnight has just passed.");
     QCOMPARE(viewer.dateFormat, 1);
     // On 1 January the day before goes by its weekday.
-    const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), 2, today);
+    const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), DateOrder::YearFirst, today);
     QCOMPARE(before, expected);
     QCOMPARE(viewer.ui.dateEdit->text(), expected);
     QVERIFY(!expected.contains('.'));

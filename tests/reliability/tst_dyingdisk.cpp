@@ -18,6 +18,8 @@
 
 #include <sys/stat.h>
 
+using namespace quorvale;
+
 using faultydisk::Call;
 using faultydisk::Counts;
 using faultydisk::Watch;

@@ -18,6 +18,8 @@
 #include <malloc.h>
 #endif
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kPatienceMs = 60000;

@@ -12,6 +12,8 @@
 
 #include <sys/stat.h>
 
+using namespace quorvale;
+
 namespace {
 
 /// Counts the series that reach this thread.
@@ -75,7 +77,7 @@ void tst_ScanThreads::initTestCase()
     stream.picture = {160, 120, ChromaFormat::Yuv420, false};
     stream.frames = 30;
     stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-    const FFmpegResult encoded = encodeNumberedStream(stream);
+    const ProcessEnd encoded = encodeNumberedStream(stream);
     QVERIFY2(encoded.ok(), encoded.errors.c_str());
 }
 

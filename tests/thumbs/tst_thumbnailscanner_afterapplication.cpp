@@ -10,6 +10,8 @@
 
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 // What a scan did that went on while the application object was closing, or after it was gone.

@@ -11,6 +11,8 @@
 #include <malloc.h>
 #endif
 
+using namespace quorvale;
+
 #ifdef QUORVALE_SANITIZED
 constexpr bool kSanitized = true;
 #else
@@ -109,8 +111,8 @@ private slots:
     void scan_reportsARadioRecordingAsMissing()
     {
         const QString radio = dir.filePath("radio.ts");
-        const FFmpegResult made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
-                                             "mp2", "-f", "mpegts", radio.toStdString()});
+        const ProcessEnd made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
+                                           "mp2", "-f", "mpegts", radio.toStdString()});
         QVERIFY2(made.ok(), made.errors.c_str());
         QCOMPARE(runScan(QStringList{radio}).events, (QStringList{"missingVideo " + radio, "finished"}));
     }

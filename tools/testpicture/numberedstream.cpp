@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace quorvale {
+
 namespace {
 
 std::string ratio(int numerator, int denominator, char sign)
@@ -45,7 +47,7 @@ std::vector<std::string> ffmpegArguments(const NumberedStream &stream)
     return arguments;
 }
 
-FFmpegResult encodeNumberedStream(const NumberedStream &stream)
+ProcessEnd encodeNumberedStream(const NumberedStream &stream)
 {
     int drawn = 0;
     return runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
@@ -58,3 +60,5 @@ FFmpegResult encodeNumberedStream(const NumberedStream &stream)
         return true;
     });
 }
+
+} // namespace quorvale

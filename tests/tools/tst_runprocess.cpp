@@ -7,11 +7,13 @@
 #include <csignal>
 #include <thread>
 
-class TestFFmpegProcess : public QObject
+using namespace quorvale;
+
+class TestRunProcess : public QObject
 {
     Q_OBJECT
 
-    static FFmpegInput zeros(int pieces, std::size_t size)
+    static ProcessInput zeros(int pieces, std::size_t size)
     {
         return [pieces, size](std::vector<std::uint8_t> &bytes) mutable {
             bytes.assign(size, 0);
@@ -39,7 +41,7 @@ private slots:
     void run_keepsInputsApart_fromSeveralThreads()
     {
         const QTemporaryDir dir;
-        std::vector<FFmpegResult> results(4);
+        std::vector<ProcessEnd> results(4);
         std::vector<std::thread> threads;
         threads.reserve(results.size());
         for (int i = 0; i < 4; ++i)
@@ -87,6 +89,25 @@ private slots:
         QCOMPARE(QFile(dir.filePath("out.raw")).size(), qint64(16000));
     }
 
+    void run_givesTheProgramsStatusAndWhatItTook()
+    {
+        const ProcessEnd end = runProcess({"sh", "-c", "echo out; echo err >&2; exit 3"});
+        QVERIFY(!end.ok());
+        QCOMPARE(end.exitStatus, 3);
+        QCOMPARE(end.errors, std::string("err\n"));
+        QVERIFY(end.usage.ru_maxrss > 0);
+    }
+
+    void run_givesTheSignal_whenTheProgramIsKilled()
+    {
+        QCOMPARE(runProcess({"sh", "-c", "kill -TERM $$"}).exitStatus, 128 + SIGTERM);
+    }
+
+    void run_givesTheProgramAnEmptyInput_whenThereIsNone()
+    {
+        QCOMPARE(runProcess({"sh", "-c", "test -z \"$(cat)\""}).exitStatus, 0);
+    }
+
     void run_fails_withStatus127_whenThereIsNoFFmpeg()
     {
         const QByteArray path = qgetenv("PATH");
@@ -99,5 +120,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFmpegProcess)
-#include "tst_ffmpegprocess.moc"
+QTEST_GUILESS_MAIN(TestRunProcess)
+#include "tst_runprocess.moc"
