@@ -1,6 +1,7 @@
 #include "video/ffmpeg_ptr.h"
 
 #include "video/ffmpeg_compat.h"
+#include "video/singleinput.h"
 
 #include <new>
 
@@ -8,7 +9,7 @@ namespace ffmpeg {
 
 void InputCloser::operator()(AVFormatContext *input) const
 {
-    avformat_close_input(&input);
+    closeSingleInput(input);
 }
 
 void DecoderDeleter::operator()(AVCodecContext *decoder) const

@@ -26,7 +26,7 @@ struct PacketDeleter
     void operator()(AVPacket *packet) const;
 };
 
-using InputPtr = std::unique_ptr<AVFormatContext, InputCloser>; ///< an input opened with avformat_open_input
+using InputPtr = std::unique_ptr<AVFormatContext, InputCloser>; ///< an input opened with openSingleInput
 using DecoderPtr = std::unique_ptr<AVCodecContext, DecoderDeleter>;
 using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;

@@ -1,5 +1,6 @@
 #include "video/ffvideo.h"
 
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg_compat.h"
 #include "video/framecount.h"
 #include "video/picturelimits.h"
@@ -32,7 +33,8 @@ bool startsWith(const char *text, const char *beginning)
 ffmpeg::DecoderPtr makeDecoder(const AVStream &stream, const AVCodec *codec)
 {
     ffmpeg::DecoderPtr decoder(avcodec_alloc_context3(codec));
-    if (!decoder || avcodec_parameters_to_context(decoder.get(), stream.codecpar) < 0)
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), stream.codecpar) < 0 ||
+        !quorvale::restrictToVideo(*decoder))
         return nullptr;
     decoder->pkt_timebase = stream.time_base;
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
@@ -155,7 +157,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     endOfStream = false;
 
     if (!openStreams(path)) {
-        avformat_close_input(&formatContext);
+        closeSingleInput(formatContext);
         lastError = FF_ERROR_OPEN;
         return false;
     }
@@ -281,5 +283,5 @@ void FFVideo::releaseFile()
     skipAhead.reset();
     avcodec_free_context(&videoCodec);
     avcodec_free_context(&audioCodec);
-    avformat_close_input(&formatContext);
+    closeSingleInput(formatContext);
 }

@@ -1,6 +1,7 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg_compat.h"
+#include "video/singleinput.h"
 #include "video/skipahead.h"
 
 #include <string>
@@ -156,7 +157,7 @@ void FFVideo::startOver(int target, std::int32_t estimate)
     forceKeyEntry = true;
     if (!openStreams(path.c_str())) {
         // A file that can no longer be opened is no longer read either.
-        avformat_close_input(&formatContext);
+        closeSingleInput(formatContext);
         endOfStream = true;
         return;
     }
