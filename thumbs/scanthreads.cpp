@@ -1,5 +1,6 @@
 #include "thumbs/scanthreads.h"
 
+#include "thumbs/postedevents.h"
 #include "thumbs/thumbnailscanner.h"
 
 #include <QCoreApplication>
@@ -38,6 +39,7 @@ ScanThreads &ScanThreads::instance()
 void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
 {
     m_scans.append({thread, scanner});
+    thread->setEventDispatcher(new quorvale::PostedEvents); // owned by the thread
     connect(scanner, &ThumbnailScanner::gotThumbs, this, &ScanThreads::keep);
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }

@@ -25,7 +25,8 @@ public:
     /// The process's one object. It lives as long as the application object, whose end ends the scans if nobody did.
     static ScanThreads &instance();
 
-    /// Takes note of a scan before it starts. Neither object is owned. Call it before connecting the scanner's
+    /// Takes note of a scan before it starts, and gives its thread an event loop that costs no descriptor. Neither
+    /// object is owned. Call it before connecting the scanner's
     /// gotThumbs to whoever claims the series, for its own connection has to be the first.
     void add(QThread *thread, ThumbnailScanner *scanner);
 

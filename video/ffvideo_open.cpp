@@ -86,7 +86,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     endOfStream = false;
 
     if (!openStreams(path)) {
-        avformat_close_input(&formatContext);
+        ffmpeg::closeSingleInput(formatContext);
         lastError = FF_ERROR_OPEN;
         return false;
     }
@@ -205,5 +205,5 @@ void FFVideo::releaseFile()
 {
     avcodec_free_context(&videoCodec);
     avcodec_free_context(&audioCodec);
-    avformat_close_input(&formatContext);
+    ffmpeg::closeSingleInput(formatContext);
 }

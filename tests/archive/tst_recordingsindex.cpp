@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 class tst_RecordingsIndex : public QObject
 {
@@ -22,6 +23,8 @@ private slots:
     void load_carriesPlayPositionsOver_toRecordsWithoutMarker();
     void load_readsTheLastRecord_fromATruncatedFile();
     void load_givesAnEmptyList_whenTheIndexIsADirectory();
+    void load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe();
+    void load_givesNothing_whenTheIndexIsADevice();
     void load_leavesNoFileOpen();
 };
 
@@ -180,6 +183,25 @@ void tst_RecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO/RECS.INF"));
     const auto programmes = load(volume);
     QVERIFY(!programmes || programmes->empty());
+}
+
+// Opening a pipe waits for who writes to it, and nobody does.
+void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
+{
+    const QTemporaryDir volume;
+    QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
+    QCOMPARE(::mkfifo(QFile::encodeName(volume.filePath("DVR/RECSINFO/RECS.INF")).constData(), 0600), 0);
+    const int before = openDescriptors();
+    QVERIFY(!load(volume).has_value());
+    QCOMPARE(openDescriptors(), before);
+}
+
+void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
+{
+    const QTemporaryDir volume;
+    QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
+    QVERIFY(QFile::link("/dev/zero", volume.filePath("DVR/RECSINFO/RECS.INF")));
+    QVERIFY(!load(volume).has_value());
 }
 
 void tst_RecordingsIndex::load_leavesNoFileOpen()

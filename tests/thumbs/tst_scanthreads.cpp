@@ -2,6 +2,7 @@
 
 #include "thumbs/scanthreads.h"
 
+#include "tests/support/processfacts.h"
 #include "tests/support/seenqueues.h"
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
@@ -41,6 +42,7 @@ private slots:
     void claim_forgetsTheSeries();
     void end_stopsAtTheNextFile_inTheMiddleOfAScan();
     void end_endsIdleThreads_ofEarlierScans();
+    void idleThreads_costNoDescriptor();
     void end_givesUp_whenAReadHangs();
 
 private:
@@ -163,9 +165,29 @@ void tst_ScanThreads::end_endsIdleThreads_ofEarlierScans()
         QVERIFY(!scan.thread);
 }
 
+// Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
+void tst_ScanThreads::idleThreads_costNoDescriptor()
+{
+    if (!processfacts::available())
+        QSKIP("needs to see what the process holds");
+    QVector<Scan> scans;
+    int before = 0;
+    for (int i = 0; i < 40; ++i) {
+        scans.append(start({m_directory.filePath("none.ts"), m_directory.filePath("none either.ts")}));
+        scans.last().thread->start();
+        QTRY_VERIFY(!scans.last().scanner); // finished and deleted itself
+        QVERIFY(scans.last().thread->isRunning());
+        if (i == 0)
+            before = processfacts::openDescriptors();
+    }
+    QCOMPARE(processfacts::openDescriptors(), before);
+    QVERIFY(ScanThreads::instance().end(20000));
+}
+
 void tst_ScanThreads::end_givesUp_whenAReadHangs()
 {
-    // A pipe that nobody writes to hangs whoever opens it, like a file on a disk that does not answer.
+    // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
+    // disk that does not answer.
     const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
     const Scan scan = start({QString::fromLocal8Bit(pipe)});

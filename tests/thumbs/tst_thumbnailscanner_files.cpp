@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
@@ -101,10 +103,16 @@ private slots:
         const QString absent = dir.filePath("absent.ts");
         const QString beneathAFile = tinyFile + "/beneath.ts";
         const QString nameless;
-        const ScanResult result = runScan({directory, dangling, absent, beneathAFile, nameless, tinyFile}, 2, 900);
-        QCOMPARE(result.events, (QStringList{"missingVideo " + directory, "missingVideo " + dangling,
-                                             "missingVideo " + absent, "missingVideo " + beneathAFile,
-                                             "missingVideo " + nameless, "gotThumbs " + tinyFile, "finished"}));
+        const QString pipe = dir.filePath("pipe.ts"); // that nobody writes to
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        const QString device = dir.filePath("device.ts");
+        QVERIFY(QFile::link("/dev/zero", device));
+        const ScanResult result =
+            runScan({directory, dangling, absent, beneathAFile, nameless, pipe, device, tinyFile}, 2, 900);
+        QCOMPARE(result.events,
+                 (QStringList{"missingVideo " + directory, "missingVideo " + dangling, "missingVideo " + absent,
+                              "missingVideo " + beneathAFile, "missingVideo " + nameless, "missingVideo " + pipe,
+                              "missingVideo " + device, "gotThumbs " + tinyFile, "finished"}));
         QCOMPARE(result.errors, QByteArray());
     }
 

@@ -1,6 +1,7 @@
 #include "video/ffmpeg/decoder.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/picturelimits.h"
 
 namespace quorvale::ffmpeg {
@@ -8,7 +9,8 @@ namespace quorvale::ffmpeg {
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
     DecoderPtr decoder(avcodec_alloc_context3(codec));
-    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0)
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0 ||
+        !restrictToVideo(*decoder))
         return nullptr;
     decoder->pkt_timebase = timeBase;
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number

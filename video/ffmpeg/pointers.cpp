@@ -1,8 +1,9 @@
 #include "video/ffmpeg/pointers.h"
 
+#include "video/ffmpeg/singleinput.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 }
 
 #include <new>
@@ -11,7 +12,7 @@ namespace quorvale::ffmpeg {
 
 void release(AVFormatContext *input)
 {
-    avformat_close_input(&input);
+    closeSingleInput(input);
 }
 
 void release(AVCodecContext *decoder)

@@ -24,7 +24,7 @@ struct Deleter
 template <typename Object>
 using Owner = std::unique_ptr<Object, Deleter<Object>>;
 
-using InputPtr = Owner<AVFormatContext>; ///< an input opened with avformat_open_input
+using InputPtr = Owner<AVFormatContext>; ///< an input opened with openSingleInput
 using DecoderPtr = Owner<AVCodecContext>;
 using FramePtr = Owner<AVFrame>;
 using PacketPtr = Owner<AVPacket>;
