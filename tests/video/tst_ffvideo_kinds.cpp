@@ -3,7 +3,7 @@
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
-#include "video/singleinput.h"
+#include "video/ffmpeg/singleinput.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -132,11 +132,11 @@ private slots:
         const QString path = makeWithFFmpeg(
             dir.path(), "probed.ts", {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-c:v", encoder, "-f", "nut"});
         AVFormatContext *input = nullptr;
-        QVERIFY(openSingleInput(input, qPrintable(path)));
+        QVERIFY(quorvale::ffmpeg::openSingleInput(input, qPrintable(path)));
         QVERIFY(avformat_find_stream_info(input, nullptr) >= 0);
         QCOMPARE(input->nb_streams, 1U);
         QCOMPARE(input->streams[0]->codecpar->format >= 0, isWanted);
-        closeSingleInput(input);
+        quorvale::ffmpeg::closeSingleInput(input);
         QVERIFY(!input);
     }
 
