@@ -15,10 +15,14 @@ struct Capture
 };
 
 constexpr Capture kCaptures[] = {
-    {"mpeg2-704x576i-16x11-subs.ts", 0},     {"h264-576i-16x11-eac3.ts", 0},
-    {"h264-576i-12x11-bars.ts", 0},          {"h264-1080i-ac3.ts", 0},
-    {"h264-1080i5994-dirtystart-mp2.ts", 0}, {"h264-234p-61s-truncated.ts", 0},
-    {"hevc-main10-360p-12s.ts", 0},          {"bd-1080i-5s.m2ts", 0},
+    {"mpeg2-704x576i-16x11-subs.ts", 0},
+    {"h264-576i-16x11-eac3.ts", 0},
+    {"h264-576i-12x11-bars.ts", 0},
+    {"h264-1080i-ac3.ts", 0},
+    {"h264-1080i5994-dirtystart-mp2.ts", 0},
+    {"h264-234p-61s-truncated.ts", 0},
+    {"hevc-main10-360p-12s.ts", 0},
+    {"bd-1080i-5s.m2ts", 0},
     {"akiyo-x265.265", 0},
 };
 

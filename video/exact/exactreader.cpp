@@ -46,8 +46,8 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
         return nullptr;
     const VideoLocation location = {video.formatContext->url, stream.id, stream.index, stream.pts_wrap_bits};
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
-    return std::make_unique<FrameSource>(
-        location, *coding, second, DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec));
+    return std::make_unique<FrameSource>(location, *coding, second,
+                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec));
 }
 
 } // namespace

@@ -9,7 +9,7 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kBehind = 16; // pictures behind a target that must be without doubt
+constexpr std::int64_t kBehind = 16;    // pictures behind a target that must be without doubt
 constexpr std::int64_t kNearStart = 24; // pictures that are decoded from the start rather than proven
 
 } // namespace
@@ -209,9 +209,10 @@ bool FrameSource::prepareWorker(PictureIndex entry)
         m_worker = m_beginning->takeWorker();
     m_beginning.reset();
     const std::vector<PictureIndex> &setters = pictures().parameterSetters();
-    const bool knowsTooMuch = m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
-        return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
-    });
+    const bool knowsTooMuch =
+        m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
+            return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
+        });
     if (!m_worker || knowsTooMuch)
         m_worker = makeWorker();
     return m_worker != nullptr;

@@ -6,9 +6,9 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kNear = 64;      // packets that are read through rather than sought
-constexpr int kMostBeforeEntry = 16;    // packets that may come first where a demultiplexer is entered
-constexpr int kZeroBytesAtFront = 3;    // of a start code, which may have gone to the packet before
+constexpr std::int64_t kNear = 64;   // packets that are read through rather than sought
+constexpr int kMostBeforeEntry = 16; // packets that may come first where a demultiplexer is entered
+constexpr int kZeroBytesAtFront = 3; // of a start code, which may have gone to the packet before
 
 } // namespace
 

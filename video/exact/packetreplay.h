@@ -41,7 +41,7 @@ private:
     [[nodiscard]] bool isSame(const AVPacket &packet, const ScannedPacket &scanned, int allowedAtFront) const;
 
     VideoPackets m_source;
-    PacketIndex m_next; ///< the packet that is read next
+    PacketIndex m_next;  ///< the packet that is read next
     bool m_lost = false; ///< where the demultiplexer stands is not known
 };
 

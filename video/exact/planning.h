@@ -12,8 +12,8 @@ struct PlanningRules
 {
     bool isH264 = false;
     bool isHevc = false;
-    std::int64_t depth = 0;     ///< of the decoder that was seen, see Decoding::depth()
-    PictureIndex primeFrom;     ///< the first picture whose parameters the decoder may not know
+    std::int64_t depth = 0; ///< of the decoder that was seen, see Decoding::depth()
+    PictureIndex primeFrom; ///< the first picture whose parameters the decoder may not know
 };
 
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; null where there is none.

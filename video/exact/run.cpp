@@ -69,8 +69,7 @@ Run::Step Run::next(AVFrame &frame)
         // Before the entry point's own picture, what comes out refers to what was not decoded.
         if (isInFront(picture))
             continue;
-        if (m_received < m_plan.outputs.size() &&
-            (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
+        if (m_received < m_plan.outputs.size() && (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
             return Step::Failed;
         ++m_received;
         return Step::Picture;

@@ -33,9 +33,9 @@ bool Scan::readOn()
         const VideoPackets::Status status = m_source.read(*m_packet);
         if (status == VideoPackets::Status::Read) {
             const AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
-            m_pictures.append({m_packet->pos, m_packet->pts, m_packet->size}, unit,
-                              {m_packet->dts, (m_packet->flags & AV_PKT_FLAG_CORRUPT) != 0,
-                               announcesExtradata(*m_packet)});
+            m_pictures.append(
+                {m_packet->pos, m_packet->pts, m_packet->size}, unit,
+                {m_packet->dts, (m_packet->flags & AV_PKT_FLAG_CORRUPT) != 0, announcesExtradata(*m_packet)});
         } else if (status == VideoPackets::Status::EndOfFile) {
             m_pictures.finish();
         } else {
