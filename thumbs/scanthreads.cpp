@@ -38,23 +38,33 @@ ScanThreads &ScanThreads::instance()
 
 void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
 {
-    m_scans.append({thread, scanner});
-    thread->setEventDispatcher(new quorvale::PostedEvents); // owned by the thread
-    connect(scanner, &ThumbnailScanner::gotThumbs, this, &ScanThreads::keep);
+    const auto emitted = std::make_shared<SeriesList>();
+    scanner->noteSeriesIn(emitted);
+    m_scans.append({thread, scanner, emitted});
+    thread->setEventDispatcher(new PostedEvents); // owned by the thread
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }
 
 void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2)
 {
-    const auto claimed = std::find_if(m_unclaimed.begin(), m_unclaimed.end(),
-                                      [&](const ThumbnailEntry &entry) { return entry.x1 == x1 && entry.x2 == x2; });
-    if (claimed != m_unclaimed.end())
-        m_unclaimed.erase(claimed);
+    if (!x1.isEmpty())
+        m_claimed.append({QString(), x1, x2});
 }
 
-void ScanThreads::keep(const QString &path, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2)
+// A series was claimed as often as its pixmaps' addresses were; the others are still on their way to somebody.
+void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
 {
-    m_unclaimed.append({path, x1, x2});
+    SeriesList unclaimed;
+    for (const ThumbnailEntry &series : emitted) {
+        const auto claimed = std::find_if(m_claimed.begin(), m_claimed.end(), [&](const ThumbnailEntry &entry) {
+            return entry.x1 == series.x1 && entry.x2 == series.x2;
+        });
+        if (claimed != m_claimed.end())
+            m_claimed.erase(claimed);
+        else
+            unclaimed.append(series);
+    }
+    deleteThumbnails(unclaimed);
 }
 
 bool ScanThreads::end(int patienceMs)
@@ -73,10 +83,10 @@ bool ScanThreads::end(int patienceMs)
     for (const Scan &scan : std::as_const(m_scans)) {
         delete scan.scanner.data();
         delete scan.thread.data();
+        deleteUnclaimed(*scan.emitted);
     }
     m_scans.clear();
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall); // series still on their way to keep()
-    deleteThumbnails(m_unclaimed);
+    m_claimed.clear();
     return true;
 }
 

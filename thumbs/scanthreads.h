@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <memory>
+
 class QThread;
 class ThumbnailScanner;
 
@@ -26,8 +28,7 @@ public:
     static ScanThreads &instance();
 
     /// Takes note of a scan before it starts, and gives its thread an event loop that costs no descriptor. Neither
-    /// object is owned. Call it before connecting the scanner's
-    /// gotThumbs to whoever claims the series, for its own connection has to be the first.
+    /// object is owned, and nothing is connected to the scanner's signals.
     void add(QThread *thread, ThumbnailScanner *scanner);
 
     /// Says that the series of these pixmaps has arrived and has an owner.
@@ -43,16 +44,19 @@ signals:
     void halting();
 
 private:
-    void keep(const QString &path, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2);
+    using SeriesList = QVector<ThumbnailEntry>;
+
+    void deleteUnclaimed(const SeriesList &emitted);
 
     struct Scan
     {
         QPointer<QThread> thread;
-        QPointer<ThumbnailScanner> scanner; ///< deletes itself on its thread: looked at only once that has ended
+        QPointer<ThumbnailScanner> scanner;  ///< deletes itself on its thread: looked at only once that has ended
+        std::shared_ptr<SeriesList> emitted; ///< the scanner's, as long as its thread runs
     };
 
     QVector<Scan> m_scans;
-    QVector<ThumbnailEntry> m_unclaimed; ///< series whose signal has arrived here but not yet at their owner
+    SeriesList m_claimed; ///< without their paths; an address can come again when its pixmap was deleted
 };
 
 } // namespace quorvale

@@ -1,6 +1,7 @@
 #include "thumbs/thumbnailscanner.h"
 
 #include "thumbs/pictureconversion.h"
+#include "thumbs/pictureseries.h"
 #include "thumbs/thumbnailsize.h"
 #include "video/ffvideo.h"
 
@@ -31,10 +32,10 @@ struct OwnedPicture : BridgeImage
 };
 
 // Picture number `frame` in red, green and blue; null where it cannot be had.
-QImage readPicture(FFVideo &video, int frame)
+QImage readPicture(PictureSeries &series, int frame)
 {
     OwnedPicture picture;
-    return video.Read(frame, picture) ? rgbPicture(picture) : QImage();
+    return series.read(frame, picture) ? rgbPicture(picture) : QImage();
 }
 
 } // namespace
@@ -68,6 +69,8 @@ void ThumbnailScanner::processFile(const QString &file)
     video.Close();
 
     const bool hasReceiver = isSignalConnected(QMetaMethod::fromSignal(&ThumbnailScanner::gotThumbs));
+    if (m_emitted && hasReceiver)
+        m_emitted->append({file, small, large});
     emit gotThumbs(file, small, large);
     if (!hasReceiver) {
         qDeleteAll(small);
@@ -78,8 +81,9 @@ void ThumbnailScanner::processFile(const QString &file)
 void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const
 {
     const QSize display(video.width, video.height);
+    PictureSeries series(video);
     for (std::int64_t frame = firstFrame; frame < kFrameLimit; frame += frameStep) {
-        const QImage picture = readPicture(video, static_cast<int>(frame));
+        const QImage picture = readPicture(series, static_cast<int>(frame));
         if (picture.isNull()) {
             std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
             return;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "thumbs/thumbnailcache.h"
+
 #include <QObject>
 #include <QPixmap>
 #include <QStringList>
 #include <QVector>
 
 #include <cstdint>
+#include <memory>
 
 class FFVideo;
 
@@ -27,6 +30,10 @@ public:
     std::int32_t firstFrame = 150; ///< number of the first picture taken from each recording
     std::int32_t frameStep = 150;  ///< from one picture taken to the next
 
+    /// Has every series noted in `emitted` before it is emitted. Whoever gave the list looks at it only once the
+    /// scanner's thread has ended.
+    void noteSeriesIn(std::shared_ptr<QVector<ThumbnailEntry>> emitted) { m_emitted = std::move(emitted); }
+
 signals:
     /// One recording that could be opened. `file` as in `files`; `small` and `large`: as many pixmaps each, in the
     /// order of the pictures, possibly none. The pixmaps are made with `new` and owned by the receiver; where no one is
@@ -46,4 +53,6 @@ public slots:
 private:
     void processFile(const QString &file);
     void takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const;
+
+    std::shared_ptr<QVector<ThumbnailEntry>> m_emitted; ///< null where nobody wants to know
 };

@@ -1,4 +1,5 @@
-// How the scanner goes over a recording on a slow disk: once, from its beginning on, and not beyond what it needs.
+// How the scanner goes over a recording on a slow disk: once, from its beginning on, and not beyond what it needs. Only
+// the groups of the wanted pictures are read again, a moment later, when the system still has them in memory.
 
 #include "tests/support/faultydisk.h"
 #include "tests/support/teststreams.h"
@@ -15,8 +16,8 @@ class tst_OnePass : public QObject
 
 private slots:
     void initTestCase();
-    void scan_seeksNoMoreThanOpeningDoes_data();
-    void scan_seeksNoMoreThanOpeningDoes();
+    void scan_readsOnceAndEachWantedGroupAgain_data();
+    void scan_readsOnceAndEachWantedGroupAgain();
 
 private:
     const QTemporaryDir dir;
@@ -27,14 +28,14 @@ void tst_OnePass::initTestCase()
     QVERIFY(dir.isValid());
 }
 
-void tst_OnePass::scan_seeksNoMoreThanOpeningDoes_data()
+void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain_data()
 {
     QTest::addColumn<QStringList>("encoder");
     QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
     QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
 }
 
-void tst_OnePass::scan_seeksNoMoreThanOpeningDoes()
+void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain()
 {
     QFETCH(const QStringList, encoder);
     const QString path = makeStream(dir.path(), {"whole.ts", encoder + QStringList{"-f", "mpegts"}, 1500});
@@ -61,9 +62,12 @@ void tst_OnePass::scan_seeksNoMoreThanOpeningDoes()
     scanner.process();
     const faultydisk::Counts scan = watch.onMainThread();
     QCOMPARE(pictures, 5);
-    QCOMPARE(scan.seeks, opening.seeks);
-    // Up to the last picture, and what is looked at behind it: half of the recording.
-    QVERIFY(scan.bytesRead <= opening.bytesRead + size * 6 / 10);
+    // Two more demultiplexers are opened, and one of them goes to each picture.
+    QVERIFY2(scan.seeks <= opening.seeks + 2 + 5, qPrintable(QString::number(scan.seeks)));
+    // Up to the last picture, and what is looked at behind it: half of the recording. Then five groups of it, and the
+    // beginning.
+    QVERIFY2(scan.bytesRead <= opening.bytesRead + size * 6 / 10 + size / 10,
+             qPrintable(QStringLiteral("%1 of %2").arg(scan.bytesRead).arg(size)));
 }
 
 QTEST_MAIN(tst_OnePass)

@@ -27,6 +27,16 @@ struct Arrivals : QObject
     int count = 0;
 };
 
+/// Tells who listens to it.
+struct CountingScanner : ThumbnailScanner
+{
+    [[nodiscard]] int listeners() const
+    {
+        return receivers(SIGNAL(gotThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>))) +
+               receivers(SIGNAL(missingVideo(QString))) + receivers(SIGNAL(finished()));
+    }
+};
+
 } // namespace
 
 class tst_ScanThreads : public QObject
@@ -36,6 +46,7 @@ class tst_ScanThreads : public QObject
 private slots:
     void initTestCase();
     void end_succeeds_withoutScans();
+    void add_connectsNothingToTheScannersSignals();
     void end_freesSeries_thatNobodyClaimed();
     void end_leavesSeries_thatWereClaimed();
     void claim_forgetsTheSeries_data();
@@ -86,6 +97,15 @@ void tst_ScanThreads::initTestCase()
 void tst_ScanThreads::end_succeeds_withoutScans()
 {
     QVERIFY(ScanThreads::instance().end(0));
+}
+
+void tst_ScanThreads::add_connectsNothingToTheScannersSignals()
+{
+    auto *thread = new QThread;
+    auto *scanner = new CountingScanner;
+    ScanThreads::instance().add(thread, scanner);
+    QCOMPARE(scanner->listeners(), 0);
+    QVERIFY(ScanThreads::instance().end(20000)); // which deletes both
 }
 
 void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()

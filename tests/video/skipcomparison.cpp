@@ -129,16 +129,3 @@ SkipComparison compareSkipping(const QString &path, const QVector<int> &targets)
     result.counters = skipping.skipAheadCounters();
     return result;
 }
-
-QVector<int> everyNth(int first, int end, int step)
-{
-    QVector<int> numbers;
-    for (int number = first; number < end; number += step)
-        numbers.append(number);
-    return numbers;
-}
-
-QVector<int> thumbnailTargets()
-{
-    return {150, 300, 450, 600, 750};
-}

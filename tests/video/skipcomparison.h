@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/video/exactcomparison.h"
 #include "video/exact/skipaheadcounters.h"
 
 #include <QString>
@@ -20,9 +21,3 @@ struct SkipComparison
 /// other. The same: success, error, every visible byte of the planes, the reader's position, and at the end every row
 /// of the key frame table.
 [[nodiscard]] SkipComparison compareSkipping(const QString &path, const QVector<int> &targets);
-
-/// Every `step`th number from `first` up to but not including `end`.
-[[nodiscard]] QVector<int> everyNth(int first, int end, int step);
-
-/// The pictures that a recording's thumbnails show.
-[[nodiscard]] QVector<int> thumbnailTargets();

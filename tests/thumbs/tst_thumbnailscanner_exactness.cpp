@@ -1,0 +1,154 @@
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "tests/support/transportstream.h"
+#include "tests/thumbs/scanrun.h"
+#include "thumbs/pictureconversion.h"
+#include "thumbs/thumbnailsize.h"
+#include "video/ffvideo.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Expected
+{
+    std::vector<QImage> small;
+    std::vector<QImage> large;
+    QByteArray errors;
+};
+
+// What a scanner emits that has nothing but an FFVideo.
+Expected literalScan(const QString &path, int firstFrame, int frameStep)
+{
+    Expected expected;
+    CapturedOutput capture(stderr);
+    FFVideo video;
+    if (!video.Open(path.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ))
+        return expected;
+    for (int frame = firstFrame; frame < 900; frame += frameStep) {
+        Picture picture;
+        const QImage image = video.Read(frame, picture) ? rgbPicture(picture) : QImage();
+        if (image.isNull()) {
+            std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
+            break;
+        }
+        const QSize display(video.width, video.height);
+        expected.small.push_back(scaledTo(thumbnailSize(display, image.size(), 120), image));
+        expected.large.push_back(scaledTo(thumbnailSize(display, image.size(), 240), image));
+    }
+    expected.errors = capture.text();
+    return expected;
+}
+
+int pictureCount(const QString &path)
+{
+    FFVideo video;
+    return video.Open(path.toUtf8().constData(), false, FFVideo::FF_ACCESS_READ) ? video.frameCount : 0;
+}
+
+bool areEqual(const std::vector<QImage> &a, const std::vector<QImage> &b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const QImage &x, const QImage &y) {
+        return x.size() == y.size() &&
+               x.convertToFormat(QImage::Format_RGB32) == y.convertToFormat(QImage::Format_RGB32);
+    });
+}
+
+const char *const kCaptures[] = {
+    "mpeg2-704x576i-16x11-subs.ts",     "h264-576i-16x11-eac3.ts", "h264-576i-12x11-bars.ts", "h264-1080i-ac3.ts",
+    "h264-234p-61s-truncated.ts",       "hevc-main10-360p-12s.ts", "bd-1080i-5s.m2ts",        "akiyo-x265.265",
+    "h264-1080i5994-dirtystart-mp2.ts",
+};
+
+} // namespace
+
+/// What the scanner emits, and says on stderr, is what a scanner would that decodes everything.
+class TestThumbnailScannerExactness : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QMap<QString, QString> paths;
+
+    void compare(const QString &path, int firstFrame, int frameStep)
+    {
+        const Expected expected = literalScan(path, firstFrame, frameStep);
+        const ScanResult found = runScan({path}, firstFrame, frameStep);
+        QCOMPARE(found.series.size(), std::size_t(1));
+        QCOMPARE(found.series[0].small.size(), expected.small.size());
+        QVERIFY(areEqual(found.series[0].small, expected.small));
+        QVERIFY(areEqual(found.series[0].large, expected.large));
+        QCOMPARE(found.errors, expected.errors);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const auto add = [&](const QString &name, const QStringList &encoder) {
+            paths[name] = makeStream(folder.path(), {name, encoder, 330, false, false, 160, 128});
+            QVERIFY(!paths[name].isEmpty());
+        };
+        add("mpeg2.ts", {"-c:v", "mpeg2video", "-q:v", "4", "-g", "12", "-bf", "2"});
+        add("h264.ts", {"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-bf", "3"});
+        add("h264-open.ts", {"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-x264-params", "open-gop=1"});
+        add("hevc.ts", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "keyint=24:log-level=none"});
+        const auto change = [&](const QString &from, const QString &to, auto operation) {
+            QByteArray bytes = readFile(paths[from]);
+            operation(bytes);
+            paths[to] = writeFile(folder.path(), to, bytes);
+        };
+        for (const char *name : {"mpeg2.ts", "h264.ts", "hevc.ts"}) {
+            change(name, QStringLiteral("lossy-") + name, [](QByteArray &bytes) {
+                transportstream::dropPackets(bytes, [&](int packet, int) { return packet % 211 == 130; });
+            });
+            change(name, QStringLiteral("repeating-") + name, [](QByteArray &bytes) {
+                const int from = int(bytes.size()) / 2 / transportstream::kPacketSize * transportstream::kPacketSize;
+                bytes.insert(from,
+                             bytes.mid(from - 200 * transportstream::kPacketSize, 200 * transportstream::kPacketSize));
+            });
+            change(name, QStringLiteral("cut-") + name,
+                   [](QByteArray &bytes) { bytes.truncate(bytes.size() / 2 + 77); });
+        }
+        for (const char *name : kCaptures) {
+            if (const auto path = samplePath(name))
+                paths[name] = *path;
+        }
+    }
+
+    void thumbnails_areTheSame_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
+            QTest::newRow(path.key().toUtf8().constData()) << path.key();
+    }
+    void thumbnails_areTheSame()
+    {
+        QFETCH(const QString, name);
+        compare(paths[name], 150, 150);
+    }
+
+    void thePictureJustPastTheLastOne_isTheSame_data() { thumbnails_areTheSame_data(); }
+    void thePictureJustPastTheLastOne_isTheSame()
+    {
+        QFETCH(const QString, name);
+        const int count = pictureCount(paths[name]);
+        // From an earlier picture, at once, and one further on.
+        compare(paths[name], count - 80, 40);
+        compare(paths[name], count, 150);
+        compare(paths[name], count + 1, 150);
+        compare(paths[name], count - 60, 61);
+    }
+
+    void picturesInOtherOrders_areTheSame()
+    {
+        for (const char *name : {"mpeg2.ts", "lossy-h264.ts"}) {
+            compare(paths[name], 290, 1);
+            compare(paths[name], 0, 299);
+        }
+    }
+};
+
+QTEST_MAIN(TestThumbnailScannerExactness)
+#include "tst_thumbnailscanner_exactness.moc"

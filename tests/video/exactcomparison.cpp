@@ -1,0 +1,141 @@
+#include "tests/video/exactcomparison.h"
+
+#include "tests/support/picture.h"
+#include "video/exact/exactreader.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pixelformats.h"
+#include "video/ffvideo.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <random>
+
+namespace {
+
+using quorvale::ExactReader;
+
+bool open(FFVideo &video, const QString &path)
+{
+    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
+}
+
+QByteArray textOf(const BridgeImage &image, int avFormat)
+{
+    return QStringLiteral("%1x%2 format %3 strides %4 %5 %6 ")
+               .arg(image.width)
+               .arg(image.height)
+               .arg(int(image.format))
+               .arg(image.stride[0])
+               .arg(image.stride[1])
+               .arg(image.stride[2])
+               .toLatin1() +
+           checksum(image, avFormat);
+}
+
+const QByteArray kNotCopied = "not copied";
+
+// The reader's current picture.
+QByteArray currentPicture(FFVideo &video)
+{
+    if (planeLayoutOf(video.frame->format) == PlaneLayout::None)
+        return kNotCopied;
+    Picture picture;
+    return video.Read(video.currentFrame, picture) ? textOf(picture, video.frame->format) : "failed";
+}
+
+// Whether any of a few further literal readers delivers something else as picture `number`.
+bool isUnrepeatable(const LiteralPictures &literal, int number)
+{
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        if (LiteralPictures(literal.path(), number + 1).picture(number) != literal.picture(number))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+LiteralPictures::LiteralPictures(const QString &path, int end)
+    : m_path(path)
+{
+    FFVideo video;
+    m_isOpen = open(video, path);
+    while (m_isOpen && !video.endOfStream && m_pictures.size() < end) {
+        m_pictures.append(currentPicture(video));
+        video.stepForward();
+    }
+}
+
+ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets)
+{
+    ExactComparison result;
+    FFVideo video;
+    if (!open(video, literal.path()) || !literal.isOpen()) {
+        result.difference = QStringLiteral("does not open");
+        return result;
+    }
+    const int avFormat = video.frame->format;
+    ExactReader reader(video);
+    for (const int target : targets) {
+        Picture picture;
+        QByteArray found;
+        switch (reader.read(target, picture)) {
+        case ExactReader::Answer::Picture:
+            found = textOf(picture, avFormat);
+            break;
+        case ExactReader::Answer::NotCopied:
+            found = kNotCopied;
+            break;
+        case ExactReader::Answer::PastEnd:
+            found = "none";
+            break;
+        case ExactReader::Answer::NotProven:
+        case ExactReader::Answer::Failed:
+            ++result.refused;
+            continue;
+        }
+        const QByteArray expected = literal.picture(target);
+        if (found != expected && isUnrepeatable(literal, target)) {
+            ++result.unrepeatable;
+            continue;
+        }
+        if (found != expected) {
+            result.difference = QStringLiteral("picture %1: %2 instead of %3")
+                                    .arg(target)
+                                    .arg(QString::fromLatin1(found), QString::fromLatin1(expected));
+            break;
+        }
+        ++(target < literal.count() ? result.delivered : result.pastEnd);
+    }
+    result.counters = reader.counters();
+    return result;
+}
+
+QVector<int> everyNth(int first, int end, int step)
+{
+    QVector<int> numbers;
+    for (int number = first; number < end; number += step)
+        numbers.append(number);
+    return numbers;
+}
+
+QVector<int> backwards(QVector<int> numbers)
+{
+    std::reverse(numbers.begin(), numbers.end());
+    return numbers;
+}
+
+QVector<int> shuffled(QVector<int> numbers, unsigned seed)
+{
+    // The standard's own shuffle and distributions differ from library to library; the engine does not.
+    std::mt19937 random(seed);
+    for (int i = int(numbers.size()) - 1; i > 0; --i)
+        std::swap(numbers[i], numbers[int(random() % unsigned(i + 1))]);
+    return numbers;
+}
+
+QVector<int> thumbnailTargets()
+{
+    return {150, 300, 450, 600, 750};
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "video/exact/exactcounters.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+
+// What an ExactReader delivers, beside what decoding everything delivers.
+
+/// Every picture of a file, by its number, as a literal reader delivers it that makes one step after the other.
+class LiteralPictures
+{
+public:
+    /// Decodes the pictures of the file, none from number `end` on; isOpen() tells whether it can be read.
+    explicit LiteralPictures(const QString &path, int end = 1 << 30);
+
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
+    [[nodiscard]] QString path() const { return m_path; }
+    [[nodiscard]] int count() const { return int(m_pictures.size()); }
+    /// What can be seen of picture `number`, its size, format and strides; "none" past the end.
+    [[nodiscard]] QByteArray picture(int number) const { return m_pictures.value(number, "none"); }
+
+private:
+    QString m_path;
+    QVector<QByteArray> m_pictures;
+    bool m_isOpen = false;
+};
+
+/// What a comparison found.
+struct ExactComparison
+{
+    QString difference; ///< empty where every answer was right
+    quorvale::ExactCounters counters;
+    int delivered = 0;    ///< pictures, all of them the right ones
+    int pastEnd = 0;      ///< numbers that do not exist
+    int refused = 0;      ///< answers that were not proven
+    int unrepeatable = 0; ///< damaged pictures that come out differently from one literal reader to the next, too
+};
+
+/// Reads the pictures `targets` with a new ExactReader, in this order.
+[[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets);
+
+/// Every `step`th number from `first` up to but not including `end`.
+[[nodiscard]] QVector<int> everyNth(int first, int end, int step);
+[[nodiscard]] QVector<int> backwards(QVector<int> numbers);
+/// In an order that depends on the seed alone.
+[[nodiscard]] QVector<int> shuffled(QVector<int> numbers, unsigned seed);
+/// The pictures that a recording's thumbnails show.
+[[nodiscard]] QVector<int> thumbnailTargets();

@@ -1,0 +1,241 @@
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "tests/video/exactcomparison.h"
+#include "tests/video/streamset.h"
+#include "video/exact/exactreader.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffvideo.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <map>
+#include <memory>
+
+namespace {
+
+using quorvale::ExactReader;
+
+// Room for two of a thumbnail scan's pictures and what is looked at behind them.
+constexpr int kFrames = 330;
+constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
+
+} // namespace
+
+/// Made streams: every picture that is read exactly is that of decoding everything, in whatever order, and what is
+/// refused is refused for a reason.
+class TestExactReader : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QMap<QString, QString> paths;
+    std::map<QString, std::unique_ptr<LiteralPictures>> decoded;
+
+    QString add(const QString &fileName, const QStringList &encoder, int frames = kFrames)
+    {
+        return paths[fileName] =
+                   makeStream(folder.path(), {fileName, encoder, frames, false, false, kSize.width(), kSize.height()});
+    }
+
+    const LiteralPictures &literal(const QString &name)
+    {
+        std::unique_ptr<LiteralPictures> &pictures = decoded[name];
+        if (!pictures)
+            pictures = std::make_unique<LiteralPictures>(paths[name]);
+        return *pictures;
+    }
+
+    // Streams of which nothing, or not all, can be proven; of the others, everything is.
+    static bool mayRefuse(const QString &name)
+    {
+        static const QStringList kReasons = {
+            "mjpeg.avi",                    // another codec
+            "h264.mp4",                     // no start codes
+            "hevc-raw.265",                 // no display times
+            "h264-refresh.ts",              // nowhere to begin but at the start
+            "h264-packets-lost.ts",         // damaged everywhere
+            "mpeg2-bits-flipped.ts",        // likewise
+            "h264-starts-in-the-middle.ts", // see everyPicture_isProven
+        };
+        return kReasons.contains(name);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        paths = makeWholeStreams(folder.path(), kFrames, kSize);
+        paths.insert(makeDamagedStreams(folder.path(), paths));
+        const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-bf", "3"};
+        const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params"};
+        add("h264-pyramid.ts", h264 + QStringList{"-bf", "5", "-x264-params", "b-pyramid=normal:open-gop=1"});
+        add("h264-slices.ts", h264 + QStringList{"-x264-params", "slices=4:scenecut=0"});
+        add("h264-refresh.ts", h264 + QStringList{"-x264-params", "intra-refresh=1"});
+        add("h264-headers-once.ts", h264 + QStringList{"-flags", "+global_header", "-x264-params", "repeat-headers=0"});
+        add("h264.mp4", h264);
+        add("hevc-open.ts", hevc + QStringList{"keyint=24:open-gop=1:bframes=4:b-pyramid=1:log-level=none"});
+        add("hevc-closed.ts", hevc + QStringList{"keyint=24:open-gop=0:bframes=3:radl=2:log-level=none"});
+        add("hevc-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=1:bframes=3:log-level=none"});
+        add("mjpeg.avi", {"-c:v", "mjpeg"}, 60);
+        for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
+            QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));
+    }
+
+    void everyPicture_isTheSame_inAnyOrder_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
+            QTest::newRow(path.key().toUtf8().constData()) << path.key();
+    }
+    void everyPicture_isTheSame_inAnyOrder()
+    {
+        QFETCH(const QString, name);
+        const LiteralPictures &pictures = literal(name);
+        QVERIFY(pictures.isOpen());
+        const bool dense = qEnvironmentVariableIsSet("QUORVALE_EVERY_PICTURE");
+        const QVector<int> targets =
+            everyNth(0, pictures.count(), dense ? 1 : 10) + everyNth(pictures.count() - 5, pictures.count() + 12, 2);
+        for (const QVector<int> &order : {targets, backwards(targets), shuffled(targets, 29)}) {
+            const ExactComparison result = compareExactly(pictures, order);
+            QCOMPARE(result.difference, QString());
+            QVERIFY2(result.refused == 0 || mayRefuse(name), qPrintable(QString::number(result.refused)));
+        }
+    }
+
+    void work_isBoundedByTheGroupsOfTheWantedPictures_data()
+    {
+        QTest::addColumn<QStringList>("encoder");
+        QTest::addColumn<int>("group");
+        const QStringList h264{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-sc_threshold", "0"};
+        const QStringList mpeg2{"-c:v", "mpeg2video", "-g", "15", "-sc_threshold", "1000000000"};
+        QTest::newRow("H.264, groups of 25") << h264 + QStringList{"-g", "25", "-coder", "1"} << 25;
+        QTest::newRow("H.264, groups of 50") << h264 + QStringList{"-g", "50"} << 50;
+        QTest::newRow("H.264, no B") << h264 + QStringList{"-g", "30", "-bf", "0"} << 30;
+        QTest::newRow("MPEG-2, no B") << mpeg2 << 15;
+        QTest::newRow("MPEG-2, closed") << mpeg2 + QStringList{"-bf", "2", "-flags", "cgop"} << 15;
+        QTest::newRow("HEVC")
+            << QStringList{"-c:v",      "libx265",      "-preset",
+                           "ultrafast", "-x265-params", "keyint=25:min-keyint=25:scenecut=0:open-gop=0:log-level=none"}
+            << 25;
+        QTest::newRow("all I") << h264 + QStringList{"-g", "1"} << 1;
+    }
+    void work_isBoundedByTheGroupsOfTheWantedPictures()
+    {
+        QFETCH(const QStringList, encoder);
+        QFETCH(const int, group);
+        constexpr int kProof = 16;
+        constexpr int kDelay = 6; // pictures that the decoder wants behind the one that it delivers
+        QVERIFY(!add("cost.ts", encoder, 480).isEmpty());
+        const QVector<int> targets = {150, 267, 411};
+        const ExactComparison result = compareExactly(LiteralPictures(paths["cost.ts"]), targets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.refused, 0);
+        int bound = kProof + kDelay;
+        for (const int target : targets)
+            bound += target % group + 1 + kDelay;
+        QVERIFY2(result.counters.picturesDecoded <= bound,
+                 qPrintable(QStringLiteral("%1 pictures, %2 allowed").arg(result.counters.picturesDecoded).arg(bound)));
+        QCOMPARE(result.counters.runs, 3);
+        paths.remove("cost.ts");
+    }
+
+    void picturesThatNoOtherOneRefersTo_areNotDecodedOnTheWay()
+    {
+        // Two of three pictures are B: of the group of the target, one picture in three is needed.
+        QVERIFY(!add("b.ts", {"-c:v", "mpeg2video", "-g", "60", "-bf", "2", "-sc_threshold", "1000000000"}).isEmpty());
+        const ExactComparison result = compareExactly(LiteralPictures(paths["b.ts"]), {290});
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 1);
+        QVERIFY2(result.counters.picturesDecoded <= 18 + 50 / 3 + 4,
+                 qPrintable(QString::number(result.counters.picturesDecoded)));
+        paths.remove("b.ts");
+    }
+
+    void aPictureAtAnyDistance_costsItsGroup()
+    {
+        QVERIFY(!add("long.ts", {"-c:v", "mpeg2video", "-g", "12", "-q:v", "6"}, 1500).isEmpty());
+        const LiteralPictures pictures(paths["long.ts"]);
+        for (const int target : {700, 1312, 1460}) {
+            const ExactComparison result = compareExactly(pictures, {target});
+            QCOMPARE(result.difference, QString());
+            QCOMPARE(result.delivered, 1);
+            QVERIFY(result.counters.picturesDecoded <= 18 + 12 + 2);
+            // Looked at: up to the target, and little more.
+            QVERIFY(result.counters.packetsScanned <= target + 64);
+        }
+        paths.remove("long.ts");
+    }
+
+    void theLiteralReader_isLeftAlone()
+    {
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(video.seekToFrame(40));
+        const std::int64_t dts = video.lastDts;
+        const QByteArray current = checksum(*video.frame);
+        ExactReader reader(video);
+        Picture picture;
+        QCOMPARE(reader.read(290, picture), ExactReader::Answer::Picture);
+        QCOMPARE(video.currentFrame, 40);
+        QCOMPARE(video.lastDts, dts);
+        QCOMPARE(checksum(*video.frame), current);
+        QVERIFY(video.seekToFrame(290));
+        QCOMPARE(checksum(picture, video.frame->format), checksum(*video.frame));
+    }
+
+    void theReader_goesOnWithoutTheLiteralOne()
+    {
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        ExactReader reader(video);
+        QVERIFY(video.Close());
+        Picture picture;
+        QCOMPARE(reader.read(290, picture), ExactReader::Answer::Picture);
+    }
+
+    void aFileThatIsGone_fails()
+    {
+        const QString copy = writeFile(folder.path(), "gone.ts", readFile(paths["h264.ts"]));
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        ExactReader reader(video);
+        QVERIFY(QFile::remove(copy));
+        Picture picture;
+        QCOMPARE(reader.read(290, picture), ExactReader::Answer::Failed);
+        QCOMPARE(reader.read(5, picture), ExactReader::Answer::Failed);
+        QVERIFY(!picture.data[0]);
+    }
+
+    void aFileThatBecameAnotherOne_isRefused()
+    {
+        const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"]));
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        ExactReader reader(video);
+        {
+            Picture picture;
+            QCOMPARE(reader.read(150, picture), ExactReader::Answer::Picture);
+        }
+        QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264-b-closed.ts"])).isEmpty());
+        Picture picture;
+        QVERIFY(reader.read(280, picture) != ExactReader::Answer::Picture);
+    }
+
+    void readersOfNothing_refuse()
+    {
+        const FFVideo closed;
+        ExactReader reader(closed);
+        Picture picture;
+        QCOMPARE(reader.read(0, picture), ExactReader::Answer::NotProven);
+        QVERIFY(!reader.pictureCount());
+        QVERIFY(!reader.isSound());
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(ExactReader(video).read(-1, picture), ExactReader::Answer::NotProven);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExactReader)
+#include "tst_exactreader.moc"

@@ -1,0 +1,97 @@
+#include "tests/support/teststreams.h"
+#include "tests/video/exactcomparison.h"
+
+#include <QtTest>
+
+#include <map>
+#include <memory>
+
+namespace {
+
+struct Capture
+{
+    const char *name;
+    int refused; ///< most refusals of all that is read in one order
+};
+
+constexpr Capture kCaptures[] = {
+    {"mpeg2-704x576i-16x11-subs.ts", 0},
+    {"h264-576i-16x11-eac3.ts", 0},
+    {"h264-576i-12x11-bars.ts", 0},
+    {"h264-1080i-ac3.ts", 0},
+    {"h264-1080i5994-dirtystart-mp2.ts", 0},
+    {"h264-234p-61s-truncated.ts", 0},
+    {"hevc-main10-360p-12s.ts", 0},
+    {"bd-1080i-5s.m2ts", 0},
+    {"akiyo-x265.265", 0},
+};
+
+} // namespace
+
+/// Real captures: every picture that is read exactly is that of decoding everything, in whatever order.
+class TestExactReaderSamples : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::map<int, std::unique_ptr<LiteralPictures>> decoded;
+
+    const LiteralPictures &literal(int index)
+    {
+        std::unique_ptr<LiteralPictures> &pictures = decoded[index];
+        if (!pictures)
+            pictures = std::make_unique<LiteralPictures>(samplePath(kCaptures[index].name).value_or(QString()));
+        return *pictures;
+    }
+    static void addCaptures()
+    {
+        QTest::addColumn<int>("index");
+        int index = 0;
+        for (const Capture &row : kCaptures)
+            QTest::newRow(row.name) << index++;
+    }
+    static void report(const ExactComparison &result)
+    {
+        qInfo("%d delivered, %d past the end, %d refused, %lld decoded, %lld runs, %d unrepeatable", result.delivered,
+              result.pastEnd, result.refused, static_cast<long long>(result.counters.picturesDecoded),
+              static_cast<long long>(result.counters.runs), result.unrepeatable);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        if (!samplePath(kCaptures[0].name))
+            QSKIP("the folder with real captures is not here");
+    }
+
+    void everyTenthPicture_isTheSame_inAnyOrder_data() { addCaptures(); }
+    void everyTenthPicture_isTheSame_inAnyOrder()
+    {
+        QFETCH(const int, index);
+        const LiteralPictures &pictures = literal(index);
+        QVERIFY(pictures.isOpen());
+        const bool dense = qEnvironmentVariableIsSet("QUORVALE_EVERY_PICTURE");
+        const QVector<int> targets =
+            everyNth(0, pictures.count(), dense ? 1 : 10) + everyNth(pictures.count() - 4, pictures.count() + 12, 3);
+        for (const QVector<int> &order : {targets, backwards(targets), shuffled(targets, 17)}) {
+            const ExactComparison result = compareExactly(pictures, order);
+            report(result);
+            QCOMPARE(result.difference, QString());
+        }
+    }
+
+    void thumbnails_areTheSame_data() { addCaptures(); }
+    void thumbnails_areTheSame()
+    {
+        QFETCH(const int, index);
+        const LiteralPictures &pictures = literal(index);
+        for (const int target : thumbnailTargets())
+            QCOMPARE(compareExactly(pictures, {target}).difference, QString());
+        const ExactComparison result = compareExactly(pictures, thumbnailTargets());
+        report(result);
+        QCOMPARE(result.difference, QString());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExactReaderSamples)
+#include "tst_exactreader_samples.moc"

@@ -1,0 +1,68 @@
+#include "thumbs/pictureseries.h"
+
+#include "video/ffvideo.h"
+
+namespace quorvale {
+
+PictureSeries::PictureSeries(FFVideo &video)
+    : m_video(video)
+    , m_exact(std::make_unique<ExactReader>(video))
+{
+}
+
+bool PictureSeries::read(int frame, BridgeImage &image)
+{
+    // Back, an FFVideo goes by its table, and may find another picture in a damaged recording.
+    const bool ascends = m_delivered.empty() || frame > m_delivered.back();
+    const Outcome outcome = m_exact && ascends ? readExactly(frame, image) : Outcome::Unknown;
+    if (outcome == Outcome::Unknown)
+        return readLiterally(frame, image);
+    if (outcome == Outcome::Delivered)
+        m_delivered.push_back(frame);
+    return outcome == Outcome::Delivered;
+}
+
+PictureSeries::Outcome PictureSeries::readExactly(int frame, BridgeImage &image)
+{
+    const ExactReader::Answer answer = m_exact->read(frame, image);
+    m_exactCounters = m_exact->counters();
+    switch (answer) {
+    case ExactReader::Answer::Picture:
+        return Outcome::Delivered;
+    case ExactReader::Answer::NotCopied:
+        return Outcome::Missing;
+    case ExactReader::Answer::PastEnd:
+        return missingPicture(frame, image);
+    case ExactReader::Answer::NotProven:
+    case ExactReader::Answer::Failed:
+        break;
+    }
+    return Outcome::Unknown;
+}
+
+// An FFVideo that comes from an earlier picture counts the step that finds the end of the file, and delivers the last
+// picture again, once. For a picture farther away it goes back and looks again: in a recording without a doubtful
+// packet it comes to the same end; in a damaged one a seek can land elsewhere, and there be such a picture.
+PictureSeries::Outcome PictureSeries::missingPicture(int frame, BridgeImage &image)
+{
+    const std::int64_t pictures = m_exact->pictureCount().value_or(0);
+    if (m_passedEnd)
+        return Outcome::Missing;
+    if (frame == pictures && pictures > 0) {
+        m_passedEnd = true;
+        return readExactly(static_cast<int>(pictures - 1), image);
+    }
+    return frame > pictures && m_exact->isSound() ? Outcome::Missing : Outcome::Unknown;
+}
+
+// From the same place as if it had read all pictures so far.
+bool PictureSeries::readLiterally(int frame, BridgeImage &image)
+{
+    m_exact.reset();
+    for (const int delivered : m_delivered)
+        m_video.seekToFrame(delivered);
+    m_delivered.clear();
+    return m_video.Read(frame, image);
+}
+
+} // namespace quorvale

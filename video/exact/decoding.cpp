@@ -1,0 +1,79 @@
+#include "video/exact/decoding.h"
+
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
+
+#include <algorithm>
+
+namespace quorvale {
+
+DecoderRecipe::DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
+    : m_parameters(avcodec_parameters_alloc())
+    , m_timeBase(timeBase)
+    , m_codec(codec)
+{
+    if (m_parameters && avcodec_parameters_copy(m_parameters.get(), &parameters) < 0)
+        m_parameters.reset();
+}
+
+void DecoderRecipe::Deleter::operator()(AVCodecParameters *parameters) const
+{
+    avcodec_parameters_free(&parameters);
+}
+
+ffmpeg::DecoderPtr DecoderRecipe::make() const
+{
+    if (!m_parameters)
+        return nullptr;
+    ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*m_parameters, m_timeBase, m_codec);
+    if (!decoder)
+        return nullptr;
+    ffmpeg::keepTags(*decoder);
+    return avcodec_open2(decoder.get(), m_codec, nullptr) < 0 ? nullptr : std::move(decoder);
+}
+
+bool Decoding::send(AVPacket &packet, PictureIndex picture)
+{
+    ffmpeg::tag(*m_decoder, packet, picture.value());
+    return avcodec_send_packet(m_decoder.get(), &packet) >= 0;
+}
+
+void Decoding::drain()
+{
+    avcodec_send_packet(m_decoder.get(), nullptr);
+}
+
+Decoding::Output Decoding::receive(AVFrame &frame)
+{
+    const int status = avcodec_receive_frame(m_decoder.get(), &frame);
+    if (status == 0)
+        return Output::Picture;
+    return status == AVERROR(EAGAIN) || status == AVERROR_EOF ? Output::Nothing : Output::Failed;
+}
+
+void Decoding::flush()
+{
+    avcodec_flush_buffers(m_decoder.get());
+}
+
+void Decoding::setStrict(bool strict)
+{
+    ffmpeg::setStrict(*m_decoder, strict);
+}
+
+std::int64_t Decoding::depth() const
+{
+    return m_decoder->has_b_frames;
+}
+
+void Decoding::setDepth(std::int64_t depth)
+{
+    m_decoder->has_b_frames = std::max(m_decoder->has_b_frames, static_cast<int>(depth));
+}
+
+PictureIndex Decoding::pictureOf(const AVFrame &frame)
+{
+    return PictureIndex(ffmpeg::tagOf(frame));
+}
+
+} // namespace quorvale

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "video/exact/numbers.h"
+#include "video/ffmpeg/pointers.h"
+
+#include <cstdint>
+#include <memory>
+
+extern "C" {
+#include <libavutil/rational.h>
+}
+
+struct AVCodec;
+struct AVCodecParameters;
+
+namespace quorvale {
+
+/// What a decoder is made from: what probing found out about the stream.
+class DecoderRecipe
+{
+public:
+    /// `parameters` are copied.
+    DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
+
+    /// An opened decoder whose pictures carry tags; null where it cannot be opened.
+    [[nodiscard]] ffmpeg::DecoderPtr make() const;
+
+private:
+    struct Deleter
+    {
+        void operator()(AVCodecParameters *parameters) const;
+    };
+
+    std::unique_ptr<AVCodecParameters, Deleter> m_parameters;
+    AVRational m_timeBase;
+    const AVCodec *m_codec; ///< libavcodec's own
+};
+
+/// One decoder. Every picture says by its tag which coded picture it is; which packet it comes out with says nothing.
+class Decoding
+{
+public:
+    enum class Output { Picture, Nothing, Failed };
+
+    explicit Decoding(ffmpeg::DecoderPtr decoder)
+        : m_decoder(std::move(decoder))
+    {
+    }
+
+    /// Sends a packet of coded picture `picture`; false where the decoder complains.
+    bool send(AVPacket &packet, PictureIndex picture);
+    /// Has the decoder hand out what it holds back; only flush() makes it take packets again.
+    void drain();
+    /// Takes the next picture, if there is one.
+    Output receive(AVFrame &frame);
+    void flush();
+    /// Whether damage is to be refused, instead of making the best of it.
+    void setStrict(bool strict);
+    /// How many pictures that are output later the decoder waits for before it outputs one.
+    [[nodiscard]] std::int64_t depth() const;
+    /// Has it wait for no fewer than that.
+    void setDepth(std::int64_t depth);
+
+    [[nodiscard]] static PictureIndex pictureOf(const AVFrame &frame);
+
+private:
+    ffmpeg::DecoderPtr m_decoder;
+};
+
+} // namespace quorvale

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "video/bridgeimage.h"
+#include "video/exact/exactcounters.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+class FFVideo;
+
+namespace quorvale {
+
+class FrameSource;
+
+/// Reads any picture of an opened file by its number, in any order, without decoding the pictures that it does not
+/// need, and refuses rather than being wrong. See docs/exact-reading.md.
+///
+/// Has a demultiplexer and decoders of its own; the FFVideo is left alone and may be closed. MPEG-2, H.264 and HEVC
+/// with start codes, in files that can be entered at any byte. Not thread-safe: one reader belongs to one thread at a
+/// time.
+class ExactReader
+{
+public:
+    enum class Answer {
+        Picture,   ///< the picture that FFVideo::Read delivers
+        NotCopied, ///< that picture has planes that FFVideo::Read does not copy; only the format is set
+        PastEnd,   ///< there is no such picture: the end of the file was decoded
+        NotProven, ///< only decoding everything can tell
+        Failed,    ///< the file cannot be read, or is no longer what it was
+    };
+
+    /// `video`: an open file.
+    explicit ExactReader(const FFVideo &video);
+    ~ExactReader();
+    ExactReader(const ExactReader &) = delete;
+    ExactReader &operator=(const ExactReader &) = delete;
+
+    /// Decodes picture `frameNumber` (0-based) and copies it into `image`, which must hold no planes and is left as it
+    /// is with any answer but the first two.
+    Answer read(int frameNumber, BridgeImage &image);
+
+    /// How many pictures there are, once an answer was PastEnd or the last one was read.
+    [[nodiscard]] std::optional<std::int64_t> pictureCount() const;
+    /// Whether all of the file was looked at, and nothing in it is doubtful.
+    [[nodiscard]] bool isSound() const;
+    [[nodiscard]] ExactCounters counters() const;
+
+private:
+    std::unique_ptr<FrameSource> m_source; ///< null where the file is of another kind
+    std::int32_t m_height;                 ///< see copyPicture()
+};
+
+} // namespace quorvale

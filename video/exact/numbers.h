@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quorvale {
+
+/// A place in one kind of sequence, counted from 0. Two kinds do not mix: what counts packets never counts pictures.
+template <typename Kind>
+class Index
+{
+public:
+    constexpr Index() = default;
+    explicit constexpr Index(std::int64_t value)
+        : m_value(value)
+    {
+    }
+    explicit constexpr Index(std::size_t value)
+        : m_value(static_cast<std::int64_t>(value))
+    {
+    }
+
+    [[nodiscard]] constexpr std::int64_t value() const { return m_value; }
+    /// To look something up by; the index must not be negative.
+    [[nodiscard]] constexpr std::size_t place() const { return static_cast<std::size_t>(m_value); }
+
+    constexpr Index &operator++()
+    {
+        ++m_value;
+        return *this;
+    }
+    friend constexpr Index operator+(Index a, std::int64_t steps) { return Index(a.m_value + steps); }
+    friend constexpr Index operator-(Index a, std::int64_t steps) { return Index(a.m_value - steps); }
+    friend constexpr std::int64_t operator-(Index a, Index b) { return a.m_value - b.m_value; }
+    friend constexpr bool operator==(Index a, Index b) { return a.m_value == b.m_value; }
+    friend constexpr bool operator!=(Index a, Index b) { return a.m_value != b.m_value; }
+    friend constexpr bool operator<(Index a, Index b) { return a.m_value < b.m_value; }
+    friend constexpr bool operator>(Index a, Index b) { return a.m_value > b.m_value; }
+    friend constexpr bool operator<=(Index a, Index b) { return a.m_value <= b.m_value; }
+    friend constexpr bool operator>=(Index a, Index b) { return a.m_value >= b.m_value; }
+
+private:
+    std::int64_t m_value = 0;
+};
+
+using PacketIndex = Index<struct PacketKind>;   ///< of the video's packets in the file
+using PictureIndex = Index<struct PictureKind>; ///< of the coded pictures, in decode order
+using OutputIndex = Index<struct OutputKind>;   ///< of the pictures of one stretch, in output order
+using FrameNumber = Index<struct FrameKind>;    ///< of the pictures that the decoder hands out for the whole file
+
+} // namespace quorvale

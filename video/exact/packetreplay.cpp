@@ -1,0 +1,67 @@
+#include "video/exact/packetreplay.h"
+
+#include "video/ffmpeg/compat.h"
+
+namespace quorvale {
+
+namespace {
+
+constexpr std::int64_t kNear = 64;   // packets that are read through rather than sought
+constexpr int kMostBeforeEntry = 16; // packets that may come first where a demultiplexer is entered
+constexpr int kZeroBytesAtFront = 3; // of a start code, which may have gone to the packet before
+
+} // namespace
+
+bool PacketReplay::read(const PlannedPacket &wanted, const WaysIn &ways, AVPacket &packet)
+{
+    const std::int64_t ahead = wanted.index - m_next;
+    if (!m_lost && ahead >= 0 && ahead <= kNear)
+        return skipTo(wanted, packet);
+    for (const std::int64_t way : ways) {
+        if (enter(wanted, way, packet))
+            return true;
+    }
+    return false;
+}
+
+bool PacketReplay::skipTo(const PlannedPacket &wanted, AVPacket &packet)
+{
+    m_lost = true;
+    for (; m_next <= wanted.index; ++m_next) {
+        if (m_source.read(packet) != VideoPackets::Status::Read)
+            return false;
+    }
+    m_lost = !isSame(packet, wanted.packet, 0);
+    return !m_lost;
+}
+
+bool PacketReplay::enter(const PlannedPacket &wanted, std::int64_t position, AVPacket &packet)
+{
+    m_lost = true;
+    if (position < 0 || !m_source.goToByte(position))
+        return false;
+    for (int i = 0; i < kMostBeforeEntry && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
+        if (isSame(packet, wanted.packet, kZeroBytesAtFront)) {
+            m_next = wanted.index + 1;
+            m_lost = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+// `allowedAtFront`: bytes that may be missing there.
+bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, int allowedAtFront) const
+{
+    const int missing = scanned.size - packet.size;
+    if (missing < 0 || missing > allowedAtFront)
+        return false;
+    if (packet.pts == AV_NOPTS_VALUE || scanned.pts == AV_NOPTS_VALUE)
+        return packet.pts == scanned.pts;
+    // How often the timestamps have begun anew is known only to who has read all of the file.
+    const int bits = m_source.location().timestampBits;
+    const std::uint64_t step = static_cast<std::uint64_t>(packet.pts) - static_cast<std::uint64_t>(scanned.pts);
+    return bits >= 64 ? step == 0 : step % (std::uint64_t{1} << bits) == 0;
+}
+
+} // namespace quorvale

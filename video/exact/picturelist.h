@@ -1,0 +1,100 @@
+#pragma once
+
+#include "video/bitstream/accessunit.h"
+#include "video/exact/doubts.h"
+#include "video/exact/numbers.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace quorvale {
+
+/// What is kept of a packet: enough to find it again, and to recognise it.
+struct ScannedPacket
+{
+    static constexpr std::int64_t kUnknown = INT64_MIN;
+
+    std::int64_t position = -1;  ///< byte in the file from which a demultiplexer can find it; negative: unknown
+    std::int64_t pts = kUnknown; ///< in the stream's time base
+    std::int32_t size = 0;       ///< bytes
+};
+
+/// What is looked at once, while a packet is scanned.
+struct PacketCircumstances
+{
+    std::int64_t dts = ScannedPacket::kUnknown;
+    bool corrupt = false;      ///< flagged by the demultiplexer
+    bool newExtradata = false; ///< the container announces other parameters
+};
+
+/// One coded picture: a packet, or the two packets of a frame coded as fields.
+struct CodedPicture
+{
+    std::int64_t pictureOrderCount = 0; ///< the lower one of two fields
+    std::int64_t pts = ScannedPacket::kUnknown;
+    PacketIndex firstPacket;
+    std::int32_t sequence = 0; ///< coded video sequences are output one after the other
+    std::uint16_t doubts = 0;  ///< see Doubt
+    std::int8_t packets = 1;
+    RandomAccess randomAccess = RandomAccess::None;
+    bool isReference = true;
+    bool setsParameters = false; ///< a decoder that was not shown it may not know the parameters of later ones
+
+    [[nodiscard]] PacketIndex lastPacket() const { return firstPacket + (packets - 1); }
+    [[nodiscard]] bool isOutputBefore(const CodedPicture &other) const
+    {
+        return sequence != other.sequence ? sequence < other.sequence : pictureOrderCount < other.pictureOrderCount;
+    }
+};
+
+/// All packets of a video that were scanned so far, and the pictures that they are. About 60 bytes a picture.
+class PictureList
+{
+public:
+    /// `unitsInASecond`: of the stream's time base. `needsDisplayTimes`: whether a picture without one is doubtful.
+    PictureList(std::int64_t unitsInASecond, bool needsDisplayTimes)
+        : m_second(unitsInASecond)
+        , m_needsDisplayTimes(needsDisplayTimes)
+    {
+    }
+
+    /// Takes the next packet and compares it with those before.
+    void append(const ScannedPacket &packet, const AccessUnit &unit, const PacketCircumstances &circumstances);
+    /// Notes that there is no further packet.
+    void finish();
+
+    [[nodiscard]] bool isFinished() const { return m_finished; }
+    [[nodiscard]] PacketIndex packetEnd() const { return PacketIndex(m_packets.size()); }
+    [[nodiscard]] PictureIndex pictureEnd() const { return PictureIndex(m_pictures.size()); }
+    /// Up to here, pictures have their packets and whatever doubt a later packet can cast on them.
+    [[nodiscard]] PictureIndex settledEnd() const;
+    [[nodiscard]] const ScannedPacket &packet(PacketIndex index) const { return m_packets[index.place()]; }
+    [[nodiscard]] const CodedPicture &picture(PictureIndex index) const { return m_pictures[index.place()]; }
+    /// Pictures that set parameters, in decode order.
+    [[nodiscard]] const std::vector<PictureIndex> &parameterSetters() const { return m_parameterSetters; }
+
+    void doubt(PictureIndex index, Doubt doubt);
+    /// Whether no picture so far is doubtful but the last of the file, which may be torn.
+    [[nodiscard]] bool isSound() const { return m_sound; }
+
+private:
+    [[nodiscard]] bool completesFrame(const AccessUnit &unit) const;
+    void addPicture(const ScannedPacket &packet, const AccessUnit &unit);
+    void checkDecodeTime(std::int64_t dts);
+    void castCorruption(bool corrupt);
+
+    std::int64_t m_second;
+    bool m_needsDisplayTimes;
+    std::vector<ScannedPacket> m_packets;
+    std::vector<CodedPicture> m_pictures;
+    std::vector<PictureIndex> m_parameterSetters;
+    AccessUnit m_latest; ///< the latest packet's
+    std::int32_t m_sequence = 0;
+    std::int64_t m_lastDts = ScannedPacket::kUnknown;
+    std::int64_t m_packetsSinceCorrupt = 100;
+    bool m_fieldOpen = false; ///< the latest packet is a field that waits for the other one
+    bool m_sound = true;
+    bool m_finished = false;
+};
+
+} // namespace quorvale

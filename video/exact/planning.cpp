@@ -1,0 +1,131 @@
+#include "video/exact/planning.h"
+
+#include <algorithm>
+
+namespace quorvale {
+
+namespace {
+
+// Pictures that are shown to a decoder only because they set parameters. More than a few are not worth it.
+constexpr std::size_t kMostPrimers = 6;
+// Pictures after the target, in decode order, with one of which it comes out at last.
+constexpr std::int64_t kFeedOn = 2 * kMostReordering;
+
+WaysIn waysTo(const PictureList &pictures, PacketIndex packet)
+{
+    WaysIn ways = {-1, -1, -1};
+    constexpr std::array<std::int64_t, 3> kBack = {0, 1, 4};
+    for (std::size_t i = 0; i < ways.size(); ++i) {
+        if (packet.value() >= kBack.at(i))
+            ways.at(i) = pictures.packet(packet - kBack.at(i)).position;
+    }
+    return ways;
+}
+
+void addPackets(std::vector<PlannedPacket> &packets, const PictureList &pictures, PictureIndex picture, bool isNeeded)
+{
+    const CodedPicture &coded = pictures.picture(picture);
+    for (PacketIndex packet = coded.firstPacket; packet <= coded.lastPacket(); ++packet)
+        packets.push_back({pictures.packet(packet), packet, picture, isNeeded});
+}
+
+// Everything but packets and outputs.
+std::optional<RunPlan> beginPlan(const PictureList &pictures, const EntryPoint &entry, const PlanningRules &rules)
+{
+    RunPlan plan;
+    for (const PictureIndex setter : pictures.parameterSetters()) {
+        if (setter < rules.primeFrom || setter >= entry.picture)
+            continue;
+        RunPlan::Primer primer;
+        primer.ways = waysTo(pictures, pictures.picture(setter).firstPacket);
+        addPackets(primer.packets, pictures, setter, true);
+        plan.primers.push_back(std::move(primer));
+    }
+    if (plan.primers.size() > kMostPrimers)
+        return std::nullopt;
+    const CodedPicture &first = pictures.picture(entry.picture);
+    plan.ways = waysTo(pictures, first.firstPacket);
+    plan.depth = rules.depth;
+    // Behind open recovery points sound streams hold memory commands about pictures before them, which would count as
+    // errors.
+    plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
+    return plan;
+}
+
+// Pictures decoded after the entry point and output before it.
+void addInFront(RunPlan &plan, const PictureList &pictures, const EntryPoint &entry)
+{
+    const PictureIndex end = std::min(pictures.pictureEnd(), entry.picture + 2 * kMostReordering);
+    for (PictureIndex i = entry.picture + 1; i < end; ++i) {
+        if (pictures.picture(i).isOutputBefore(pictures.picture(entry.picture)))
+            plan.inFront.push_back(i);
+    }
+}
+
+} // namespace
+
+const EntryPoint *entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from)
+{
+    const std::vector<EntryPoint> &points = stretch.entryPoints();
+    auto point = std::upper_bound(points.begin(), points.end(), place,
+                                  [](OutputIndex wanted, const EntryPoint &p) { return wanted < p.place; });
+    while (point != points.begin()) {
+        --point;
+        if (point->place < from)
+            break;
+        if (point->picture <= stretch.at(place))
+            return &*point;
+    }
+    return nullptr;
+}
+
+std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch &stretch, const EntryPoint &entry,
+                                     OutputIndex place, const PlanningRules &rules)
+{
+    std::optional<RunPlan> plan = beginPlan(pictures, entry, rules);
+    if (!plan)
+        return plan;
+    addInFront(*plan, pictures, entry);
+    const PictureIndex target = stretch.at(place);
+    const CodedPicture &wanted = pictures.picture(target);
+    const CodedPicture &first = pictures.picture(entry.picture);
+    // Draining loses pictures in H.264, behind recovery points.
+    plan->drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
+    const PictureIndex end =
+        plan->drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
+
+    //     output order   K . . r . . T . r      decoded   K r . . T r . . r
+    //     what comes out K     r     T . r                K r     T r   . r    . : no other picture refers to it
+    for (PictureIndex i = entry.picture; i < end; ++i) {
+        const CodedPicture &picture = pictures.picture(i);
+        // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
+        // before it. In H.264 it would be missed all the same, where frame numbers are counted.
+        const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
+        const bool isNeeded =
+            i == target || mayBeReferredTo || picture.setsParameters || (i > target && !picture.isOutputBefore(wanted));
+        addPackets(plan->packets, pictures, i, isNeeded);
+    }
+    for (OutputIndex i = entry.place; i <= place; ++i) {
+        const CodedPicture &picture = pictures.picture(stretch.at(i));
+        if (i == place || (picture.isReference && stretch.at(i) < end) || picture.setsParameters)
+            plan->outputs.push_back(stretch.at(i));
+    }
+    return plan;
+}
+
+std::optional<RunPlan> planToEnd(const PictureList &pictures, const Stretch &stretch, const EntryPoint &entry,
+                                 const PlanningRules &rules)
+{
+    std::optional<RunPlan> plan = beginPlan(pictures, entry, rules);
+    if (!plan)
+        return plan;
+    addInFront(*plan, pictures, entry);
+    plan->strict = false; // The last packets may be torn.
+    for (PictureIndex i = entry.picture; i < pictures.pictureEnd(); ++i)
+        addPackets(plan->packets, pictures, i, true);
+    for (OutputIndex i = entry.place; i < stretch.certainEnd(); ++i)
+        plan->outputs.push_back(stretch.at(i));
+    return plan;
+}
+
+} // namespace quorvale

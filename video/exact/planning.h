@@ -1,0 +1,32 @@
+#pragma once
+
+#include "video/exact/run.h"
+#include "video/exact/stretch.h"
+
+#include <optional>
+
+namespace quorvale {
+
+/// What a plan depends on besides the pictures.
+struct PlanningRules
+{
+    bool isH264 = false;
+    bool isHevc = false;
+    std::int64_t depth = 0; ///< of the decoder that was seen, see Decoding::depth()
+    PictureIndex primeFrom; ///< the first picture whose parameters the decoder may not know
+};
+
+/// The last entry point from which the picture at `place` can be decoded, none before `from`; null where there is none.
+[[nodiscard]] const EntryPoint *entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from);
+
+/// Decodes the picture at `place` from `entry` on, and what it may need on the way. Nothing where too many other
+/// pictures set parameters first.
+[[nodiscard]] std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch &stretch,
+                                                   const EntryPoint &entry, OutputIndex place,
+                                                   const PlanningRules &rules);
+
+/// Decodes everything from `entry` to the end of the file, with as much as is certain foreseen.
+[[nodiscard]] std::optional<RunPlan> planToEnd(const PictureList &pictures, const Stretch &stretch,
+                                               const EntryPoint &entry, const PlanningRules &rules);
+
+} // namespace quorvale

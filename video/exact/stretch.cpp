@@ -1,0 +1,175 @@
+#include "video/exact/stretch.h"
+
+#include <algorithm>
+
+namespace quorvale {
+
+namespace {
+
+constexpr std::size_t kReordering = kMostReordering;
+constexpr std::size_t kJudgedAtOnce = 8;    // places
+constexpr std::size_t kUsualStepsSeen = 40; // places that tell the usual distance of display times
+
+bool isEntry(RandomAccess kind)
+{
+    return kind != RandomAccess::None && kind != RandomAccess::InexactRecoveryPoint;
+}
+
+// Times come from the file; a difference that does not fit wraps, and is not steady either way.
+std::int64_t stepBetween(std::int64_t earlier, std::int64_t later)
+{
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
+}
+
+} // namespace
+
+Stretch::Stretch(const PictureList &pictures, PictureIndex first)
+    : m_order{first}
+    , m_end(first + 1)
+{
+    if (isEntry(pictures.picture(first).randomAccess))
+        m_entryPoints.push_back({first, OutputIndex()});
+}
+
+void Stretch::append(PictureList &pictures, PictureIndex picture)
+{
+    m_end = picture + 1;
+    if (pictures.picture(picture).isOutputBefore(pictures.picture(first()))) {
+        ++m_leftOut;
+        return;
+    }
+    const std::optional<std::size_t> place = findPlace(pictures, picture);
+    if (!place) {
+        pictures.doubt(picture, kOutOfOrder);
+        close(pictures, picture);
+        return;
+    }
+    const std::size_t depth = m_order.size() - *place;
+    m_order.insert(m_order.begin() + static_cast<std::ptrdiff_t>(*place), picture);
+    noteDepth(picture, depth);
+    // All that is decoded before it is output before it, too.
+    if (depth == 0 && isEntry(pictures.picture(picture).randomAccess))
+        m_waitingPoints.push_back(picture);
+    judge(pictures, false);
+}
+
+// Nothing where another picture has the place, or it is too far away.
+std::optional<std::size_t> Stretch::findPlace(const PictureList &pictures, PictureIndex picture) const
+{
+    const CodedPicture &inserted = pictures.picture(picture);
+    std::size_t place = m_order.size();
+    while (place > 0 && inserted.isOutputBefore(pictures.picture(m_order[place - 1])))
+        --place;
+    if (m_order.size() - place > kReordering || place == 0 ||
+        !pictures.picture(m_order[place - 1]).isOutputBefore(inserted))
+        return std::nullopt;
+    return place;
+}
+
+void Stretch::noteDepth(PictureIndex picture, std::size_t depth)
+{
+    for (std::size_t d = 0; d <= depth; ++d) {
+        if (!m_firstOfDepth.at(d))
+            m_firstOfDepth.at(d) = picture;
+    }
+}
+
+std::optional<PictureIndex> Stretch::firstDeeperThan(std::int64_t depth) const
+{
+    if (depth >= kMostReordering)
+        return std::nullopt;
+    return m_firstOfDepth.at(static_cast<std::size_t>(std::max<std::int64_t>(depth + 1, 0)));
+}
+
+void Stretch::close(PictureList &pictures, PictureIndex end)
+{
+    if (m_closed)
+        return;
+    m_closed = true;
+    m_end = end;
+    judge(pictures, true);
+}
+
+// At the end of what is known, pictures are still missing in between.
+void Stretch::judge(PictureList &pictures, bool toTheEnd)
+{
+    const std::size_t final = m_order.size() > kReordering ? m_order.size() - kReordering : 0;
+    const std::size_t from = m_certainEnd.place();
+    if (final <= from || (!toTheEnd && final - from < kJudgedAtOnce))
+        return;
+    m_certainEnd = OutputIndex(final);
+    judgeDisplayTimes(pictures, from, final);
+    noteEntryPoints(from);
+}
+
+void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::size_t end)
+{
+    const std::int64_t usual = usualStep(pictures, end);
+    for (std::size_t i = from; i < end; ++i) {
+        const std::int64_t pts = pictures.picture(m_order[i]).pts;
+        if (pts == ScannedPacket::kUnknown)
+            continue;
+        const std::int64_t earlier = pictures.picture(m_order[m_lastTimed]).pts;
+        if (m_lastTimed < i && earlier != ScannedPacket::kUnknown) {
+            const std::int64_t step = stepBetween(earlier, pts);
+            const auto places = static_cast<std::int64_t>(i - m_lastTimed);
+            // Pictures shown for two fields and for three still pass; a lost or a doubled one does not.
+            const bool steady = step > 0 && (usual <= 0 || (step / places >= usual / 2 && //
+                                                            step / places <= usual + usual / 4 * 3));
+            if (!steady)
+                return doubtPlaces(pictures, m_lastTimed, i);
+        }
+        m_lastTimed = i;
+    }
+}
+
+// The median of the latest steps between neighbours; 0 where there are none.
+std::int64_t Stretch::usualStep(const PictureList &pictures, std::size_t end) const
+{
+    std::vector<std::int64_t> steps;
+    for (std::size_t i = std::max<std::size_t>(end, kUsualStepsSeen) - kUsualStepsSeen + 1; i < end; ++i) {
+        const std::int64_t earlier = pictures.picture(m_order[i - 1]).pts;
+        const std::int64_t later = pictures.picture(m_order[i]).pts;
+        if (earlier != ScannedPacket::kUnknown && later != ScannedPacket::kUnknown)
+            steps.push_back(stepBetween(earlier, later));
+    }
+    if (steps.empty())
+        return 0;
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::nth_element(steps.begin(), middle, steps.end());
+    return *middle;
+}
+
+void Stretch::doubtPlaces(PictureList &pictures, std::size_t earlier, std::size_t later)
+{
+    pictures.doubt(m_order[earlier], kDisplayTimeUnsteady);
+    pictures.doubt(m_order[later], kDisplayTimeUnsteady);
+    m_certainEnd = OutputIndex(earlier);
+    m_closed = true;
+    m_end = std::max(m_order[earlier], m_order[later]);
+}
+
+void Stretch::noteEntryPoints(std::size_t from)
+{
+    for (std::size_t i = from; i < m_certainEnd.place() && !m_waitingPoints.empty(); ++i) {
+        if (m_order[i] == m_waitingPoints.front()) {
+            m_entryPoints.push_back({m_order[i], OutputIndex(i)});
+            m_waitingPoints.erase(m_waitingPoints.begin());
+        }
+    }
+}
+
+std::optional<OutputIndex> Stretch::placeOf(PictureIndex picture) const
+{
+    // Without reordering, and with all that were left out decoded before it.
+    const std::int64_t likely = picture - first() - m_leftOut;
+    const std::int64_t from = std::max<std::int64_t>(likely - kMostReordering, 0);
+    const std::int64_t end = std::min<std::int64_t>(likely + m_leftOut + kMostReordering + 1, size().value());
+    for (std::int64_t i = from; i < end; ++i) {
+        if (m_order[static_cast<std::size_t>(i)] == picture)
+            return OutputIndex(i);
+    }
+    return std::nullopt;
+}
+
+} // namespace quorvale
