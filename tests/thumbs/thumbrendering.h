@@ -2,6 +2,8 @@
 
 // What the tests of the thumbnail widget share: series that own their pixmaps, and rendering for real.
 
+#include "thumbs/multiframethumb.h"
+
 #include <QColor>
 #include <QCoreApplication>
 #include <QEvent>
@@ -14,6 +16,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 /// Owns pixmaps and hands out pointers to them, as the cache behind the widget does.
@@ -42,14 +45,54 @@ private:
 };
 
 /// Frames of `size`, each filled with its colour.
-inline Series solidSeries(const QSize &size, const QVector<QColor> &colours)
+inline Series solidSeries(const QSize &size, const QVector<QColor> &colours, qreal ratio = 1)
 {
     Series series;
     for (const QColor &colour : colours) {
-        series.add(size, colour);
+        series.add(size, colour, ratio);
     }
     return series;
 }
+
+/// One frame that could not be read.
+inline Series nullSeries()
+{
+    Series series;
+    series.addNull();
+    return series;
+}
+
+/// The widget at a size, and showing series that it owns here.
+struct ShownThumb : MultiFrameThumb
+{
+    ShownThumb(const QSize &size, Series x1, Series x2)
+        : standard(std::move(x1))
+        , dense(std::move(x2))
+    {
+        resize(size);
+        SetThumbs(standard.pointers, dense.pointers);
+    }
+    /// The same frames for every density.
+    ShownThumb(const QSize &size, Series frames)
+        : standard(std::move(frames))
+    {
+        resize(size);
+        SetThumbs(standard.pointers, standard.pointers);
+    }
+
+    Series standard;
+    Series dense;
+};
+
+/// The widget at a size, and busy.
+struct BusyThumb : MultiFrameThumb
+{
+    explicit BusyThumb(const QSize &size)
+    {
+        resize(size);
+        SetBusy(true);
+    }
+};
 
 /// What `widget` itself paints, without the window's background, on a transparent picture of `ratio`. Which picture the
 /// widget takes is a matter of its screen and not of this ratio.

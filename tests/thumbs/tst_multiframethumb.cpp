@@ -156,9 +156,7 @@ void tst_MultiFrameThumb::setThumbs_keepsTheFrameTimer_whenItRuns()
 void tst_MultiFrameThumb::setThumbs_endsTheBusyState()
 {
     Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetBusy(true);
+    BusyThumb widget(kFrame);
     widget.SetThumbs(series.pointers, series.pointers);
     QCOMPARE(widget.busy, false);
     QCOMPARE(widget.spinTimerId, -1);
@@ -197,9 +195,7 @@ void tst_MultiFrameThumb::clearThumbs_empties_whenPlaying()
 void tst_MultiFrameThumb::clearThumbs_keepsTheRing_whenBusy()
 {
     Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetBusy(true);
+    BusyThumb widget(kFrame);
     const int timer = widget.spinTimerId;
     widget.ClearThumbs();
     QCOMPARE(widget.busy, true);

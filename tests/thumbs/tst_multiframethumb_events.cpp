@@ -139,9 +139,7 @@ void tst_MultiFrameThumbEvents::mousePress_resumesWithTheFollowingFrame()
 void tst_MultiFrameThumbEvents::mousePress_startsAFrameTimer_whileBusy()
 {
     Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetBusy(true);
+    BusyThumb widget(kFrame);
     press(widget);
     const int timer = widget.frameTimerId;
     QVERIFY(timer >= 0);

@@ -11,10 +11,7 @@ class tst_MultiFrameThumbFrames : public QObject
     Q_OBJECT
 
 private slots:
-    void paint_takesTheStandardFrame_onAnOrdinaryScreen();
     void paint_takesTheStandardFrame_intoADensePictureToo();
-    void paint_drawsNothing_withOnlyADenseFrame();
-    void paint_leavesHighDensity_whenNothingIsDrawn();
 
     void paint_drawsTheFrameItself_whereItFits();
     void paint_scalesSmoothly_whereThePixelsDoNotFit_data();
@@ -63,62 +60,11 @@ bool heightIsFixed(const QWidget &widget)
 }
 } // namespace
 
-void tst_MultiFrameThumbFrames::paint_takesTheStandardFrame_onAnOrdinaryScreen()
-{
-    Series x1;
-    x1.add({100, 80}, Qt::red);
-    Series x2;
-    x2.add({200, 160}, Qt::blue, 2);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 80);
-    widget.SetThumbs(x1.pointers, x2.pointers);
-    widget.highDensity = true;
-    QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 100, 80), Qt::red));
-    QCOMPARE(widget.highDensity, false);
-}
-
 void tst_MultiFrameThumbFrames::paint_takesTheStandardFrame_intoADensePictureToo()
 {
-    Series x1;
-    x1.add({100, 80}, Qt::red);
-    Series x2;
-    x2.add({200, 160}, Qt::blue, 2);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 80);
-    widget.SetThumbs(x1.pointers, x2.pointers);
+    ShownThumb widget({100, 80}, solidSeries({100, 80}, {Qt::red}), solidSeries({200, 160}, {Qt::blue}, 2));
     QVERIFY(showsOnly(rendered(widget, 2), QRect(0, 0, 200, 160), Qt::red));
     QCOMPARE(widget.highDensity, false);
-}
-
-void tst_MultiFrameThumbFrames::paint_drawsNothing_withOnlyADenseFrame()
-{
-    Series x1;
-    x1.addNull();
-    Series x2;
-    x2.add({100, 80}, Qt::blue);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 80);
-    widget.SetThumbs(x1.pointers, x2.pointers);
-    widget.highDensity = true;
-    QVERIFY(paintedRect(rendered(widget)).isEmpty());
-    QCOMPARE(widget.highDensity, true);
-}
-
-void tst_MultiFrameThumbFrames::paint_leavesHighDensity_whenNothingIsDrawn()
-{
-    Series nulls;
-    nulls.addNull();
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 80);
-    for (const bool before : {false, true}) {
-        widget.highDensity = before;
-        widget.ClearThumbs();
-        rendered(widget);
-        QCOMPARE(widget.highDensity, before);
-        widget.SetThumbs(nulls.pointers, nulls.pointers);
-        rendered(widget);
-        QCOMPARE(widget.highDensity, before);
-    }
 }
 
 void tst_MultiFrameThumbFrames::paint_drawsTheFrameItself_whereItFits()
@@ -205,22 +151,14 @@ void tst_MultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred()
 
 void tst_MultiFrameThumbFrames::paint_centresTheScaledCopy()
 {
-    Series series;
-    series.add({200, 200}, Qt::red);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(120, 80);
+    ShownThumb widget({120, 80}, solidSeries({200, 200}, {Qt::red}));
     widget.alignment = Qt::AlignCenter;
-    widget.SetThumbs(series.pointers, series.pointers);
     QVERIFY(showsOnly(rendered(widget), QRect(20, 0, 80, 80), Qt::red));
 }
 
 void tst_MultiFrameThumbFrames::paint_fixesTheHeight_atThatOfALowerFrame()
 {
-    Series series;
-    series.add({320, 240}, Qt::red);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(200, 400);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget({200, 400}, solidSeries({320, 240}, {Qt::red}));
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 200, 150), Qt::red));
     QCOMPARE(widget.size(), QSize(200, 150));
     QCOMPARE(widget.minimumHeight(), 150);
@@ -263,8 +201,7 @@ void tst_MultiFrameThumbFrames::paint_shrinksAgain_whenALowerFrameFollows()
 
 void tst_MultiFrameThumbFrames::paint_keepsTheHeight_whenNothingIsDrawn()
 {
-    Series nulls;
-    nulls.addNull();
+    Series nulls = nullSeries();
     MultiFrameThumb widget(nullptr);
     widget.resize(200, 300);
     rendered(widget);

@@ -110,9 +110,7 @@ void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
 {
     QFETCH(QSize, size);
     QFETCH(QRect, place);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(size);
-    widget.SetBusy(true);
+    BusyThumb widget(size);
     widget.highDensity = true;
     const QImage image = rendered(widget);
     QCOMPARE(widget.highDensity, false);
@@ -230,11 +228,7 @@ void tst_MultiFrameThumbRing::ring_takesTheTextColour_ofTheCurrentGroup()
 
 void tst_MultiFrameThumbRing::ring_isShownInPlaceOfTheFrames()
 {
-    Series series;
-    series.add({100, 60}, Qt::blue);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 60);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget({100, 60}, solidSeries({100, 60}, {Qt::blue}));
     widget.SetBusy(true);
     QVERIFY(QRect(43, 23, 15, 15).contains(paintedRect(rendered(widget))));
     QVERIFY(!paintedRect(rendered(widget)).isEmpty());
@@ -242,9 +236,7 @@ void tst_MultiFrameThumbRing::ring_isShownInPlaceOfTheFrames()
 
 void tst_MultiFrameThumbRing::ring_fixesNoHeight()
 {
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 10100);
-    widget.SetBusy(true);
+    BusyThumb widget({100, 10100});
     rendered(widget);
     QCOMPARE(widget.height(), 10100);
     QCOMPARE(widget.minimumHeight(), 0);
@@ -252,9 +244,7 @@ void tst_MultiFrameThumbRing::ring_fixesNoHeight()
 
 void tst_MultiFrameThumbRing::cache_holdsTwelvePictures_afterATurn()
 {
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 60);
-    widget.SetBusy(true);
+    BusyThumb widget({100, 60});
     QVector<QImage> pictures;
     for (int angle = 0; angle < 360; angle += 30) {
         QVERIFY(!cached(keyOf(100, 60, angle, 0)));
@@ -280,9 +270,7 @@ void tst_MultiFrameThumbRing::cache_isAsked_beforeAPictureIsMade()
     QPixmap marker(15, 15);
     marker.fill(Qt::blue);
     QPixmapCache::insert("MultiFrameThumb:100:60:30:0", marker);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 60);
-    widget.SetBusy(true);
+    BusyThumb widget({100, 60});
     tick(widget, widget.spinTimerId);
     QVERIFY(showsOnly(rendered(widget), QRect(43, 23, 15, 15), Qt::blue));
 }
@@ -292,9 +280,7 @@ void tst_MultiFrameThumbRing::cache_isAsked_forTheSizeAndAngle()
     QPixmap marker(45, 45);
     marker.fill(Qt::blue);
     QPixmapCache::insert("MultiFrameThumb:320:180:330:0", marker);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(320, 180);
-    widget.SetBusy(true);
+    BusyThumb widget({320, 180});
     widget.spinAngle = 330;
     QVERIFY(showsOnly(rendered(widget), QRect(138, 68, 45, 45), Qt::blue));
     widget.resize(321, 180);
@@ -307,9 +293,7 @@ void tst_MultiFrameThumbRing::cache_isAsked_forTheSizeAndAngle()
 
 void tst_MultiFrameThumbRing::cache_givesTheSamePictures_onTheSecondTurn()
 {
-    MultiFrameThumb widget(nullptr);
-    widget.resize(100, 60);
-    widget.SetBusy(true);
+    BusyThumb widget({100, 60});
     QVector<qint64> identities[2];
     for (auto &turn : identities) {
         for (int angle = 0; angle < 360; angle += 30) {
