@@ -49,7 +49,7 @@ struct FileCloser
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-#ifdef F_SETNOSIGPIPE
+#ifdef __APPLE__
 
 // Here the signal of a broken pipe goes to the process, where no thread can be kept from it, but a descriptor can be
 // told to raise none.
