@@ -155,4 +155,3 @@ std::string Programme::readCString(std::FILE *file)
 {
     return readString([file] { return std::getc(file); });
 }
-// x

@@ -55,7 +55,7 @@ struct Service
     std::vector<std::thread> threads;
     std::atomic<int> callbacksRun{0};
 
-    // The caller holds the mutex, here as below.
+    // The caller holds the mutex.
     void deliver(FakeSession &session, const Registration &registration)
     {
         if (!session.queue) {
