@@ -1,57 +1,12 @@
 #include "tests/support/hugestreams.h"
 
-#include <QtEndian>
+#include "tests/support/bitwriter.h"
 
-#include <string>
+#include <QtEndian>
 
 namespace hugestreams {
 
 namespace {
-
-// Bits of a header, first things first.
-class Bits
-{
-public:
-    Bits &fixed(unsigned value, int width)
-    {
-        for (int bit = width - 1; bit >= 0; --bit)
-            m_bits += (value >> bit & 1) != 0 ? '1' : '0';
-        return *this;
-    }
-
-    /// An Exp-Golomb code: as many zeros as the number plus one has further binary digits, then that number.
-    Bits &golomb(unsigned value)
-    {
-        int digits = 1;
-        while ((value + 1) >> digits != 0)
-            ++digits;
-        return fixed(0, digits - 1).fixed(value + 1, digits);
-    }
-
-    /// A unit of the stream, ended with a stop bit.
-    [[nodiscard]] QByteArray unit(char type, const QByteArray &rest = {}) const
-    {
-        std::string padded = m_bits + '1';
-        padded.append((8 - padded.size() % 8) % 8, '0');
-        QByteArray bytes;
-        for (std::size_t at = 0; at < padded.size(); at += 8)
-            bytes += char(std::stoi(padded.substr(at, 8), nullptr, 2));
-        QByteArray escaped; // no start code may appear within
-        int zeros = 0;
-        for (const char byte : bytes + rest) {
-            if (zeros >= 2 && quint8(byte) <= 3) {
-                escaped += '\3';
-                zeros = 0;
-            }
-            escaped += byte;
-            zeros = byte == 0 ? zeros + 1 : 0;
-        }
-        return QByteArray("\0\0\0\1", 4) + type + escaped;
-    }
-
-private:
-    std::string m_bits;
-};
 
 QByteArray pngChunk(const char *type, const QByteArray &content)
 {
@@ -75,47 +30,48 @@ QByteArray pngChunk(const char *type, const QByteArray &content)
 QByteArray h264(int width, int height, int pictures)
 {
     // Baseline profile, level 6.2, four reference pictures.
-    const QByteArray sequence = Bits()
-                                    .fixed(66, 8)
-                                    .fixed(0, 8)
-                                    .fixed(62, 8)
-                                    .golomb(0)                        // number of the set
-                                    .golomb(0)                        // frame numbers have four bits
-                                    .golomb(2)                        // pictures come in display order
-                                    .golomb(4)                        // reference pictures
-                                    .fixed(0, 1)                      // no gaps
-                                    .golomb(unsigned(width / 16 - 1)) // size in blocks of 16
-                                    .golomb(unsigned(height / 16 - 1))
-                                    .fixed(1, 1) // progressive
-                                    .fixed(1, 1)
-                                    .fixed(0, 1) // not cropped
-                                    .fixed(0, 1) // nothing about display
-                                    .unit('\x67');
-    const QByteArray picture = Bits()
-                                   .golomb(0)
-                                   .golomb(0)
-                                   .fixed(0, 1) // variable lengths, not arithmetic
-                                   .fixed(0, 1)
-                                   .golomb(0)
-                                   .golomb(0)
-                                   .golomb(0)
-                                   .fixed(0, 3) // no weights
-                                   .golomb(0)
-                                   .golomb(0)
-                                   .golomb(0)
-                                   .fixed(0, 3)
-                                   .unit('\x68');
+    const QByteArray sequence = BitWriter()
+                                    .u(66, 8)
+                                    .u(0, 8)
+                                    .u(62, 8)
+                                    .ue(0)                        // number of the set
+                                    .ue(0)                        // frame numbers have four bits
+                                    .ue(2)                        // pictures come in display order
+                                    .ue(4)                        // reference pictures
+                                    .u(0, 1)                      // no gaps
+                                    .ue(unsigned(width / 16 - 1)) // size in blocks of 16
+                                    .ue(unsigned(height / 16 - 1))
+                                    .u(1, 1) // progressive
+                                    .u(1, 1)
+                                    .u(0, 1) // not cropped
+                                    .u(0, 1) // nothing about display
+                                    .nalUnit("\x67");
+    const QByteArray picture = BitWriter()
+                                   .ue(0)
+                                   .ue(0)
+                                   .u(0, 1) // variable lengths, not arithmetic
+                                   .u(0, 1)
+                                   .ue(0)
+                                   .ue(0)
+                                   .ue(0)
+                                   .u(0, 3) // no weights
+                                   .ue(0)
+                                   .ue(0)
+                                   .ue(0)
+                                   .u(0, 3)
+                                   .nalUnit("\x68");
     QByteArray stream;
     for (int number = 0; number < pictures; ++number) {
-        const QByteArray slice = Bits()
-                                     .golomb(0)   // from the first block on
-                                     .golomb(7)   // intra
-                                     .golomb(0)   // of the set above
-                                     .fixed(0, 4) // frame number
-                                     .golomb(unsigned(number % 2))
-                                     .fixed(0, 2) // references are kept
-                                     .golomb(0)   // quantiser
-                                     .unit('\x65', QByteArray(600, '\x5A'));
+        const QByteArray slice = BitWriter()
+                                     .ue(0)   // from the first block on
+                                     .ue(7)   // intra
+                                     .ue(0)   // of the set above
+                                     .u(0, 4) // frame number
+                                     .ue(unsigned(number % 2))
+                                     .u(0, 2) // references are kept
+                                     .ue(0)   // quantiser
+                                     .bytes(QByteArray(600, '\x5A'))
+                                     .nalUnit("\x65");
         stream += sequence + picture + slice;
     }
     return stream;

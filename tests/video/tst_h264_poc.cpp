@@ -1,0 +1,348 @@
+#include "tests/video/h264syntax.h"
+#include "video/bitstream/accessunitreader.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pointers.h"
+
+#include <QVector>
+#include <QtTest>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+using namespace quorvale;
+using h264syntax::Pps;
+using h264syntax::Slice;
+using h264syntax::Sps;
+
+namespace {
+
+struct Stream
+{
+    Sps sps;
+    Pps pps;
+    QVector<Slice> slices; // each an access unit
+
+    [[nodiscard]] QVector<QByteArray> units() const
+    {
+        QVector<QByteArray> written;
+        for (const Slice &slice : slices)
+            written.append((slice.idr ? sps.write() + pps.write() : QByteArray()) + slice.write(sps, pps));
+        return written;
+    }
+};
+
+QVector<AccessUnit> readUnits(const Stream &stream)
+{
+    const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::H264);
+    QVector<AccessUnit> found;
+    for (const QByteArray &unit : stream.units())
+        found.append(reader->read(reinterpret_cast<const std::uint8_t *>(unit.constData()), std::size_t(unit.size())));
+    return found;
+}
+
+QVector<std::int64_t> countsOf(const Stream &stream)
+{
+    QVector<std::int64_t> counts;
+    for (const AccessUnit &unit : readUnits(stream))
+        counts.append(unit.onePicture ? unit.pictureOrderCount : INT64_MIN);
+    return counts;
+}
+
+// The numbers of the units whose pictures come out, in that order, as told by the units. A pair of fields is known by
+// the first.
+QVector<int> predictedOrder(const Stream &stream)
+{
+    struct Frame
+    {
+        int unit;
+        int sequence;
+        std::int64_t count;
+    };
+    QVector<Frame> frames;
+    int sequence = 0;
+    bool fieldIsOpen = false;
+    const QVector<AccessUnit> units = readUnits(stream);
+    for (int i = 0; i < units.size(); ++i) {
+        if (fieldIsOpen) {
+            frames.last().count = std::min(frames.last().count, units[i].pictureOrderCount);
+            fieldIsOpen = false;
+            continue;
+        }
+        sequence += units[i].startsSequence ? 1 : 0;
+        frames.append({i, sequence, units[i].pictureOrderCount});
+        fieldIsOpen = units[i].structure != PictureStructure::Frame;
+    }
+    std::stable_sort(frames.begin(), frames.end(), [](const Frame &a, const Frame &b) {
+        return a.sequence != b.sequence ? a.sequence < b.sequence : a.count < b.count;
+    });
+    QVector<int> order;
+    for (const Frame &frame : frames)
+        order.append(frame.unit);
+    return order;
+}
+
+// The same, as libavcodec's decoder delivers them.
+QVector<int> decodedOrder(const Stream &stream)
+{
+    const AVCodec *codec = avcodec_find_decoder(AV_CODEC_ID_H264);
+    const ffmpeg::DecoderPtr decoder(avcodec_alloc_context3(codec));
+    decoder->thread_count = 1;
+    QVector<int> order;
+    if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
+        return order;
+    const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
+    const auto receive = [&] {
+        while (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
+            order.append(int(frame->pts));
+    };
+    const QVector<QByteArray> units = stream.units();
+    for (int i = 0; i < units.size(); ++i) {
+        const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        if (av_new_packet(packet.get(), int(units[i].size())) < 0)
+            return {};
+        std::memcpy(packet->data, units[i].constData(), std::size_t(units[i].size()));
+        packet->pts = packet->dts = i;
+        avcodec_send_packet(decoder.get(), packet.get());
+        receive();
+    }
+    avcodec_send_packet(decoder.get(), nullptr);
+    receive();
+    return order;
+}
+
+Slice idr(std::uint32_t picId = 0)
+{
+    Slice slice;
+    slice.type = Slice::I;
+    slice.idr = true;
+    slice.idrPicId = picId;
+    return slice;
+}
+
+Slice picture(std::uint32_t frameNum, std::uint32_t lsb, bool isReference = true)
+{
+    Slice slice;
+    slice.frameNum = frameNum % 16;
+    slice.picOrderCntLsb = lsb % 16;
+    slice.refIdc = isReference ? 1 : 0;
+    return slice;
+}
+
+BitWriter memoryManagementControl5()
+{
+    return BitWriter().flag(true).ue(5).ue(0);
+}
+
+} // namespace
+
+/// Picture order counts of H.264 streams that no encoder here makes, held against the standard's arithmetic and against
+/// the order in which a decoder delivers the pictures.
+class TestH264Poc : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void type0_countsOn_whereTheLsbStartsAgain()
+    {
+        // Pictures 4 apart, each with one before it in output order: the 16 values of the lsb are passed three times.
+        Stream stream;
+        stream.slices.append(idr());
+        QVector<std::int64_t> expected = {0};
+        for (std::uint32_t i = 1; i <= 12; ++i) {
+            stream.slices.append(picture(i, 4 * i));
+            stream.slices.append(picture(i + 1, 4 * i - 2, false));
+            expected << 4 * i << 4 * i - 2;
+        }
+        QCOMPARE(countsOf(stream), expected);
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+        QCOMPARE(predictedOrder(stream).mid(0, 5), (QVector<int>{0, 2, 1, 4, 3}));
+    }
+
+    void type0_goesBelowZero_afterTheIdr()
+    {
+        Stream stream;
+        stream.slices = {idr(), picture(1, 4), picture(2, 14, false), picture(2, 2, false)};
+        QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, 4, -2, 2}));
+    }
+
+    void type0_takesTheLesserOfTheFieldsOfAFrame()
+    {
+        Stream stream;
+        stream.sps.frameMbsOnly = false;
+        stream.pps.bottomFieldPicOrderInFramePresent = true;
+        stream.slices = {idr(), picture(1, 8), picture(2, 4, false)};
+        stream.slices[1].deltaPicOrderCntBottom = -1;
+        stream.slices[2].deltaPicOrderCntBottom = 1;
+        QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, 7, 4}));
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+    }
+
+    void type0_countsFields_ofEitherParityFirst_data()
+    {
+        QTest::addColumn<bool>("bottomFirst");
+        QTest::newRow("top field first") << false;
+        QTest::newRow("bottom field first") << true;
+    }
+    void type0_countsFields_ofEitherParityFirst()
+    {
+        QFETCH(const bool, bottomFirst);
+        Stream stream;
+        stream.sps.frameMbsOnly = false;
+        QVector<std::int64_t> expected;
+        const auto addFrame = [&](Slice first, std::uint32_t lsb) {
+            Slice second = picture(first.frameNum, lsb + 1, first.refIdc != 0);
+            first.picOrderCntLsb = lsb % 16;
+            first.field = second.field = true;
+            first.bottomField = bottomFirst;
+            second.bottomField = !bottomFirst;
+            stream.slices << first << second;
+            expected << lsb << lsb + 1;
+        };
+        addFrame(idr(), 0);
+        for (std::uint32_t i = 1; i <= 8; ++i) {
+            addFrame(picture(i, 0), 4 * i);
+            addFrame(picture(i + 1, 0, false), 4 * i - 2);
+        }
+        QCOMPARE(countsOf(stream), expected);
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+        const AccessUnit unit = readUnits(stream)[3];
+        QCOMPARE(int(unit.structure), int(bottomFirst ? PictureStructure::TopField : PictureStructure::BottomField));
+        QCOMPARE(unit.frameNum, 1U);
+    }
+
+    void type1_addsTheOffsetsOfItsCycle()
+    {
+        // A cycle of two pictures that others refer to, each with one that none refers to before it in output order.
+        Stream stream;
+        stream.sps.picOrderCntType = 1;
+        stream.sps.offsetForRefFrame = {4, 6};
+        stream.sps.offsetForNonRefPic = -2;
+        stream.slices = {idr()};
+        QVector<std::int64_t> expected = {0};
+        std::int64_t count = 0;
+        for (std::uint32_t i = 1; i <= 20; ++i) { // frame_num starts again after 15
+            count += i % 2 != 0 ? 4 : 6;
+            stream.slices << picture(i, 0) << picture(i + 1, 0, false);
+            expected << count << count - 2;
+        }
+        QCOMPARE(countsOf(stream), expected);
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+    }
+
+    void type1_addsWhatTheSliceSays_andKnowsFields()
+    {
+        Stream stream;
+        stream.sps.picOrderCntType = 1;
+        stream.sps.offsetForRefFrame = {8};
+        stream.sps.offsetForTopToBottomField = 1;
+        stream.sps.frameMbsOnly = false;
+        stream.pps.bottomFieldPicOrderInFramePresent = true;
+        stream.slices = {idr(), picture(1, 0), picture(2, 0), picture(2, 0), picture(3, 0)};
+        stream.slices[1].deltaPicOrderCnt[0] = 3;
+        stream.slices[1].deltaPicOrderCnt[1] = -3; // the bottom field before the top field
+        stream.slices[2].field = stream.slices[3].field = true;
+        stream.slices[3].bottomField = true;
+        stream.slices[3].deltaPicOrderCnt[0] = 2;
+        stream.slices[4].deltaPicOrderCnt[0] = -4;
+        QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, 9, 16, 19, 20}));
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+    }
+
+    void type1_withoutACycle_restsOnTheSlices()
+    {
+        Stream stream;
+        stream.sps.picOrderCntType = 1;
+        stream.slices = {idr(), picture(1, 0), picture(2, 0, false)};
+        stream.slices[1].deltaPicOrderCnt[0] = 4;
+        stream.slices[2].deltaPicOrderCnt[0] = 2;
+        QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, 4, 2}));
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+    }
+
+    void type1_isRefused_whereTheCountsLeaveTheirRange()
+    {
+        // Each picture lets frame_num start again: no arithmetic overflows, and at some time it is refused.
+        Stream stream;
+        stream.sps.picOrderCntType = 1;
+        stream.sps.log2MaxFrameNumMinus4 = 12;
+        stream.sps.offsetForRefFrame = {INT32_MAX};
+        stream.slices = {idr(), picture(1, 0), picture(2, 0), picture(0, 0)};
+        QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, INT32_MAX, INT64_MIN, 0}));
+    }
+
+    void type2_isDecodeOrder()
+    {
+        Stream stream;
+        stream.sps.picOrderCntType = 2;
+        stream.slices = {idr()};
+        QVector<std::int64_t> expected = {0};
+        for (std::uint32_t i = 1; i <= 20; ++i) {
+            stream.slices << picture(i, 0) << picture(i + 1, 0, false);
+            expected << 2 * i << 2 * i + 1;
+        }
+        stream.slices.append(idr(1));
+        expected.append(0);
+        QCOMPARE(countsOf(stream), expected);
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+        const QVector<int> order = predictedOrder(stream);
+        QVERIFY(std::is_sorted(order.begin(), order.end()));
+    }
+
+    void memoryManagementControl5_startsASequence_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::newRow("type 0") << 0;
+        QTest::newRow("type 1") << 1;
+        QTest::newRow("type 2") << 2;
+    }
+    void memoryManagementControl5_startsASequence()
+    {
+        QFETCH(const int, type);
+        Stream stream;
+        stream.sps.picOrderCntType = std::uint32_t(type);
+        stream.sps.offsetForRefFrame = {4};
+        stream.sps.offsetForNonRefPic = -2;
+        const auto addPictures = [&] {
+            for (std::uint32_t i = 1; i <= 5; ++i)
+                stream.slices << picture(i, 4 * i) << picture(i + 1, 4 * i - 2, false);
+        };
+        stream.slices = {idr()};
+        addPictures();
+        Slice reset = picture(6, 24);
+        reset.decRefPicMarking = memoryManagementControl5();
+        stream.slices.append(reset);
+        addPictures(); // counted from the reset on
+        const QVector<AccessUnit> units = readUnits(stream);
+        QVERIFY(units[11].startsSequence);
+        QCOMPARE(int(units[11].randomAccess), int(RandomAccess::None));
+        QCOMPARE(units[11].frameNum, 0U);
+        const QVector<std::int64_t> counts = countsOf(stream);
+        QCOMPARE(counts.mid(11), counts.mid(0, 11));
+        QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+    }
+
+    void memoryManagementControl5_ofAFirstField_isSeenByTheSecond()
+    {
+        for (const bool bottomFirst : {false, true}) {
+            Stream stream;
+            stream.sps.frameMbsOnly = false;
+            stream.slices = {idr(), picture(1, 4), picture(2, 8), picture(0, 1), picture(1, 4)};
+            Slice &first = stream.slices[2];
+            Slice &second = stream.slices[3];
+            first.field = second.field = true;
+            first.bottomField = bottomFirst;
+            second.bottomField = !bottomFirst;
+            first.decRefPicMarking = memoryManagementControl5();
+            QCOMPARE(countsOf(stream), (QVector<std::int64_t>{0, 4, 0, 1, 4}));
+            const QVector<AccessUnit> units = readUnits(stream);
+            QVERIFY(units[2].startsSequence);
+            QVERIFY(!units[3].startsSequence);
+            QCOMPARE(units[2].frameNum, units[3].frameNum);
+            QCOMPARE(decodedOrder(stream), predictedOrder(stream));
+        }
+    }
+};
+
+QTEST_APPLESS_MAIN(TestH264Poc)
+#include "tst_h264_poc.moc"
