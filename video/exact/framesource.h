@@ -49,9 +49,15 @@ private:
 
     bool anchorIsProven(FrameNumber horizon);
     [[nodiscard]] bool scanToFirstStretch();
+    // A random access point that may become the anchor, once its number is known.
+    struct Candidate
+    {
+        std::size_t stretch;
+        EntryPoint point;
+    };
     enum class Verdict { Proven, Refuted, Open };
-    Verdict judgeCandidate(std::size_t stretchIndex, const EntryPoint &candidate);
-    std::optional<Anchor> firstCandidate();
+    Verdict judgeCandidate(const Candidate &candidate);
+    std::optional<Candidate> firstCandidate();
     Beginning::Step decodeBeginning();
 
     Status hop(OutputIndex place);

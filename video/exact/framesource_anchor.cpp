@@ -35,14 +35,13 @@ bool FrameSource::anchorIsProven(FrameNumber horizon)
         m_hopeless = true;
         return false;
     }
-    while (const std::optional<Anchor> candidate = firstCandidate()) {
-        const Stretch &home = m_scan.stretches().at(candidate->stretch);
-        const EntryPoint point = {home.at(candidate->place), candidate->place};
+    while (const std::optional<Candidate> candidate = firstCandidate()) {
+        const EntryPoint &point = candidate->point;
         if (!m_beginning && point.picture.value() + static_cast<std::int64_t>(kProof) > effort)
             break;
         if (!m_beginning)
             m_beginning = std::make_unique<Beginning>(makeWorker(), m_counters);
-        Verdict verdict = judgeCandidate(candidate->stretch, point);
+        Verdict verdict = judgeCandidate(*candidate);
         while (verdict == Verdict::Open && m_beginning->position().value() < effort) {
             const Beginning::Step step = decodeBeginning();
             if (step == Beginning::Step::NeedsPacket) {
@@ -53,10 +52,12 @@ bool FrameSource::anchorIsProven(FrameNumber horizon)
                 m_hopeless = true;
                 return false;
             }
-            verdict = judgeCandidate(candidate->stretch, point);
+            verdict = judgeCandidate(*candidate);
         }
         if (verdict == Verdict::Proven) {
-            m_anchor = candidate;
+            const std::vector<PictureIndex> &shown = m_beginning->shown();
+            const auto at = std::find(shown.begin(), shown.end(), point.picture);
+            m_anchor = Anchor{candidate->stretch, point.place, FrameNumber(std::int64_t{at - shown.begin()})};
             m_depth = m_beginning->depth();
             return true;
         }
@@ -68,8 +69,8 @@ bool FrameSource::anchorIsProven(FrameNumber horizon)
     return false;
 }
 
-// The first random access point that was not refuted, without its number where it was not shown yet.
-std::optional<Anchor> FrameSource::firstCandidate()
+// The first random access point that was not refuted.
+std::optional<FrameSource::Candidate> FrameSource::firstCandidate()
 {
     std::size_t passed = 0;
     for (std::size_t i = 0; i < m_scan.stretches().count(); ++i) {
@@ -86,29 +87,22 @@ std::optional<Anchor> FrameSource::firstCandidate()
                 break;
             if (passed++ < m_refuted)
                 continue;
-            const EntryPoint &found = home.entryPoints()[point];
-            Anchor anchor = {i, found.place, FrameNumber()};
-            if (m_beginning) {
-                const std::vector<PictureIndex> &shown = m_beginning->shown();
-                const auto at = std::find(shown.begin(), shown.end(), found.picture);
-                anchor.number = FrameNumber(static_cast<std::int64_t>(at - shown.begin()));
-            }
-            return anchor;
+            return Candidate{i, home.entryPoints()[point]};
         }
     }
     return std::nullopt;
 }
 
-FrameSource::Verdict FrameSource::judgeCandidate(std::size_t stretchIndex, const EntryPoint &candidate)
+FrameSource::Verdict FrameSource::judgeCandidate(const Candidate &candidate)
 {
     const std::vector<PictureIndex> &shown = m_beginning->shown();
-    const Stretch &home = m_scan.stretches().at(stretchIndex);
-    if (m_beginning->lastTrouble() >= candidate.picture)
+    const Stretch &home = m_scan.stretches().at(candidate.stretch);
+    if (m_beginning->lastTrouble() >= candidate.point.picture)
         return Verdict::Refuted;
-    const auto at = std::find(shown.begin(), shown.end(), candidate.picture);
+    const auto at = std::find(shown.begin(), shown.end(), candidate.point.picture);
     if (at == shown.end())
-        return m_beginning->position() - candidate.picture > kMostDelay ? Verdict::Refuted : Verdict::Open;
-    OutputIndex place = candidate.place;
+        return m_beginning->position() - candidate.point.picture > kMostDelay ? Verdict::Refuted : Verdict::Open;
+    OutputIndex place = candidate.point.place;
     for (auto picture = at; picture != shown.end(); ++picture, ++place) {
         if (picture - at == static_cast<std::ptrdiff_t>(kProof))
             return Verdict::Proven;
