@@ -3,6 +3,8 @@
 #include <QImage>
 #include <QVariant>
 
+namespace quorvale {
+
 QVariant DescriptionDocument::loadResource(int type, const QUrl &)
 {
     if (type != ImageResource)
@@ -12,3 +14,5 @@ QVariant DescriptionDocument::loadResource(int type, const QUrl &)
     nothing.fill(Qt::transparent);
     return nothing;
 }
+
+} // namespace quorvale

@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTextStream>
 
+namespace quorvale {
+
 namespace {
 
 QString zeroPadded(int number)
@@ -18,30 +20,21 @@ QString latin1(const std::string &bytes)
     return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
 }
 
-QString dateLine(const Programme &programme, int dateFormat)
+QString dateLine(const Programme &programme, std::optional<DateOrder> order)
 {
-    const QString day = zeroPadded(programme.day);
-    const QString month = zeroPadded(programme.month);
-    const QString year = zeroPadded(programme.year);
-    const QString line = QStringLiteral("Date       : %1.%2.%3\n");
-    switch (dateFormat) {
-    case 0:
-        return line.arg(day, month, year);
-    case 1:
-        return line.arg(month, day, year);
-    case 2:
-        return line.arg(year, month, day);
-    default:
+    if (!order)
         return {};
-    }
+    return QLatin1String("Date       : ") +
+           numericDate(*order, zeroPadded(programme.day), zeroPadded(programme.month), zeroPadded(programme.year)) +
+           QLatin1Char('\n');
 }
 
 } // namespace
 
-QString descriptionText(const Programme &programme, int dateFormat)
+QString descriptionText(const Programme &programme, std::optional<DateOrder> order)
 {
     return QLatin1String("Show       : ") + latin1(programme.title) + QLatin1String("\nDescription:\n\n") +
-           latin1(programme.description) + QLatin1String("\n\n") + dateLine(programme, dateFormat) +
+           latin1(programme.description) + QLatin1String("\n\n") + dateLine(programme, order) +
            QLatin1String("Time stamp : ") + zeroPadded(programme.hour) + QLatin1Char(':') +
            zeroPadded(programme.minute) + QLatin1Char(':') + zeroPadded(programme.second) +
            QLatin1String("\nChannel    : ") + latin1(programme.channel) + QLatin1Char('\n');
@@ -56,3 +49,5 @@ void writeDescription(const QString &fileName, const QString &text)
     useLocaleEncoding(stream);
     stream << text;
 }
+
+} // namespace quorvale

@@ -1,8 +1,16 @@
 #pragma once
 
-#include <QString>
+class QString;
+class QTextCursor;
 
-/// The markup of a description, with no number in a tag large enough to keep the toolkit busy: a table of a few hundred
-/// bytes can ask for a million columns, and is then laid out for minutes on the main thread. Columns and rows that a
-/// cell spans are 9 at most, other numbers 999; colours and everything outside of tags stay as they are.
-[[nodiscard]] QString boundedMarkup(const QString &markup);
+namespace quorvale {
+
+/// Inserts `markup`, a description from a broadcast, at `cursor`.
+///
+/// It is rendered as QTextCursor::insertHtml does. A few hundred bytes of markup can ask for a layout that takes for
+/// ever, so it is parsed apart from what is shown first, and judged: lengths and sizes beyond what a page can show are
+/// dropped; where tables are too many, too large or nested too deeply, the text is inserted without its markup. The
+/// words are always those that Qt would show.
+void insertDescription(QTextCursor cursor, const QString &markup);
+
+} // namespace quorvale

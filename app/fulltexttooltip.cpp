@@ -8,6 +8,8 @@
 #include <QTextDocument>
 #include <QToolTip>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kTextMargin = 2; // QLineEdit keeps it free on either side of its text.
@@ -68,3 +70,5 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
     auto *widget = qobject_cast<QWidget *>(watched);
     return widget && !widget->toolTip().isEmpty() && showTip(help, widget->toolTip(), widget, widget->rect());
 }
+
+} // namespace quorvale

@@ -6,6 +6,8 @@ class QAbstractItemView;
 class QLineEdit;
 class QWidget;
 
+namespace quorvale {
+
 /// Shows a text that is wider than its place as a tool tip; texts that fit have none. Tips are plain text: markup from
 /// a recorder's disk could name any file as a picture of the tip.
 /// Nothing is stored on the items of a view: the tip is made when the pointer asks for it.
@@ -24,3 +26,5 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 };
+
+} // namespace quorvale

@@ -1,41 +1,6 @@
-#include "app/qtversion.h"
-#include "app/viewer.h"
-
-#include "platform/descriptorlimit.h"
-#include "thumbs/scanthreads.h"
-
-#include <QApplication>
-#include <QFont>
-
-#include <cstdlib>
-
-namespace {
-
-constexpr int kScanPatienceMs = 3000;
-
-int showWindow()
-{
-    Viewer viewer;
-    viewer.show();
-    return QApplication::exec();
-}
-
-} // namespace
+#include "app/program.h"
 
 int main(int argc, char **argv)
 {
-#ifdef Q_OS_MACOS
-    // The system's own user-interface font cannot be asked for by its name.
-    QFont::insertSubstitution(QStringLiteral(".Lucida Grande UI"), QStringLiteral("Lucida Grande"));
-#endif
-    raiseDescriptorLimit();
-    useScreenDensity();
-    QApplication application(argc, argv);
-    // By this name a desktop finds the program's entry in its menu, and with it the icon of its windows.
-    QGuiApplication::setDesktopFileName(QStringLiteral("org.quorvale.quorvale"));
-    const int status = showWindow();
-    // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
-    if (!ScanThreads::instance().end(kScanPatienceMs))
-        std::_Exit(status);
-    return status;
+    return quorvale::runProgram(argc, argv);
 }

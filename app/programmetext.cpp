@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QLocale>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kWeekdayUpToDays = 6; // A week back, the weekday's name would be today's.
@@ -38,7 +40,7 @@ QString formatStartTime(int hour, int minute, int second)
     return QStringLiteral("%1:%2:%3").arg(twoDigits(hour), twoDigits(minute), twoDigits(second));
 }
 
-QString formatRecordingDate(int day, int month, int year, int dateFormat, const QDate &today)
+QString formatRecordingDate(int day, int month, int year, std::optional<DateOrder> order, const QDate &today)
 {
     const QDate recorded(year, month, day);
     if (recorded == today)
@@ -49,20 +51,9 @@ QString formatRecordingDate(int day, int month, int year, int dateFormat, const 
     if (recorded.daysTo(today) <= kWeekdayUpToDays)
         return QLocale::system().dayName(recorded.dayOfWeek(), QLocale::LongFormat);
 
-    const QString dd = twoDigits(day);
-    const QString mm = twoDigits(month);
-    const QString yyyy = twoDigits(year);
-    const QString numeric = QStringLiteral("%1.%2.%3");
-    switch (dateFormat) {
-    case 0:
-        return numeric.arg(dd, mm, yyyy);
-    case 1:
-        return numeric.arg(mm, dd, yyyy);
-    case 2:
-        return numeric.arg(yyyy, mm, dd);
-    default:
+    if (!order)
         return recorded.toString(Qt::TextDate);
-    }
+    return numericDate(*order, twoDigits(day), twoDigits(month), twoDigits(year));
 }
 
 QStringList recordingDateWords()
@@ -91,3 +82,5 @@ QString formatFileSize(int kibibytes)
     return text.arg(QString::number(static_cast<double>(gigabytes), 'g', kGigabyteDigits),
                     translated(QT_TRANSLATE_NOOP("Viewer", "GB")));
 }
+
+} // namespace quorvale

@@ -1,8 +1,14 @@
 #pragma once
 
+#include "app/dateorder.h"
+
 #include <QDate>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
+
+namespace quorvale {
 
 // How the details panel words a programme's facts. No window needed; "today" is the caller's.
 
@@ -13,9 +19,9 @@ QString twoDigits(int number);
 QString formatStartTime(int hour, int minute, int second);
 
 /// The date of a recording as seen from `today`: "Today", "Yesterday" (within one year), the weekday up to six days
-/// back and for any date ahead, otherwise the numbers in the order `dateFormat`: 0 "24.12.2015", 1 "12.24.2015",
-/// 2 "2015.12.24"; any other order gives the toolkit's text form. A date that does not exist gives an empty text.
-QString formatRecordingDate(int day, int month, int year, int dateFormat, const QDate &today);
+/// back and for any date ahead, otherwise the numbers in `order`, and without one Qt's text form. A date that does not
+/// exist gives an empty text.
+QString formatRecordingDate(int day, int month, int year, std::optional<DateOrder> order, const QDate &today);
 
 /// The words that may stand for a date, in the user's language.
 QStringList recordingDateWords();
@@ -25,3 +31,5 @@ QString formatPlayPosition(int seconds);
 
 /// A size in KiB: whole "MB" below 1 GiB, "GB" to three significant digits from there ("1.46 GB", "1.54e+03 GB").
 QString formatFileSize(int kibibytes);
+
+} // namespace quorvale

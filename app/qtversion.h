@@ -4,6 +4,8 @@
 #include <QSettings>
 #include <QTextStream>
 
+namespace quorvale {
+
 // What differs between the toolkit's major versions, each difference under a name of its own. No other file of this
 // room asks for the version.
 
@@ -34,3 +36,5 @@ inline void useUtf8([[maybe_unused]] QSettings &settings)
     settings.setIniCodec("UTF-8");
 #endif
 }
+
+} // namespace quorvale

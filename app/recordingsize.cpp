@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace quorvale {
+
 std::optional<int> recordingSizeKB(const QString &mainFile)
 {
     QFileInfo file(mainFile);
@@ -20,3 +22,5 @@ std::optional<int> recordingSizeKB(const QString &mainFile)
     }
     return static_cast<int>(std::min<qint64>(total, std::numeric_limits<int>::max()));
 }
+
+} // namespace quorvale

@@ -5,6 +5,8 @@
 #include <QIcon>
 #include <QVector>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr qreal kDoubleDensity = 2.0;

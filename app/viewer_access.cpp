@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace quorvale;
+
 namespace {
 
 // A line's least width without its text is that of its widest letter and what surrounds it.

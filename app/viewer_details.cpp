@@ -13,6 +13,8 @@
 
 #include <optional>
 
+using namespace quorvale;
+
 namespace {
 
 // Long texts are read from their beginning, wherever the field was scrolled to before.
@@ -33,7 +35,7 @@ void Viewer::chooseProgramme(int index)
     showFromStart(ui.programmeEdit, displayText(programme.title));
     showFromStart(ui.channelEdit, displayText(programme.channel));
     ui.detailsEdit->clear();
-    ui.detailsEdit->insertHtml(boundedMarkup(displayText(programme.description)));
+    quorvale::insertDescription(ui.detailsEdit->textCursor(), displayText(programme.description));
     ui.detailsEdit->verticalScrollBar()->setValue(0);
     ui.dateEdit->setText(getFormattedDate(programme.day, programme.month, programme.year));
     ui.timeEdit->setText(formatStartTime(programme.hour, programme.minute, programme.second));
@@ -57,7 +59,7 @@ QString Viewer::recordingFile(int row) const
 
 QString Viewer::getFormattedDate(int day, int month, int year)
 {
-    return formatRecordingDate(day, month, year, dateFormat, QDate::currentDate());
+    return formatRecordingDate(day, month, year, dateOrder(dateFormat), QDate::currentDate());
 }
 
 QString Viewer::getTwoNumString(int n)

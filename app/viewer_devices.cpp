@@ -13,6 +13,8 @@
 
 #include <utility>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kCollationMs = 1000; // A disk that arrives announces itself many times over.

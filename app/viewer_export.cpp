@@ -2,9 +2,12 @@
 
 #include "app/viewer.h"
 
+#include "app/dateorder.h"
 #include "app/descriptionexport.h"
 
 #include <QFileDialog>
+
+using namespace quorvale;
 
 void Viewer::exportMeta()
 {
@@ -17,5 +20,5 @@ void Viewer::exportMeta()
     if (currentProgramme < 0 || static_cast<std::size_t>(currentProgramme) >= programmes.size())
         return;
     const Programme programme = programmes[static_cast<std::size_t>(currentProgramme)];
-    writeDescription(fileName, descriptionText(programme, dateFormat));
+    writeDescription(fileName, descriptionText(programme, dateOrder(dateFormat)));
 }

@@ -2,6 +2,7 @@
 
 #include "app/viewer.h"
 
+#include "app/dateorder.h"
 #include "app/qtversion.h"
 
 #include <QComboBox>
@@ -10,12 +11,9 @@
 #include <QLineEdit>
 #include <QSettings>
 
-#include <array>
+using namespace quorvale;
 
 namespace {
-
-// In the order of `dateFormat`.
-constexpr std::array<const char *, 3> kStoredDateFormats = {"dmy", "mdy", "ymd"};
 
 constexpr char kOrganisation[] = "quorvale.org";
 constexpr char kApplication[] = "quorvale";
@@ -27,40 +25,39 @@ constexpr int kDialogSpacing = 10;
 constexpr int kFormSpacing = 5;
 constexpr int kPathWidth = 300; // a usual mount point fits
 
-bool isKnownDateFormat(int format)
+/// The two settings, in the store of Qt's default format. That is the system's own, unless a program has chosen another
+/// before the first window: tests and trial runs keep their settings in a text file, away from a person's own. On macOS
+/// nothing else would do, since the system's store cannot be moved.
+class SettingsStore : public QSettings
 {
-    return format >= 0 && format < static_cast<int>(kStoredDateFormats.size());
-}
+public:
+    SettingsStore()
+        : QSettings(QSettings::defaultFormat(), QSettings::UserScope, QLatin1String(kOrganisation),
+                    QLatin1String(kApplication))
+    {
+        useUtf8(*this);
+        beginGroup(QLatin1String(kGroup));
+    }
+};
 
 } // namespace
 
 void Viewer::loadSettings()
 {
-    QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
-    useUtf8(settings);
-    settings.beginGroup(QLatin1String(kGroup));
+    SettingsStore settings;
     mountPoint = settings.value(QLatin1String(kMountPointKey), QStringLiteral("/Volumes")).toString();
-    const QString stored = settings.value(QLatin1String(kDateFormatKey), QStringLiteral("ymd")).toString();
-    settings.endGroup();
-
     // A missing date order is year first, but one that cannot be understood leaves the order as it is.
-    for (std::size_t format = 0; format < kStoredDateFormats.size(); ++format) {
-        if (stored == QLatin1String(kStoredDateFormats[format]))
-            dateFormat = static_cast<int>(format);
-    }
+    const QString stored = settings.value(QLatin1String(kDateFormatKey), storedWord(DateOrder::YearFirst)).toString();
+    if (const std::optional<DateOrder> order = dateOrderStoredAs(stored))
+        dateFormat = static_cast<int>(*order);
 }
 
 void Viewer::saveSettings()
 {
-    const QString stored = isKnownDateFormat(dateFormat)
-                               ? QString::fromLatin1(kStoredDateFormats[static_cast<std::size_t>(dateFormat)])
-                               : QString();
-    QSettings settings{QLatin1String(kOrganisation), QLatin1String(kApplication)};
-    useUtf8(settings);
-    settings.beginGroup(QLatin1String(kGroup));
+    const std::optional<DateOrder> order = dateOrder(dateFormat);
+    SettingsStore settings;
     settings.setValue(QLatin1String(kMountPointKey), mountPoint);
-    settings.setValue(QLatin1String(kDateFormatKey), stored);
-    settings.endGroup();
+    settings.setValue(QLatin1String(kDateFormatKey), order ? storedWord(*order) : QString());
 }
 
 void Viewer::Preferences()
@@ -77,15 +74,16 @@ void Viewer::Preferences()
     mountPointEdit->setMinimumWidth(kPathWidth);
     form->addRow(tr("Drive Mount Point:"), mountPointEdit);
     auto *dateFormatBox = new QComboBox;
-    dateFormatBox->addItems({tr("dd.mm.yyyy"), tr("mm.dd.yyyy"), tr("yyyy.mm.dd")});
-    dateFormatBox->setCurrentIndex(isKnownDateFormat(dateFormat) ? dateFormat : 0);
+    for (const DateOrder order : kDateOrders)
+        dateFormatBox->addItem(dateOrderText(order));
+    dateFormatBox->setCurrentIndex(static_cast<int>(dateOrder(dateFormat).value_or(DateOrder::DayFirst)));
     form->addRow(tr("Date Format:"), dateFormatBox);
 
     dialog.exec(); // However it is closed, what stands in it counts.
 
     mountPoint = mountPointEdit->text();
-    if (isKnownDateFormat(dateFormatBox->currentIndex()))
-        dateFormat = dateFormatBox->currentIndex();
+    if (const std::optional<DateOrder> chosen = dateOrder(dateFormatBox->currentIndex()))
+        dateFormat = static_cast<int>(*chosen);
     if (currentProgramme >= 0)
         chooseProgramme(currentProgramme);
 }

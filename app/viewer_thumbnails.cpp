@@ -7,6 +7,8 @@
 
 #include <QThread>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: behind most opening titles

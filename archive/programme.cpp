@@ -155,3 +155,4 @@ std::string Programme::readCString(std::FILE *file)
 {
     return readString([file] { return std::getc(file); });
 }
+// x

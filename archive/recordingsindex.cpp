@@ -6,6 +6,10 @@
 #include <memory>
 #include <utility>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 constexpr long kRecordStride = 32768; // The first stride of the file holds no record.
@@ -14,12 +18,30 @@ struct FileCloser
 {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+// The file `path`; null where it cannot be opened, or is a pipe or a device. A pipe that nobody writes to is not waited
+// for, and it is the open file that is looked at: between a look at a path and its opening lies time. A directory can
+// be opened, as ever, and has nothing to be read.
+FilePtr openWithoutWaiting(const std::string &path)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return nullptr;
+    struct stat facts = {};
+    std::FILE *file = nullptr;
+    if (fstat(descriptor, &facts) == 0 && (S_ISREG(facts.st_mode) || S_ISDIR(facts.st_mode)))
+        file = fdopen(descriptor, "rb");
+    if (!file)
+        close(descriptor);
+    return FilePtr(file);
+}
 
 } // namespace
 
 std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &devicePath)
 {
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(indexPath(devicePath).c_str(), "rb"));
+    const FilePtr file = openWithoutWaiting(indexPath(devicePath));
     if (!file)
         return std::nullopt;
     // A record is fetched in two pieces, far apart; a buffer would only fetch what nobody reads.

@@ -13,6 +13,8 @@
 #include <sstream>
 #include <stdexcept>
 
+using namespace quorvale;
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -28,6 +28,8 @@
 #include <sys/resource.h>
 #include <thread>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kRounds = 3;
@@ -143,11 +145,11 @@ std::int64_t readPackets(const QString &path)
 {
     AVFormatContext *context = nullptr;
     require(avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) == 0, "no file");
-    const ffmpeg::InputPtr input(context);
+    const quorvale::ffmpeg::InputPtr input(context);
     const AVCodec *decoder = nullptr;
     require(avformat_find_stream_info(context, nullptr) >= 0, "no streams");
-    const int stream = ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
-    const ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    const int stream = quorvale::ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
+    const quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
     for (int read = 0; read < 800 && av_read_frame(context, packet.get()) >= 0; av_packet_unref(packet.get()))
         read += packet->stream_index == stream ? 1 : 0;
     return context->pb->pos;

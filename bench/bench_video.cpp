@@ -28,6 +28,8 @@ extern "C" {
 #include <sys/time.h>
 #include <vector>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kMostHeldBack = 4; // pictures that the decoder may keep at the end, which is not drained
@@ -265,7 +267,7 @@ void colourConversion(benchmark::State &state)
                     "the peer does not convert");
         });
         const Seconds ours = secondsOf([&] {
-            ChromaRow chroma;
+            quorvale::ChromaRow chroma;
             for (int row = 0; row < kHeight; ++row) {
                 const std::size_t chromaOffset = std::size_t(row / 2) * strides[1];
                 if (row % 2 == 0)

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+using namespace quorvale;
+
 namespace {
 
 std::string recording(const std::string &name, int width, int height, int frames, std::vector<std::string> encoder)
@@ -24,7 +26,7 @@ std::string recording(const std::string &name, int width, int height, int frames
     stream.frames = frames;
     stream.toneFrequency = 440;
     stream.encoderArguments = std::move(encoder);
-    const FFmpegResult result = encodeNumberedStream(stream);
+    const ProcessEnd result = encodeNumberedStream(stream);
     if (!result.ok())
         throw std::runtime_error("the recording could not be made: " + result.errors);
     std::filesystem::rename(stream.path, path);

@@ -11,16 +11,17 @@ set_target_properties(quorvale PROPERTIES
 
 install(TARGETS quorvale BUNDLE DESTINATION .)
 
-# Copies the toolkit and the other libraries into the bundle and signs all of it for this machine (an ad-hoc signature
-# names nobody, but without any the system refuses to start a program on Apple silicon).
 get_target_property(qmake ${QUORVALE_QT_TARGET}::qmake IMPORTED_LOCATION)
 get_filename_component(qt_programs "${qmake}" DIRECTORY)
 find_program(QUORVALE_MACDEPLOYQT macdeployqt HINTS "${qt_programs}" REQUIRED DOC "Makes a bundle run on its own")
+execute_process(COMMAND "${qmake}" -query QT_INSTALL_PLUGINS
+  OUTPUT_VARIABLE qt_plugins OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 install(CODE "
-  set(bundle \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/Quorvale.app\")
-  execute_process(COMMAND \"${QUORVALE_MACDEPLOYQT}\" \"\${bundle}\" -always-overwrite COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND codesign --force --deep --sign - \"\${bundle}\" COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND codesign --verify --deep --strict \"\${bundle}\" COMMAND_ERROR_IS_FATAL ANY)")
+  set(macdeployqt \"${QUORVALE_MACDEPLOYQT}\")
+  set(qt_plugins \"${qt_plugins}\")
+  set(library_folders \"${QUORVALE_FFMPEG_LIBRARY_DIRS}\")
+  set(closure_check \"${CMAKE_CURRENT_SOURCE_DIR}/macos/check_closure.cmake\")")
+install(SCRIPT macos/deploy.cmake)
 
 set(CPACK_GENERATOR DragNDrop)
 set(CPACK_DMG_VOLUME_NAME Quorvale)

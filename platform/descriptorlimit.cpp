@@ -5,6 +5,8 @@
 
 #include <sys/resource.h>
 
+namespace quorvale {
+
 void raiseDescriptorLimit()
 {
     rlimit limit = {};
@@ -17,3 +19,5 @@ void raiseDescriptorLimit()
     limit.rlim_cur = std::max(limit.rlim_cur, most);
     (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
+
+} // namespace quorvale

@@ -19,11 +19,12 @@ class NewDiskNotifier;
 class DiskWatch
 {
 public:
-    /// Starts watching. `notifier` is not owned. It may be deleted just before the watch, as the window does at the
-    /// end: on Linux events after that do nothing, on macOS the gap has to stay as short as that.
+    /// Starts watching. `notifier` is not owned. It may be deleted before the watch, as the window does at the end:
+    /// events after that do nothing.
     explicit DiskWatch(NewDiskNotifier *notifier);
 
-    /// Stops watching and releases what the system lent.
+    /// Releases what the system lent. On macOS that alone ends no events: the system goes on with them until the
+    /// program ends, and it is the notifier's end that silences them.
     ~DiskWatch();
 
     DiskWatch(const DiskWatch &) = delete;

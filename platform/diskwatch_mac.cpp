@@ -17,27 +17,23 @@ struct CFReleaser
 
 using Session = std::unique_ptr<std::remove_pointer_t<DASessionRef>, CFReleaser>;
 
-void announce(void *context)
-{
-    emit static_cast<NewDiskNotifier *>(context)->disksChanged();
-}
-
 } // namespace
 
 void NewDiskhelloDisk(DADiskRef, void *context)
 {
-    announce(context);
+    quorvale::notifyIfAlive(context);
 }
 
 void NewDiskgoodbyeDisk(DADiskRef, void *context)
 {
-    announce(context);
+    quorvale::notifyIfAlive(context);
 }
 
 /// A disk arbitration session on the global queue.
 ///
-/// Its end is a plain release: the callbacks stay registered and the session stays on its queue, for it ends with the
-/// program.
+/// Its end is a plain release: the callbacks stay registered and the session stays on its queue. The system retains a
+/// session that has a queue, so this one lives on until the program ends, and so do its callbacks; once the notifier is
+/// gone they find nobody to tell.
 class DiskWatch::Source
 {
 public:

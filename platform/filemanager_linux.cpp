@@ -10,6 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace quorvale {
+
 namespace {
 
 /// Every byte but letters, digits, "-._~" and the separators is written as %XX. A path is bytes, not text: those that
@@ -84,3 +86,5 @@ QDBusConnection FileManager::connection()
         QDBusConnection::disconnectFromBus(name); // no answers to wait for: gives the name back
     return m_bus;
 }
+
+} // namespace quorvale

@@ -4,6 +4,8 @@
 #include <QDBusConnection>
 #include <QObject>
 
+namespace quorvale {
+
 /// Asks the desktop's file manager, over the session bus, to show files.
 ///
 /// Connecting to the bus blocks until the bus answers, so an object of this class lives in a thread of its own, not in
@@ -24,3 +26,5 @@ private:
     QDBusConnection m_bus{QString()};
     int m_connectionsMade = 0;
 };
+
+} // namespace quorvale

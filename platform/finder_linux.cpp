@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <utility>
 
+using namespace quorvale;
+
 namespace {
 
 /// The thread that talks to the file manager, so that no bus, however slow, holds up the window.

@@ -12,6 +12,7 @@ class NewDiskNotifier : public QObject
 
 public:
     explicit NewDiskNotifier(QObject *parent = nullptr);
+    ~NewDiskNotifier() override;
 
     /// Raises disksChanged() by hand.
     void Notify();
@@ -20,3 +21,13 @@ signals:
     /// A disk, any disk, appeared or disappeared. One change may raise it more than once: a disk with two volumes does.
     void disksChanged();
 };
+
+namespace quorvale {
+
+/// Raises disksChanged() on the notifier at this address, if one lives there; otherwise nothing happens. For events of
+/// the system that come with a notifier's address, and may come when it has gone. Any thread; a notifier that is being
+/// destroyed waits for the signal's end. If the address belongs to a new notifier by now, that one raises its signal: a
+/// look at the disks too many.
+void notifyIfAlive(void *notifier);
+
+} // namespace quorvale

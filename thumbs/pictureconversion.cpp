@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kBytesPerPixel = 3; // red, green, blue
@@ -47,7 +49,7 @@ PlanarRow planarRow(const BridgeImage &picture, ChromaRows chroma, int row)
 
 void convertPlanes(const BridgeImage &picture, ChromaRows chroma, QImage &rgb)
 {
-    ChromaRow chromaRow;
+    quorvale::ChromaRow chromaRow;
     const std::uint8_t *assigned = nullptr;
     for (int row = 0; row < picture.height; ++row) {
         const PlanarRow samples = planarRow(picture, chroma, row);
@@ -103,3 +105,5 @@ QImage rgbPicture(const BridgeImage &picture)
     }
     return rgb;
 }
+
+} // namespace quorvale

@@ -4,6 +4,8 @@
 
 struct BridgeImage;
 
+namespace quorvale {
+
 /// The picture as red, green and blue bytes (QImage::Format_RGB888), at its decoded size. The planes are only read,
 /// and nothing of them is kept.
 ///
@@ -14,3 +16,5 @@ struct BridgeImage;
 /// Never reads past a row or a plane: pixels for which a plane has no sample are black. A null image without memory
 /// for it, or for a picture without pixels. Any thread.
 [[nodiscard]] QImage rgbPicture(const BridgeImage &picture);
+
+} // namespace quorvale

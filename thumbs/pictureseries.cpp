@@ -2,7 +2,7 @@
 
 #include "video/ffvideo.h"
 
-using quorvale::ExactReader;
+namespace quorvale {
 
 PictureSeries::PictureSeries(FFVideo &video)
     : m_video(video)
@@ -64,3 +64,5 @@ bool PictureSeries::readLiterally(int frame, BridgeImage &image)
     m_delivered.clear();
     return m_video.Read(frame, image);
 }
+
+} // namespace quorvale

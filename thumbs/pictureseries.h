@@ -8,6 +8,8 @@
 class FFVideo;
 struct BridgeImage;
 
+namespace quorvale {
+
 /// Delivers pictures of one recording exactly as FFVideo::Read would that is asked for the same ones, one after the
 /// other, and decodes less: it asks an ExactReader, and the FFVideo itself where that refuses.
 class PictureSeries
@@ -19,7 +21,7 @@ public:
 
     /// Picture number `frame` into `image`, which must hold no planes; false where FFVideo::Read fails.
     bool read(int frame, BridgeImage &image);
-    [[nodiscard]] quorvale::ExactCounters counters() const { return m_exactCounters; }
+    [[nodiscard]] ExactCounters counters() const { return m_exactCounters; }
 
 private:
     enum class Outcome { Delivered, Missing, Unknown };
@@ -29,8 +31,10 @@ private:
     bool readLiterally(int frame, BridgeImage &image);
 
     FFVideo &m_video;
-    std::unique_ptr<quorvale::ExactReader> m_exact; ///< null once everything is asked of the FFVideo
-    quorvale::ExactCounters m_exactCounters;
+    std::unique_ptr<ExactReader> m_exact; ///< null once everything is asked of the FFVideo
+    ExactCounters m_exactCounters;
     std::vector<int> m_delivered; ///< by the ExactReader, ascending
     bool m_passedEnd = false;     ///< the picture just past the last one was delivered
 };
+
+} // namespace quorvale

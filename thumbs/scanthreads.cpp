@@ -1,5 +1,6 @@
 #include "thumbs/scanthreads.h"
 
+#include "thumbs/postedevents.h"
 #include "thumbs/thumbnailscanner.h"
 
 #include <QCoreApplication>
@@ -9,16 +10,16 @@
 #include <algorithm>
 #include <memory>
 
-namespace {
+namespace quorvale {
 
-constexpr int kPatienceAtExitMs = 3000;
+namespace {
 
 std::unique_ptr<ScanThreads> theInstance;
 
 // Runs while the application object is being destroyed: later, a pixmap made by a scan would abort the process.
 void endAtExit()
 {
-    if (theInstance && !theInstance->end(kPatienceAtExitMs))
+    if (theInstance && !theInstance->end())
         theInstance.release(); // NOLINT(bugprone-unused-return-value): a thread that hangs still refers to it.
     theInstance.reset();
 }
@@ -40,6 +41,7 @@ void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
     const auto emitted = std::make_shared<SeriesList>();
     scanner->noteSeriesIn(emitted);
     m_scans.append({thread, scanner, emitted});
+    thread->setEventDispatcher(new PostedEvents); // owned by the thread
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }
 
@@ -87,3 +89,5 @@ bool ScanThreads::end(int patienceMs)
     m_claimed.clear();
     return true;
 }
+
+} // namespace quorvale

@@ -10,6 +10,8 @@
 class QThread;
 class ThumbnailScanner;
 
+namespace quorvale {
+
 /// The threads on which scans run or have run, from their start to the end of the program.
 ///
 /// A window starts scans and may go before they do. Idle threads stay until end(); so do the series that were on their
@@ -19,11 +21,14 @@ class ScanThreads : public QObject
     Q_OBJECT
 
 public:
+    /// How long the end of the program waits for a scan that hangs on a dying disk.
+    static constexpr int kPatienceAtExitMs = 3000;
+
     /// The process's one object. It lives as long as the application object, whose end ends the scans if nobody did.
     static ScanThreads &instance();
 
-    /// Takes note of a scan before it starts. Neither object is owned, and nothing is connected to the scanner's
-    /// signals.
+    /// Takes note of a scan before it starts, and gives its thread an event loop that costs no descriptor. Neither
+    /// object is owned, and nothing is connected to the scanner's signals.
     void add(QThread *thread, ThumbnailScanner *scanner);
 
     /// Says that the series of these pixmaps has arrived and has an owner.
@@ -32,7 +37,7 @@ public:
     /// Asks every scan to halt at its next file, ends the threads and waits for them, together up to `patienceMs`
     /// milliseconds, then deletes scanners, threads and every series that nobody claimed. False when a thread did not
     /// end in time: it hangs in the file system, and whoever ends the process must not wait for it.
-    bool end(int patienceMs);
+    bool end(int patienceMs = kPatienceAtExitMs);
 
 signals:
     /// Reaches every scanner that still lives, on its own thread.
@@ -53,3 +58,5 @@ private:
     QVector<Scan> m_scans;
     SeriesList m_claimed; ///< without their paths; an address can come again when its pixmap was deleted
 };
+
+} // namespace quorvale

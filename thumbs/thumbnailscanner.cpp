@@ -11,6 +11,8 @@
 
 #include <cstdio>
 
+using namespace quorvale;
+
 namespace {
 
 // No picture from here on is taken: at 25 a second, half a minute shows what a recording is.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace quorvale {
+
 ThumbnailSize thumbnailSize(QSize display, QSize decoded, int rows)
 {
     // A stream whose size was not known when it was opened has no display shape either.
@@ -17,3 +19,5 @@ QImage scaledTo(const ThumbnailSize &thumbnail, const QImage &picture)
 {
     return picture.isNull() ? QImage() : picture.scaled(thumbnail.size, thumbnail.aspect, Qt::SmoothTransformation);
 }
+
+} // namespace quorvale

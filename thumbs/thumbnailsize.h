@@ -3,6 +3,8 @@
 #include <QImage>
 #include <QSize>
 
+namespace quorvale {
+
 /// How a picture is scaled to a thumbnail: to exactly `size`, or to the largest size of its own shape within it.
 struct ThumbnailSize
 {
@@ -26,3 +28,5 @@ constexpr int kWidestThumbnail = 8192;
 
 /// A smoothly scaled copy; null where `picture` is. Any thread.
 [[nodiscard]] QImage scaledTo(const ThumbnailSize &thumbnail, const QImage &picture);
+
+} // namespace quorvale

@@ -1,6 +1,6 @@
 #include "video/ffvideo.h"
 
-#include "video/exact/skipahead.h"
+#include "video/ffmpeg/colourspaces.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/pixelformats.h"
@@ -9,11 +9,13 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
+using namespace quorvale;
+
 bool FFVideo::registered = false;
 
 FFVideo::FFVideo()
     : frame(ffmpeg::makeFrame().release())
-    , spareFrame(ffmpeg::makeFrame())
+    , m_spare(ffmpeg::makeFrame())
 {
 }
 
@@ -29,7 +31,7 @@ void FFVideo::registerOnce()
     if (registered)
         return;
     ffmpeg::registerLibraries();
-    av_max_alloc(kMostBytesInOnePiece);
+    av_max_alloc(ffmpeg::kMostBytesInOnePiece);
     registered = true;
 }
 
@@ -69,15 +71,15 @@ std::list<std::string> FFVideo::GetListCodecs()
 
 void FFVideo::SetPixelFormat(FFPixelFormat format)
 {
-    outputPixelFormat = avPixelFormatFor(format).value_or(outputPixelFormat);
+    outputPixelFormat = ffmpeg::avPixelFormatFor(format).value_or(outputPixelFormat);
 }
 
 void FFVideo::SetColourSpace(FFColourSpace newColourSpace)
 {
-    colourSpace = avColourSpaceFor(newColourSpace).value_or(colourSpace);
+    colourSpace = ffmpeg::avColourSpaceFor(newColourSpace).value_or(colourSpace);
 }
 
 FFColourSpace FFVideo::GetColourSpace() const
 {
-    return colourSpaceOf(colourSpace);
+    return ffmpeg::colourSpaceOf(colourSpace);
 }

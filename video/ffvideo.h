@@ -1,34 +1,17 @@
 #pragma once
 
 #include "video/bridgeimage.h"
-#include "video/exact/skipaheadcounters.h"
+#include "video/colourspace.h"
 #include "video/ffmpeg/pointers.h"
+#include "video/ffmpeg/timestamp.h"
 #include "video/keyframetable.h"
 
 #include <cstdint>
 #include <list>
-#include <memory>
 #include <string>
-
-class SkipAhead;
-struct SkipAheadJump;
 
 /// Number of the first picture of every file. Pictures are numbered in the order in which the decoder delivers them.
 inline constexpr std::int32_t FIRST_FRAME_INDEX = 0;
-
-/// Matrix of a video's colours, beside libavutil's number for it.
-enum FFColourSpace : std::int32_t {
-    FF_CS_RGB = 0,         ///< 0
-    FF_CS_BT709 = 1,       ///< 1
-    FF_CS_BT470BG = 2,     ///< 5
-    FF_CS_SMPTE170M = 3,   ///< 6
-    FF_CS_SMPTE240M = 4,   ///< 7
-    FF_CS_FCC = 5,         ///< 4
-    FF_CS_YCGCO = 6,       ///< 8
-    FF_CS_BT2020_CL = 7,   ///< 10
-    FF_CS_BT2020_NCL = 8,  ///< 9
-    FF_CS_UNSPECIFIED = 9, ///< 2
-};
 
 /// Format of audio samples; packed and planar layouts count as the same.
 enum FFAudioFormat : std::int32_t {
@@ -99,16 +82,16 @@ public:
     KeyFrameTable keyFrames;
     std::int32_t currentFrame = -1; ///< number of the picture in `frame`; -1 before the first and where it is unknown
     bool endOfStream = false;
-    std::int64_t lastDts = kNoTimestamp;     ///< decode timestamp of the latest video packet that has one
-    std::int64_t previousDts = kNoTimestamp; ///< of the one before it
-    std::int64_t seekDts = kNoTimestamp;     ///< where to seek to reach the picture being decoded
-    std::int64_t firstDts = kNoTimestamp;    ///< of the file's first video packet
-    bool forceKeyEntry = true;               ///< the next picture enters the table whatever it is
-    std::string codecName;                   ///< four-character tag of the video stream, or what SetCodecByName gave
-    bool restartSeeks = false;               ///< going back restarts at the beginning: transport streams tagged "HDMV"
-    bool isHevc = false;                     ///< a raw HEVC stream: no rows, every seek goes to byte 0. Never cleared
-    std::int32_t outputPixelFormat = -1;     ///< libavutil's number; stored, read by nothing here
-    std::int32_t colourSpace = 2;            ///< libavutil's number
+    std::int64_t lastDts = quorvale::kNoTimestamp;     ///< decode timestamp of the latest video packet that has one
+    std::int64_t previousDts = quorvale::kNoTimestamp; ///< of the one before it
+    std::int64_t seekDts = quorvale::kNoTimestamp;     ///< where to seek to reach the picture being decoded
+    std::int64_t firstDts = quorvale::kNoTimestamp;    ///< of the file's first video packet
+    bool forceKeyEntry = true;                         ///< the next picture enters the table whatever it is
+    std::string codecName;               ///< four-character tag of the video stream, or what SetCodecByName gave
+    bool restartSeeks = false;           ///< going back restarts at the beginning: transport streams tagged "HDMV"
+    bool isHevc = false;                 ///< a raw HEVC stream: no rows, every seek goes to byte 0. Never cleared
+    std::int32_t outputPixelFormat = -1; ///< libavutil's number; stored, read by nothing here
+    std::int32_t colourSpace = 2;        ///< libavutil's number
     std::int32_t reservedC = 0;
     std::int32_t reservedD = 1;
     std::int32_t audioBitsPerSample = 0; ///< -1 for a format without a name here
@@ -136,16 +119,6 @@ public:
     /// The table's `count` and `complete` survive: a reader whose table was completed and that opens another file
     /// takes it for one that was loaded, has 0 pictures and refuses every Read. Use a fresh object per file.
     bool Close();
-
-    /// Whether files opened from now on with `quickOpen` are read without decoding the pictures that a wanted one does
-    /// not need; off at first. Every call, picture and row of the table stays the same, bit for bit; only the work is
-    /// less, for pictures wanted in ascending order. MPEG-2, H.264 and HEVC with start codes; other files are read as
-    /// ever. Packets read ahead take up to 32 MiB and one packet.
-    /// Where something was not as it looked, the file is opened again in passing: `formatContext` and the codecs are
-    /// then others. Sound is read from a range that was set; there is none beside the pictures.
-    void setSkipAhead(bool on);
-    /// What the pictures of the file opened last have cost. All zero without skipping ahead.
-    [[nodiscard]] const SkipAheadCounters &skipAheadCounters() const;
 
     void SetFrameRate(int num, int den);
     void SetViewPreview(bool preview);
@@ -193,18 +166,8 @@ public:
     int ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples);
 
 private:
-    static constexpr std::int64_t kNoTimestamp = INT64_MIN; // AV_NOPTS_VALUE
-
-    enum class Wanted { KeyFrame, Target };
     enum class Landing { OnKeyFrame, Doubted, Missed };
     enum class AudioPiece { Decoded, EndOfFile, Failed };
-
-    // What was asked for, and what it has cost.
-    struct SkipAheadOrder
-    {
-        bool given = false;
-        SkipAheadCounters counters;
-    };
 
     static void registerOnce();
 
@@ -215,42 +178,23 @@ private:
     void releaseFile();
     [[nodiscard]] bool hasTable() const;
 
-    bool stepInOrder();
-    bool readPacketOf(int stream, AVPacket &packet);
-    bool readFromFile(int stream, AVPacket &packet);
+    bool readPacketOf(std::int32_t stream, AVPacket &packet);
     void noteTimestamps(const AVPacket &packet, bool firstOfPicture);
-    void passOver(const AVPacket &packet);
     bool decode(const AVPacket &packet);
-    int send(const AVPacket &packet);
     bool receivePicture(AVFrame &picture);
     bool takeSparePicture();
-    [[nodiscard]] static bool entersTable(const AVFrame &picture);
-    void recordPicture(std::int64_t arrivalDts, bool asRow);
+    void recordPicture(std::int64_t arrivalDts);
     void reachEnd();
 
-    void watchPackets();
-    void skipTo(int target);
-    [[nodiscard]] bool canBeInVain(int target) const;
-    [[nodiscard]] bool isMissing() const;
-    bool follow(const SkipAheadJump &jump);
-    bool decodeStrictly(AVPacket &packet, const SkipAheadJump &jump, std::size_t &delivered);
-    void tagPacket(AVPacket &packet);
-    void notePicture();
-    void startOver(int target, std::int32_t estimate);
-    void stopSkipping();
-
-    bool seekNear(int target, int stepsBack, Wanted wanted);
     bool restartAtFirstByte();
-    bool seekTo(std::int64_t dts);
+    bool seekTo(const KeyFrameEntry &row);
     Landing landOn(const KeyFrameEntry &row);
 
+    void readSampleFormat(const AVCodecContext &audio);
     bool rewind(int flags);
     bool dropAudioBeforeRange();
     AudioPiece decodeAudio(AVFrame &piece);
     int finishAudio(AudioStatus status);
 
-    ffmpeg::FramePtr spareFrame;
-    std::int64_t passOverUpTo = kNoTimestamp; // packets up to this decode timestamp are not worth decoding
-    std::unique_ptr<SkipAhead> skipAhead;     // while packets are watched: from opening to the first seek
-    SkipAheadOrder skipOrder;
+    quorvale::ffmpeg::FramePtr m_spare; // receives what a packet completes beside its first picture
 };

@@ -11,9 +11,35 @@ extern "C" {
 #include <cstring>
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr std::int32_t kToTheEnd = -1;
+
+struct SampleKind
+{
+    std::int32_t bits;
+    FFAudioFormat format;
+};
+
+SampleKind sampleKindOf(AVSampleFormat format)
+{
+    switch (av_get_packed_sample_fmt(format)) {
+    case AV_SAMPLE_FMT_U8:
+        return {8, FF_AUDIO_U8};
+    case AV_SAMPLE_FMT_S16:
+        return {16, FF_AUDIO_S16};
+    case AV_SAMPLE_FMT_S32:
+        return {32, FF_AUDIO_S32};
+    case AV_SAMPLE_FMT_FLT:
+        return {32, FF_AUDIO_FLOAT};
+    case AV_SAMPLE_FMT_DBL:
+        return {64, FF_AUDIO_DOUBLE};
+    default:
+        return {-1, FF_AUDIO_UNKNOWN};
+    }
+}
 
 // Planar samples of 32-bit integers are left out on purpose and handed over as the first plane alone.
 bool isInterleavedHere(AVSampleFormat format)
@@ -66,6 +92,13 @@ void copyFirstPlane(const AVFrame &piece, const Cut &cut, unsigned char *out)
 }
 
 } // namespace
+
+void FFVideo::readSampleFormat(const AVCodecContext &audio)
+{
+    const SampleKind kind = sampleKindOf(audio.sample_fmt);
+    audioBitsPerSample = kind.bits;
+    audioFormat = kind.format;
+}
 
 void FFVideo::GetAudioFormat(int &bitsPerSample, int &channels, int &sampleRate, FFAudioFormat &format)
 {
@@ -206,9 +239,6 @@ int FFVideo::finishAudio(AudioStatus status)
 // positions, for example.
 bool FFVideo::rewind(int flags)
 {
-    if (av_seek_frame(formatContext, videoStream, 0, flags) < 0 &&
-        av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) < 0)
-        return false;
-    stopSkipping();
-    return true;
+    return av_seek_frame(formatContext, videoStream, 0, flags) >= 0 ||
+           av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) >= 0;
 }

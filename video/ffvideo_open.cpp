@@ -1,22 +1,21 @@
 #include "video/ffvideo.h"
 
-#include "video/exact/skipahead.h"
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/probing.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/framecount.h"
 #include "video/saturate.h"
 
 extern "C" {
-#include <libavutil/dict.h>
 #include <libavutil/rational.h>
 }
 
 #include <cstring>
 #include <string>
-#include <vector>
 
-static_assert(AV_NOPTS_VALUE == INT64_MIN, "the header spells the missing timestamp out");
+using namespace quorvale;
 
 namespace {
 
@@ -28,52 +27,9 @@ bool startsWith(const char *text, const char *beginning)
     return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
 }
 
-// A decoder context for `stream` that knows what probing found out; null without memory. Not opened yet.
-ffmpeg::DecoderPtr makeDecoder(const AVStream &stream, const AVCodec *codec)
-{
-    ffmpeg::DecoderPtr decoder(avcodec_alloc_context3(codec));
-    if (!decoder || avcodec_parameters_to_context(decoder.get(), stream.codecpar) < 0)
-        return nullptr;
-    decoder->pkt_timebase = stream.time_base;
-    // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
-    // of pictures at the end of the file; any threads change how damaged pictures are concealed.
-    decoder->thread_count = 1;
-    decoder->max_pixels = kMostPixels;
-    return decoder;
-}
-
-// Options for the decoders with which probing looks at the streams that are known by now: their pictures are looked at
-// for their kind and their order alone. Of streams that it meets only later it knows no options; the bound on single
-// pieces of memory is left for them.
-class ProbeOptions
-{
-public:
-    explicit ProbeOptions(unsigned streams)
-        : m_options(streams)
-    {
-        for (AVDictionary *&options : m_options) {
-            av_dict_set_int(&options, "max_pixels", kMostPixels, 0);
-            av_dict_set(&options, "skip_loop_filter", "all", 0);
-            av_dict_set(&options, "skip_idct", "all", 0);
-        }
-    }
-    ~ProbeOptions()
-    {
-        for (AVDictionary *&options : m_options)
-            av_dict_free(&options);
-    }
-    ProbeOptions(const ProbeOptions &) = delete;
-    ProbeOptions &operator=(const ProbeOptions &) = delete;
-
-    AVDictionary **get() { return m_options.empty() ? nullptr : m_options.data(); }
-
-private:
-    std::vector<AVDictionary *> m_options;
-};
-
 bool isTooLarge(const AVCodecParameters &video)
 {
-    return std::int64_t{video.width} * video.height > kMostPixels;
+    return std::int64_t{video.width} * video.height > ffmpeg::kMostPixels;
 }
 
 std::string tagText(std::uint32_t tag)
@@ -113,30 +69,6 @@ std::int32_t fieldOrderOf(const AVCodecContext &video)
     }
 }
 
-struct SampleKind
-{
-    std::int32_t bits;
-    FFAudioFormat format;
-};
-
-SampleKind sampleKindOf(AVSampleFormat format)
-{
-    switch (av_get_packed_sample_fmt(format)) {
-    case AV_SAMPLE_FMT_U8:
-        return {8, FF_AUDIO_U8};
-    case AV_SAMPLE_FMT_S16:
-        return {16, FF_AUDIO_S16};
-    case AV_SAMPLE_FMT_S32:
-        return {32, FF_AUDIO_S32};
-    case AV_SAMPLE_FMT_FLT:
-        return {32, FF_AUDIO_FLOAT};
-    case AV_SAMPLE_FMT_DBL:
-        return {64, FF_AUDIO_DOUBLE};
-    default:
-        return {-1, FF_AUDIO_UNKNOWN};
-    }
-}
-
 } // namespace
 
 bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
@@ -148,14 +80,13 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     if (mode != FF_ACCESS_READ)
         return false;
 
-    skipOrder.counters = {};
     frameCount = 0;
     currentFrame = -1;
     lastDts = previousDts = seekDts = firstDts = kNoTimestamp;
     endOfStream = false;
 
     if (!openStreams(path)) {
-        avformat_close_input(&formatContext);
+        ffmpeg::closeSingleInput(formatContext);
         lastError = FF_ERROR_OPEN;
         return false;
     }
@@ -174,8 +105,6 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
             forceKeyEntry = true;
             restartSeeks = true;
         }
-        if (skipOrder.given && quickOpen)
-            watchPackets();
         stepForward();
         if (!quickOpen)
             completeSeekTable();
@@ -193,12 +122,8 @@ bool FFVideo::hasTable() const
 bool FFVideo::openStreams(const char *path)
 {
     releaseFile();
-    if (!openSingleInput(formatContext, path))
-        return false;
-    ProbeOptions options(formatContext->nb_streams);
-    if (avformat_find_stream_info(formatContext, options.get()) < 0)
-        return false;
-    return openVideo() && openAudio();
+    return ffmpeg::openSingleInput(formatContext, path) && ffmpeg::probeStreams(*formatContext) && openVideo() &&
+           openAudio();
 }
 
 bool FFVideo::openVideo()
@@ -208,11 +133,11 @@ bool FFVideo::openVideo()
     if (videoStream < 0)
         return false;
     hasVideo = true;
-    passOverUpTo = kNoTimestamp;
-    if (isTooLarge(*formatContext->streams[videoStream]->codecpar))
+    const AVStream &stream = *formatContext->streams[videoStream];
+    if (isTooLarge(*stream.codecpar))
         return false;
 
-    ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[videoStream], codec);
+    ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*stream.codecpar, stream.time_base, codec);
     if (!decoder || avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
     videoCodec = decoder.release();
@@ -228,18 +153,18 @@ bool FFVideo::openAudio()
     if (!hasAudio)
         return true;
 
-    ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[audioStream], codec);
+    const AVStream &stream = *formatContext->streams[audioStream];
+    ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*stream.codecpar, stream.time_base, codec);
     if (!decoder)
         return false;
     audioSampleRate = decoder->sample_rate;
     audioChannels = ffmpeg::channelCount(*decoder);
     audioDecoderName = codec->name;
+    readSampleFormat(*decoder);
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
-    // The decoder's own format. A transport stream's MP2 is probed as MP3, whose decoder delivers another one.
-    const SampleKind kind = sampleKindOf(decoder->sample_fmt);
-    audioBitsPerSample = kind.bits;
-    audioFormat = kind.format;
+    // The decoder may deliver another format than probing found: a transport stream's MP2 is probed as MP3.
+    readSampleFormat(*decoder);
     audioCodec = decoder.release();
     return true;
 }
@@ -278,8 +203,7 @@ bool FFVideo::Close()
 
 void FFVideo::releaseFile()
 {
-    skipAhead.reset();
     avcodec_free_context(&videoCodec);
     avcodec_free_context(&audioCodec);
-    avformat_close_input(&formatContext);
+    ffmpeg::closeSingleInput(formatContext);
 }

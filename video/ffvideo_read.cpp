@@ -12,7 +12,7 @@ bool FFVideo::Read(int frameNumber, BridgeImage &image)
         lastError = FF_ERROR_SEEK;
         return false;
     }
-    if (!quorvale::copyPicture(*frame, height, image)) {
+    if (!quorvale::ffmpeg::copyPicture(*frame, height, image)) {
         lastError = FF_ERROR_LAYOUT;
         return false;
     }

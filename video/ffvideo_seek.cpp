@@ -5,6 +5,8 @@
 
 #include <limits>
 
+using namespace quorvale;
+
 // What is tried, in this order: staying put; one step; decoding forward from a place between the key picture and the
 // target; seeking to the key picture, or to an earlier one where that is missed, and decoding forward from there.
 
@@ -24,12 +26,10 @@ bool FFVideo::seekToFrame(int target)
         // These files are read from their beginning, whatever the table says.
         if (currentFrame > target && !seekToNearestKeyFrame(FIRST_FRAME_INDEX, 0))
             return false;
-    } else if (!seekNear(target, 0, Wanted::Target)) {
+    } else if (!seekToNearestKeyFrame(target, 0)) {
         return false;
     }
 
-    if (skipAhead)
-        skipTo(target);
     while (currentFrame < target) {
         stepForward();
         // The number is looked at first: the step that finds the end of the file has been counted, too.
@@ -40,11 +40,6 @@ bool FFVideo::seekToFrame(int target)
 }
 
 bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
-{
-    return seekNear(target, stepsBack, Wanted::KeyFrame);
-}
-
-bool FFVideo::seekNear(int target, int stepsBack, Wanted wanted)
 {
     if (!formatContext)
         return false;
@@ -62,20 +57,13 @@ bool FFVideo::seekNear(int target, int stepsBack, Wanted wanted)
         // K . . . c . t     c, the current picture, lies between the key picture and the target: going on from here
         //                   is cheaper than decoding the same pictures again from K.
         if (row.frame < currentFrame && currentFrame < target) {
-            if (skipAhead)
-                skipTo(target);
             while (!endOfStream && currentFrame < target)
                 stepForward();
             if (currentFrame == target)
                 return true;
-            // A file that had to be opened again and is gone.
-            if (!formatContext)
-                return false;
-            if (wanted == Wanted::Target && skipAhead && isMissing())
-                return false;
         }
 
-        if (!seekTo(row.seekDts))
+        if (!seekTo(row))
             return false;
         const Landing landing = landOn(row);
         if (landing == Landing::OnKeyFrame)
@@ -94,25 +82,21 @@ bool FFVideo::seekNear(int target, int stepsBack, Wanted wanted)
 bool FFVideo::restartAtFirstByte()
 {
     const int status = av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
-    if (status >= 0)
-        stopSkipping();
     avcodec_flush_buffers(videoCodec);
     currentFrame = -1;
     endOfStream = false;
     return status >= 0;
 }
 
-bool FFVideo::seekTo(std::int64_t dts)
+// Goes to where the row says. The position is not known then.
+bool FFVideo::seekTo(const KeyFrameEntry &row)
 {
     currentFrame = -1;
     endOfStream = false;
-    passOverUpTo = kNoTimestamp;
-    videoCodec->skip_frame = AVDISCARD_DEFAULT;
     // Ahead, the timestamp of any packet is as good: what follows it has not been decoded yet in any case.
-    const int flags = dts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
-    if (av_seek_frame(formatContext, videoStream, dts, flags) < 0)
+    const int flags = row.seekDts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
+    if (av_seek_frame(formatContext, videoStream, row.seekDts, flags) < 0)
         return false;
-    stopSkipping();
     avcodec_flush_buffers(videoCodec);
     return true;
 }
@@ -121,10 +105,6 @@ bool FFVideo::seekTo(std::int64_t dts)
 FFVideo::Landing FFVideo::landOn(const KeyFrameEntry &row)
 {
     currentFrame = saturateToInt32(std::int64_t{row.frame} - 1);
-    // . P K P     The seek goes to the packet before the key packet. Its picture refers to what was not read, and the
-    //   ^ ^       decoder keeps it to itself.
-    if (row.frame != FIRST_FRAME_INDEX && row.seekDts < row.frameDts)
-        passOverUpTo = row.seekDts;
     stepForward();
     while (!endOfStream && lastDts < row.frameDts)
         stepForward();

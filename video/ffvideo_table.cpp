@@ -1,38 +1,8 @@
 #include "video/ffvideo.h"
 
-#include "video/exact/skipahead.h"
-#include "video/ffmpeg/compat.h"
 #include "video/saturate.h"
 
-#include <optional>
-
-namespace {
-
-// While it lives, pictures are decoded as far as their number, their kind and their timestamps go, and look rough. For
-// decoding to the end of a file that can be sought: the reader then stands behind the last picture, and every road back
-// to one leads over a seek, which empties the decoder. The decoder must outlive it.
-class PicturesUnseen
-{
-public:
-    explicit PicturesUnseen(AVCodecContext &decoder)
-        : m_decoder(decoder)
-    {
-        m_decoder.skip_loop_filter = AVDISCARD_ALL;
-        m_decoder.skip_idct = AVDISCARD_ALL;
-    }
-    ~PicturesUnseen()
-    {
-        m_decoder.skip_loop_filter = AVDISCARD_DEFAULT;
-        m_decoder.skip_idct = AVDISCARD_DEFAULT;
-    }
-    PicturesUnseen(const PicturesUnseen &) = delete;
-    PicturesUnseen &operator=(const PicturesUnseen &) = delete;
-
-private:
-    AVCodecContext &m_decoder;
-};
-
-} // namespace
+using namespace quorvale;
 
 bool FFVideo::LoadKeyTable(const char *path)
 {
@@ -67,13 +37,6 @@ void FFVideo::completeSeekTable()
     // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
-    // Behind a skip the file may have to be opened again on the way, with another decoder.
-    const bool keepsDecoder = !skipAhead || !skipAhead->hasRestarted();
-    std::optional<PicturesUnseen> unseen;
-    const bool seekable = formatContext->pb && (formatContext->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
-    const bool canReturn = isHevc || (rowsHeld(&keyFrames) > 0 && keyFrames.entries[0].seekDts != kNoTimestamp);
-    if (seekable && canReturn && keepsDecoder)
-        unseen.emplace(*videoCodec);
     while (!endOfStream)
         stepForward();
 }

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kUsualCapacity = 100;
@@ -51,7 +53,7 @@ void ResizeKFT(KeyFrameTable *table, int newCapacity)
     table->capacity = newCapacity;
 }
 
-int rowsHeld(const KeyFrameTable *table)
+int quorvale::rowsHeld(const KeyFrameTable *table)
 {
     if (!table || !table->entries)
         return 0;

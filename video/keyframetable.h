@@ -48,9 +48,6 @@ bool CopyKFT(KeyFrameTable *to, const KeyFrameTable *from);
 /// Frees name and rows. `frames` and `capacity` become 0; `count`, `reservedIndex`, `complete` and `modified` stay.
 void ReleaseKFT(KeyFrameTable *table);
 
-/// Rows that can be read: `count`, but no more than there is room for. 0 for a null or released table.
-[[nodiscard]] int rowsHeld(const KeyFrameTable *table);
-
 /// Reads a table from the text file `path`:
 ///
 ///     KFT
@@ -66,3 +63,10 @@ bool LoadKeyFrameTable(KeyFrameTable *table, const char *path);
 /// Writes the table to the text file `path`. False only when the file cannot be created.
 /// `markSaved`: clear `modified` once everything is written.
 bool SaveKeyFrameTable(KeyFrameTable *table, const char *path, bool markSaved);
+
+namespace quorvale {
+
+/// Rows that can be read: `count`, but no more than there is room for. 0 for a null or released table.
+[[nodiscard]] int rowsHeld(const KeyFrameTable *table);
+
+} // namespace quorvale

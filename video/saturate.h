@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <limits>
 
+namespace quorvale {
+
 // Files state durations, rates and row numbers freely. A figure that does not fit its field becomes the nearest one
 // that does, instead of whatever the processor makes of it.
 
@@ -28,3 +30,5 @@
         return Range::min();
     return value == value ? static_cast<std::int32_t>(value) : 0;
 }
+
+} // namespace quorvale

@@ -1,20 +1,30 @@
 #!/usr/bin/env bash
-# program.sh QUORVALE SAMPLEDISK SCREENSHOT FOLDER: the program itself, on a virtual display with a small sample disk:
-# it shows a window that lists programmes, quits when asked to, and has saved its settings by then.
+# program.sh QUORVALE SAMPLEDISK SCREENSHOT FOLDER OWN OTHER: the program itself, on a virtual display with a small sample
+# disk: it shows a window that lists programmes, quits when asked to, and has saved its settings by then, in the file OWN.
+# The file OTHER beside it stays as it was.
 set -euo pipefail
-program=$1 sampledisk=$2 screenshot=$3 folder=$4
+program=$1 sampledisk=$2 screenshot=$3 folder=$4 own=$5 other=$6
 
 fail() {
   echo "FAIL: $*" >&2
   exit 1
 }
+for tool in Xvfb xdotool import; do
+  command -v "$tool" >/dev/null || {
+    echo "SKIP : app/program: $tool is missing"
+    exit 77
+  }
+done
 
 rm -rf "$folder/config"
 mkdir -p "$folder/config/quorvale.org"
 export XDG_CONFIG_HOME=$folder/config
-settings=$XDG_CONFIG_HOME/quorvale.org/quorvale.conf
+settings=$XDG_CONFIG_HOME/quorvale.org/$own
+not_its_own=$XDG_CONFIG_HOME/quorvale.org/$other
 "$sampledisk" --recordings 3 --length 170 "$folder/disk"
 printf '[Main]\nmount_point=%s\n' "$folder/disk" >"$settings"
+printf '[Main]\nmount_point=/nowhere\n' >"$not_its_own"
+cp "$not_its_own" "$folder/as_it_was"
 
 # The program runs in the background there; it leaves its exit code and what it says here.
 cat >"$folder/program" <<SCRIPT
@@ -34,3 +44,4 @@ unset QT_QPA_PLATFORM DISPLAY WAYLAND_DISPLAY
 said=$(grep -v '^ThumbnailScanner - Could not read frame$' "$folder/said" || true)
 [ -z "$said" ] || fail "it said: $said"
 grep -q '^dateformat=ymd$' "$settings" || fail "the settings were not saved: $(cat "$settings")"
+cmp "$not_its_own" "$folder/as_it_was" || fail "it wrote to $other"

@@ -90,6 +90,7 @@ QString ProgramRun::start(const QString &mountPoint, std::optional<int> dotsPerI
     environment.remove("WAYLAND_DISPLAY");
     if (dotsPerInch)
         environment.insert("QT_FONT_DPI", QString::number(*dotsPerInch));
+    environment.insert("LD_PRELOAD", QUORVALE_WAITING_OPEN);
     m_process.setProcessEnvironment(environment);
     m_process.start(QUORVALE_PROGRAM, QStringList());
 
@@ -131,6 +132,19 @@ int ProgramRun::scanThreads() const
         threads += name.open(QIODevice::ReadOnly) && name.readAll().trimmed() == kThreadName ? 1 : 0;
     }
     return threads;
+}
+
+QByteArray ProgramRun::descriptorLimit() const
+{
+    QFile limits(QStringLiteral("/proc/%1/limits").arg(m_process.processId()));
+    if (!limits.open(QIODevice::ReadOnly))
+        return {};
+    for (const QByteArray &line : limits.readAll().split('\n')) {
+        const QList<QByteArray> words = line.simplified().split(' '); // Max open files 1024 4096 files
+        if (line.startsWith("Max open files") && words.size() > 4)
+            return words.at(3) + " of " + words.at(4);
+    }
+    return {};
 }
 
 QByteArray ProgramRun::settings() const

@@ -28,7 +28,8 @@ public:
     ProgramRun(const VirtualDisplay &display, const WindowLayout &layout);
     ~ProgramRun();
 
-    /// Starts the program and waits for its window. Empty when that is there; otherwise what went wrong.
+    /// Starts the program and waits for its window. A recording that is a pipe hangs it, as one on a disk that does not
+    /// answer would (tests/support/waitingopen.cpp). Empty when that is there; otherwise what went wrong.
     /// `dotsPerInch`: what the desktop says of its screen, if it says anything.
     QString start(const QString &mountPoint, std::optional<int> dotsPerInch = std::nullopt);
 
@@ -43,6 +44,8 @@ public:
     QByteArray said();
     /// How many threads for thumbnails it has, idle ones included.
     [[nodiscard]] int scanThreads() const;
+    /// How many descriptors it may have, and could have: "256 of 4096".
+    [[nodiscard]] QByteArray descriptorLimit() const;
     /// The settings file's text.
     [[nodiscard]] QByteArray settings() const;
 

@@ -11,6 +11,8 @@
 #include <QTextCodec>
 #endif
 
+using namespace quorvale;
+
 namespace {
 
 Programme news()
@@ -54,21 +56,22 @@ private slots:
 
 void tst_DescriptionExport::text_hasEveryLine_inOrder()
 {
-    QCOMPARE(descriptionText(news(), 2), QString("Show       : News\n"
-                                                 "Description:\n"
-                                                 "\n"
-                                                 "Headlines.\n"
-                                                 "\n"
-                                                 "Date       : 2016.03.05\n"
-                                                 "Time stamp : 18:00:07\n"
-                                                 "Channel    : CH1\n"));
+    QCOMPARE(descriptionText(news(), DateOrder::YearFirst), QString("Show       : News\n"
+                                                                    "Description:\n"
+                                                                    "\n"
+                                                                    "Headlines.\n"
+                                                                    "\n"
+                                                                    "Date       : 2016.03.05\n"
+                                                                    "Time stamp : 18:00:07\n"
+                                                                    "Channel    : CH1\n"));
 }
 
 void tst_DescriptionExport::text_keepsItsEmptyLines_withoutDescription()
 {
     Programme programme = news();
     programme.description.clear();
-    QCOMPARE(descriptionText(programme, 0).left(44), QString("Show       : News\nDescription:\n\n\n\nDate      "));
+    QCOMPARE(descriptionText(programme, DateOrder::DayFirst).left(44),
+             QString("Show       : News\nDescription:\n\n\n\nDate      "));
 }
 
 void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder_data()
@@ -83,19 +86,19 @@ void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder_data()
 void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder()
 {
     QFETCH(int, dateFormat);
-    QTEST(descriptionText(news(), dateFormat).split('\n').at(5), "line");
+    QTEST(descriptionText(news(), dateOrder(dateFormat)).split('\n').at(5), "line");
 }
 
 void tst_DescriptionExport::text_hasNoDate_withAnUnknownOrder()
 {
     for (const int unknown : {-1, 3}) {
-        QCOMPARE(descriptionText(news(), unknown), QString("Show       : News\n"
-                                                           "Description:\n"
-                                                           "\n"
-                                                           "Headlines.\n"
-                                                           "\n"
-                                                           "Time stamp : 18:00:07\n"
-                                                           "Channel    : CH1\n"));
+        QCOMPARE(descriptionText(news(), dateOrder(unknown)), QString("Show       : News\n"
+                                                                      "Description:\n"
+                                                                      "\n"
+                                                                      "Headlines.\n"
+                                                                      "\n"
+                                                                      "Time stamp : 18:00:07\n"
+                                                                      "Channel    : CH1\n"));
     }
 }
 
@@ -103,9 +106,9 @@ void tst_DescriptionExport::text_padsNumbers_toTwoDigits()
 {
     Programme programme = news();
     programme.hour = programme.minute = programme.second = 0;
-    QVERIFY(descriptionText(programme, 0).contains("\nTime stamp : 00:00:00\n"));
+    QVERIFY(descriptionText(programme, DateOrder::DayFirst).contains("\nTime stamp : 00:00:00\n"));
     programme.hour = 255;
-    QVERIFY(descriptionText(programme, 0).contains("\nTime stamp : 255:00:00\n"));
+    QVERIFY(descriptionText(programme, DateOrder::DayFirst).contains("\nTime stamp : 255:00:00\n"));
 }
 
 void tst_DescriptionExport::text_keepsTheDescription_asStored()
@@ -113,7 +116,7 @@ void tst_DescriptionExport::text_keepsTheDescription_asStored()
     Programme programme = news();
     programme.description = "<b>%1</b>\r\n%2\nend %L3";
     programme.title = "%1 %2 %3";
-    const QString text = descriptionText(programme, 0);
+    const QString text = descriptionText(programme, DateOrder::DayFirst);
     QVERIFY(text.startsWith(
         "Show       : %1 %2 %3\nDescription:\n\n<b>%1</b>\r\n%2\nend %L3\n\nDate       : 05.03.2016\n"));
 }
@@ -123,7 +126,7 @@ void tst_DescriptionExport::text_takesEachByte_asOneLatin1Character()
     Programme programme = news();
     programme.title = "\xC3\xA4\xFF\x80";
     programme.channel = "\xE4";
-    const QString text = descriptionText(programme, 0);
+    const QString text = descriptionText(programme, DateOrder::DayFirst);
     QVERIFY(text.startsWith(QString("Show       : ") + QChar(0xC3) + QChar(0xA4) + QChar(0xFF) + QChar(0x80) + '\n'));
     QVERIFY(text.endsWith(QString("Channel    : ") + QChar(0xE4) + '\n'));
 }

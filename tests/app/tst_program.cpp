@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -68,6 +69,7 @@ private slots:
     void device_isShownWithoutAScan_whileThatOfAnotherRuns();
     void quit_endsTheScanAtTheNextFile_inTheMiddleOfIt();
     void quit_endsTheProgram_whenAReadHangs();
+    void start_takesAllDescriptors_thatItMayHave();
 
 private:
     // Puts the sample disk, but for the recordings named, into a volume at the mount point.
@@ -288,6 +290,20 @@ void tst_Program::quit_endsTheProgram_whenAReadHangs()
     QCOMPARE(m_program->exitCode(), std::optional<int>(0)); // It would hang for ever.
     QCOMPARE(m_program->said(), QByteArray());
     QVERIFY(m_program->settings().contains("dateformat=ymd"));
+}
+
+void tst_Program::start_takesAllDescriptors_thatItMayHave()
+{
+    rlimit own = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &own), 0);
+    const rlimit few{512, own.rlim_max}; // passed on to the program
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    mountSampleDisk("disk");
+    const QString problem = m_program->start(m_mountPoint->path());
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &own), 0);
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    const QByteArray most = QByteArray::number(quint64(own.rlim_max));
+    QCOMPARE(m_program->descriptorLimit(), most + " of " + most);
 }
 
 QTEST_MAIN(tst_Program)

@@ -2,11 +2,13 @@
 
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 QString recordedOn(const QDate &date, const QDate &today, int dateFormat = 0)
 {
-    return formatRecordingDate(date.day(), date.month(), date.year(), dateFormat, today);
+    return formatRecordingDate(date.day(), date.month(), date.year(), dateOrder(dateFormat), today);
 }
 
 QString weekday(const QDate &date)
@@ -161,7 +163,7 @@ void tst_ProgrammeText::date_isEmpty_whenItDoesNotExist()
     QFETCH(int, day);
     QFETCH(int, month);
     for (const int dateFormat : {0, 1, 2, 3})
-        QCOMPARE(formatRecordingDate(day, month, 2016, dateFormat, QDate(2016, 3, 15)), QString());
+        QCOMPARE(formatRecordingDate(day, month, 2016, dateOrder(dateFormat), QDate(2016, 3, 15)), QString());
 }
 
 void tst_ProgrammeText::playPosition_isTruncatedAndUnpadded_data()

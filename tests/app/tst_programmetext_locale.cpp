@@ -2,6 +2,8 @@
 
 #include <QtTest>
 
+using namespace quorvale;
+
 /// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
 class tst_ProgrammeTextLocale : public QObject
 {
@@ -36,15 +38,17 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
 void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
 {
     QFETCH(QDate, recorded);
-    QTEST(formatRecordingDate(recorded.day(), recorded.month(), recorded.year(), 0, QDate(2016, 3, 15)), "text");
+    QTEST(
+        formatRecordingDate(recorded.day(), recorded.month(), recorded.year(), DateOrder::DayFirst, QDate(2016, 3, 15)),
+        "text");
 }
 
 void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
 {
     const QDate today(2016, 3, 15);
-    QCOMPARE(formatRecordingDate(8, 3, 2016, 0, today), QString("08.03.2016"));
-    QCOMPARE(formatRecordingDate(8, 3, 2016, 1, today), QString("03.08.2016"));
-    QCOMPARE(formatRecordingDate(8, 3, 2016, 2, today), QString("2016.03.08"));
+    QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::DayFirst, today), QString("08.03.2016"));
+    QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::MonthFirst, today), QString("03.08.2016"));
+    QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::YearFirst, today), QString("2016.03.08"));
 }
 
 QTEST_GUILESS_MAIN(tst_ProgrammeTextLocale)

@@ -7,6 +7,8 @@
 
 #include <limits>
 
+using namespace quorvale;
+
 class tst_RecordingSize : public QObject
 {
     Q_OBJECT

@@ -14,6 +14,7 @@ private slots:
     void choose_changesNothing_outsideTheList();
     void choose_showsTheDateRelativeToToday();
     void choose_rendersMarkup_andForgetsThatOfTheOneBefore();
+    void choose_showsTheWords_ofTablesInTablesWithoutEnd();
     void choose_showsLongTexts_fromTheirStart();
     void choose_measuresTheFile_everyTime();
     void choose_showsNoFile_withoutMainFile();
@@ -102,6 +103,17 @@ void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     cursor = viewer.ui.detailsEdit->textCursor();
     cursor.setPosition(3);
     QVERIFY(cursor.charFormat().fontWeight() <= QFont::Normal);
+}
+
+// Qt lays nested tables out twice for each level: these for ever.
+void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
+{
+    ViewerFixture fixture;
+    RecordBytes record = ViewerFixture::titled("a");
+    record.description = "<b>words</b> " + QByteArray("<table><tr><td>").repeated(60) + "and more";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.detailsEdit->toPlainText().simplified(), QString("words and more"));
 }
 
 void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()

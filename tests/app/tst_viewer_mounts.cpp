@@ -9,6 +9,8 @@
 
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kPatienceMs = 5000; // a rescan is due a second after the change
@@ -83,7 +85,7 @@ private slots:
         stream.picture = {160, 120, ChromaFormat::Yuv420, false};
         stream.frames = 320;
         stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-        const FFmpegResult encoded = encodeNumberedStream(stream);
+        const ProcessEnd encoded = encodeNumberedStream(stream);
         QVERIFY2(encoded.ok(), encoded.errors.c_str());
         for (int i = 1; i < kRecordings; ++i)
             QVERIFY(QFile::link("0.ts", fixture.path(QStringLiteral("RECORDER/DVR/RECS/%1.ts").arg(i))));

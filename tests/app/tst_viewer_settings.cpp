@@ -12,6 +12,8 @@
 
 #include <functional>
 
+using namespace quorvale;
+
 namespace {
 
 struct SettingsDialog
@@ -86,6 +88,8 @@ private slots:
     void dialog_leavesTheRelativeDate_asItIs();
     void dialog_startsNoScan();
     void dialog_isDeleted_afterUse();
+    void store_isNotTheSystemsOwn_whereAnotherIsTheDefault();
+    void store_isTheSystemsOwn_unlessAnotherIsTheDefault();
     void emptyMountPoint_staysEmpty_afterARestart();
     void file_isTheSameText_withEveryToolkit();
     void mountPoint_isRead_howeverItsLettersAreWritten_data();
@@ -154,9 +158,7 @@ void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
     QTEST(fixture.settings().value("Main/dateformat").toString(), "stored");
     QCOMPARE(fixture.settings().value("Main/mount_point").toString(), QString("/media"));
     QCOMPARE(fixture.settings().allKeys().size(), 2);
-#ifdef Q_OS_LINUX
-    QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.conf"));
-#endif
+    QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.ini"));
 }
 
 void tst_ViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
@@ -382,7 +384,7 @@ void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
         QSKIP("Midnight has just passed.");
     QCOMPARE(viewer.dateFormat, 1);
     // On 1 January the day before goes by its weekday.
-    const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), 2, today);
+    const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), DateOrder::YearFirst, today);
     QCOMPARE(before, expected);
     QCOMPARE(viewer.ui.dateEdit->text(), expected);
     QVERIFY(!expected.contains('.'));
@@ -408,6 +410,39 @@ void tst_ViewerSettings::dialog_isDeleted_afterUse()
     QVERIFY(inDialog(viewer, [&](QDialog &dialog, const SettingsDialog &) { used = &dialog; }));
     QVERIFY(!used);
     QVERIFY(viewer.findChildren<QDialog *>().isEmpty());
+}
+
+// What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
+// there the system's store is always the person's own.
+void tst_ViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
+{
+    ViewerFixture fixture;
+    const QTemporaryDir systemsOwn;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
+    fixture.open().mountPoint = "/elsewhere";
+    fixture.close();
+    QCOMPARE(fixture.open().mountPoint, QString("/elsewhere"));
+    fixture.close();
+    QVERIFY(QFileInfo(storedFile()).size() > 0);
+    QVERIFY(QDir(systemsOwn.path()).isEmpty());
+}
+
+void tst_ViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
+{
+#ifdef Q_OS_MACOS
+    QSKIP("It would be the settings of whoever runs this.");
+#else
+    ViewerFixture fixture;
+    const QTemporaryDir systemsOwn;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
+    QSettings::setDefaultFormat(QSettings::NativeFormat);
+    fixture.settings().clear();
+    fixture.open().mountPoint = "/elsewhere";
+    fixture.close();
+    const QByteArray stored = TestVolume::readFile(systemsOwn.filePath("quorvale.org/quorvale.conf"));
+    QCOMPARE(stored, QByteArray("[Main]\ndateformat=ymd\nmount_point=/elsewhere\n"));
+    QVERIFY(fixture.settings().allKeys().isEmpty());
+#endif
 }
 
 void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()

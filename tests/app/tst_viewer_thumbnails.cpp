@@ -9,6 +9,8 @@
 #include <QThread>
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kScanMs = 60000; // far more than a scan takes
@@ -77,7 +79,7 @@ void tst_ViewerThumbnails::initTestCase()
     stream.picture = {160, 120, ChromaFormat::Yuv420, false};
     stream.frames = 320; // two pictures: 150 and 300
     stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-    const FFmpegResult encoded = encodeNumberedStream(stream);
+    const ProcessEnd encoded = encodeNumberedStream(stream);
     QVERIFY2(encoded.ok(), encoded.errors.c_str());
 }
 
@@ -105,6 +107,7 @@ void tst_ViewerThumbnails::load_startsOneScan_ofEveryProgramme()
     QVERIFY(viewer.thumbnailScanRunning);
     QVERIFY(viewer.scanThread->isRunning());
     QCOMPARE(viewer.scanThread->objectName(), QString("Quorvale-ThumbnailScanner"));
+    QCOMPARE(viewer.scanThread->priority(), QThread::InheritPriority);
     QVERIFY(!viewer.scanThread->parent());
     QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
     QCOMPARE(viewer.thumbnailCache.size(), 2);

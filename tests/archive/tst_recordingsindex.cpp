@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 class tst_RecordingsIndex : public QObject
 {
@@ -18,9 +19,12 @@ private slots:
     void load_keepsTheOrderOfTheIndex();
     void load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow();
     void load_neverReadsTheFirst32KiB();
+    void load_readsOnlyWhatItNeeds_inTwoPiecesARecord();
     void load_carriesPlayPositionsOver_toRecordsWithoutMarker();
     void load_readsTheLastRecord_fromATruncatedFile();
     void load_givesAnEmptyList_whenTheIndexIsADirectory();
+    void load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe();
+    void load_givesNothing_whenTheIndexIsADevice();
     void load_leavesNoFileOpen();
 };
 
@@ -47,6 +51,26 @@ int openDescriptors()
     ::closedir(directory);
     return count;
 }
+
+// What this process has asked the system to read so far, without this look, which is of so many bytes itself.
+struct SystemReads
+{
+    SystemReads()
+    {
+        const QByteArray text = TestVolume::readFile("/proc/self/io"); // Linux has it.
+        look = text.size();
+        for (const QByteArray &line : text.split('\n')) {
+            if (line.startsWith("syscr: "))
+                calls = line.mid(7).toLongLong();
+            if (line.startsWith("rchar: "))
+                bytes = line.mid(7).toLongLong();
+        }
+    }
+
+    qint64 look = 0;
+    qint64 calls = 0;
+    qint64 bytes = 0;
+};
 
 } // namespace
 
@@ -107,6 +131,26 @@ void tst_RecordingsIndex::load_neverReadsTheFirst32KiB()
     QCOMPARE(programmes->front().title, std::string("record 1"));
 }
 
+// A buffer between the system and the reader would fetch pages that nobody looks at, on a disk that may be slow.
+void tst_RecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
+{
+    if (SystemReads().calls == 0)
+        QSKIP("This system does not say what a process reads.");
+    constexpr int kRecords = 20;
+    constexpr qint64 kTexts = 3115; // up to the end of the description
+    constexpr qint64 kPlayPosition = 3;
+    const QTemporaryDir volume;
+    QVERIFY(TestVolume::create(volume.path(), QVector<RecordBytes>(kRecords, titled("a")).toList()));
+    const SystemReads first;
+    const SystemReads before;
+    const auto programmes = load(volume);
+    const SystemReads after;
+    QCOMPARE(programmes->size(), std::size_t(kRecords));
+    QCOMPARE(after.bytes - before.bytes - before.look, kRecords * (kTexts + kPlayPosition));
+    const qint64 callsOfALook = before.calls - first.calls;
+    QCOMPARE(after.calls - before.calls - callsOfALook, qint64(kRecords) * 2 + 1); // the last finds the end
+}
+
 void tst_RecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
 {
     RecordBytes marked = titled("marked");
@@ -139,6 +183,25 @@ void tst_RecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO/RECS.INF"));
     const auto programmes = load(volume);
     QVERIFY(!programmes || programmes->empty());
+}
+
+// Opening a pipe waits for who writes to it, and nobody does.
+void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
+{
+    const QTemporaryDir volume;
+    QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
+    QCOMPARE(::mkfifo(QFile::encodeName(volume.filePath("DVR/RECSINFO/RECS.INF")).constData(), 0600), 0);
+    const int before = openDescriptors();
+    QVERIFY(!load(volume).has_value());
+    QCOMPARE(openDescriptors(), before);
+}
+
+void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
+{
+    const QTemporaryDir volume;
+    QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
+    QVERIFY(QFile::link("/dev/zero", volume.filePath("DVR/RECSINFO/RECS.INF")));
+    QVERIFY(!load(volume).has_value());
 }
 
 void tst_RecordingsIndex::load_leavesNoFileOpen()

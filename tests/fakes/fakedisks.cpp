@@ -55,6 +55,7 @@ struct Service
     std::vector<std::thread> threads;
     std::atomic<int> callbacksRun{0};
 
+    // The caller holds the mutex, here as below.
     void deliver(FakeSession &session, const Registration &registration)
     {
         if (!session.queue) {
@@ -99,10 +100,16 @@ DASessionRef DASessionCreate(CFAllocatorRef)
 
 void DASessionSetDispatchQueue(DASessionRef session, dispatch_queue_t queue)
 {
-    const std::lock_guard lock(service().mutex);
-    session->queue = queue;
-    if (!queue)
+    std::unique_lock lock(service().mutex);
+    const dispatch_queue_t before = std::exchange(session->queue, queue);
+    if (!queue) {
+        lock.unlock();
+        if (before)
+            fakes::releaseObject(session);
         return;
+    }
+    if (!before)
+        fakes::retainObject(session);
     for (const Registration &registration : std::exchange(session->waitingForQueue, {}))
         service().deliver(*session, registration);
 }
@@ -162,6 +169,24 @@ void waitForCallbacks()
 int callbacksRun()
 {
     return service().callbacksRun;
+}
+
+int sessionsHeld()
+{
+    const std::lock_guard lock(service().mutex);
+    const auto &sessions = service().sessions;
+    return static_cast<int>(std::count_if(sessions.begin(), sessions.end(), [](const FakeSession *session) {
+        return references(session) > (session->queue ? 1 : 0);
+    }));
+}
+
+void endSessions()
+{
+    std::unique_lock lock(service().mutex);
+    const std::vector<FakeSession *> sessions = service().sessions;
+    lock.unlock();
+    for (FakeSession *session : sessions)
+        DASessionSetDispatchQueue(session, nullptr);
 }
 
 void refuseSessions(bool refuse)

@@ -60,7 +60,8 @@ CGColorSpaceRef CGColorSpaceCreateDeviceRGB()
 
 void CGColorSpaceRelease(CGColorSpaceRef space)
 {
-    fakes::releaseObject(space);
+    if (space)
+        fakes::releaseObject(space);
 }
 
 CGContextRef CGBitmapContextCreate(void *data, std::size_t width, std::size_t height, std::size_t bitsPerComponent,
@@ -68,7 +69,7 @@ CGContextRef CGBitmapContextCreate(void *data, std::size_t width, std::size_t he
 {
     constexpr std::uint32_t kPremultipliedLast =
         std::uint32_t{kCGImageAlphaPremultipliedLast} | std::uint32_t{kCGBitmapByteOrder32Big};
-    const bool understood = bitsPerComponent == 8 && fakes::isAlive(space) && bitmapInfo == kPremultipliedLast;
+    const bool understood = bitsPerComponent == 8 && fakes::references(space) > 0 && bitmapInfo == kPremultipliedLast;
     const bool fits = width > 0 && height > 0 && bytesPerRow >= width * sizeof(fakes::Rgba);
     if (contextsRefused || !understood || !fits)
         return nullptr;
@@ -77,7 +78,8 @@ CGContextRef CGBitmapContextCreate(void *data, std::size_t width, std::size_t he
 
 void CGContextRelease(CGContextRef context)
 {
-    fakes::releaseObject(context);
+    if (context)
+        fakes::releaseObject(context);
 }
 
 void CGContextDrawImage(CGContextRef context, CGRect rectangle, CGImageRef image)

@@ -10,16 +10,33 @@
 
 namespace {
 
+struct Entry
+{
+    std::function<void()> destroy;
+    int references = 1;
+};
+
 struct Book
 {
     std::mutex mutex;
-    std::map<const void *, std::function<void()>> objects;
+    std::map<const void *, Entry> objects;
 };
 
 Book &book()
 {
     static Book theBook;
     return theBook;
+}
+
+// The caller holds the mutex.
+std::map<const void *, Entry>::iterator entryOf(const void *object, const char *attempt)
+{
+    const auto entry = book().objects.find(object);
+    if (entry == book().objects.end()) {
+        std::fprintf(stderr, "fakes: %s %p, which is not alive\n", attempt, object);
+        std::abort();
+    }
+    return entry;
 }
 
 } // namespace
@@ -35,7 +52,13 @@ int liveObjects()
 void enterObject(const void *object, std::function<void()> destroy)
 {
     const std::lock_guard lock(book().mutex);
-    book().objects.emplace(object, std::move(destroy));
+    book().objects.emplace(object, Entry{std::move(destroy)});
+}
+
+void retainObject(const void *object)
+{
+    const std::lock_guard lock(book().mutex);
+    ++entryOf(object, "retained")->second.references;
 }
 
 void releaseObject(const void *object)
@@ -43,21 +66,20 @@ void releaseObject(const void *object)
     std::function<void()> destroy;
     {
         const std::lock_guard lock(book().mutex);
-        const auto entry = book().objects.find(object);
-        if (entry == book().objects.end()) {
-            std::fprintf(stderr, "fakes: released %p, which is not alive\n", object);
-            std::abort();
-        }
-        destroy = std::move(entry->second);
+        const auto entry = entryOf(object, "released");
+        if (--entry->second.references > 0)
+            return;
+        destroy = std::move(entry->second.destroy);
         book().objects.erase(entry);
     }
     destroy();
 }
 
-bool isAlive(const void *object)
+int references(const void *object)
 {
     const std::lock_guard lock(book().mutex);
-    return book().objects.count(object) > 0;
+    const auto entry = book().objects.find(object);
+    return entry == book().objects.end() ? 0 : entry->second.references;
 }
 
 } // namespace fakes

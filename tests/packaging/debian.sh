@@ -9,7 +9,7 @@ fail() {
   echo "FAIL: $*" >&2
   exit 1
 }
-for tool in cpack dpkg dpkg-deb dpkg-shlibdeps; do
+for tool in cpack dpkg dpkg-deb dpkg-shlibdeps file Xvfb xdotool import; do
   command -v "$tool" >/dev/null || {
     echo "SKIP : packaging/debian: $tool is missing"
     exit 77

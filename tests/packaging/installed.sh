@@ -8,6 +8,12 @@ fail() {
   echo "FAIL: $*" >&2
   exit 1
 }
+for tool in desktop-file-validate appstreamcli man identify; do
+  command -v "$tool" >/dev/null || {
+    echo "SKIP : packaging/installed: $tool is missing"
+    exit 77
+  }
+done
 
 rm -rf "$folder"
 DESTDIR=$folder cmake --install "$build" --prefix /usr >/dev/null

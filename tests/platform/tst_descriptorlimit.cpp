@@ -4,6 +4,8 @@
 
 #include <sys/resource.h>
 
+using namespace quorvale;
+
 class TestDescriptorLimit : public QObject
 {
     Q_OBJECT

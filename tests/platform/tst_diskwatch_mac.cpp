@@ -8,8 +8,10 @@
 #include <QTest>
 #include <QThread>
 
+#include <array>
+#include <cstddef>
 #include <memory>
-#include <thread>
+#include <new>
 
 namespace {
 
@@ -50,9 +52,11 @@ private slots:
     void watch_raisesEverySignal_whenCallbacksRunAtTheSameTime();
     void callback_isDeliveredToTheMainThreadThroughItsEventLoop();
     void callbacks_ignoreTheDisk();
-    void watch_releasesItsSession();
-    void watch_releasesItsSession_afterTheNotifierIsGone();
-    void watch_isSilentAfterItsEnd();
+    void callbacks_doNothing_whenThereIsNoNotifier();
+    void callback_mayDeleteTheNotifier();
+    void watch_releasesItsSession_whichTheSystemKeeps();
+    void events_doNothing_afterTheNotifierIsGone();
+    void notifier_goesSafely_whileEventsAreRaised();
     void watch_saysSo_whenThereIsNoSession();
 
 private:
@@ -67,6 +71,8 @@ void TestDiskWatchMac::init()
 void TestDiskWatchMac::cleanup()
 {
     fakes::waitForCallbacks();
+    QCOMPARE(fakes::sessionsHeld(), 0);
+    fakes::endSessions();
     QCOMPARE(fakes::liveObjects(), m_objectsBefore);
 }
 
@@ -145,36 +151,76 @@ void TestDiskWatchMac::callbacks_ignoreTheDisk()
     QCOMPARE(listener.calls, 2);
 }
 
-void TestDiskWatchMac::watch_releasesItsSession()
+void TestDiskWatchMac::callbacks_doNothing_whenThereIsNoNotifier()
+{
+    NewDiskNotifier other;
+    const Listener listener(other);
+    NewDiskhelloDisk(nullptr, nullptr);
+    NewDiskgoodbyeDisk(nullptr, nullptr);
+    QCOMPARE(listener.calls, 0);
+}
+
+void TestDiskWatchMac::callback_mayDeleteTheNotifier()
+{
+    auto notifier = std::make_unique<NewDiskNotifier>();
+    connect(notifier.get(), &NewDiskNotifier::disksChanged, this, [&notifier] { notifier.reset(); });
+    NewDiskhelloDisk(nullptr, notifier.get());
+    QVERIFY(!notifier);
+}
+
+void TestDiskWatchMac::watch_releasesItsSession_whichTheSystemKeeps()
 {
     NewDiskNotifier notifier;
     auto watch = std::make_unique<DiskWatch>(&notifier);
+    QCOMPARE(fakes::sessionsHeld(), 1);
+    watch.reset();
+    QCOMPARE(fakes::sessionsHeld(), 0);
     QCOMPARE(fakes::liveObjects(), m_objectsBefore + 1);
-    watch.reset();
-    QCOMPARE(fakes::liveObjects(), m_objectsBefore);
 }
 
-void TestDiskWatchMac::watch_releasesItsSession_afterTheNotifierIsGone()
+// The window ends like this: first the notifier, then the watch, and the system knows of neither.
+void TestDiskWatchMac::events_doNothing_afterTheNotifierIsGone()
 {
-    auto notifier = std::make_unique<NewDiskNotifier>();
-    auto watch = std::make_unique<DiskWatch>(notifier.get());
+    // Memory of the test's own, to have something else in it when the notifier has gone.
+    alignas(NewDiskNotifier) std::array<std::byte, sizeof(NewDiskNotifier)> memory;
+    auto *notifier = new (memory.data()) NewDiskNotifier;
+    const Listener listener(*notifier);
+    auto watch = std::make_unique<DiskWatch>(notifier);
     fakes::insertDisk();
     deliver();
-    notifier.reset();
+    QCOMPARE(listener.calls, 1);
+
+    notifier->~NewDiskNotifier();
+    memory.fill(std::byte{0});
+    const int runBefore = fakes::callbacksRun();
+    fakes::ejectDisk(); // between the two
+    deliver();
     watch.reset();
-    QCOMPARE(fakes::liveObjects(), m_objectsBefore);
+    fakes::insertDisk();
     fakes::ejectDisk();
+    deliver();
+    QCOMPARE(fakes::callbacksRun(), runBefore + 3); // They were called, and did nothing.
+    QCOMPARE(listener.calls, 1);
 }
 
-void TestDiskWatchMac::watch_isSilentAfterItsEnd()
+void TestDiskWatchMac::notifier_goesSafely_whileEventsAreRaised()
 {
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    std::make_unique<DiskWatch>(&notifier).reset();
-    fakes::insertDisk();
-    fakes::ejectDisk();
-    deliver();
-    QCOMPARE(listener.calls, 0);
+    constexpr int kRounds = 50;
+    constexpr int kDisks = 4;
+    for (int round = 0; round < kRounds; ++round) {
+        auto notifier = std::make_unique<NewDiskNotifier>();
+        const Listener listener(*notifier);
+        auto watch = std::make_unique<DiskWatch>(notifier.get());
+        for (int disk = 0; disk < kDisks; ++disk) {
+            fakes::insertDisk();
+            fakes::ejectDisk();
+        }
+        notifier.reset();
+        watch.reset();
+        deliver();
+        QVERIFY(listener.calls <= 2 * kDisks);
+        fakes::endSessions();
+    }
 }
 
 void TestDiskWatchMac::watch_saysSo_whenThereIsNoSession()

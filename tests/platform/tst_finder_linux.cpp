@@ -45,6 +45,16 @@ public:
         return static_cast<int>(m_output.count("returned\n"));
     }
 
+    /// How many sockets it has open.
+    [[nodiscard]] int sockets() const
+    {
+        const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId()));
+        int count = 0;
+        for (const QFileInfo &descriptor : descriptors.entryInfoList(QDir::AllEntries | QDir::System))
+            count += descriptor.symLinkTarget().contains(QLatin1String("socket:")) ? 1 : 0;
+        return count;
+    }
+
     /// Ends its input, and with it the program. True when it ended well.
     bool end()
     {
@@ -126,6 +136,7 @@ private slots:
     void folder_isOpened_forANameInTheRoot();
     void nothingHappens_whenThereIsNoOpenerEither();
     void fileManager_isReached_afterTheBusWasRestarted();
+    void fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted();
     void program_ends_whileTheFileManagerHasNotAnswered();
 
 private:
@@ -374,6 +385,27 @@ void TestFinderLinux::fileManager_isReached_afterTheBusWasRestarted()
     fileManager.answer(0);
     QVERIFY(probe.end());
     QCOMPARE(opened(), (QList<QByteArray>{"1 file:///first", "1 file:///second"}));
+}
+
+void TestFinderLinux::fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted()
+{
+    Probe probe(m_bus->address(), folder("bin"));
+    probe.reveal("/first/1");
+    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
+    const int connected = probe.sockets();
+    QVERIFY(connected > 0);
+
+    m_bus->stop();
+    QTRY_COMPARE_WITH_TIMEOUT(probe.sockets(), connected - 1, kLongEnough); // It knows that the connection is lost.
+    QVERIFY(m_bus->start());
+    StandInFileManager fileManager(m_bus->address());
+    QVERIFY(fileManager.isRegistered());
+    probe.reveal("/second/1");
+    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+    QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///second/1"));
+    fileManager.answer(0);
+    QVERIFY(probe.end());
+    QCOMPARE(opened(), QList<QByteArray>{"1 file:///first"});
 }
 
 void TestFinderLinux::program_ends_whileTheFileManagerHasNotAnswered()

@@ -18,6 +18,8 @@
 
 #include <sys/stat.h>
 
+using namespace quorvale;
+
 using faultydisk::Call;
 using faultydisk::Counts;
 using faultydisk::Watch;
@@ -58,6 +60,7 @@ private slots:
 private:
     // A disk with recordings of these names, a window on it, and the scan's end awaited.
     Viewer &openOn(ViewerFixture &fixture, const QStringList &names) const;
+    static void forgetPictures(Viewer &viewer);
     static bool waitForScan(const Viewer &viewer);
     static void check(const Viewer &viewer);
 
@@ -92,9 +95,20 @@ Viewer &tst_DyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) 
     return viewer;
 }
 
+// As the window does it: whoever deletes pictures empties the widget before events are handled again.
+void tst_DyingDisk::forgetPictures(Viewer &viewer)
+{
+    viewer.deleteThumbs();
+    viewer.ui.thumbnailLabel->ClearThumbs();
+}
+
+// The system may want the pictures painted whenever events are handled. Here it always does.
 bool tst_DyingDisk::waitForScan(const Viewer &viewer)
 {
-    return QTest::qWaitFor([&] { return !viewer.thumbnailScanRunning; }, kPatienceMs);
+    const auto paintedAndDone = [&] {
+        return !viewer.ui.thumbnailLabel->grab().isNull() && !viewer.thumbnailScanRunning;
+    };
+    return QTest::qWaitFor(paintedAndDone, kPatienceMs);
 }
 
 // Whatever happened: what is selected exists and is what is shown.
@@ -249,7 +263,7 @@ void tst_DyingDisk::window_lives_whileAReadHangs()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
-    viewer.deleteThumbs();
+    forgetPictures(viewer);
     viewer.ui.thumbnailLabel->SetBusy(true);
     QSemaphore hanging;
     QSemaphore released;
@@ -293,7 +307,7 @@ void tst_DyingDisk::scan_goesOnWithTheNext_whenARecordingCannotBeRead()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
-    viewer.deleteThumbs();
+    forgetPictures(viewer);
     const Watch watch(fixture.path("disk").toStdString(), [](const Call &call) {
         const bool isB = call.path.find("/b.ts") != std::string::npos;
         return isB && call.what == What::Read && call.offset > 8192 ? EIO : 0;
@@ -313,7 +327,7 @@ void tst_DyingDisk::scan_ends_whenTheDiskGoesInTheMiddleOfIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c", "d"});
-    viewer.deleteThumbs();
+    forgetPictures(viewer);
     std::atomic<bool> gone{false};
     const Watch watch(fixture.path("disk").toStdString(), [&](const Call &call) {
         if (call.path.find("/b.ts") != std::string::npos && call.what == What::Read && call.offset > 8192)
@@ -355,8 +369,7 @@ void tst_DyingDisk::load_leavesAWholeWindow_whateverStepOfItFindsTheDiskGone()
         watch.setVerdict({});
         QVERIFY(waitForScan(viewer));
         QCOMPARE(watch.openFiles(), 0);
-        viewer.deleteThumbs();
-        viewer.ui.thumbnailLabel->ClearThumbs();
+        forgetPictures(viewer);
     }
     QVERIFY(steps > 8);
     viewer.scanDisk(); // The disk is well again.

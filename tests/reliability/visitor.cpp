@@ -15,6 +15,8 @@
 
 #include <cstdio>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kPatienceMs = 60000; // far more than anything here takes

@@ -19,5 +19,5 @@ inline std::optional<unsigned> numberIn(const QImage &image)
             darkest.push_back(std::uint8_t(std::min({qRed(pixel), qGreen(pixel), qBlue(pixel)})));
         }
     }
-    return readBlockCode(darkest.data(), image.width(), image.height(), image.width());
+    return quorvale::readBlockCode(darkest.data(), image.width(), image.height(), image.width());
 }

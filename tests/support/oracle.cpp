@@ -6,6 +6,8 @@
 #include <QMap>
 #include <QTemporaryDir>
 
+using namespace quorvale;
+
 namespace {
 
 // What the program writes with `arguments`, an output file being added to them.

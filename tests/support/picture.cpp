@@ -9,6 +9,8 @@ extern "C" {
 
 #include <QCryptographicHash>
 
+using namespace quorvale;
+
 void Picture::clear()
 {
     for (std::uint8_t *&plane : data) {

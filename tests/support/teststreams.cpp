@@ -7,6 +7,8 @@
 
 #include <cstdio>
 
+using namespace quorvale;
+
 std::optional<QString> samplePath(const QString &name)
 {
     const QString path = QDir(QUORVALE_SAMPLES_DIR).filePath(name);
@@ -15,7 +17,7 @@ std::optional<QString> samplePath(const QString &name)
 
 namespace {
 
-QString pathWhereMade(const QString &path, const FFmpegResult &result)
+QString pathWhereMade(const QString &path, const ProcessEnd &result)
 {
     if (result.ok())
         return path;

@@ -11,14 +11,16 @@
 #include <memory>
 
 /// A folder for recorder volumes, a folder for settings of its own, and a window on them.
-/// The native settings of whoever runs the test are neither read nor written.
+/// The settings of whoever runs the test are neither read nor written, on any system: the window is told to keep its
+/// own in a text file, for on macOS the system's store cannot be moved elsewhere.
 class ViewerFixture
 {
 public:
     ViewerFixture()
     {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+        QSettings::setDefaultFormat(QSettings::IniFormat);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
         settings().setValue("Main/mount_point", m_mountPoint.path());
     }
     ~ViewerFixture() { viewer.reset(); }
@@ -34,7 +36,7 @@ public:
     static QSettings &settings()
     {
         static std::unique_ptr<QSettings> store;
-        store = std::make_unique<QSettings>("quorvale.org", "quorvale");
+        store = std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope, "quorvale.org", "quorvale");
         return *store;
     }
 

@@ -10,6 +10,8 @@
 #include <memory>
 #include <random>
 
+using namespace quorvale;
+
 Q_DECLARE_METATYPE(FFPixelFormat)
 
 namespace {

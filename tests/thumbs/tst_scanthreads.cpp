@@ -2,6 +2,7 @@
 
 #include "thumbs/scanthreads.h"
 
+#include "tests/support/processfacts.h"
 #include "tests/support/seenqueues.h"
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
@@ -11,6 +12,8 @@
 #include <QtTest>
 
 #include <sys/stat.h>
+
+using namespace quorvale;
 
 namespace {
 
@@ -46,8 +49,11 @@ private slots:
     void add_connectsNothingToTheScannersSignals();
     void end_freesSeries_thatNobodyClaimed();
     void end_leavesSeries_thatWereClaimed();
+    void claim_forgetsTheSeries_data();
+    void claim_forgetsTheSeries();
     void end_stopsAtTheNextFile_inTheMiddleOfAScan();
     void end_endsIdleThreads_ofEarlierScans();
+    void idleThreads_costNoDescriptor();
     void end_givesUp_whenAReadHangs();
 
 private:
@@ -84,7 +90,7 @@ void tst_ScanThreads::initTestCase()
     stream.picture = {160, 120, ChromaFormat::Yuv420, false};
     stream.frames = 30;
     stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-    const FFmpegResult encoded = encodeNumberedStream(stream);
+    const ProcessEnd encoded = encodeNumberedStream(stream);
     QVERIFY2(encoded.ok(), encoded.errors.c_str());
 }
 
@@ -130,6 +136,26 @@ void tst_ScanThreads::end_leavesSeries_thatWereClaimed()
     qDeleteAll(mine);
 }
 
+void tst_ScanThreads::claim_forgetsTheSeries_data()
+{
+    QTest::addColumn<int>("pictures");
+    QTest::newRow("empty") << 0;
+    QTest::newRow("one picture that could not be made") << 1;
+}
+
+void tst_ScanThreads::claim_forgetsTheSeries()
+{
+    QFETCH(const int, pictures);
+    const QVector<QPixmap *> series(pictures, nullptr);
+    QString path = QStringLiteral("/disk/") + QLatin1String(QTest::currentDataTag());
+    const Scan scan = start({});
+    emit scan.scanner->gotThumbs(path, series, series);
+    QVERIFY(!path.isDetached()); // Somebody keeps a copy,
+    ScanThreads::instance().claim(series, series);
+    QVERIFY(path.isDetached()); // and lets go of it.
+    QVERIFY(ScanThreads::instance().end(20000));
+}
+
 void tst_ScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
 {
     QStringList files;
@@ -159,9 +185,29 @@ void tst_ScanThreads::end_endsIdleThreads_ofEarlierScans()
         QVERIFY(!scan.thread);
 }
 
+// Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
+void tst_ScanThreads::idleThreads_costNoDescriptor()
+{
+    if (!processfacts::available())
+        QSKIP("needs to see what the process holds");
+    QVector<Scan> scans;
+    int before = 0;
+    for (int i = 0; i < 40; ++i) {
+        scans.append(start({m_directory.filePath("none.ts"), m_directory.filePath("none either.ts")}));
+        scans.last().thread->start();
+        QTRY_VERIFY(!scans.last().scanner); // finished and deleted itself
+        QVERIFY(scans.last().thread->isRunning());
+        if (i == 0)
+            before = processfacts::openDescriptors();
+    }
+    QCOMPARE(processfacts::openDescriptors(), before);
+    QVERIFY(ScanThreads::instance().end(20000));
+}
+
 void tst_ScanThreads::end_givesUp_whenAReadHangs()
 {
-    // A pipe that nobody writes to hangs whoever opens it, like a file on a disk that does not answer.
+    // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
+    // disk that does not answer.
     const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
     const Scan scan = start({QString::fromLocal8Bit(pipe)});

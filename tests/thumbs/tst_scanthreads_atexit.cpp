@@ -13,6 +13,8 @@
 #include <atomic>
 #include <optional>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kRecordings = 2000; // far more than are scanned until the first series has arrived

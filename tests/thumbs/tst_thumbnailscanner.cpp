@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";

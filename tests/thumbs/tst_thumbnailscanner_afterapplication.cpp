@@ -2,25 +2,29 @@
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QCommonStyle>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
 
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
-// What a scan did that went on after the application object was gone.
+// What a scan did that went on while the application object was closing, or after it was gone.
 struct LateScan
 {
+    bool isClosing = QCoreApplication::instance() && QCoreApplication::closingDown();
     std::string problem = "not run";
     QStringList files;
     int pixmaps = 0;
     QByteArray errors;
 };
 
-LateScan scanWithoutApplication()
+LateScan scanLate()
 {
     LateScan late;
     const QTemporaryDir dir;
@@ -32,7 +36,7 @@ LateScan scanWithoutApplication()
     late.problem = encodeNumberedStream(stream).errors;
 
     CapturedOutput capture(stderr);
-    // One call: without an application nothing delivers the one that it posts.
+    // One call: by now nothing delivers the one that it posts.
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         ThumbnailScanner scanner;
         scanner.files = QStringList{dir.filePath("recording.ts")};
@@ -59,13 +63,23 @@ class TestThumbnailScannerAfterApplication : public QObject
     Q_OBJECT
 
 public:
-    explicit TestThumbnailScannerAfterApplication(LateScan scan)
-        : late(std::move(scan))
+    TestThumbnailScannerAfterApplication(LateScan closing, LateScan closed)
+        : whileClosing(std::move(closing))
+        , afterwards(std::move(closed))
     {
     }
 
 private slots:
-    void scan_makesNoPixmaps_afterTheApplication()
+    void scan_makesNoPixmaps_whileTheApplicationCloses()
+    {
+        QVERIFY(whileClosing.isClosing);
+        makesNoPixmaps(whileClosing);
+    }
+
+    void scan_makesNoPixmaps_afterTheApplication() { makesNoPixmaps(afterwards); }
+
+private:
+    static void makesNoPixmaps(const LateScan &late)
     {
         QCOMPARE(late.problem, std::string());
         QCOMPARE(late.files, QStringList{"recording.ts"});
@@ -73,16 +87,20 @@ private slots:
         QCOMPARE(late.errors, QByteArray());
     }
 
-private:
-    LateScan late;
+    LateScan whileClosing;
+    LateScan afterwards;
 };
 
 int main(int argc, char **argv)
 {
+    LateScan closing;
     {
-        const QGuiApplication application(argc, argv);
+        const QApplication application(argc, argv);
+        auto *style = new QCommonStyle;
+        QObject::connect(style, &QObject::destroyed, [&closing] { closing = scanLate(); });
+        QApplication::setStyle(style); // owned by the application, which deletes it as it closes
     }
-    TestThumbnailScannerAfterApplication test(scanWithoutApplication());
+    TestThumbnailScannerAfterApplication test(closing, scanLate());
     const QCoreApplication application(argc, argv);
     return QTest::qExec(&test, argc, argv);
 }

@@ -15,6 +15,8 @@
 #include <cerrno>
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";

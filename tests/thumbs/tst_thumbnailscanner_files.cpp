@@ -7,9 +7,13 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
+
+using namespace quorvale;
 
 #ifdef QUORVALE_SANITIZED
 constexpr bool kSanitized = true;
@@ -99,18 +103,24 @@ private slots:
         const QString absent = dir.filePath("absent.ts");
         const QString beneathAFile = tinyFile + "/beneath.ts";
         const QString nameless;
-        const ScanResult result = runScan({directory, dangling, absent, beneathAFile, nameless, tinyFile}, 2, 900);
-        QCOMPARE(result.events, (QStringList{"missingVideo " + directory, "missingVideo " + dangling,
-                                             "missingVideo " + absent, "missingVideo " + beneathAFile,
-                                             "missingVideo " + nameless, "gotThumbs " + tinyFile, "finished"}));
+        const QString pipe = dir.filePath("pipe.ts"); // that nobody writes to
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        const QString device = dir.filePath("device.ts");
+        QVERIFY(QFile::link("/dev/zero", device));
+        const ScanResult result =
+            runScan({directory, dangling, absent, beneathAFile, nameless, pipe, device, tinyFile}, 2, 900);
+        QCOMPARE(result.events,
+                 (QStringList{"missingVideo " + directory, "missingVideo " + dangling, "missingVideo " + absent,
+                              "missingVideo " + beneathAFile, "missingVideo " + nameless, "missingVideo " + pipe,
+                              "missingVideo " + device, "gotThumbs " + tinyFile, "finished"}));
         QCOMPARE(result.errors, QByteArray());
     }
 
     void scan_reportsARadioRecordingAsMissing()
     {
         const QString radio = dir.filePath("radio.ts");
-        const FFmpegResult made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
-                                             "mp2", "-f", "mpegts", radio.toStdString()});
+        const ProcessEnd made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
+                                           "mp2", "-f", "mpegts", radio.toStdString()});
         QVERIFY2(made.ok(), made.errors.c_str());
         QCOMPARE(runScan(QStringList{radio}).events, (QStringList{"missingVideo " + radio, "finished"}));
     }

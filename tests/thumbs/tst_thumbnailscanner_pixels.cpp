@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace quorvale;
+
 using Arguments = std::vector<std::string>;
 Q_DECLARE_METATYPE(NumberedStream)
 
@@ -108,7 +110,7 @@ private slots:
         const QTemporaryDir dir;
         const QString path = dir.filePath("recording");
         stream.path = path.toStdString();
-        const FFmpegResult encoded = encodeNumberedStream(stream);
+        const ProcessEnd encoded = encodeNumberedStream(stream);
         QVERIFY2(encoded.ok(), encoded.errors.c_str());
 
         const RawPicture raw = rawPicture(path, kPicture, pixelFormat, {stream.picture.width, stream.picture.height});

@@ -11,6 +11,8 @@
 #include <atomic>
 #include <memory>
 
+using namespace quorvale;
+
 namespace {
 
 using Numbers = std::vector<std::optional<unsigned>>;
@@ -64,7 +66,7 @@ private slots:
             stream.frames = 70;
             stream.firstNumber = 1000U * unsigned(i);
             stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-            const FFmpegResult encoded = encodeNumberedStream(stream);
+            const ProcessEnd encoded = encodeNumberedStream(stream);
             QVERIFY2(encoded.ok(), encoded.errors.c_str());
         }
     }

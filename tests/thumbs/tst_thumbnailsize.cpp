@@ -4,6 +4,8 @@
 
 #include <limits>
 
+using namespace quorvale;
+
 namespace {
 
 QSize scaledSize(QSize display, QSize decoded, int rows)

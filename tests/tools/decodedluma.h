@@ -32,7 +32,7 @@ inline std::vector<std::optional<unsigned>> decodedNumbers(const QString &path, 
         int used = 0;
         for (; waiting.size() - used >= pictureSize; used += pictureSize) {
             const auto *luma = reinterpret_cast<const std::uint8_t *>(waiting.constData()) + used;
-            numbers.push_back(readBlockCode(luma, width, height, width));
+            numbers.push_back(quorvale::readBlockCode(luma, width, height, width));
         }
         waiting.remove(0, used);
     }

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr std::uint8_t kGrey = 128;

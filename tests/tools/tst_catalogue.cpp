@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <set>
 
+using namespace quorvale;
+
 namespace {
 
 QDate dateOf(const Day &day)

@@ -8,6 +8,8 @@
 #include <functional>
 #include <stdexcept>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kBlock = 32768;

@@ -9,6 +9,8 @@
 #include <set>
 #include <vector>
 
+using namespace quorvale;
+
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace quorvale;
+
 using Arguments = std::vector<std::string>;
 Q_DECLARE_METATYPE(NumberedStream)
 

@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+using namespace quorvale;
+
 class TestOptions : public QObject
 {
     Q_OBJECT

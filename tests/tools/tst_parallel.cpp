@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <thread>
 
+using namespace quorvale;
+
 class TestParallel : public QObject
 {
     Q_OBJECT

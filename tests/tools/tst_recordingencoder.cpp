@@ -8,6 +8,8 @@
 
 #include <stdexcept>
 
+using namespace quorvale;
+
 Q_DECLARE_METATYPE(RecordingKind)
 
 class TestRecordingEncoder : public QObject

@@ -6,6 +6,8 @@
 
 #include <stdexcept>
 
+using namespace quorvale;
+
 class TestTransportStream : public QObject
 {
     Q_OBJECT

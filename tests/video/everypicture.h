@@ -13,9 +13,9 @@ struct Allowance
 {
     /// Pictures below this one may be refused with `lastError` 1, when they are sought.
     int reachableFrom = 0;
-    /// Pictures of which slices did not decode and were not concealed: the decoder leaves there what was in memory, so
-    /// that they differ from run to run. Each must say so itself, and must not be the picture of another number.
-    QVector<int> unfinished{};
+    /// What these look like is defined by nobody (see picturesWithTracesOfMemory()), so they are not compared: each
+    /// must be delivered, and must not be the picture of another number.
+    QVector<int> undefined{};
 };
 
 /// Reads the pictures `numbers`, one after the other, from an open reader. Empty when each of them was the expected

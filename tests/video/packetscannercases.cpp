@@ -18,7 +18,7 @@ namespace {
 PictureWindow windowOf(const VideoPackets &video)
 {
     PictureWindow window(video.unitsInASecond);
-    for (const ffmpeg::PacketPtr &packet : video.packets)
+    for (const quorvale::ffmpeg::PacketPtr &packet : video.packets)
         window.append(video.scanner->scan(*packet));
     return window;
 }
@@ -143,9 +143,9 @@ void PacketScannerCases::picturesThatNoOtherOneRefersTo_areKnown()
         avcodec_flush_buffers(reader.videoCodec);
         const std::unique_ptr<PacketScanner> scanner =
             makePacketScanner(*reader.formatContext->streams[reader.videoStream]->codecpar);
-        const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
+        const quorvale::ffmpeg::FramePtr frame = quorvale::ffmpeg::makeFrame();
         QMap<std::int64_t, QByteArray> pictures;
-        for (const ffmpeg::PacketPtr &packet : video.packets) {
+        for (const quorvale::ffmpeg::PacketPtr &packet : video.packets) {
             if (!scanner->scan(*packet).reference && !all)
                 continue;
             if (avcodec_send_packet(reader.videoCodec, packet.get()) == 0 &&
@@ -256,7 +256,7 @@ void PacketScannerCases::anyDamage_isReadWithinItsBounds()
     for (int round = 0; round < 2000; ++round) {
         const AVPacket &source = *video.packets[random() % video.packets.size()];
         const int size = int(random() % unsigned(std::min(source.size, 400) + 1));
-        ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+        quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
         QCOMPARE(av_new_packet(packet.get(), size), 0);
         std::memcpy(packet->data, source.data, std::size_t(size));
         for (unsigned flips = unsigned(random() % 6); size > 0 && flips > 0; --flips)

@@ -37,10 +37,10 @@ using Units = std::vector<QByteArray>; // of one packet, each with its start cod
 }
 
 /// A packet of these units, with the times of another one.
-[[nodiscard]] inline ffmpeg::PacketPtr packetOf(const AVPacket &like, const Units &units)
+[[nodiscard]] inline quorvale::ffmpeg::PacketPtr packetOf(const AVPacket &like, const Units &units)
 {
     const QByteArray bytes = bytesOf(units);
-    ffmpeg::PacketPtr packet = ffmpeg::makePacket();
+    quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
     if (av_new_packet(packet.get(), int(bytes.size())) < 0)
         throw std::bad_alloc();
     std::memcpy(packet->data, bytes.constData(), std::size_t(bytes.size()));

@@ -94,8 +94,8 @@ private slots:
 
     void open_takesTheLargestPictures_thatThereAre()
     {
-        const QString path =
-            makeWithFFmpeg(dir.path(), "8k.png", {"-f", "lavfi", "-i", "color=s=7680x4320", "-frames:v", "1"});
+        const QString path = makeWithFFmpeg(
+            dir.path(), "8k.mkv", {"-f", "lavfi", "-i", "color=s=7680x4320", "-c:v", "ffv1", "-frames:v", "1"});
         FFVideo video;
         QVERIFY(!path.isEmpty() && video.Open(qPrintable(path), true, FFVideo::FF_ACCESS_READ));
         QCOMPARE(video.width, 7680);

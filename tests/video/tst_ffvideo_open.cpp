@@ -94,7 +94,7 @@ private slots:
 
     void open_failsAsAWhole_whenTheAudioDecoderDoesNotOpen()
     {
-        // IMA ADPCM of two channels; the header is made to announce more than its decoder takes.
+        // IMA ADPCM has two to five bits a sample; the header is made to announce nine.
         const QString path = streams.make("adpcm.avi", {"-f", "lavfi", "-i", "testsrc2=s=64x48:r=25:d=1", "-f", "lavfi",
                                                         "-i", "sine=d=1", "-ac", "2", "-c:v", "rawvideo", "-pix_fmt",
                                                         "yuv420p", "-c:a", "adpcm_ima_wav"});
@@ -104,15 +104,24 @@ private slots:
         sound.Close();
 
         QByteArray bytes = readFile(path);
-        const auto format = bytes.indexOf(QByteArray("\x11\x00\x02\x00", 4)); // ADPCM, two channels
+        const auto format = bytes.indexOf(QByteArray("\x11\x00\x02\x00", 4)); // tag and channels of a WAVEFORMATEX
         QVERIFY(format > 0);
-        bytes[format + 2] = 9;
+        QCOMPARE(int(bytes[format + 14]), 4); // bits a sample
+        bytes[format + 14] = 9;
         FFVideo video;
-        QVERIFY(!open(video, writeFile(streams.folder.path(), "nine-channels.avi", bytes)));
+        QVERIFY(open(video, streams.plain()));
+        QCOMPARE(int(video.audioFormat), int(FF_AUDIO_S16));
+        QVERIFY(!open(video, writeFile(streams.folder.path(), "nine-bits.avi", bytes)));
         QCOMPARE(video.lastError, 10);
         QCOMPARE(video.accessMode, 2);
         QVERIFY(video.formatContext == nullptr);
         QVERIFY(video.videoCodec != nullptr); // left as it is
+        // What is known of the sound is this file's, not that of the one before: nothing, but that there is some.
+        QVERIFY(video.hasAudio);
+        QCOMPARE(video.audioDecoderName, std::string("adpcm_ima_wav"));
+        QCOMPARE(video.audioChannels, 2);
+        QCOMPARE(video.audioBitsPerSample, -1);
+        QCOMPARE(int(video.audioFormat), int(FF_AUDIO_UNKNOWN));
         QVERIFY(open(video, streams.plain()));
         QCOMPARE(video.decoderName, std::string("mpeg2video"));
     }

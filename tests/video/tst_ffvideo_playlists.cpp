@@ -53,30 +53,6 @@ private slots:
         }
     }
 
-    void open_stillTakes_containersOfAllKinds_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QStringList>("encoder");
-        QTest::newRow("transport stream") << "a.ts" << QStringList{"-c:v", "mpeg2video"};
-        QTest::newRow("program stream") << "a.mpg" << QStringList{"-c:v", "mpeg2video"};
-        QTest::newRow("MP4") << "a.mp4" << QStringList{"-c:v", "libx264"};
-        QTest::newRow("Matroska") << "a.mkv" << QStringList{"-c:v", "libx264"};
-        QTest::newRow("AVI") << "a.avi" << QStringList{"-c:v", "mpeg4"};
-        QTest::newRow("raw HEVC") << "a.hevc" << QStringList{"-c:v", "libx265", "-x265-params", "log-level=none"};
-        QTest::newRow("one picture") << "a.png" << QStringList{"-frames:v", "1"};
-    }
-    void open_stillTakes_containersOfAllKinds()
-    {
-        QFETCH(QString, name);
-        QFETCH(QStringList, encoder);
-        const QString path =
-            makeWithFFmpeg(dir.path(), name, QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder);
-        QVERIFY(!path.isEmpty());
-        FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
-        QCOMPARE(video.width, 96);
-    }
-
 private:
     const QTemporaryDir dir;
     QString segment;

@@ -1,3 +1,4 @@
+#include "tests/support/memorytraces.h"
 #include "tests/support/oracle.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
@@ -12,15 +13,16 @@ struct Capture
     const char *name;
     int step; // between pictures that are sought: those of some captures cost a second each
     Allowance allowance;
+    bool undefinedPictures = false; // Slices are missing of which nothing is concealed.
 };
 
 const Capture kCaptures[] = {
     {"mpeg2-704x576i-16x11-subs.ts", 2, {}},
-    {"h264-576i-16x11-eac3.ts", 31, {0, {48}}},
-    {"h264-576i-12x11-bars.ts", 2, {0, {247}}},
+    {"h264-576i-16x11-eac3.ts", 31, {}, true},
+    {"h264-576i-12x11-bars.ts", 2, {}, true},
     {"h264-1080i5994-dirtystart-mp2.ts", 37, {}},
     // The first packet has no decode timestamp, so there is nothing to seek to before the second row.
-    {"h264-234p-61s-truncated.ts", 17, {150, {}}},
+    {"h264-234p-61s-truncated.ts", 17, {150}},
     {"hevc-main10-360p-12s.ts", 61, {}},
     {"bd-1080i-5s.m2ts", 41, {}},
     {"akiyo-x265.265", 31, {}},
@@ -28,7 +30,7 @@ const Capture kCaptures[] = {
 
 } // namespace
 
-/// Real captures, every picture of which is compared with what the ffmpeg program decodes.
+/// Real captures, every picture of which is compared with what the ffmpeg program decodes, where that is defined.
 class TestFFVideoSamples : public QObject
 {
     Q_OBJECT
@@ -74,6 +76,9 @@ private slots:
         QVERIFY(!path.isEmpty());
         expected = pictureChecksums(path);
         QVERIFY(!expected.isEmpty());
+        if (capture.undefinedPictures)
+            capture.allowance.undefined = picturesWithTracesOfMemory(path);
+        QVERIFY(capture.allowance.undefined.size() < expected.size() / 2); // Most are compared.
     }
 
     void read_deliversEveryPicture_forwardsAfterAQuickOpen_data() { addCaptures(); }
@@ -90,8 +95,8 @@ private slots:
         QVERIFY(video.keyFrames.complete);
     }
 
-    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot_data() { addCaptures(); }
-    void table_isTheSame_whetherPicturesAreShownOnTheWayOrNot()
+    void table_isTheSame_atOnceAndInSlices_data() { addCaptures(); }
+    void table_isTheSame_atOnceAndInSlices()
     {
         FFVideo atOnce;
         QVERIFY(open(atOnce, false));
@@ -187,7 +192,7 @@ private slots:
     {
         FFVideo video;
         QVERIFY(open(video, true));
-        QCOMPARE(compareEach(video, {3, 4, 40}, expected, {0, capture.allowance.unfinished}), QString());
+        QCOMPARE(compareEach(video, {3, 4, 40}, expected, {0, capture.allowance.undefined}), QString());
         QVERIFY(video.Close());
         QVERIFY(open(video, true));
         QVERIFY(readToTheEnd(video, 0, expected, capture.allowance) > expected.size() - 1 - kMostHeldBack);

@@ -3,6 +3,8 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/decodecounter.h"
 #include "tests/video/everypicture.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/pointers.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -12,6 +14,24 @@ namespace {
 
 constexpr int kFrames = 100;
 constexpr int kGroup = 10; // pictures from one key picture to the next
+
+// Decode timestamp of the packet with which the decoder delivers a picture after a seek backward to `dts`; the seek and
+// the packets are done by hand.
+std::int64_t firstDeliveryAfterSeek(FFVideo &video, std::int64_t dts)
+{
+    if (av_seek_frame(video.formatContext, video.videoStream, dts, AVSEEK_FLAG_BACKWARD) < 0)
+        return -1;
+    avcodec_flush_buffers(video.videoCodec);
+    const quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
+    while (av_read_frame(video.formatContext, packet.get()) >= 0) {
+        const std::int64_t packetDts = packet->dts;
+        if (packet->stream_index == video.videoStream && avcodec_send_packet(video.videoCodec, packet.get()) >= 0 &&
+            avcodec_receive_frame(video.videoCodec, video.frame) >= 0)
+            return packetDts;
+        av_packet_unref(packet.get());
+    }
+    return -1;
+}
 
 } // namespace
 
@@ -237,6 +257,51 @@ private slots:
         video.keyFrames.entries[4].frame = 43;
         video.keyFrames.entries[4].frameDts += 3 * 3600;
         QCOMPARE(numberError(video, 46), QString());
+    }
+
+    void seek_decodesEveryPacketInFull_beforeAPictureThatIsIntraButNoKey()
+    {
+        // The picture changes altogether at 9, 19, 29 and so on: these are I pictures and enter the table. At 10, 20,
+        // 30 there is an IDR.
+        TestStream stream;
+        stream.fileName = "i-before-idr.ts";
+        stream.encoder = QStringList{"-vf",
+                                     "rotate=angle='mod(floor((n+1)/10),2)',negate=enable='mod(floor((n+1)/10),2)'",
+                                     "-c:v",
+                                     "libx264",
+                                     "-preset",
+                                     "veryfast",
+                                     "-bf",
+                                     "0",
+                                     "-g",
+                                     "100",
+                                     "-keyint_min",
+                                     "24",
+                                     "-sc_threshold",
+                                     "100",
+                                     "-force_key_frames",
+                                     "expr:eq(mod(n,10),0)",
+                                     "-forced-idr",
+                                     "1"};
+        stream.frames = kFrames;
+        const QString file = makeStream(folder.path(), stream);
+        FFVideo video;
+        QVERIFY(open(video, file, false));
+        FFVideo byHand;
+        QVERIFY(open(byHand, file, false));
+        QCOMPARE(video.keyFrames.entries[1].frame, 9);
+        QCOMPARE(video.keyFrames.entries[2].frame, 10);
+
+        // Landing on row 9 steps until a picture comes out. Whichever it is, row 0 is reached from there, and the
+        // timestamp before that of its packet tells how far the landing went.
+        const std::int64_t landed = firstDeliveryAfterSeek(byHand, byHand.keyFrames.entries[1].seekDts);
+        QVERIFY(landed > byHand.keyFrames.entries[1].seekDts);
+        QVERIFY(video.seekToNearestKeyFrame(9, 0));
+        QCOMPARE(video.currentFrame, 0);
+        QCOMPARE(video.previousDts, landed);
+        QCOMPARE(video.seekDts, landed);
+        for (const int number : {14, 9, 23, 19, 10})
+            QCOMPARE(compareEach(video, {number}, pictureChecksums(file)), QString());
     }
 
     void seek_fails_whenEveryRowWasTried()

@@ -180,7 +180,7 @@ private slots:
         FFVideo video;
         QVERIFY(open(video, path, false));
         QVERIFY(video.SetKeyTable(&video.keyFrames));
-        QCOMPARE(rowsHeld(&video.keyFrames), kFrames / kGroup);
+        QCOMPARE(quorvale::rowsHeld(&video.keyFrames), kFrames / kGroup);
         QCOMPARE(video.keyFrames.frames, kFrames);
         QVERIFY(!video.SetKeyTable(nullptr));
         QCOMPARE(video.keyFrames.frames, kFrames);

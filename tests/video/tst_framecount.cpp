@@ -8,6 +8,8 @@ extern "C" {
 
 #include <limits>
 
+using namespace quorvale;
+
 class TestFrameCount : public QObject
 {
     Q_OBJECT

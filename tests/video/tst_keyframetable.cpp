@@ -173,7 +173,7 @@ private slots:
         for (const int frame : {1, 2, 3, 4})
             AddEntry(&table, row(frame));
         ResizeKFT(&table, 2);
-        QCOMPARE(rowsHeld(&table), 2);
+        QCOMPARE(quorvale::rowsHeld(&table), 2);
         QCOMPARE(GetEntryIndex(&table, 4), 1);
         AddEntry(&table, row(9));
         QCOMPARE(table.count, 3);
@@ -232,7 +232,7 @@ private slots:
         QVERIFY(table.complete);
         QVERIFY(table.modified);
         ReleaseKFT(&table); // once more, with nothing to free
-        QCOMPARE(rowsHeld(&table), 0);
+        QCOMPARE(quorvale::rowsHeld(&table), 0);
     }
 };
 

@@ -161,7 +161,7 @@ private slots:
         QVERIFY(table.complete);
         QCOMPARE(table.frames, 0);
         QCOMPARE(table.count, 0);
-        QCOMPARE(rowsHeld(&table), 0);
+        QCOMPARE(quorvale::rowsHeld(&table), 0);
     }
 
     void load_takesAnyDigitButZero_forComplete()

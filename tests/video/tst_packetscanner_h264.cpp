@@ -90,7 +90,7 @@ private slots:
             makeWithFFmpeg(folder.path(), "h264.mp4", {"-i", pathOf(sliced), "-c", "copy", "-f", "mp4"});
         const VideoPackets video = readVideoPackets(path);
         QCOMPARE(int(video.packets.size()), kFrames);
-        for (const ffmpeg::PacketPtr &packet : video.packets)
+        for (const quorvale::ffmpeg::PacketPtr &packet : video.packets)
             QVERIFY(video.scanner->scan(*packet).doubts & kNotOnePicture);
     }
 };

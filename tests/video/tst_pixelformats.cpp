@@ -7,6 +7,8 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+using namespace quorvale::ffmpeg;
+
 namespace {
 
 // Name in libavutil, so that the test does not depend on the numbers of one version.

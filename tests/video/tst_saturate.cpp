@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace quorvale;
+
 class TestSaturate : public QObject
 {
     Q_OBJECT

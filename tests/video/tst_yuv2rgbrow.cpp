@@ -8,6 +8,8 @@
 #include <random>
 #include <vector>
 
+using namespace quorvale;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

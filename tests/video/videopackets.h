@@ -14,7 +14,7 @@
 /// The video packets of a file, as the demuxer delivers them.
 struct VideoPackets
 {
-    std::vector<ffmpeg::PacketPtr> packets;
+    std::vector<quorvale::ffmpeg::PacketPtr> packets;
     std::unique_ptr<PacketScanner> scanner; ///< a fresh one; null for a codec that is not understood
     std::int64_t unitsInASecond = 0;
 };
@@ -24,21 +24,22 @@ inline VideoPackets readVideoPackets(const QString &path)
     AVFormatContext *context = nullptr;
     if (avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
         throw std::runtime_error("the file does not open");
-    const ffmpeg::InputPtr input(context);
+    const quorvale::ffmpeg::InputPtr input(context);
     const AVCodec *decoder = nullptr;
     if (avformat_find_stream_info(context, nullptr) < 0)
         throw std::runtime_error("the file has no streams");
-    const int stream = ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
+    const int stream = quorvale::ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
     VideoPackets found;
     found.scanner = makePacketScanner(*context->streams[stream]->codecpar);
     found.unitsInASecond = context->streams[stream]->time_base.den;
-    for (ffmpeg::PacketPtr packet = ffmpeg::makePacket(); av_read_frame(context, packet.get()) >= 0;) {
+    for (quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
+         av_read_frame(context, packet.get()) >= 0;) {
         if (packet->stream_index != stream) {
             av_packet_unref(packet.get());
             continue;
         }
         found.packets.push_back(std::move(packet));
-        packet = ffmpeg::makePacket();
+        packet = quorvale::ffmpeg::makePacket();
     }
     return found;
 }

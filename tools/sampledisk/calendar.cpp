@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+namespace quorvale {
+
 namespace {
 
 Day dayOf(const std::tm &local)
@@ -39,3 +41,5 @@ std::string isoText(const Day &day)
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", day.year, day.month, day.day);
     return text.data();
 }
+
+} // namespace quorvale

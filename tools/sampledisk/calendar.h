@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace quorvale {
+
 /// A day of the local calendar.
 struct Day
 {
@@ -18,3 +20,5 @@ struct Day
 
 /// As in "2024-02-29".
 [[nodiscard]] std::string isoText(const Day &day);
+
+} // namespace quorvale

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+namespace quorvale {
+
 namespace {
 
 /// When a programme was broadcast: so many days ago, or on a day of last year's calendar.
@@ -115,3 +117,5 @@ std::vector<Recording> catalogue(int count, const Day &today)
     }
     return recordings;
 }
+
+} // namespace quorvale

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace quorvale {
+
 /// What a recording's stream is like; see encodeRecording() for the details.
 enum class RecordingKind {
     HighDefinition,      ///< H.264, 1440x1080, interlaced, AC-3
@@ -28,3 +30,5 @@ struct Recording
 /// The first `count` programmes of the sample disk, as its index lists them, seen from the day `today`. Beyond the
 /// built-in ones their further episodes follow with the same streams, further and further in the past.
 [[nodiscard]] std::vector<Recording> catalogue(int count, const Day &today);
+
+} // namespace quorvale

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <stdexcept>
 
+namespace quorvale {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -96,3 +98,5 @@ void writeIndex(const fs::path &path, const std::vector<IndexRecord> &records)
         throw std::runtime_error("cannot write " + unfinished.string());
     fs::rename(unfinished, path);
 }
+
+} // namespace quorvale

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace quorvale {
+
 /// One programme as the recorder's index holds it; the texts are UTF-8.
 struct IndexRecord
 {
@@ -25,3 +27,5 @@ struct IndexRecord
 /// complete and replaces an older one at that moment.
 /// Throws std::runtime_error when a value does not fit its field or the file cannot be written.
 void writeIndex(const std::filesystem::path &path, const std::vector<IndexRecord> &records);
+
+} // namespace quorvale

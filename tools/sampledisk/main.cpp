@@ -5,6 +5,8 @@
 #include <iostream>
 #include <stdexcept>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kDone = 0;

@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string_view>
 
+namespace quorvale {
+
 namespace {
 
 int parseNumber(std::string_view option, std::string_view text, int most)
@@ -72,3 +74,5 @@ std::string helpText()
            "\n"
            "The ffmpeg program must be installed. Exit status: 0 done, 1 failed, 2 wrong command line.\n";
 }
+
+} // namespace quorvale

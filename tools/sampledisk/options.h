@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <string>
 
+namespace quorvale {
+
 /// What the command line asks for.
 struct Options
 {
@@ -21,3 +23,5 @@ constexpr int kMostPictures = 65536;  // the block code has 16 bits
 
 /// What `--help` prints.
 [[nodiscard]] std::string helpText();
+
+} // namespace quorvale

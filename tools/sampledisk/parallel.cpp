@@ -6,6 +6,8 @@
 #include <mutex>
 #include <thread>
 
+namespace quorvale {
+
 void runParallel(const std::vector<std::function<void()>> &jobs)
 {
     std::atomic<std::size_t> next{0};
@@ -33,3 +35,5 @@ void runParallel(const std::vector<std::function<void()>> &jobs)
     if (failure)
         std::rethrow_exception(failure);
 }
+
+} // namespace quorvale

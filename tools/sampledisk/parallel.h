@@ -3,6 +3,10 @@
 #include <functional>
 #include <vector>
 
+namespace quorvale {
+
 /// Runs the jobs, in their order, on as many threads as there are processors and returns when all have ended. After
 /// one has thrown no further one is started, and the first exception is thrown on.
 void runParallel(const std::vector<std::function<void()>> &jobs);
+
+} // namespace quorvale

@@ -8,6 +8,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace quorvale {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -86,7 +88,7 @@ int toneOf(const Recording &recording)
     return 220 + 20 * static_cast<int>(recording.look % 12);
 }
 
-FFmpegResult encodeRadio(const Recording &recording, int length, const fs::path &path)
+ProcessEnd encodeRadio(const Recording &recording, int length, const fs::path &path)
 {
     const int milliseconds = length * 1000 / kPicturesPerSecond;
     const std::string source = "sine=frequency=" + std::to_string(toneOf(recording)) +
@@ -97,7 +99,7 @@ FFmpegResult encodeRadio(const Recording &recording, int length, const fs::path 
     return runFFmpeg(arguments);
 }
 
-FFmpegResult encodeVideo(const Recording &recording, int length, const fs::path &path)
+ProcessEnd encodeVideo(const Recording &recording, int length, const fs::path &path)
 {
     NumberedStream stream = streamOf(recording.kind);
     stream.path = path.string();
@@ -130,8 +132,8 @@ void encodeRecording(const Recording &recording, int length, const fs::path &wor
         return;
     const std::string &name = recording.record.fileName;
     const fs::path whole = work / name;
-    const FFmpegResult result = recording.kind == RecordingKind::Radio ? encodeRadio(recording, length, whole)
-                                                                       : encodeVideo(recording, length, whole);
+    const ProcessEnd result = recording.kind == RecordingKind::Radio ? encodeRadio(recording, length, whole)
+                                                                     : encodeVideo(recording, length, whole);
     if (!result.ok())
         throw std::runtime_error("ffmpeg failed with status " + std::to_string(result.exitStatus) + ": " +
                                  result.errors);
@@ -150,3 +152,5 @@ void encodeRecording(const Recording &recording, int length, const fs::path &wor
     for (const fs::path &piece : pieces)
         fs::rename(piece, folder / piece.filename());
 }
+
+} // namespace quorvale

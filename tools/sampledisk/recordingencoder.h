@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace quorvale {
+
 /// The extensions of a recording's files: ".ts" alone, ".ts", ".ts1" and ".ts2" of a split one, none of a missing one.
 [[nodiscard]] std::vector<std::string> fileExtensions(RecordingKind kind);
 
@@ -18,3 +20,5 @@
 /// Throws std::runtime_error with the ffmpeg program's message when it fails.
 void encodeRecording(const Recording &recording, int length, const std::filesystem::path &work,
                      const std::filesystem::path &folder);
+
+} // namespace quorvale

@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <unistd.h>
 
+namespace quorvale {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -212,3 +214,5 @@ SampleDiskResult makeSampleDisk(const Options &options, std::ostream &progress)
     writeStamp(volume, stamp);
     return SampleDiskResult::Written;
 }
+
+} // namespace quorvale

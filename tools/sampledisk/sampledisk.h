@@ -4,6 +4,8 @@
 
 #include <iosfwd>
 
+namespace quorvale {
+
 enum class SampleDiskResult {
     Kept,         ///< everything was there already
     IndexRenewed, ///< the streams were there; the index was of another day
@@ -16,3 +18,5 @@ enum class SampleDiskResult {
 /// Throws std::runtime_error with a message for the user when a step fails, or when a file that this program did not
 /// write is in the way; such a file is never touched.
 SampleDiskResult makeSampleDisk(const Options &options, std::ostream &progress);
+
+} // namespace quorvale

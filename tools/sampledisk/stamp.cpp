@@ -5,6 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace quorvale {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -78,3 +80,5 @@ void writeStamp(const fs::path &volume, const Stamp &stamp)
         throw std::runtime_error("cannot write " + unfinished.string());
     fs::rename(unfinished, volume / kName);
 }
+
+} // namespace quorvale

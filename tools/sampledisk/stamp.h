@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace quorvale {
+
 /// The program's note on a volume that it made: what it was asked for, which day the index is written for and which
 /// files are its own. A volume without such a note belongs to someone else.
 struct Stamp
@@ -30,3 +32,5 @@ struct Stamp
 /// Writes the stamp of `volume`, replacing an older one at once.
 /// Throws std::runtime_error when it cannot be written.
 void writeStamp(const std::filesystem::path &volume, const Stamp &stamp);
+
+} // namespace quorvale

@@ -7,6 +7,8 @@
 #include <random>
 #include <stdexcept>
 
+namespace quorvale {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -106,3 +108,5 @@ void damageStream(const fs::path &path)
     }
     fs::resize_file(path, packets * kPacketSize - kPacketSize / 2);
 }
+
+} // namespace quorvale

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <vector>
 
+namespace quorvale {
+
 /// Bytes of one packet of a transport stream.
 constexpr int kPacketSize = 188;
 
@@ -16,3 +18,5 @@ void cutIntoPieces(const std::filesystem::path &path, const std::vector<std::fil
 /// The same stream is damaged in the same way every time.
 /// Throws std::runtime_error when the file cannot be read or written.
 void damageStream(const std::filesystem::path &path);
+
+} // namespace quorvale

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kCells = 20;
@@ -102,3 +104,5 @@ std::optional<unsigned> readBlockCode(const std::uint8_t *luma, int width, int h
         return std::nullopt;
     return number;
 }
+
+} // namespace quorvale

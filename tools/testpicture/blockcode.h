@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <optional>
 
+namespace quorvale {
+
 // A number that a program can read back from the luma of a decoded picture. Everything is relative to the picture, so
 // the code survives scaling; it is one row of 20 cells across the whole width:
 //
@@ -18,3 +20,5 @@ void drawBlockCode(std::uint8_t *luma, int width, int height, int stride, unsign
 /// Reads the number (0 to 65535) that drawBlockCode() drew, after any scaling or encoding of the picture.
 /// Nothing when white and black are too close, when the parity is wrong or when the last cell is not black.
 [[nodiscard]] std::optional<unsigned> readBlockCode(const std::uint8_t *luma, int width, int height, int stride);
+
+} // namespace quorvale

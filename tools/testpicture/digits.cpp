@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kGlyphColumns = 5;
@@ -73,3 +75,5 @@ PictureArea drawDigits(std::uint8_t *luma, int width, int height, int stride, un
     }
     return {left, top, columns * dot, rows * dot};
 }
+
+} // namespace quorvale

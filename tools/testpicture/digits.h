@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace quorvale {
+
 /// Where something stands in a picture, in pixels of luma; nothing is nowhere, 0 wide.
 struct PictureArea
 {
@@ -15,3 +17,5 @@ struct PictureArea
 /// The digits are as large as a quarter of the height allows, never wider than the picture; `stride` is in bytes.
 /// Draws nothing where a digit's dot would be smaller than a pixel. Returns the area of the box.
 PictureArea drawDigits(std::uint8_t *luma, int width, int height, int stride, unsigned number);
+
+} // namespace quorvale

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <vector>
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kPhases = 256; // one turn of swing()
@@ -119,3 +121,5 @@ void drawNumberedPicture(std::uint8_t *bytes, const PictureFormat &format, unsig
         drawGrey(chroma, format, digits);
     }
 }
+
+} // namespace quorvale

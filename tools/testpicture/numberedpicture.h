@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace quorvale {
+
 enum class ChromaFormat { Yuv420, Yuv422 };
 
 /// The shape of a planar 8 bit picture that lies in memory as the ffmpeg program's raw video does: the planes Y, Cb and
@@ -25,3 +27,5 @@ struct PictureFormat
 /// and chroma, the number as a block code (its low 16 bits, see blockcode.h) and in digits. Both fields carry the same
 /// number. The bytes depend on the arguments alone; `look` chooses colours, so that sequences can be told apart.
 void drawNumberedPicture(std::uint8_t *bytes, const PictureFormat &format, unsigned number, unsigned look = 0);
+
+} // namespace quorvale

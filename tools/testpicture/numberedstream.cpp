@@ -1,6 +1,10 @@
 #include "tools/testpicture/numberedstream.h"
 
+#include "tools/testpicture/keptstreams.h"
+
 #include <cstdint>
+
+namespace quorvale {
 
 namespace {
 
@@ -45,10 +49,13 @@ std::vector<std::string> ffmpegArguments(const NumberedStream &stream)
     return arguments;
 }
 
-FFmpegResult encodeNumberedStream(const NumberedStream &stream)
+ProcessEnd encodeNumberedStream(const NumberedStream &stream)
 {
+    const std::string kept = keptstreams::fileFor(stream);
+    if (!kept.empty() && keptstreams::fetch(kept, stream.path))
+        return {};
     int drawn = 0;
-    return runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
+    FFmpegResult result = runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
         if (drawn == stream.frames)
             return false;
         bytes.resize(stream.picture.size());
@@ -57,4 +64,9 @@ FFmpegResult encodeNumberedStream(const NumberedStream &stream)
         ++drawn;
         return true;
     });
+    if (!kept.empty() && result.ok())
+        keptstreams::keep(stream.path, kept);
+    return result;
 }
+
+} // namespace quorvale

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace quorvale {
+
 /// A video file to be made whose pictures carry their own numbers (see numberedpicture.h).
 struct NumberedStream
 {
@@ -30,4 +32,6 @@ struct NumberedStream
 
 /// Draws the pictures and makes the file with the ffmpeg program; `path` may be half written when the result is not ok.
 /// May be called from several threads at once.
-[[nodiscard]] FFmpegResult encodeNumberedStream(const NumberedStream &stream);
+[[nodiscard]] ProcessEnd encodeNumberedStream(const NumberedStream &stream);
+
+} // namespace quorvale

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace quorvale {
 
@@ -28,12 +29,25 @@ struct AccessUnit
     bool onePicture = false;
     PictureStructure structure = PictureStructure::Frame;
     RandomAccess randomAccess = RandomAccess::None;
-    bool isReference = true;     ///< other pictures may refer to it; false only where none does
-    bool startsSequence = false; ///< picture order counts start anew: H.264 IDR; HEVC IDR and BLA
+    bool isReference = true; ///< other pictures may refer to it; false only where none does
+    /// Picture order counts start anew. H.264: IDR, memory_management_control_operation 5; HEVC: IDR, BLA, and a CRA
+    /// that begins the stream or follows an end of sequence.
+    bool startsSequence = false;
     /// Within one coded video sequence pictures are output by ascending count. For H.262, which has none, made from
     /// the types of the pictures.
     std::int64_t pictureOrderCount = 0;
     std::uint32_t frameNum = 0; ///< H.264: frame_num, the same in both fields of a frame
+
+    std::uint8_t temporalId = 0;     ///< HEVC: TemporalId
+    bool isRasl = false;             ///< HEVC: random access skipped leading picture
+    bool referencesAreKnown = false; ///< HEVC: `references` is complete
+    /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself
+    /// (RefPicSetStCurrBefore, RefPicSetStCurrAfter, RefPicSetLtCurr).
+    std::vector<std::int64_t> references;
+
+    /// H.262: holds both fields of one frame, one after the other, each with a picture header of its own. onePicture is
+    /// false then, but what else stands here is true of the frame.
+    bool bothFields = false;
 
     bool parametersChanged = false; ///< a parameter set differs from the last one with its id, or cannot be read
     bool newParameters = false;     ///< holds a parameter set with an id that was not seen before

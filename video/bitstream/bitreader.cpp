@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+namespace quorvale {
+
 bool BitReader::loadByte()
 {
-    if (zeros >= 2 && next < end && *next == 3) {
-        ++next;
+    if (emulationPrevention == EmulationPrevention::Yes && zeros >= 2 && next < end && *next == 3) {
+        ++next; // emulation_prevention_three_byte
         zeros = 0;
     }
     if (next == end)
@@ -16,7 +18,7 @@ bool BitReader::loadByte()
     return true;
 }
 
-std::uint32_t BitReader::bits(int count)
+std::uint32_t BitReader::readBits(int count)
 {
     while (cached < count) {
         if (!loadByte()) {
@@ -29,20 +31,29 @@ std::uint32_t BitReader::bits(int count)
     return static_cast<std::uint32_t>(cache >> cached & ((std::uint64_t{1} << count) - 1));
 }
 
-void BitReader::skip(int count)
+std::uint32_t BitReader::readUe()
 {
-    for (; count > 0 && !hasFailed; count -= 32)
-        bits(std::min(count, 32));
-}
-
-std::uint32_t BitReader::number()
-{
-    int zeroBits = 0;
-    while (!bit()) {
-        if (hasFailed || ++zeroBits == 32) {
+    int leadingZeroBits = 0;
+    while (!readFlag()) {
+        if (hasFailed || ++leadingZeroBits == 32) {
             hasFailed = true;
             return 0;
         }
     }
-    return (std::uint32_t{1} << zeroBits) - 1 + bits(zeroBits);
+    return (std::uint32_t{1} << leadingZeroBits) - 1 + readBits(leadingZeroBits);
 }
+
+std::int32_t BitReader::readSe()
+{
+    const std::uint32_t codeNum = readUe();
+    const auto magnitude = static_cast<std::int32_t>(codeNum / 2 + codeNum % 2);
+    return codeNum % 2 != 0 ? magnitude : -magnitude;
+}
+
+void BitReader::skipBits(std::int64_t count)
+{
+    for (; count > 0 && !hasFailed; count -= 32)
+        readBits(static_cast<int>(std::min<std::int64_t>(count, 32)));
+}
+
+} // namespace quorvale

@@ -1,28 +1,38 @@
 #pragma once
 
-#include <cstddef>
+#include "video/bitstream/bytestream.h"
+
 #include <cstdint>
 
-/// Reads the header of one H.264 or HEVC unit bit by bit, most significant bit first.
-///
-/// The byte 3 that an encoder puts behind two zero bytes, so that no start code appears by chance, is left out.
-/// Behind the end everything is 0 and failed() says so: a reader may go on and ask once, when it is done.
+namespace quorvale {
+
+/// Reads syntax elements, most significant bit first. After the end everything is 0 and failed() says so: a reader may
+/// go on and ask once, when it is done.
 class BitReader
 {
 public:
-    BitReader(const std::uint8_t *bytes, std::size_t size)
-        : next(bytes)
-        , end(bytes + size)
+    /// Whether the bytes hold emulation_prevention_three_byte, which is left out then (ITU-T H.264, 7.3.1; ITU-T
+    /// H.265, 7.3.1.1). ITU-T H.262 has none.
+    enum class EmulationPrevention : bool { No, Yes };
+
+    explicit BitReader(Bytes bytes, EmulationPrevention prevention = EmulationPrevention::Yes)
+        : next(bytes.data)
+        , end(bytes.data + bytes.size)
+        , emulationPrevention(prevention)
     {
     }
 
-    /// The next `count` bits, 0 to 32.
-    std::uint32_t bits(int count);
-    bool bit() { return bits(1) != 0; }
-    void skip(int count);
-    /// A number in Exp-Golomb code, 0 to 2^32 - 2.
-    std::uint32_t number();
+    /// u(n), f(n): the next `count` bits, 0 to 32.
+    std::uint32_t readBits(int count);
+    /// u(1)
+    bool readFlag() { return readBits(1) != 0; }
+    /// ue(v): 0 to 2^32 - 2 (ITU-T H.264, 9.1; ITU-T H.265, 9.2).
+    std::uint32_t readUe();
+    /// se(v): -2^31 + 1 to 2^31 - 1 (ITU-T H.264, 9.1.1; ITU-T H.265, 9.2.2).
+    std::int32_t readSe();
+    void skipBits(std::int64_t count);
 
+    [[nodiscard]] bool isByteAligned() const { return cached % 8 == 0; }
     /// Whether more was read than there is, or a number that no 32 bits hold.
     [[nodiscard]] bool failed() const { return hasFailed; }
 
@@ -34,5 +44,8 @@ private:
     std::uint64_t cache = 0; // the lowest `cached` bits are still to be read
     int cached = 0;
     int zeros = 0; // zero bytes right before `next`
+    EmulationPrevention emulationPrevention;
     bool hasFailed = false;
 };
+
+} // namespace quorvale

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "video/bitstream/startcodes.h"
-
 #include <cstdint>
 #include <memory>
 

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+using quorvale::BitReader;
+
 namespace {
 
 enum Unit : int {
@@ -37,7 +39,7 @@ void skipScalingList(BitReader &reader, int size)
     int next = 8;
     for (int i = 0; i < size && !reader.failed(); ++i) {
         if (next != 0) {
-            const std::uint32_t code = reader.number();
+            const std::uint32_t code = reader.readUe();
             const int difference = static_cast<int>((code >> 1) + (code & 1)) * ((code & 1) != 0 ? 1 : -1);
             next = (last + difference) & 0xFF;
         }
@@ -47,16 +49,16 @@ void skipScalingList(BitReader &reader, int size)
 
 void skipChromaFormat(BitReader &reader, bool &separatePlanes)
 {
-    const std::uint32_t format = reader.number();
-    separatePlanes = format == 3 && reader.bit();
-    reader.number(); // bit depths
-    reader.number();
-    reader.bit(); // lossless
-    if (!reader.bit())
+    const std::uint32_t format = reader.readUe();
+    separatePlanes = format == 3 && reader.readFlag();
+    reader.readUe(); // bit depths
+    reader.readUe();
+    reader.readFlag(); // lossless
+    if (!reader.readFlag())
         return;
     const int lists = format == 3 ? 12 : 8;
     for (int i = 0; i < lists; ++i) {
-        if (reader.bit())
+        if (reader.readFlag())
             skipScalingList(reader, i < 6 ? 16 : 64);
     }
 }
@@ -72,23 +74,23 @@ std::optional<H264Scanner::Sequence> readSequence(BitReader &reader, std::uint32
     H264Scanner::Sequence sequence;
     if (hasChromaFormat(profile))
         skipChromaFormat(reader, sequence.separatePlanes);
-    sequence.frameNumberBits = lengthOf(reader.number());
-    const std::uint32_t orderKind = reader.number();
+    sequence.frameNumberBits = lengthOf(reader.readUe());
+    const std::uint32_t orderKind = reader.readUe();
     if (orderKind == 0) {
-        sequence.orderBits = lengthOf(reader.number());
+        sequence.orderBits = lengthOf(reader.readUe());
     } else if (orderKind == 1) {
-        reader.bit();
-        reader.number();
-        reader.number();
-        const std::uint32_t cycle = reader.number();
+        reader.readFlag();
+        reader.readUe();
+        reader.readUe();
+        const std::uint32_t cycle = reader.readUe();
         for (std::uint32_t i = 0; i < std::min<std::uint32_t>(cycle, 255); ++i)
-            reader.number();
+            reader.readUe();
     }
-    reader.number(); // reference pictures
-    reader.bit();    // gaps in frame numbers are allowed
-    reader.number(); // width
-    reader.number(); // height
-    sequence.framesOnly = reader.bit();
+    reader.readUe();   // reference pictures
+    reader.readFlag(); // gaps in frame numbers are allowed
+    reader.readUe();   // width
+    reader.readUe();   // height
+    sequence.framesOnly = reader.readFlag();
     if (reader.failed() || orderKind > 2 || sequence.frameNumberBits < 0 || sequence.orderBits < 0)
         return std::nullopt;
     return sequence;
@@ -118,11 +120,11 @@ std::optional<H264Scanner::Recovery> findRecovery(Bytes unit)
         const std::int64_t type = readSupplementNumber(unit);
         const std::int64_t size = readSupplementNumber(unit);
         if (type == kRecoveryPoint) {
-            BitReader reader(unit.data, static_cast<std::size_t>(unit.size));
+            BitReader reader(unit);
             H264Scanner::Recovery recovery;
-            recovery.frames = reader.number();
-            recovery.exact = reader.bit();
-            recovery.brokenLink = reader.bit();
+            recovery.frames = reader.readUe();
+            recovery.exact = reader.readFlag();
+            recovery.brokenLink = reader.readFlag();
             return reader.failed() ? std::nullopt : std::optional(recovery);
         }
         if (size > unit.size)
@@ -175,10 +177,10 @@ H264Scanner::H264Scanner(std::unique_ptr<OrderNumbers> numbers)
 
 void H264Scanner::scanSequence(Bytes unit, PacketFacts &facts)
 {
-    BitReader reader(unit.data + 1, static_cast<std::size_t>(unit.size - 1));
-    const std::uint32_t profile = reader.bits(8);
-    reader.skip(16);
-    const std::uint32_t id = reader.number();
+    BitReader reader(withoutFirst(unit, 1));
+    const std::uint32_t profile = reader.readBits(8);
+    reader.skipBits(16);
+    const std::uint32_t id = reader.readUe();
     if (reader.failed() || id >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
@@ -189,9 +191,9 @@ void H264Scanner::scanSequence(Bytes unit, PacketFacts &facts)
 
 void H264Scanner::scanPicture(Bytes unit, PacketFacts &facts)
 {
-    BitReader reader(unit.data + 1, static_cast<std::size_t>(unit.size - 1));
-    const std::uint32_t id = reader.number();
-    const std::uint32_t sequence = reader.number();
+    BitReader reader(withoutFirst(unit, 1));
+    const std::uint32_t id = reader.readUe();
+    const std::uint32_t sequence = reader.readUe();
     if (reader.failed() || id >= sequenceOfPictureSet.size() || sequence >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
@@ -202,13 +204,13 @@ void H264Scanner::scanPicture(Bytes unit, PacketFacts &facts)
 
 std::optional<H264Scanner::Slice> H264Scanner::readSlice(Bytes unit) const
 {
-    BitReader reader(unit.data + 1, static_cast<std::size_t>(unit.size - 1));
+    BitReader reader(withoutFirst(unit, 1));
     Slice slice;
     slice.idr = (unit.data[0] & 0x1F) == kIdrSlice;
     slice.reference = (unit.data[0] & 0x60) != 0;
-    slice.firstMacroblock = reader.number();
-    slice.type = reader.number();
-    const std::uint32_t pictureSet = reader.number();
+    slice.firstMacroblock = reader.readUe();
+    slice.type = reader.readUe();
+    const std::uint32_t pictureSet = reader.readUe();
     if (reader.failed() || slice.type > 9 || pictureSet >= sequenceOfPictureSet.size() ||
         !sequenceOfPictureSet.at(pictureSet))
         return std::nullopt;
@@ -219,13 +221,13 @@ std::optional<H264Scanner::Slice> H264Scanner::readSlice(Bytes unit) const
         return std::nullopt;
 
     if (sequence->separatePlanes)
-        reader.skip(2);
-    slice.frameNumber = reader.bits(sequence->frameNumberBits);
-    if (!sequence->framesOnly && reader.bit())
-        slice.shape = reader.bit() ? PictureShape::BottomField : PictureShape::TopField;
+        reader.skipBits(2);
+    slice.frameNumber = reader.readBits(sequence->frameNumberBits);
+    if (!sequence->framesOnly && reader.readFlag())
+        slice.shape = reader.readFlag() ? PictureShape::BottomField : PictureShape::TopField;
     if (slice.idr)
-        slice.idrNumber = reader.number();
-    slice.order = reader.bits(sequence->orderBits);
+        slice.idrNumber = reader.readUe();
+    slice.order = reader.readBits(sequence->orderBits);
     return reader.failed() ? std::nullopt : std::optional(slice);
 }
 

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+using quorvale::BitReader;
+
 namespace {
 
 enum Unit : int {
@@ -58,21 +60,21 @@ bool isSlice(int type)
 
 BitReader payloadOf(Bytes unit)
 {
-    return {unit.data + kHeaderSize, static_cast<std::size_t>(unit.size - kHeaderSize)};
+    return BitReader(withoutFirst(unit, kHeaderSize));
 }
 
 void skipProfile(BitReader &reader, std::uint32_t subLayers)
 {
-    reader.skip(96); // of the whole stream
+    reader.skipBits(96); // of the whole stream
     std::uint32_t profiles = 0;
     std::uint32_t levels = 0;
     for (std::uint32_t i = 0; i < subLayers; ++i) {
-        profiles += reader.bits(1);
-        levels += reader.bits(1);
+        profiles += reader.readBits(1);
+        levels += reader.readBits(1);
     }
     if (subLayers > 0)
-        reader.skip(2 * static_cast<int>(8 - subLayers));
-    reader.skip(static_cast<int>(88 * profiles + 8 * levels));
+        reader.skipBits(2 * static_cast<int>(8 - subLayers));
+    reader.skipBits(static_cast<int>(88 * profiles + 8 * levels));
 }
 
 // Bits of a number below `count`.
@@ -87,24 +89,24 @@ int bitsFor(std::uint64_t count)
 // From behind the set's number on.
 std::optional<HevcScanner::SequenceSet> readSequence(BitReader &reader, std::uint32_t subLayers)
 {
-    if (reader.number() == 3) // chroma format
-        reader.bit();
-    const std::uint32_t width = reader.number();
-    const std::uint32_t height = reader.number();
-    if (reader.bit()) { // cropping
+    if (reader.readUe() == 3) // chroma format
+        reader.readFlag();
+    const std::uint32_t width = reader.readUe();
+    const std::uint32_t height = reader.readUe();
+    if (reader.readFlag()) { // cropping
         for (int side = 0; side < 4; ++side)
-            reader.number();
+            reader.readUe();
     }
-    reader.number(); // bit depths
-    reader.number();
-    reader.number(); // length of the order
-    for (std::uint32_t i = reader.bit() ? 0 : subLayers; i <= subLayers; ++i) {
-        reader.number();
-        reader.number();
-        reader.number();
+    reader.readUe(); // bit depths
+    reader.readUe();
+    reader.readUe(); // length of the order
+    for (std::uint32_t i = reader.readFlag() ? 0 : subLayers; i <= subLayers; ++i) {
+        reader.readUe();
+        reader.readUe();
+        reader.readUe();
     }
-    const std::uint32_t smallest = reader.number();
-    const std::uint32_t difference = reader.number();
+    const std::uint32_t smallest = reader.readUe();
+    const std::uint32_t difference = reader.readUe();
     if (reader.failed() || width == 0 || height == 0 || width > kLargestDimension || height > kLargestDimension ||
         smallest > 3 || difference > 3)
         return std::nullopt;
@@ -150,11 +152,11 @@ HevcScanner::HevcScanner(std::unique_ptr<OrderNumbers> numbers)
 void HevcScanner::scanSequence(Bytes unit, PacketFacts &facts)
 {
     BitReader reader = payloadOf(unit);
-    reader.skip(4);
-    const std::uint32_t subLayers = reader.bits(3);
-    reader.bit();
+    reader.skipBits(4);
+    const std::uint32_t subLayers = reader.readBits(3);
+    reader.readFlag();
     skipProfile(reader, subLayers);
-    const std::uint32_t id = reader.number();
+    const std::uint32_t id = reader.readUe();
     if (reader.failed() || id >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
@@ -166,12 +168,12 @@ void HevcScanner::scanSequence(Bytes unit, PacketFacts &facts)
 void HevcScanner::scanPicture(Bytes unit, PacketFacts &facts)
 {
     BitReader reader = payloadOf(unit);
-    const std::uint32_t id = reader.number();
+    const std::uint32_t id = reader.readUe();
     PictureSet set;
-    set.sequence = reader.number();
-    set.dependentSlices = reader.bit();
-    const bool mayWithhold = reader.bit();
-    set.extraHeaderBits = static_cast<int>(reader.bits(3));
+    set.sequence = reader.readUe();
+    set.dependentSlices = reader.readFlag();
+    const bool mayWithhold = reader.readFlag();
+    set.extraHeaderBits = static_cast<int>(reader.readBits(3));
     if (reader.failed() || id >= pictureSets.size() || set.sequence >= sequences.size()) {
         facts.doubts |= kParametersChanged;
         return;
@@ -186,9 +188,9 @@ std::optional<HevcScanner::Slice> HevcScanner::readSlice(Bytes unit, int unitTyp
 {
     BitReader reader = payloadOf(unit);
     Slice slice;
-    slice.first = reader.bit();
-    slice.withholdsEarlier = isKey(unitType) && reader.bit();
-    const std::uint32_t id = reader.number();
+    slice.first = reader.readFlag();
+    slice.withholdsEarlier = isKey(unitType) && reader.readFlag();
+    const std::uint32_t id = reader.readUe();
     if (reader.failed() || id >= pictureSets.size() || !pictureSets.at(id))
         return std::nullopt;
     const PictureSet &set = *pictureSets.at(id);
@@ -198,12 +200,12 @@ std::optional<HevcScanner::Slice> HevcScanner::readSlice(Bytes unit, int unitTyp
     // The pictures of a lower temporal layer serve the higher ones, whatever their kind.
     slice.reference = !isSetAside(unitType) || temporalLayerOf(unit) < sequence->highestLayer;
     if (!slice.first) {
-        slice.dependent = set.dependentSlices && reader.bit();
-        slice.address = reader.bits(sequence->addressBits);
+        slice.dependent = set.dependentSlices && reader.readFlag();
+        slice.address = reader.readBits(sequence->addressBits);
     }
     if (!slice.dependent) {
-        reader.skip(set.extraHeaderBits);
-        slice.type = reader.number();
+        reader.skipBits(set.extraHeaderBits);
+        slice.type = reader.readUe();
     }
     return reader.failed() || slice.type > kSliceI ? std::nullopt : std::optional(slice);
 }

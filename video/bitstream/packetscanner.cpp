@@ -20,12 +20,12 @@ PacketFacts PacketScanner::scan(const AVPacket &packet)
 void PacketScanner::noteParameters(std::uint32_t key, Bytes set, PacketFacts &facts)
 {
     switch (parameterSets.note(key, set)) {
-    case ParameterSets::Novelty::Repeated:
+    case quorvale::ParameterSetHistory::Novelty::Repeated:
         break;
-    case ParameterSets::Novelty::New:
+    case quorvale::ParameterSetHistory::Novelty::New:
         facts.newParameters = true;
         break;
-    case ParameterSets::Novelty::Changed:
+    case quorvale::ParameterSetHistory::Novelty::Changed:
         facts.doubts |= kParametersChanged;
         break;
     }

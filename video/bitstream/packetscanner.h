@@ -1,7 +1,8 @@
 #pragma once
 
 #include "video/bitstream/packetfacts.h"
-#include "video/bitstream/parametersets.h"
+#include "video/bitstream/parametersethistory.h"
+#include "video/bitstream/startcodes.h"
 
 #include <memory>
 
@@ -28,7 +29,7 @@ protected:
     void noteParameters(std::uint32_t key, Bytes set, PacketFacts &facts);
 
 private:
-    ParameterSets parameterSets;
+    quorvale::ParameterSetHistory parameterSets;
 };
 
 /// A scanner for the stream's codec: MPEG-2, H.264 or HEVC. Null for every other one, and without memory.

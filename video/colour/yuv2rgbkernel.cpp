@@ -12,6 +12,8 @@
 // where the sum is negative it must be rounded up instead, which is one more. No amount but 0 lies so close to a whole
 // number that the roundings of yuv2rgb could cross it. A test compares all inputs.
 
+namespace quorvale {
+
 namespace {
 
 constexpr int kChromaCentre = 127;
@@ -200,3 +202,5 @@ const std::vector<Yuv2RgbKernel> &yuv2rgbKernels()
     static const std::vector<Yuv2RgbKernel> kernels = kernelsHere();
     return kernels;
 }
+
+} // namespace quorvale

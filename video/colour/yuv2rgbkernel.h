@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace quorvale {
+
 // The loops behind ChromaRow (see yuv2rgbrow.h), which alone calls them; tests run each of them.
 
 /// What chroma does to the pixels beside it: each channel is luma raised by `raise`, white at most, and then lowered by
@@ -29,3 +31,5 @@ struct Yuv2RgbKernel
 
 /// Those that this processor can run, the fastest one first. The last one is plain and runs everywhere.
 [[nodiscard]] const std::vector<Yuv2RgbKernel> &yuv2rgbKernels();
+
+} // namespace quorvale

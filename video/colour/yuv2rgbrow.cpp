@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 
+namespace quorvale {
+
 ChromaRow::ChromaRow()
     : ChromaRow(yuv2rgbKernels().front())
 {
@@ -38,3 +40,5 @@ void ChromaRow::toRgb(const std::uint8_t *luma, std::size_t columns, std::uint8_
         columns -= taken;
     }
 }
+
+} // namespace quorvale

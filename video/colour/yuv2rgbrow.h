@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace quorvale {
+
 /// Converts whole rows of pixels to RGB, to the byte as `yuv2rgb` does one by one: a channel is the low eight bits of
 /// what yuv2rgb gives, so that a negative one wraps round.
 ///
@@ -36,3 +38,5 @@ private:
     const Yuv2RgbKernel *m_kernel;
     std::vector<ChromaBlock> m_blocks;
 };
+
+} // namespace quorvale

@@ -66,7 +66,7 @@ ExactReader::Answer ExactReader::read(int frameNumber, BridgeImage &image)
         return Answer::NotProven;
     switch (m_source->find(FrameNumber(std::int64_t{frameNumber}))) {
     case FrameSource::Status::Found:
-        return copyPicture(m_source->frame(), m_height, image) ? Answer::Picture : Answer::NotCopied;
+        return ffmpeg::copyPicture(m_source->frame(), m_height, image) ? Answer::Picture : Answer::NotCopied;
     case FrameSource::Status::PastEnd:
         return Answer::PastEnd;
     case FrameSource::Status::NotProven:

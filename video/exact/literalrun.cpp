@@ -1,6 +1,7 @@
 #include "video/exact/literalrun.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 
 #include <algorithm>
 #include <utility>
@@ -83,7 +84,7 @@ bool LiteralRun::sendNext(const PictureList &pictures)
 // Decoded after the entry point and output before it: it refers to what was not decoded.
 bool LiteralRun::isInFront(const PictureList &pictures, PictureIndex picture) const
 {
-    return m_entry && m_shown.empty() && picture != *m_entry &&
+    return m_entry && m_shown.empty() && picture > *m_entry && picture < pictures.pictureEnd() &&
            pictures.picture(picture).isOutputBefore(pictures.picture(*m_entry));
 }
 

@@ -1,6 +1,7 @@
 #include "video/exact/run.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 
 #include <algorithm>
 

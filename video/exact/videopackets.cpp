@@ -16,7 +16,7 @@ bool VideoPackets::open()
     if (m_input)
         return true;
     AVFormatContext *input = nullptr;
-    if (!openSingleInput(input, m_location.path.c_str()))
+    if (!ffmpeg::openSingleInput(input, m_location.path.c_str()))
         return false;
     m_input.reset(input);
     return true;

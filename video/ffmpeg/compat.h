@@ -1,7 +1,9 @@
 #pragma once
 
+#include "video/ffmpeg/timestamp.h"
+
 // Every difference between FFmpeg 4.4 and the newest major version that this room meets, one named function each.
-// No other file asks which version it is compiled against.
+// No other file asks which version it is compiled against; tests/house looks for it.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -10,6 +12,8 @@ extern "C" {
 }
 
 #include <cstdint>
+#include <cstring>
+#include <new>
 
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100) // 5.1
 #define QUORVALE_FFMPEG_HAS_CHANNEL_LAYOUT 1
@@ -17,7 +21,9 @@ extern "C" {
 #define QUORVALE_FFMPEG_HAS_CHANNEL_LAYOUT 0
 #endif
 
-namespace ffmpeg {
+namespace quorvale::ffmpeg {
+
+static_assert(kNoTimestamp == AV_NOPTS_VALUE);
 
 /// Prepares the libraries, once in a process. Codecs and containers register themselves since FFmpeg 4.0; what is
 /// left is to keep the libraries from writing to the terminal: a damaged broadcast is nothing to report.
@@ -69,7 +75,7 @@ inline bool isKeyFrame(const AVFrame &frame)
 #endif
 }
 
-/// Prepares an opened decoder for tag().
+/// Prepares a decoder, opened or not, for tag().
 inline void keepTags(AVCodecContext &decoder)
 {
 #ifdef AV_CODEC_FLAG_COPY_OPAQUE // 6.0
@@ -79,41 +85,35 @@ inline void keepTags(AVCodecContext &decoder)
 #endif
 }
 
-/// Has the picture that begins with `packet`, the next one to be sent, carry the number `value`.
+/// Has the picture that begins with `packet`, the next one to be sent, carry the number `value`, all 64 bits of it on
+/// every machine. Throws std::bad_alloc.
 inline void tag(AVCodecContext &decoder, AVPacket &packet, std::int64_t value)
 {
 #ifdef AV_CODEC_FLAG_COPY_OPAQUE
     (void)decoder;
-    packet.opaque = reinterpret_cast<void *>(static_cast<std::intptr_t>(value)); // NOLINT(performance-no-int-to-ptr)
+    AVBufferRef *number = av_buffer_alloc(sizeof value);
+    if (!number)
+        throw std::bad_alloc();
+    std::memcpy(number->data, &value, sizeof value);
+    av_buffer_unref(&packet.opaque_ref);
+    packet.opaque_ref = number; // owned by the packet
 #else
     (void)packet;
     decoder.reordered_opaque = value;
 #endif
 }
 
-/// The number that tag() gave to the packet with which the picture begins.
+/// The number that tag() gave to the packet with which the picture begins; a negative one where it gave none.
 inline std::int64_t tagOf(const AVFrame &frame)
 {
 #ifdef AV_CODEC_FLAG_COPY_OPAQUE
-    return reinterpret_cast<std::intptr_t>(frame.opaque);
+    std::int64_t value = -1;
+    if (frame.opaque_ref && frame.opaque_ref->size == sizeof value)
+        std::memcpy(&value, frame.opaque_ref->data, sizeof value);
+    return value;
 #else
     return frame.reordered_opaque;
 #endif
 }
 
-/// Whether the decoder says that something in the picture is wrong.
-inline bool isDamaged(const AVFrame &frame)
-{
-    return frame.decode_error_flags != 0 || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0;
-}
-
-/// Whether the decoder refuses what is damaged, instead of making the best of it.
-inline void setStrict(AVCodecContext &decoder, bool strict)
-{
-    if (strict)
-        decoder.err_recognition |= AV_EF_EXPLODE;
-    else
-        decoder.err_recognition &= ~AV_EF_EXPLODE;
-}
-
-} // namespace ffmpeg
+} // namespace quorvale::ffmpeg

@@ -1,13 +1,16 @@
 #include "video/ffmpeg/decoder.h"
 
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/picturelimits.h"
 
-namespace ffmpeg {
+namespace quorvale::ffmpeg {
 
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
     DecoderPtr decoder(avcodec_alloc_context3(codec));
-    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0)
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0 ||
+        !restrictToVideo(*decoder))
         return nullptr;
     decoder->pkt_timebase = timeBase;
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
@@ -17,4 +20,17 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
     return decoder;
 }
 
-} // namespace ffmpeg
+void setStrict(AVCodecContext &decoder, bool strict)
+{
+    if (strict)
+        decoder.err_recognition |= AV_EF_EXPLODE;
+    else
+        decoder.err_recognition &= ~AV_EF_EXPLODE;
+}
+
+bool isDamaged(const AVFrame &picture)
+{
+    return picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0;
+}
+
+} // namespace quorvale::ffmpeg

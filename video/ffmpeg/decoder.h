@@ -1,11 +1,23 @@
 #pragma once
 
-#include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
-namespace ffmpeg {
+struct AVCodec;
+struct AVCodecParameters;
+struct AVRational;
 
-/// A decoder for a stream with these parameters and this time base, not opened yet; null without memory.
+namespace quorvale::ffmpeg {
+
+/// A decoder for the packets of a stream, set up and not opened yet; null without memory.
+///
+/// It has one thread and refuses pictures of absurd sizes. `timeBase`: that of the packets' timestamps; `codec`: the
+/// one that it will be opened with.
 [[nodiscard]] DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
 
-} // namespace ffmpeg
+/// Whether the decoder refuses what is damaged, instead of making the best of it, as it does at first.
+void setStrict(AVCodecContext &decoder, bool strict);
+
+/// Whether the decoder says that something in the picture is wrong.
+[[nodiscard]] bool isDamaged(const AVFrame &picture);
+
+} // namespace quorvale::ffmpeg

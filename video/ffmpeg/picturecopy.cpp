@@ -10,7 +10,7 @@
 #include <cstring>
 #include <memory>
 
-namespace quorvale {
+namespace quorvale::ffmpeg {
 
 namespace {
 
@@ -112,4 +112,4 @@ bool copyPicture(const AVFrame &frame, std::int32_t bottomUpRows, BridgeImage &i
     return true;
 }
 
-} // namespace quorvale
+} // namespace quorvale::ffmpeg

@@ -6,11 +6,12 @@
 
 struct AVFrame;
 
-namespace quorvale {
+namespace quorvale::ffmpeg {
 
-/// Labels `image` and copies the planes of `frame` into it, in display order. False, with nothing but the size and the
-/// label set, for a layout that is not copied. A format without a label leaves a line on stderr.
-/// `bottomUpRows`: how many rows are copied where the picture is stored bottom-up.
-bool copyPicture(const AVFrame &frame, std::int32_t bottomUpRows, BridgeImage &image);
+/// Copies a decoded picture into `image`: its size, its label and its planes, which are owned by the caller.
+///
+/// `bottomUpRows`: how many rows are copied where the picture is stored bottom-up. A format without a label leaves that
+/// of `image` as it was, with a line on stderr. False, without planes, where the format is not one that is copied.
+[[nodiscard]] bool copyPicture(const AVFrame &frame, std::int32_t bottomUpRows, BridgeImage &image);
 
-} // namespace quorvale
+} // namespace quorvale::ffmpeg

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "video/bridgeimage.h"
-#include "video/ffvideo.h"
 
 #include <cstdint>
 #include <optional>
 
-// Translation between the numbers of this program and those of libavutil. libavutil's are written as plain integers,
-// so that this header needs none of FFmpeg's.
+// Translation between this program's numbers of pixel formats and those of libavutil, which are written as plain
+// integers, so that this header needs none of FFmpeg's.
+
+namespace quorvale::ffmpeg {
 
 /// How the planes of a decoded picture are copied.
 enum class PlaneLayout {
@@ -27,8 +28,4 @@ enum class PlaneLayout {
 
 [[nodiscard]] PlaneLayout planeLayoutOf(std::int32_t avFormat);
 
-/// libavutil's colour space for `colourSpace`; nothing for a value outside the enumeration.
-[[nodiscard]] std::optional<std::int32_t> avColourSpaceFor(FFColourSpace colourSpace);
-
-/// This program's name for libavutil's colour space; FF_CS_UNSPECIFIED for every one that has no name here.
-[[nodiscard]] FFColourSpace colourSpaceOf(std::int32_t avColourSpace);
+} // namespace quorvale::ffmpeg

@@ -1,27 +1,31 @@
 #include "video/ffmpeg/pointers.h"
 
-#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/singleinput.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
 
 #include <new>
 
-namespace ffmpeg {
+namespace quorvale::ffmpeg {
 
-void InputCloser::operator()(AVFormatContext *input) const
+void release(AVFormatContext *input)
 {
-    avformat_close_input(&input);
+    closeSingleInput(input);
 }
 
-void DecoderDeleter::operator()(AVCodecContext *decoder) const
+void release(AVCodecContext *decoder)
 {
     avcodec_free_context(&decoder);
 }
 
-void FrameDeleter::operator()(AVFrame *frame) const
+void release(AVFrame *frame)
 {
     av_frame_free(&frame);
 }
 
-void PacketDeleter::operator()(AVPacket *packet) const
+void release(AVPacket *packet)
 {
     av_packet_free(&packet);
 }
@@ -42,4 +46,4 @@ FramePtr makeFrame()
     return frame;
 }
 
-} // namespace ffmpeg
+} // namespace quorvale::ffmpeg

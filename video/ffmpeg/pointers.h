@@ -7,29 +7,27 @@ struct AVFormatContext;
 struct AVFrame;
 struct AVPacket;
 
-namespace ffmpeg {
+namespace quorvale::ffmpeg {
 
-struct InputCloser
+void release(AVFormatContext *input);
+void release(AVCodecContext *decoder);
+void release(AVFrame *frame);
+void release(AVPacket *packet);
+
+/// Gives an object of FFmpeg's back by the function that FFmpeg has for its kind.
+template <typename Object>
+struct Deleter
 {
-    void operator()(AVFormatContext *input) const;
-};
-struct DecoderDeleter
-{
-    void operator()(AVCodecContext *decoder) const;
-};
-struct FrameDeleter
-{
-    void operator()(AVFrame *frame) const;
-};
-struct PacketDeleter
-{
-    void operator()(AVPacket *packet) const;
+    void operator()(Object *object) const { release(object); }
 };
 
-using InputPtr = std::unique_ptr<AVFormatContext, InputCloser>; ///< an input opened with avformat_open_input
-using DecoderPtr = std::unique_ptr<AVCodecContext, DecoderDeleter>;
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
+template <typename Object>
+using Owner = std::unique_ptr<Object, Deleter<Object>>;
+
+using InputPtr = Owner<AVFormatContext>; ///< an input opened with openSingleInput
+using DecoderPtr = Owner<AVCodecContext>;
+using FramePtr = Owner<AVFrame>;
+using PacketPtr = Owner<AVPacket>;
 
 /// A blank packet; throws std::bad_alloc.
 [[nodiscard]] PacketPtr makePacket();
@@ -37,4 +35,4 @@ using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 /// A blank frame; throws std::bad_alloc.
 [[nodiscard]] FramePtr makeFrame();
 
-} // namespace ffmpeg
+} // namespace quorvale::ffmpeg

@@ -1,50 +1,60 @@
 #include "video/ffmpeg/singleinput.h"
 
+#include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/regularfile.h"
+
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/opt.h>
 }
 
-#include <cstring>
+namespace quorvale::ffmpeg {
 
 namespace {
 
-// What marks an input that has asked for another file, in the place that the library leaves to its user.
-bool hasAskedForMore(const AVFormatContext &input)
+int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
-    return input.opaque != nullptr;
+    return AVERROR(EPERM);
 }
 
-// A playlist waits before it looks again, for as long as it likes. This ends the wait, and every further read.
-int isToStop(void *input)
+// Some containers open what they name with a context of their own. That inherits the protocols which are allowed.
+bool restrictToItself(AVFormatContext &input)
 {
-    return hasAskedForMore(*static_cast<const AVFormatContext *>(input)) ? 1 : 0;
-}
-
-int openNothingElse(AVFormatContext *input, AVIOContext **file, const char *url, int flags, AVDictionary **options)
-{
-    // Nor the same one again, while it is open: that is how a playlist looks for what it has grown by.
-    if (input->pb || std::strcmp(url, input->url) != 0) {
-        input->opaque = input;
-        return AVERROR(EPERM);
-    }
-    return avio_open2(file, url, flags, &input->interrupt_callback, options);
+    input.io_open = openNothingElse;
+    return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
 } // namespace
 
 bool openSingleInput(AVFormatContext *&input, const char *path)
 {
-    input = avformat_alloc_context();
-    if (!input)
+    input = nullptr;
+    AVIOContext *file = openRegularFile(path);
+    if (!file)
         return false;
-    input->io_open = openNothingElse;
-    input->interrupt_callback = {isToStop, input};
-    // Some containers open what they name with a context of their own. That inherits the protocols which are allowed.
-    if (av_opt_set(input, "protocol_whitelist", "none", 0) < 0) {
-        avformat_free_context(input);
-        input = nullptr;
+    AVFormatContext *opening = avformat_alloc_context();
+    if (!opening || !restrictToItself(*opening) || !restrictToVideo(*opening)) {
+        avformat_free_context(opening);
+        closeRegularFile(file);
         return false;
     }
-    return avformat_open_input(&input, path, nullptr, nullptr) >= 0; // which frees it where it fails
+    opening->pb = file;
+    if (avformat_open_input(&opening, path, nullptr, nullptr) < 0) { // which frees it where it fails
+        closeRegularFile(file);
+        return false;
+    }
+    input = opening;
+    return true;
 }
+
+void closeSingleInput(AVFormatContext *&input)
+{
+    if (!input)
+        return;
+    // What FFmpeg has not opened itself it does not close.
+    AVIOContext *file = (input->flags & AVFMT_FLAG_CUSTOM_IO) != 0 ? input->pb : nullptr;
+    avformat_close_input(&input);
+    closeRegularFile(file);
+}
+
+} // namespace quorvale::ffmpeg

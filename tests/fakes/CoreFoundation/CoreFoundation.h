@@ -9,5 +9,5 @@ using CFDictionaryRef = const struct FakeDictionary *;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
 
-/// Ends the program with a message when `object` is null or no longer alive.
+/// Gives up the caller's reference. Ends the program with a message when `object` is null or no longer alive.
 void CFRelease(CFTypeRef object);

@@ -29,6 +29,8 @@ std::size_t CGImageGetWidth(CGImageRef image);
 std::size_t CGImageGetHeight(CGImageRef image);
 
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB();
+
+/// Unlike CFRelease(), the releases of this library accept null.
 void CGColorSpaceRelease(CGColorSpaceRef space);
 
 /// A context that writes R, G, B, A into `data`; null for anything else than 8 bits a component, a live colour space

@@ -14,7 +14,9 @@ using DADiskDisappearedCallback = void (*)(DADiskRef disk, void *context);
 /// Null after fakes::refuseSessions(true).
 DASessionRef DASessionCreate(CFAllocatorRef allocator);
 
-/// Events of a session are delivered from now on, those that already wait at once.
+/// Events of a session are delivered from now on, those that already wait at once. A session that has a queue is
+/// retained by the system: it lives, and its callbacks are called, until it is given no queue (null), also after its
+/// creator has released it.
 void DASessionSetDispatchQueue(DASessionRef session, dispatch_queue_t queue);
 
 /// Reports also the disks that are already there. A registration with a match dictionary matches nothing.

@@ -1,0 +1,174 @@
+#include "app/columnspans.h"
+
+#include <QTextDocumentFragment>
+
+#include <algorithm>
+#include <vector>
+
+namespace quorvale {
+
+namespace {
+
+// What stands from `begin` to `end` in a text, without the quotes around it.
+struct Word
+{
+    int begin = 0;
+    int end = 0;
+};
+
+struct ColumnSpan
+{
+    Word value;
+    qint64 columns = 1;
+};
+
+/// The tags of a text, as Qt's parser finds them. That is not where HTML has them: white space may follow the `<`, and
+/// quotes count only where a word begins with them.
+class TagReader
+{
+public:
+    explicit TagReader(const QString &text)
+        : m_text(text)
+        , m_end(int(text.size()))
+    {
+        // Of what was copied elsewhere Qt takes the part between these two.
+        const auto fragment = int(text.indexOf(QLatin1String("<!--StartFragment-->")));
+        const auto fragmentEnd = int(text.indexOf(QLatin1String("<!--EndFragment-->")));
+        if (fragment >= 0) {
+            m_position = fragment;
+            if (fragmentEnd > fragment)
+                m_end = fragmentEnd;
+        }
+        while (m_position < m_end) {
+            if (m_text.at(m_position++) == QLatin1Char('<'))
+                readTag();
+        }
+    }
+
+    /// Those of more than one column, in the text's order.
+    [[nodiscard]] const std::vector<ColumnSpan> &columnSpans() const { return m_columnSpans; }
+
+    /// No fewer cells than all tables have together.
+    [[nodiscard]] qint64 mostCells() const
+    {
+        qint64 columns = m_cellTags;
+        for (const ColumnSpan &span : m_columnSpans)
+            columns += span.columns;
+        return columns * (m_rowTags + m_cellTags); // A cell outside of any row gets one of its own.
+    }
+
+private:
+    [[nodiscard]] bool isAt(char c) const { return m_position < m_end && m_text.at(m_position) == QLatin1Char(c); }
+    [[nodiscard]] bool isAtSpace() const { return m_position < m_end && m_text.at(m_position).isSpace(); }
+
+    void skipSpace()
+    {
+        while (isAtSpace())
+            ++m_position;
+    }
+
+    void skipBehind(QLatin1String text)
+    {
+        const auto found = int(m_text.indexOf(text, m_position));
+        m_position = found < 0 ? m_end : std::min(m_end, found + int(text.size()));
+    }
+
+    void readTag()
+    {
+        skipSpace();
+        if (isAt('!')) {
+            const bool isComment = QStringView(m_text).mid(m_position).startsWith(QLatin1String("!--"));
+            skipBehind(QLatin1String(isComment ? "-->" : ">"));
+            return;
+        }
+        if (isAt('/')) {
+            ++m_position;
+            readWord();
+        } else {
+            const QString name = decoded(readWord());
+            m_rowTags += name == QLatin1String("tr") ? 1 : 0;
+            m_cellTags += name == QLatin1String("td") || name == QLatin1String("th") ? 1 : 0;
+            if (isAtSpace())
+                readAttributes();
+        }
+        skipBehind(QLatin1String(">"));
+    }
+
+    void readAttributes()
+    {
+        for (;;) {
+            skipSpace();
+            if (m_position >= m_end || isAt('>') || isAt('/'))
+                return;
+            const QString key = decoded(readWord());
+            if (key.isEmpty())
+                return;
+            skipSpace();
+            if (!isAt('='))
+                continue;
+            ++m_position;
+            skipSpace();
+            const Word value = readWord();
+            if (key == QLatin1String("colspan")) {
+                const int columns = decoded(value).toInt();
+                if (columns > 1)
+                    m_columnSpans.push_back({value, columns});
+            }
+        }
+    }
+
+    Word readWord()
+    {
+        if (isAt('"') || isAt('\'')) {
+            const QChar quote = m_text.at(m_position++);
+            const auto found = int(m_text.indexOf(quote, m_position));
+            const Word word{m_position, found < 0 ? m_end : std::min(m_end, found)};
+            m_position = std::min(m_end, word.end + 1);
+            return word;
+        }
+        Word word{m_position, m_position};
+        while (m_position < m_end && !endsWord())
+            ++m_position;
+        word.end = m_position;
+        return word;
+    }
+
+    [[nodiscard]] bool endsWord() const
+    {
+        const QChar c = m_text.at(m_position);
+        const bool closesTag =
+            c == QLatin1Char('/') && m_position + 1 < m_end && m_text.at(m_position + 1) == QLatin1Char('>');
+        return closesTag || c == QLatin1Char('>') || c == QLatin1Char('<') || c == QLatin1Char('=') || c.isSpace();
+    }
+
+    // In lower case, and with letters in place of the codes that can stand for them.
+    [[nodiscard]] QString decoded(const Word &word) const
+    {
+        QString text = m_text.mid(word.begin, word.end - word.begin);
+        if (text.contains(QLatin1Char('&')))
+            text = QTextDocumentFragment::fromHtml(text.replace(QLatin1Char('<'), QLatin1String("&lt;"))).toPlainText();
+        return text.toLower();
+    }
+
+    const QString &m_text;
+    int m_position = 0;
+    int m_end;
+    qint64 m_rowTags = 0;
+    qint64 m_cellTags = 0;
+    std::vector<ColumnSpan> m_columnSpans;
+};
+
+} // namespace
+
+QString withBoundedColumnSpans(const QString &markup, qint64 mostCells)
+{
+    const TagReader tags(markup);
+    if (tags.columnSpans().empty() || tags.mostCells() <= mostCells)
+        return markup;
+    QString bounded = markup;
+    for (auto span = tags.columnSpans().crbegin(); span != tags.columnSpans().crend(); ++span)
+        bounded.replace(span->value.begin, span->value.end - span->value.begin, QLatin1Char('1'));
+    return bounded;
+}
+
+} // namespace quorvale

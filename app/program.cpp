@@ -1,0 +1,40 @@
+#include "app/program.h"
+
+#include "app/qtversion.h"
+#include "app/viewer.h"
+#include "platform/descriptorlimit.h"
+#include "thumbs/scanthreads.h"
+
+#include <QApplication>
+#include <QFont>
+
+#include <cstdlib>
+
+namespace {
+
+int showWindow()
+{
+    Viewer viewer;
+    viewer.show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int quorvale::runProgram(int argc, char **argv)
+{
+#ifdef Q_OS_MACOS
+    // The system's own user-interface font cannot be asked for by its name.
+    QFont::insertSubstitution(QStringLiteral(".Lucida Grande UI"), QStringLiteral("Lucida Grande"));
+#endif
+    raiseDescriptorLimit();
+    useScreenDensity();
+    QApplication application(argc, argv);
+    // By this name a desktop finds the program's entry in its menu, and with it the icon of its windows.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.quorvale.quorvale"));
+    const int status = showWindow();
+    // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
+    if (!ScanThreads::instance().end())
+        std::_Exit(status);
+    return status;
+}

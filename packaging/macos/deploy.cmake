@@ -1,0 +1,23 @@
+# Makes an installed bundle run on its own: with the libraries that it needs, checked and signed for this machine.
+# Given: macdeployqt, qt_plugins (Qt's folder of plugins), library_folders, closure_check.
+
+set(bundle "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/Quorvale.app")
+
+# Only the plugins that a window cannot do without. A full Qt has dozens more, some linked to libraries that are not
+# installed; without qt.conf these here are not looked for.
+foreach(plugin IN ITEMS platforms/libqcocoa.dylib styles/libqmacstyle.dylib)
+  cmake_path(GET plugin PARENT_PATH folder)
+  file(MAKE_DIRECTORY "${bundle}/Contents/PlugIns/${folder}")
+  file(COPY_FILE "${qt_plugins}/${plugin}" "${bundle}/Contents/PlugIns/${plugin}")
+endforeach()
+file(WRITE "${bundle}/Contents/Resources/qt.conf" "[Paths]\nPlugins = PlugIns\n")
+
+# Copies Qt's and all other libraries, and has everything in the bundle refer to the copies.
+list(TRANSFORM library_folders PREPEND "-libpath=")
+execute_process(COMMAND "${macdeployqt}" "${bundle}" -no-plugins -always-overwrite ${library_folders}
+  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${CMAKE_COMMAND}" "-DBUNDLE=${bundle}" -P "${closure_check}" COMMAND_ERROR_IS_FATAL ANY)
+
+# An ad-hoc signature names nobody, but without any the system refuses to start a program on Apple silicon.
+execute_process(COMMAND codesign --force --deep --sign - "${bundle}" COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND codesign --verify --deep --strict "${bundle}" COMMAND_ERROR_IS_FATAL ANY)

@@ -1,0 +1,154 @@
+// Descriptions made at random of what breaks parsers: however they come out, the words are those that Qt shows, and
+// the layout costs no more than it may.
+
+#include "app/descriptiondocument.h"
+#include "app/descriptionmarkup.h"
+#include "tests/app/countedpictures.h"
+#include "tests/support/seededrandom.h"
+
+#include <QTextCursor>
+#include <QTextTable>
+#include <QtTest>
+
+namespace {
+
+constexpr int kDescriptions = 1000;
+constexpr std::size_t kMostPieces = 32;
+constexpr qint64 kMostMeasured = 50000; // 2,000 layouts, with 25 pictures in a paragraph
+
+QString piece(SeededRandom &random)
+{
+    static const QStringList pieces = {"<table>",
+                                       "<table",
+                                       "</table>",
+                                       "<tr>",
+                                       "<td>",
+                                       "</td>",
+                                       "<th>",
+                                       "<td ",
+                                       "<td colspan=%1>",
+                                       "<td rowspan='%1'>",
+                                       "colspan=\"%1\"",
+                                       "COLSPAN='%1",
+                                       " col&#115;pan = %1 ",
+                                       "<td colspan=&#57;%1>",
+                                       "<b>",
+                                       "</b>",
+                                       "</i>",
+                                       "<p>",
+                                       "<",
+                                       ">",
+                                       "<3 3<5 ",
+                                       "\"",
+                                       "'",
+                                       "=",
+                                       "/",
+                                       "/>",
+                                       "&amp;",
+                                       "&lt;",
+                                       "&gt;",
+                                       "&#6%1;",
+                                       "&",
+                                       "&#",
+                                       ";",
+                                       "<!--",
+                                       "-->",
+                                       "<!",
+                                       "<!--StartFragment-->",
+                                       "<!--EndFragment-->",
+                                       "In 2016 ",
+                                       "%1",
+                                       "word",
+                                       " ",
+                                       "\n",
+                                       "colspan",
+                                       "<ul>",
+                                       "<li>",
+                                       "<ol start=%1>",
+                                       "</ul>",
+                                       "<hr width=%1>",
+                                       "<img src=x>",
+                                       "<img width=%1 align=left>",
+                                       "<div style='margin:%1px'>",
+                                       "</div>",
+                                       "<font size=%1>",
+                                       "<span style=\"font-size:%1px\">",
+                                       "<p style='text-indent:-%1em;line-height:%1%'>",
+                                       "<style>td{padding:%1px}</style>",
+                                       "<script>",
+                                       "<pre>",
+                                       "<title>",
+                                       "<a href='x'>",
+                                       "<br>",
+                                       "<h1>",
+                                       "<blockquote>",
+                                       "<table align=right width=%1>",
+                                       "<table border=%1 cellpadding=%1>",
+                                       "\xC3\xA4",
+                                       "</"};
+    static const QStringList numbers = {"0", "1", "2", "9", "12", "30", "2000", "30000", "1e9", "-5"};
+    const QString chosen = pieces.at(int(random.below(std::size_t(pieces.size()))));
+    return chosen.contains("%1")
+               ? QString(chosen).replace("%1", numbers.at(int(random.below(std::size_t(numbers.size())))))
+               : chosen;
+}
+
+QString snippet(SeededRandom &random)
+{
+    QString markup;
+    for (std::size_t pieces = 1 + random.below(kMostPieces); pieces > 0; --pieces)
+        markup += piece(random);
+    return markup;
+}
+
+QStringList wordsOf(const QTextDocument &document)
+{
+    static const QRegularExpression space("[\\s\\x{FFFC}]+"); // pictures stand as U+FFFC
+    return document.toPlainText().split(space, Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class tst_DescriptionMarkupRandom : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void words_areThoseThatQtShows_whateverTheMarkup_data();
+    void words_areThoseThatQtShows_whateverTheMarkup();
+};
+
+void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup_data()
+{
+    QTest::addColumn<int>("seed");
+    const int thousands = qEnvironmentVariableIsSet("QUORVALE_LONG_TESTS") ? 100 : 1;
+    for (int seed = 1; seed <= thousands; ++seed)
+        QTest::addRow("a thousand, seed %d", seed) << seed;
+}
+
+void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
+{
+    QFETCH(const int, seed);
+    SeededRandom random(static_cast<std::uint64_t>(seed));
+    qint64 mostMeasured = 0;
+    int different = 0;
+    for (int i = 0; i < kDescriptions; ++i) {
+        const QString markup = snippet(random);
+        DescriptionDocument byQt; // never laid out
+        QTextCursor(&byQt).insertHtml(markup);
+        DescriptionDocument shown;
+        CountedPictures pictures(shown);
+        shown.setTextWidth(300);
+        quorvale::insertDescription(QTextCursor(&shown), markup);
+        QVERIFY(shown.size().isValid()); // it is laid out
+        QVERIFY2(wordsOf(shown) == wordsOf(byQt), qPrintable(markup));
+        QVERIFY2(pictures.measured <= kMostMeasured, qPrintable(markup));
+        mostMeasured = std::max(mostMeasured, pictures.measured);
+        different += shown.toHtml() == byQt.toHtml() ? 0 : 1;
+    }
+    qInfo("%d descriptions, %d of them bounded; a picture was measured %lld times at most", kDescriptions, different,
+          mostMeasured);
+}
+
+QTEST_MAIN(tst_DescriptionMarkupRandom)
+#include "tst_descriptionmarkup_random.moc"

@@ -1,0 +1,62 @@
+// The program, up to the moment when its window waits for the user.
+
+#include "app/program.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <QtTest>
+
+#include <optional>
+
+namespace {
+
+constexpr int kStatus = 7;
+
+struct Program
+{
+    QString desktopFileName;
+    QStringList windows;
+};
+std::optional<Program> seen;
+
+void look()
+{
+    seen = Program{QGuiApplication::desktopFileName(), {}};
+    for (const QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible())
+            seen->windows.append(window->windowTitle());
+    }
+    QCoreApplication::exit(kStatus);
+}
+
+void lookOnceItWaits()
+{
+    if (!seen)
+        QTimer::singleShot(0, qApp, look);
+}
+Q_COREAPP_STARTUP_FUNCTION(lookOnceItWaits)
+
+} // namespace
+
+class tst_Main : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void main_showsTheWindow_ofTheDesktopsEntry()
+    {
+        int argc = 1;
+        QByteArray name = "quorvale";
+        char *argv[] = {name.data(), nullptr};
+        QCOMPARE(quorvale::runProgram(argc, argv), kStatus);
+        QVERIFY(seen);
+        QCOMPARE(seen->windows, QStringList("Quorvale"));
+        // By this name a desktop finds the entry, and with it the icon.
+        const QString entry = seen->desktopFileName + QStringLiteral(".desktop");
+        QVERIFY(QFile::exists(QFINDTESTDATA("../../packaging/linux/" + entry)));
+        QVERIFY(!seen->desktopFileName.isEmpty());
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_Main)
+#include "tst_main.moc"

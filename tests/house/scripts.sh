@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# scripts.sh SCRIPTS FOLDER: what holds for every command in SCRIPTS: -h helps and does nothing else, a checkout that was
+# moved after a build builds on, and a folder without a recorder disk is told before anything is built.
+set -euo pipefail
+scripts=$1 work=$2
+
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+
+rm -rf "$work"
+mkdir -p "$work/first"
+cp -R "$scripts" "$work/first/script"
+cd "$work"
+
+for command in first/script/*; do
+  name=script/$(basename "$command")
+  [ "$name" != script/lib.sh ] || continue
+  for option in -h --help; do
+    help=$(timeout 10 "$command" "$option" 2>&1 </dev/null) || fail "$name $option: $help"
+    [ "${#help}" -gt 60 ] || fail "$name $option says no more than: $help"
+    ! grep -qE '^(#|set |==>)' <<<"$help" || fail "$name $option prints what is no help: $help"
+  done
+done
+[ "$(ls -A first)" = script ] || fail "asking for help made something: $(ls -A first)"
+
+# A project of one file, in the place of this one.
+cat >first/CMakeLists.txt <<'PROJECT'
+cmake_minimum_required(VERSION 3.21)
+project(moved NONE)
+add_custom_command(OUTPUT copy COMMAND ${CMAKE_COMMAND} -E copy "${CMAKE_SOURCE_DIR}/original" copy
+  DEPENDS "${CMAKE_SOURCE_DIR}/original")
+add_custom_target(all_of_it ALL DEPENDS copy)
+PROJECT
+cat >first/CMakePresets.json <<'PRESETS'
+{
+  "version": 3,
+  "configurePresets": [ { "name": "dev", "generator": "Ninja", "binaryDir": "${sourceDir}/build/${presetName}" } ],
+  "buildPresets": [ { "name": "dev", "configurePreset": "dev" } ]
+}
+PRESETS
+printf '#!/usr/bin/env bash\n# builds\nset -euo pipefail\n. "$(dirname "$0")/lib.sh"\nbuild dev\n' >first/script/builds
+chmod +x first/script/builds
+echo one >first/original
+first/script/builds
+mv first second
+echo two >second/original
+touch second/build/dev/kept
+second/script/builds
+[ "$(cat second/build/dev/copy)" = two ] || fail "after a move nothing was built"
+[ -e second/build/dev/kept ] || fail "after a move the build folder was emptied"
+said=$(second/script/builds)
+! grep -q 'anew' <<<"$said" || fail "it configures anew again and again: $said"
+
+mkdir -p none/folder disks/disk/DVR/RECSINFO
+touch disks/disk/DVR/RECSINFO/RECS.INF
+run() { env -u DISPLAY -u WAYLAND_DISPLAY timeout 60 second/script/run "$1" 2>&1 || true; }
+printf '#!/usr/bin/env bash\necho bootstrap\nexit 1\n' >second/script/bootstrap
+grep -q "^error: no recorder disk in .*/none: " <<<"$(run none)" || fail "without a disk: $(run none)"
+! grep -q bootstrap <<<"$(run none)" || fail "work was done for nothing"
+grep -q "/disks/disk is a recorder disk itself: looking for disks in .*/disks$" <<<"$(run disks/disk)" ||
+  fail "a disk itself: $(run disks/disk)"
+[ "$(run disks)" = bootstrap ] || fail "a folder with a disk: $(run disks)"

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# scripts_on_mac.sh ROOT FOLDER: what the commands say on a Mac, as far as it can be seen elsewhere: in a copy of their folder, with
+# stand-ins for other programs.
+set -euo pipefail
+root=$1 folder=$2
+
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+
+stand_in() { # NAME, its lines on the standard input
+  { echo '#!/bin/sh' && cat; } >"$folder/bin/$1"
+  chmod +x "$folder/bin/$1"
+}
+
+rm -rf "$folder"
+mkdir -p "$folder/bin"
+cp -R "$root/script" "$folder/script"
+export PATH=$folder/bin:/usr/bin:/bin
+unset QUORVALE_SKIP_BOOTSTRAP
+echo 'echo Darwin' | stand_in uname
+stand_in xcode-select </dev/null
+echo 'echo cmake version 3.21.0' | stand_in cmake
+
+! said=$("$folder/script/bootstrap" run 2>&1) || fail "bootstrap goes on without Homebrew: $said"
+[[ $said == *"Homebrew is missing"* ]] || fail "bootstrap does not say what is wrong: $said"
+said=$(QUORVALE_SKIP_BOOTSTRAP=1 "$folder/script/bootstrap" run 2>&1) || fail "bootstrap is not skipped: $said"
+
+# A test that cannot run says nothing that script/soak would show.
+export QUORVALE_SKIP_BOOTSTRAP=1
+echo 'exit 8' | stand_in ctest
+! said=$("$folder/script/soak" 1 2>&1) || fail "soak passes although nothing could be run: $said"
+[[ $said == *"failed: dev/soak"* ]] || fail "soak ends without a word: $said"

@@ -1,0 +1,148 @@
+// Which kinds of files are opened. A name says nothing: every one here is called like a recording.
+
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "video/ffvideo.h"
+#include "video/ffmpeg/singleinput.h"
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_FFVideoKinds : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QVERIFY(dir.isValid()); }
+
+    void open_takes_containersOfAllKinds_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QStringList>("encoder");
+        QTest::newRow("transport stream") << "mpegts" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("Blu-ray's") << "mpegts" << QStringList{"-c:v", "libx264", "-mpegts_m2ts_mode", "1"};
+        QTest::newRow("program stream") << "vob" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("MPEG-1") << "mpeg" << QStringList{"-c:v", "mpeg1video"};
+        QTest::newRow("raw MPEG-2") << "mpeg2video" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("raw H.264") << "h264" << QStringList{"-c:v", "libx264"};
+        QTest::newRow("raw HEVC") << "hevc" << QStringList{"-c:v", "libx265", "-x265-params", "log-level=none"};
+        QTest::newRow("MP4") << "mp4" << QStringList{"-c:v", "libx264"};
+        QTest::newRow("MP4 with MPEG-4") << "mp4" << QStringList{"-c:v", "mpeg4"};
+        QTest::newRow("QuickTime with PNG") << "mov" << QStringList{"-c:v", "png"};
+        QTest::newRow("QuickTime with ProRes") << "mov" << QStringList{"-c:v", "prores"};
+        QTest::newRow("Matroska") << "matroska" << QStringList{"-c:v", "libx264"};
+        QTest::newRow("Matroska with FFV1") << "matroska" << QStringList{"-c:v", "ffv1"};
+        QTest::newRow("WebM") << "webm" << QStringList{"-c:v", "libvpx"};
+        QTest::newRow("AVI") << "avi" << QStringList{"-c:v", "mpeg4"};
+        QTest::newRow("AVI with MJPEG") << "avi" << QStringList{"-c:v", "mjpeg"};
+        QTest::newRow("AVI with HuffYUV") << "avi" << QStringList{"-c:v", "huffyuv"};
+        QTest::newRow("AVI with raw pictures") << "avi" << QStringList{"-c:v", "rawvideo", "-pix_fmt", "bgr24"};
+        QTest::newRow("FLV") << "flv" << QStringList{"-c:v", "flv1"};
+        QTest::newRow("ASF") << "asf" << QStringList{"-c:v", "wmv2"};
+        QTest::newRow("Ogg") << "ogg" << QStringList{"-c:v", "libtheora"};
+        QTest::newRow("NUT") << "nut" << QStringList{"-c:v", "rawvideo"};
+        QTest::newRow("MXF") << "mxf" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("YUV4MPEG2") << "yuv4mpegpipe" << QStringList{"-pix_fmt", "yuv420p"};
+    }
+    void open_takes_containersOfAllKinds()
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
+                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
+                                                QStringList{"-f", format});
+        QVERIFY(!path.isEmpty());
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.width, 96);
+        Picture picture;
+        const bool isCopied = video.Read(1, picture);
+        QVERIFY(isCopied || video.lastError == FFVideo::FF_ERROR_LAYOUT);
+    }
+
+    void open_refuses_whatIsNoVideo_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QStringList>("encoder");
+        QTest::newRow("PNG") << "image2" << QStringList{"-c:v", "png", "-frames:v", "1", "-update", "1"};
+        QTest::newRow("JPEG") << "image2" << QStringList{"-c:v", "mjpeg", "-frames:v", "1", "-update", "1"};
+        QTest::newRow("BMP") << "image2" << QStringList{"-c:v", "bmp", "-frames:v", "1", "-update", "1"};
+        QTest::newRow("TIFF") << "image2" << QStringList{"-c:v", "tiff", "-frames:v", "1", "-update", "1"};
+        QTest::newRow("GIF") << "gif" << QStringList{"-c:v", "gif"};
+        QTest::newRow("APNG") << "apng" << QStringList{"-c:v", "apng"};
+        QTest::newRow("GIF in NUT") << "nut" << QStringList{"-c:v", "gif"};
+        QTest::newRow("Flash") << "swf" << QStringList{"-c:v", "flv1"};
+    }
+    void open_refuses_whatIsNoVideo()
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
+                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
+                                                QStringList{"-f", format});
+        QVERIFY(!path.isEmpty());
+        FFVideo video;
+        QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
+    }
+
+    void open_refuses_textsAndDrawings_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        // Each group shows the one before it ten times: it would be drawn for ever.
+        QByteArray drawing =
+            "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:x=\"http://www.w3.org/1999/xlink\"><g id=\"a0\"/>";
+        for (char name = '0'; name < '9'; ++name) {
+            const QByteArray next(1, char(name + 1));
+            drawing += "<g id=\"a" + next + "\">" +
+                       QByteArray("<use x:href=\"#a" + QByteArray(1, name) + "\"/>").repeated(10) + "</g>";
+        }
+        QTest::newRow("drawing") << drawing + "</svg>";
+        QTest::newRow("subtitles") << QByteArray("1\n00:00:01,000 --> 00:00:02,000\ntext\n\n").repeated(20);
+        QTest::newRow("terminal") << QByteArray("\x1b[2J\x1b[31mtext\r\n").repeated(100);
+        QTest::newRow("XPM") << QByteArray(
+            "/* XPM */\nstatic char *a[] = {\n\"1 1 1 1\",\n\"a c #000000\",\n\"a\"\n};\n");
+    }
+    void open_refuses_textsAndDrawings()
+    {
+        QFETCH(QByteArray, content);
+        const QString path = writeFile(dir.path(), "a.ts", content);
+        FFVideo video;
+        QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
+    }
+
+    // A decoder that had looked at the stream would know how its pixels are laid out.
+    void probing_usesNoDecoder_thatIsNotWanted_data()
+    {
+        QTest::addColumn<QString>("encoder");
+        QTest::addColumn<bool>("isWanted");
+        QTest::newRow("GIF") << "gif" << false;
+        QTest::newRow("FFV1") << "ffv1" << true;
+    }
+    void probing_usesNoDecoder_thatIsNotWanted()
+    {
+        QFETCH(QString, encoder);
+        QFETCH(bool, isWanted);
+        const QString path = makeWithFFmpeg(
+            dir.path(), "probed.ts", {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-c:v", encoder, "-f", "nut"});
+        AVFormatContext *input = nullptr;
+        QVERIFY(quorvale::ffmpeg::openSingleInput(input, qPrintable(path)));
+        QVERIFY(avformat_find_stream_info(input, nullptr) >= 0);
+        QCOMPARE(input->nb_streams, 1U);
+        QCOMPARE(input->streams[0]->codecpar->format >= 0, isWanted);
+        quorvale::ffmpeg::closeSingleInput(input);
+        QVERIFY(!input);
+    }
+
+private:
+    const QTemporaryDir dir;
+};
+
+QTEST_APPLESS_MAIN(tst_FFVideoKinds)
+#include "tst_ffvideo_kinds.moc"

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QAbstractEventDispatcher>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace quorvale {
+
+/// The event loop of a thread that waits for posted events and for nothing else. Qt's own one keeps a descriptor to be
+/// woken by; a thread that idles to the end of the program with this one costs none. It has no timers (a timer of 0
+/// that posts a call is none) and no sockets: both are refused with a warning. Given to a thread before it starts,
+/// which then owns it. wakeUp() and interrupt() may be called by any thread.
+class PostedEvents : public QAbstractEventDispatcher
+{
+public:
+    using QAbstractEventDispatcher::QAbstractEventDispatcher;
+
+    bool processEvents(QEventLoop::ProcessEventsFlags flags) override;
+    void wakeUp() override;
+    void interrupt() override;
+
+    void registerSocketNotifier(QSocketNotifier *notifier) override;
+    void unregisterSocketNotifier(QSocketNotifier *notifier) override;
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    using Interval = int;
+    bool hasPendingEvents() override;
+    void flush() override;
+#else
+    using Interval = qint64;
+#endif
+    void registerTimer(int timerId, Interval interval, Qt::TimerType timerType, QObject *object) override;
+    bool unregisterTimer(int timerId) override;
+    bool unregisterTimers(QObject *object) override;
+    QList<TimerInfo> registeredTimers(QObject *object) const override;
+    int remainingTime(int timerId) override;
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_woken;
+    bool m_isAwake = false; // something was posted, or the loop is to end, since the last wait
+};
+
+} // namespace quorvale

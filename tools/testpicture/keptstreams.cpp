@@ -1,0 +1,81 @@
+#include "tools/testpicture/keptstreams.h"
+
+#include <atomic>
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Fowler, Noll and Vo's hash (FNV-1a) of 64 bits.
+std::uint64_t hashOf(const std::string &text)
+{
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char c : text)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
+    return hash;
+}
+
+// What the ffmpeg program says of itself and of its libraries.
+const std::string &ffmpegVersion()
+{
+    static const std::string version = [] {
+        std::string text;
+        const std::unique_ptr<std::FILE, int (*)(std::FILE *)> output(popen("ffmpeg -version 2>&1", "r"), pclose);
+        for (int c = 0; output && (c = std::fgetc(output.get())) != EOF;)
+            text += static_cast<char>(c);
+        return text;
+    }();
+    return version;
+}
+
+} // namespace
+
+namespace keptstreams {
+
+std::string fileFor(const NumberedStream &stream)
+{
+    const char *folder = std::getenv("QUORVALE_KEPT_STREAMS"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (!folder || !*folder)
+        return {};
+    NumberedStream recipe = stream;
+    recipe.path.clear();
+    std::string text = QUORVALE_STREAM_MAKER + ffmpegVersion(); // the hash of the sources that draw the pictures
+    for (const std::string &argument : ffmpegArguments(recipe))
+        text += argument + '\n';
+    for (const unsigned number : {static_cast<unsigned>(stream.frames), stream.firstNumber, stream.look})
+        text += std::to_string(number) + '\n';
+    char name[17] = "";
+    std::snprintf(name, sizeof name, "%016" PRIx64, hashOf(text));
+    return (fs::path(folder) / name).string();
+}
+
+bool fetch(const std::string &kept, const std::string &path)
+{
+    std::error_code error;
+    if (!fs::copy_file(kept, path, fs::copy_options::overwrite_existing, error))
+        return false;
+    fs::last_write_time(kept, fs::file_time_type::clock::now(), error);
+    return true;
+}
+
+void keep(const std::string &path, const std::string &kept)
+{
+    static std::atomic<int> copies{0};
+    std::error_code error;
+    fs::create_directories(fs::path(kept).parent_path(), error);
+    const fs::path whole = kept + '.' + std::to_string(getpid()) + '.' + std::to_string(++copies);
+    if (fs::copy_file(path, whole, fs::copy_options::overwrite_existing, error))
+        fs::rename(whole, kept, error);
+    if (error)
+        fs::remove(whole, error);
+}
+
+} // namespace keptstreams

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+namespace quorvale {
+
+/// A view of bytes that belong to someone else.
+struct Bytes
+{
+    const std::uint8_t *data = nullptr;
+    std::int64_t size = 0;
+};
+
+[[nodiscard]] inline Bytes withoutFirst(Bytes bytes, std::int64_t count)
+{
+    return {bytes.data + count, bytes.size - count};
+}
+
+/// Goes through a byte stream: the NAL units of ITU-T H.264, Annex B, and ITU-T H.265, Annex B; in ITU-T H.262 what
+/// stands between one start_code_prefix and the next, the start code's last byte first (6.2.1).
+class ByteStream
+{
+public:
+    ByteStream(const std::uint8_t *bytes, std::int64_t size)
+        : end(bytes + size)
+        , unit(afterStartCodePrefix(bytes))
+    {
+    }
+
+    /// The next unit, start_code_prefix_one_3bytes and trailing_zero_8bits left out; false where there is none. May be
+    /// empty.
+    bool next(Bytes &found)
+    {
+        if (!unit)
+            return false;
+        const std::uint8_t *begin = unit;
+        unit = afterStartCodePrefix(begin);
+        const std::uint8_t *last = unit ? unit - kPrefixSize : end;
+        while (last > begin && last[-1] == 0)
+            --last;
+        found = {begin, last - begin};
+        return true;
+    }
+
+private:
+    static constexpr int kPrefixSize = 3;
+
+    // Looks for the 1: in compressed pictures it is as rare as any other byte, and memchr is as fast as memory.
+    [[nodiscard]] const std::uint8_t *afterStartCodePrefix(const std::uint8_t *from) const
+    {
+        if (!from || end - from < kPrefixSize)
+            return nullptr;
+        for (const std::uint8_t *at = from + 2; at < end; ++at) {
+            at = static_cast<const std::uint8_t *>(std::memchr(at, 1, static_cast<std::size_t>(end - at)));
+            if (!at)
+                return nullptr;
+            if (at[-1] == 0 && at[-2] == 0)
+                return at + 1;
+        }
+        return nullptr;
+    }
+
+    const std::uint8_t *end;
+    const std::uint8_t *unit;
+};
+
+} // namespace quorvale

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "video/bitstream/accessunitreader.h"
+#include "video/bitstream/h264_poc.h"
+#include "video/bitstream/h264_sliceheader.h"
+#include "video/bitstream/parametersethistory.h"
+
+namespace quorvale::h264 {
+
+/// Access units of ITU-T H.264, Annex B (7.4.1.2): each at most one primary coded picture.
+class AccessUnitReader final : public quorvale::AccessUnitReader
+{
+public:
+    [[nodiscard]] AccessUnit read(const std::uint8_t *data, std::size_t size) override;
+
+private:
+    void readSps(Bytes bytes, AccessUnit &unit);
+    void readPps(Bytes bytes, AccessUnit &unit);
+
+    SpsTable spsTable;
+    PpsTable ppsTable;
+    ParameterSetHistory parameterSets;
+    PictureOrderCounter pictureOrderCounter;
+};
+
+} // namespace quorvale::h264

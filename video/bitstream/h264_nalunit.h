@@ -1,0 +1,44 @@
+#pragma once
+
+#include "video/bitstream/bitreader.h"
+#include "video/bitstream/bytestream.h"
+
+#include <cstdint>
+
+namespace quorvale::h264 {
+
+/// nal_unit_type (ITU-T H.264, table 7-1), those that are told apart here.
+enum class NalUnitType : std::uint8_t {
+    NonIdrSlice = 1,
+    IdrSlice = 5,
+    Sei = 6,
+    Sps = 7,
+    Pps = 8,
+    AccessUnitDelimiter = 9,
+    FillerData = 12,
+};
+
+/// ITU-T H.264, 7.3.1, nal_unit()
+struct NalUnit
+{
+    bool forbiddenZeroBit = false; ///< forbidden_zero_bit
+    std::uint8_t nalRefIdc = 0;    ///< nal_ref_idc
+    NalUnitType type{};            ///< nal_unit_type; may be any of 0 to 31
+    Bytes payload;                 ///< the RBSP, with its emulation prevention bytes
+
+    [[nodiscard]] BitReader reader() const { return BitReader(payload); }
+};
+
+/// `bytes`: at least one.
+[[nodiscard]] inline NalUnit parseNalUnit(Bytes bytes)
+{
+    const std::uint8_t header = bytes.data[0];
+    NalUnit nal;
+    nal.forbiddenZeroBit = (header & 0x80) != 0;
+    nal.nalRefIdc = header >> 5 & 3;
+    nal.type = static_cast<NalUnitType>(header & 0x1F);
+    nal.payload = withoutFirst(bytes, 1);
+    return nal;
+}
+
+} // namespace quorvale::h264

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "video/bitstream/bitreader.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace quorvale::h264 {
+
+/// Picture parameter set: what slice headers need of it.
+struct Pps
+{
+    std::uint32_t spsId = 0;                          ///< seq_parameter_set_id
+    bool entropyCodingMode = false;                   ///< entropy_coding_mode_flag: CABAC
+    bool bottomFieldPicOrderInFramePresent = false;   ///< bottom_field_pic_order_in_frame_present_flag
+    std::uint32_t numSliceGroups = 1;                 ///< num_slice_groups_minus1 + 1
+    std::uint32_t sliceGroupMapType = 0;              ///< slice_group_map_type
+    std::uint32_t sliceGroupChangeRate = 1;           ///< slice_group_change_rate_minus1 + 1; with map types 3 to 5
+    std::uint32_t numRefIdxDefaultActive[2] = {1, 1}; ///< num_ref_idx_l0/l1_default_active_minus1 + 1
+    bool weightedPred = false;                        ///< weighted_pred_flag
+    std::uint32_t weightedBipredIdc = 0;              ///< weighted_bipred_idc
+    std::int32_t picInitQp = 26;                      ///< pic_init_qp_minus26 + 26
+    bool deblockingFilterControlPresent = false;      ///< deblocking_filter_control_present_flag
+    bool redundantPicCntPresent = false;              ///< redundant_pic_cnt_present_flag
+};
+
+inline constexpr std::uint32_t kPpsIds = 256; ///< pic_parameter_set_id is below
+
+struct PpsWithId
+{
+    std::uint32_t id = 0;   ///< pic_parameter_set_id
+    std::optional<Pps> pps; ///< nothing where what follows the ids is out of range
+};
+
+/// Reads an RBSP from its start; nothing where not even the ids of it and of its SPS can be read.
+[[nodiscard]] std::optional<PpsWithId> parsePps(BitReader reader);
+
+} // namespace quorvale::h264

@@ -1,0 +1,55 @@
+#include "video/bitstream/hevc_poc.h"
+
+namespace quorvale::hevc {
+
+// ITU-T H.265, 8.3.1
+PictureOrderCounter::Picture PictureOrderCounter::next(const SliceHeader &slice, const Sps &sps)
+{
+    Picture picture;
+    picture.followsEndOfSequence = sequenceEnded;
+    // 8.1.3: NoRaslOutputFlag
+    picture.startsSequence =
+        isIrap(slice.nalUnitType) && (slice.nalUnitType != NalUnitType::Cra || isFirst || sequenceEnded);
+    isFirst = sequenceEnded = false;
+
+    const std::int64_t maxLsb = sps.maxPicOrderCntLsb();
+    const std::int64_t lsb = slice.picOrderCntLsb;
+    std::int64_t picOrderCntMsb = 0;
+    if (!picture.startsSequence) {
+        const std::int64_t prevLsb = prevTid0PicOrderCnt & (maxLsb - 1);
+        picOrderCntMsb = prevTid0PicOrderCnt - prevLsb;
+        if (lsb < prevLsb && prevLsb - lsb >= maxLsb / 2)
+            picOrderCntMsb += maxLsb;
+        else if (lsb > prevLsb && lsb - prevLsb > maxLsb / 2)
+            picOrderCntMsb -= maxLsb;
+    }
+    picture.count = picOrderCntMsb + lsb;
+    if (slice.temporalId == 0 && !isRasl(slice.nalUnitType) && !isRadl(slice.nalUnitType) &&
+        !isSubLayerNonReference(slice.nalUnitType))
+        prevTid0PicOrderCnt = picture.count;
+    return picture;
+}
+
+// ITU-T H.265, 8.3.2
+bool findReferences(const SliceHeader &slice, const Sps &sps, std::int64_t count, std::vector<std::int64_t> &references)
+{
+    for (const auto *pictures : {&slice.shortTermRps.negative, &slice.shortTermRps.positive}) {
+        for (const ShortTermRps::Picture &picture : *pictures) {
+            if (picture.usedByCurr)
+                references.push_back(count + picture.deltaPoc);
+        }
+    }
+    bool allAreKnown = true;
+    for (const LongTermPicture &picture : slice.longTermPics) {
+        if (!picture.usedByCurr)
+            continue;
+        const std::int64_t maxLsb = sps.maxPicOrderCntLsb();
+        if (picture.deltaPocMsbPresent)
+            references.push_back(count - picture.deltaPocMsbCycle * maxLsb - (count & (maxLsb - 1)) + picture.pocLsb);
+        else
+            allAreKnown = false;
+    }
+    return allAreKnown;
+}
+
+} // namespace quorvale::hevc

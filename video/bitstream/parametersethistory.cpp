@@ -1,0 +1,34 @@
+#include "video/bitstream/parametersethistory.h"
+
+#include "video/bitstream/accessunit.h"
+
+#include <algorithm>
+
+namespace quorvale {
+
+ParameterSetHistory::Novelty ParameterSetHistory::note(std::uint32_t key, Bytes set)
+{
+    if (set.size > kLargestSet) {
+        known.erase(key);
+        return Novelty::Changed;
+    }
+    const std::uint8_t *end = set.data + set.size;
+    const auto found = known.find(key);
+    if (found == known.end()) {
+        known.emplace(key, std::vector<std::uint8_t>(set.data, end));
+        return Novelty::New;
+    }
+    if (std::equal(found->second.begin(), found->second.end(), set.data, end))
+        return Novelty::Repeated;
+    found->second.assign(set.data, end);
+    return Novelty::Changed;
+}
+
+void ParameterSetHistory::note(std::uint32_t key, Bytes set, AccessUnit &unit)
+{
+    const Novelty novelty = note(key, set);
+    unit.newParameters = unit.newParameters || novelty == Novelty::New;
+    unit.parametersChanged = unit.parametersChanged || novelty == Novelty::Changed;
+}
+
+} // namespace quorvale

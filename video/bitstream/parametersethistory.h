@@ -1,0 +1,31 @@
+#pragma once
+
+#include "video/bitstream/bytestream.h"
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace quorvale {
+
+struct AccessUnit;
+
+/// Remembers the parameter sets of a stream as they were sent, to tell a repeated one from one that changes something.
+/// Holds at most as many sets as there are keys, of at most kLargestSet bytes each.
+class ParameterSetHistory
+{
+public:
+    enum class Novelty { Repeated, New, Changed };
+
+    static constexpr std::int64_t kLargestSet = 4096; ///< bytes; larger ones count as changed and are not kept
+
+    /// Takes note of `set`, the current one of `key` from now on. The key tells kinds of sets and their ids apart.
+    Novelty note(std::uint32_t key, Bytes set);
+    /// The same, told to the access unit that holds the set.
+    void note(std::uint32_t key, Bytes set, AccessUnit &unit);
+
+private:
+    std::map<std::uint32_t, std::vector<std::uint8_t>> known;
+};
+
+} // namespace quorvale
