@@ -101,9 +101,12 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
             continue;
         }
         if (found != expected) {
-            result.difference = QStringLiteral("picture %1: %2 instead of %3")
-                                    .arg(target)
-                                    .arg(QString::fromLatin1(found), QString::fromLatin1(expected));
+            const int other = literal.numberOf(found);
+            result.difference =
+                QStringLiteral("picture %1: %2 instead of %3")
+                    .arg(target)
+                    .arg(other >= 0 ? QStringLiteral("number %1").arg(other) : QString::fromLatin1(found),
+                         QString::fromLatin1(expected));
             break;
         }
         ++(target < literal.count() ? result.delivered : result.pastEnd);

@@ -1,9 +1,28 @@
 #pragma once
 
 #include "video/exact/decoding.h"
+#include "video/exact/exactcounters.h"
 #include "video/exact/packetreplay.h"
 
+#include <vector>
+
 namespace quorvale {
+
+/// How decoding is to begin at an entry point.
+struct StartPlan
+{
+    /// A picture to show to the decoder first, because it sets parameters; what comes out is dropped.
+    struct Primer
+    {
+        std::vector<PlannedPacket> packets;
+        WaysIn ways = {-1, -1, -1};
+    };
+
+    std::vector<Primer> primers;
+    WaysIn ways = {-1, -1, -1}; ///< to the entry point's first packet
+    std::int64_t depth = 0;     ///< of the decoder, see Decoding::depth()
+    bool strict = false;        ///< any complaint of the decoder means damage that no packet showed
+};
 
 /// A decoder with a demultiplexer of its own, and what it knows.
 struct DecodingWorker
@@ -14,9 +33,15 @@ struct DecodingWorker
     {
     }
 
+    /// Prepares the decoder for the entry point's packets. False where the primers' are not found again.
+    bool start(const StartPlan &plan, ExactCounters &counters);
+
     PacketReplay replay;
     Decoding decoding;
     PictureIndex knowsUpTo; ///< it was shown every picture before it that sets parameters
+
+private:
+    bool prime(const StartPlan::Primer &primer);
 };
 
 } // namespace quorvale

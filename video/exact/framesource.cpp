@@ -38,10 +38,10 @@ FrameSource::Status FrameSource::find(FrameNumber number)
     if (m_fileEnd && number >= *m_fileEnd)
         return Status::PastEnd;
     Status status = Status::NotProven;
-    if (number.value() < kNearStart || (m_anchor && number < m_anchor->number))
+    if (number.value() < kNearStart)
         status = findFromStart(number);
-    else if (m_anchor || anchorIsProven(number))
-        status = number < m_anchor->number ? findFromStart(number) : findFromAnchor(number);
+    else if (hasFirstAnchor(number))
+        status = number < m_anchors.front().number ? findFromStart(number) : findFromAnchors(number);
     else if (m_fileEnd)
         status = number < *m_fileEnd ? findFromStart(number) : Status::PastEnd;
     if (m_scan.hasFailed() && status == Status::NotProven)
@@ -53,166 +53,151 @@ FrameSource::Status FrameSource::find(FrameNumber number)
 // As the literal reader does it.
 FrameSource::Status FrameSource::findFromStart(FrameNumber number)
 {
-    if (!m_beginning || FrameNumber(m_beginning->shown().size()) > number)
-        m_beginning = std::make_unique<Beginning>(makeWorker(), m_counters);
-    while (FrameNumber(m_beginning->shown().size()) <= number) {
-        switch (decodeBeginning()) {
-        case Beginning::Step::Picture:
+    if (m_literal && m_literal->end() > number)
+        m_literal.reset();
+    if (!beginFromStart())
+        return Status::Failed;
+    while (m_literal->end() <= number) {
+        switch (decodeLiterally()) {
+        case LiteralRun::Step::Picture:
             break;
-        case Beginning::Step::NeedsPacket:
-            return endAt(FrameNumber(m_beginning->shown().size()), number);
-        case Beginning::Step::Failed:
+        case LiteralRun::Step::NeedsPacket:
+            return endAt(m_literal->end(), number);
+        case LiteralRun::Step::Failed:
             return Status::Failed;
         }
     }
-    keep(number);
     return Status::Found;
 }
 
-// The next picture of the beginning; NeedsPacket at the end of the file only.
-Beginning::Step FrameSource::decodeBeginning()
+// Has a literal run that goes on, or begins, from the start of the file; false without a decoder.
+bool FrameSource::beginFromStart()
 {
-    m_frameNumber.reset();
+    if (m_literal && m_literalFromStart)
+        return true;
+    std::unique_ptr<DecodingWorker> worker = makeWorker();
+    if (!worker)
+        return false;
+    m_literal = std::make_unique<LiteralRun>(std::move(worker), m_counters);
+    m_literalFromStart = true;
+    return true;
+}
+
+// The next picture of the literal run; NeedsPacket at the end of the file only.
+LiteralRun::Step FrameSource::decodeLiterally()
+{
     for (;;) {
         const bool isAll = pictures().isFinished();
-        const Beginning::Step step = m_beginning->next(pictures(), *m_nextFrame);
-        if (step == Beginning::Step::Picture)
+        const LiteralRun::Step step = m_literal->next(pictures(), *m_nextFrame);
+        if (step == LiteralRun::Step::Picture) {
             takeNextFrame();
-        if (step != Beginning::Step::NeedsPacket || isAll)
+            m_frameNumber = m_literal->end() - 1;
+        }
+        if (step != LiteralRun::Step::NeedsPacket || isAll)
             return step;
         m_scan.readOn();
         if (m_scan.hasFailed())
-            return Beginning::Step::Failed;
+            return LiteralRun::Step::Failed;
     }
 }
 
 // Received beside m_frame, which at the end of the file keeps the last picture.
 void FrameSource::takeNextFrame()
 {
+    m_frameNumber.reset();
     av_frame_unref(m_frame.get());
     av_frame_move_ref(m_frame.get(), m_nextFrame.get());
 }
 
+// The last picture was the latest to come out.
 FrameSource::Status FrameSource::endAt(FrameNumber end, FrameNumber wanted)
 {
     m_fileEnd = end;
     if (end > FrameNumber())
-        keep(end - 1);
+        m_frameNumber = end - 1;
     if (wanted >= end)
         return Status::PastEnd;
     return m_frameNumber == wanted ? Status::Found : Status::NotProven;
 }
 
-void FrameSource::keep(FrameNumber number)
-{
-    m_frameNumber = number;
-}
-
 // Places before it can be counted on.
-OutputIndex FrameSource::provenEnd() const
+OutputIndex FrameSource::provenEnd(const Anchor &anchor) const
 {
-    OutputIndex end = stretch().certainEnd() - kBehind;
-    const std::optional<PictureIndex> tooDeep = stretch().firstDeeperThan(m_depth);
-    if (tooDeep) {
-        const std::optional<OutputIndex> place = stretch().placeOf(*tooDeep);
+    const Stretch &home = stretchOf(anchor);
+    OutputIndex end = home.certainEnd() - kBehind;
+    if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(anchor.depth)) {
+        const std::optional<OutputIndex> place = home.placeOf(*tooDeep);
         end = std::min(end, place ? *place - (kBehind + 2 * kMostReordering) : OutputIndex());
     }
-    return m_betrayedFrom ? std::min(end, *m_betrayedFrom) : end;
+    return anchor.betrayedFrom ? std::min(end, *anchor.betrayedFrom) : end;
 }
 
-FrameSource::Status FrameSource::findFromAnchor(FrameNumber number)
+PlanningRules FrameSource::rules(const Anchor &anchor) const
 {
-    const OutputIndex place = m_anchor->place + (number - m_anchor->number);
-    while (place >= provenEnd() && !stretch().isClosed() && m_scan.readOn()) {
+    PlanningRules rules;
+    rules.isH264 = m_coding == VideoCoding::H264;
+    rules.isHevc = m_coding == VideoCoding::Hevc;
+    rules.depth = anchor.depth;
+    if (m_worker)
+        rules.primeFrom = m_worker->knowsUpTo;
+    return rules;
+}
+
+FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
+{
+    for (;;) {
+        const auto next = std::find_if(m_anchors.begin(), m_anchors.end(),
+                                       [&](const Anchor &anchor) { return anchor.number > number; });
+        Anchor &anchor = *(next - 1);
+        const Stretch &home = stretchOf(anchor);
+        const OutputIndex place = anchor.placeOf(number);
+        while (place >= provenEnd(anchor) && !home.isClosed() && m_scan.readOn()) {
+        }
+        if (place < provenEnd(anchor))
+            return hop(anchor, place);
+        if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
+            return findNearEnd(anchor, number);
+        // It lies in what is doubtful, or after it.
+        if (next != m_anchors.end() || !bridge(anchor, number))
+            return Status::NotProven;
     }
-    if (place < provenEnd())
-        return hop(place);
-    if (stretch().endsFile() && !m_betrayedFrom && !stretch().firstDeeperThan(m_depth))
-        return findNearEnd(number);
-    return Status::NotProven;
 }
 
-FrameSource::Status FrameSource::hop(OutputIndex place)
+FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
 {
-    const EntryPoint *entry = entryPointFor(stretch(), place, m_anchor->place);
+    const Stretch &home = stretchOf(anchor);
+    const std::optional<EntryPoint> entry = entryFor(anchor, place);
     if (!entry || !prepareWorker(entry->picture))
         return Status::NotProven;
-    PlanningRules rules{m_coding == VideoCoding::H264, m_coding == VideoCoding::Hevc, m_depth, m_worker->knowsUpTo};
-    const std::optional<RunPlan> plan = planToPicture(pictures(), stretch(), *entry, place, rules);
+    const std::optional<RunPlan> plan = planToPicture(pictures(), home, *entry, place, rules(anchor));
     if (!plan)
         return Status::NotProven;
 
-    Run run(*plan, m_worker->replay, m_worker->decoding, m_counters);
-    const PictureIndex target = stretch().at(place);
-    m_frameNumber.reset();
-    for (;;) {
-        if (run.next(*m_frame) != Run::Step::Picture) {
-            m_worker.reset();
-            m_betrayedFrom = std::min(m_betrayedFrom.value_or(entry->place), entry->place);
-            return Status::NotProven;
-        }
-        if (Decoding::pictureOf(*m_frame) == target)
-            break;
-    }
-    m_worker->knowsUpTo = std::max(m_worker->knowsUpTo, target);
-    keep(m_anchor->number + (place - m_anchor->place));
-    return Status::Found;
-}
-
-// Which of a file's last pictures exist is up to the decoder: it gets all that come behind the last one that is
-// certain, and is not drained.
-FrameSource::Status FrameSource::findNearEnd(FrameNumber number)
-{
-    const OutputIndex lastCertain = stretch().certainEnd() - 1 - kBehind;
-    const EntryPoint *entry =
-        lastCertain >= m_anchor->place ? entryPointFor(stretch(), lastCertain, m_anchor->place) : nullptr;
-    // Going on from the start is no dearer, and needs no plan.
-    if (!entry || (m_beginning && m_beginning->position() >= entry->picture))
-        return findFromStart(number);
-    if (!prepareWorker(entry->picture))
-        return Status::NotProven;
-    PlanningRules rules{m_coding == VideoCoding::H264, m_coding == VideoCoding::Hevc, m_depth, m_worker->knowsUpTo};
-    const std::optional<RunPlan> plan = planToEnd(pictures(), stretch(), *entry, rules);
-    if (!plan)
-        return Status::NotProven;
-
-    Run run(*plan, m_worker->replay, m_worker->decoding, m_counters);
-    const FrameNumber first = m_anchor->number + (entry->place - m_anchor->place);
-    FrameNumber end = first;
-    const ffmpeg::FramePtr wanted = ffmpeg::makeFrame();
-    m_frameNumber.reset();
-    Run::Step step = Run::Step::Picture;
-    while ((step = run.next(*m_nextFrame)) == Run::Step::Picture) {
+    const PictureIndex target = home.at(place);
+    Run run(*plan, *m_worker, m_counters);
+    while (run.next(*m_nextFrame) == Run::Step::Picture) {
+        if (Decoding::pictureOf(*m_nextFrame) != target)
+            continue;
+        m_worker->knowsUpTo = std::max(m_worker->knowsUpTo, target);
         takeNextFrame();
-        if (end == number && av_frame_ref(wanted.get(), m_frame.get()) < 0)
-            return Status::Failed;
-        ++end;
+        m_frameNumber = anchor.numberAt(place);
+        return Status::Found;
     }
     m_worker.reset();
-    if (step == Run::Step::Failed || end - first < static_cast<std::int64_t>(plan->outputs.size())) {
-        m_betrayedFrom = entry->place;
-        return Status::NotProven;
-    }
-    const Status status = endAt(end, number);
-    if (status == Status::PastEnd || number == end - 1)
-        return status;
-    av_frame_unref(m_frame.get());
-    av_frame_move_ref(m_frame.get(), wanted.get());
-    keep(number);
-    return Status::Found;
+    anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(entry->place), entry->place);
+    return Status::NotProven;
 }
 
 // A worker for a run from `entry` on, which knows no parameters that are other ones there.
 bool FrameSource::prepareWorker(PictureIndex entry)
 {
-    if (!m_worker && m_beginning)
-        m_worker = m_beginning->takeWorker();
-    m_beginning.reset();
+    if (!m_worker && m_literal)
+        m_worker = m_literal->takeWorker();
+    m_literal.reset();
     const std::vector<PictureIndex> &setters = pictures().parameterSetters();
-    const bool knowsTooMuch =
-        m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
-            return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
-        });
+    const bool knowsTooMuch = m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
+        return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
+    });
     if (!m_worker || knowsTooMuch)
         m_worker = makeWorker();
     return m_worker != nullptr;

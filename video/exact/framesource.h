@@ -1,21 +1,29 @@
 #pragma once
 
-#include "video/exact/beginning.h"
 #include "video/exact/exactcounters.h"
+#include "video/exact/literalrun.h"
 #include "video/exact/planning.h"
 #include "video/exact/scan.h"
 
+#include <deque>
 #include <memory>
 #include <optional>
 
 namespace quorvale {
 
-/// A picture whose number is known: places of its stretch are counted from it on.
+/// A random access point whose number is known: places of its stretch are counted from it on.
 struct Anchor
 {
     std::size_t stretch = 0;
-    OutputIndex place;
+    EntryPoint point;
     FrameNumber number;
+    std::int64_t depth = 0; ///< of the decoder that showed it
+    /// From this place on, runs did not decode as foreseen.
+    std::optional<OutputIndex> betrayedFrom;
+    bool wasBridgedFrom = false; ///< whether the next anchor was looked for
+
+    [[nodiscard]] OutputIndex placeOf(FrameNumber wanted) const { return point.place + (wanted - number); }
+    [[nodiscard]] FrameNumber numberAt(OutputIndex place) const { return number + (place - point.place); }
 };
 
 /// Finds decoded pictures by their number, with the least decoding that shows them to be right. See
@@ -38,27 +46,43 @@ public:
     [[nodiscard]] ExactCounters counters() const;
 
 private:
+    enum class Verdict { Proven, Refuted, Open };
+    enum class Trust { Unknown, Yes, No };
+
+    // A random access point that may become an anchor, once its number is known.
+    struct Candidate
+    {
+        std::size_t stretch;
+        EntryPoint point;
+        std::int64_t proof; ///< pictures from it on that must come out as foreseen
+    };
+
     [[nodiscard]] const PictureList &pictures() const { return m_scan.pictures(); }
-    [[nodiscard]] const Stretch &stretch() const { return m_scan.stretches().at(m_anchor->stretch); }
-    [[nodiscard]] OutputIndex provenEnd() const;
+    [[nodiscard]] const Stretch &stretchOf(const Anchor &anchor) const { return m_scan.stretches().at(anchor.stretch); }
+    [[nodiscard]] OutputIndex provenEnd(const Anchor &anchor) const;
+    [[nodiscard]] PlanningRules rules(const Anchor &anchor) const;
 
     Status findFromStart(FrameNumber number);
-    Status findFromAnchor(FrameNumber number);
-    Status findNearEnd(FrameNumber number);
+    Status findFromAnchors(FrameNumber number);
+    Status findNearEnd(Anchor &anchor, FrameNumber number);
     Status endAt(FrameNumber end, FrameNumber wanted);
+    Status hop(Anchor &anchor, OutputIndex place);
 
-    bool anchorIsProven(FrameNumber horizon);
-    [[nodiscard]] bool scanToFirstStretch();
-    enum class Verdict { Proven, Refuted, Open };
-    Verdict judgeCandidate(std::size_t stretchIndex, const EntryPoint &candidate);
-    std::optional<Anchor> firstCandidate();
-    Beginning::Step decodeBeginning();
+    bool hasFirstAnchor(FrameNumber horizon);
+    bool bridge(Anchor &from, FrameNumber horizon);
+    bool searchAnchor(PictureIndex after, bool isBridge, FrameNumber horizon, std::int64_t effort);
+    std::optional<Candidate> candidate(PictureIndex after, std::size_t passedOver, bool isBridge, FrameNumber horizon);
+    [[nodiscard]] Verdict judge(const Candidate &candidate) const;
 
-    Status hop(OutputIndex place);
+    [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
+    void testRestart(Anchor &anchor, OutputIndex place);
+    [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
+
+    bool beginFromStart();
+    LiteralRun::Step decodeLiterally();
+    void takeNextFrame();
     bool prepareWorker(PictureIndex entry);
     [[nodiscard]] std::unique_ptr<DecodingWorker> makeWorker() const;
-    void takeNextFrame();
-    void keep(FrameNumber number);
 
     VideoLocation m_location;
     VideoCoding m_coding;
@@ -66,14 +90,12 @@ private:
     Scan m_scan;
     ExactCounters m_counters;
 
-    std::unique_ptr<Beginning> m_beginning;
+    std::unique_ptr<LiteralRun> m_literal; ///< from the start, or over a bridge
+    bool m_literalFromStart = false;
     std::unique_ptr<DecodingWorker> m_worker;
-    std::optional<Anchor> m_anchor;
-    std::size_t m_refuted = 0; ///< candidates for the anchor that were not what was foreseen
-    bool m_hopeless = false;   ///< nothing can be proven in this file
-    std::int64_t m_depth = 0;  ///< of the decoder that showed the anchor
-    /// Runs from this place on did not decode as foreseen.
-    std::optional<OutputIndex> m_betrayedFrom;
+    std::deque<Anchor> m_anchors;        ///< ascending
+    bool m_hopeless = false;             ///< there will be no first anchor
+    Trust m_inexact = Trust::Unknown;    ///< recovery points that promise nothing
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;

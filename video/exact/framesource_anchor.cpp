@@ -8,114 +8,157 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::size_t kProof = 16; // pictures that must come out as foreseen, the anchor's own among them
-// Pictures after which the first stretch is to begin, and those that are decoded in search of an anchor at least.
-constexpr std::int64_t kMostBeforeStretch = 300;
-constexpr std::int64_t kLeastEffort = 48;
-// What may be in vain of what decoding everything costs.
-constexpr std::int64_t kEffortDivisor = 12;
-// Pictures that come out while one waits for its turn, at most.
-constexpr std::int64_t kMostDelay = 2 * kMostReordering;
+// Pictures from a random access point on that must come out as foreseen before it is an anchor. From the start they
+// only show that what is foreseen is what this decoder does. After damage they have also replaced what the decoder
+// remembers of it.
+constexpr std::int64_t kProof = 16;
+constexpr std::int64_t kProofAfterDamage = 32;
+constexpr std::int64_t kProofAfterDamageBehindOthers = 64; // than IDR, BLA and CRA pictures
+
+constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
+constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
+constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
+constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
+constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
+
+std::int64_t proofBehind(RandomAccess kind, bool isBridge)
+{
+    if (!isBridge)
+        return kProof;
+    const bool isClean = kind == RandomAccess::Idr || kind == RandomAccess::Bla || kind == RandomAccess::Cra;
+    return isClean ? kProofAfterDamage : kProofAfterDamageBehindOthers;
+}
 
 } // namespace
 
-bool FrameSource::scanToFirstStretch()
+// Decodes the beginning until the first random access point that can be counted from has shown its number.
+// `horizon`: the last picture that it is done for.
+bool FrameSource::hasFirstAnchor(FrameNumber horizon)
 {
+    if (!m_anchors.empty() || m_hopeless)
+        return !m_anchors.empty();
+    m_hopeless = true;
     while (m_scan.stretches().count() == 0 && pictures().pictureEnd().value() < kMostBeforeStretch && m_scan.readOn()) {
     }
-    return m_scan.stretches().count() > 0;
+    if (m_scan.stretches().count() == 0)
+        return false;
+    const std::int64_t effort = std::max(kLeastEffort, horizon.value() / kEffortDivisor);
+    const std::optional<Candidate> first = candidate(PictureIndex(std::int64_t{-1}), 0, false, horizon);
+    if (!first || first->point.picture.value() + kProof > effort)
+        return false;
+    return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, horizon, effort);
 }
 
-// Decodes the beginning until the first random access point that can be counted from has shown its number, and the
-// pictures after it came out as foreseen. `horizon`: the last picture that it is done for.
-bool FrameSource::anchorIsProven(FrameNumber horizon)
+// Decodes through what is doubtful, from the last random access point well before it on.
+bool FrameSource::bridge(Anchor &from, FrameNumber horizon)
 {
-    const std::int64_t effort = std::max(kLeastEffort, horizon.value() / kEffortDivisor);
-    if (m_hopeless || !scanToFirstStretch()) {
-        m_hopeless = true;
+    if (from.wasBridgedFrom)
         return false;
-    }
-    while (const std::optional<Anchor> candidate = firstCandidate()) {
-        const Stretch &home = m_scan.stretches().at(candidate->stretch);
-        const EntryPoint point = {home.at(candidate->place), candidate->place};
-        if (!m_beginning && point.picture.value() + static_cast<std::int64_t>(kProof) > effort)
-            break;
-        if (!m_beginning)
-            m_beginning = std::make_unique<Beginning>(makeWorker(), m_counters);
-        Verdict verdict = judgeCandidate(candidate->stretch, point);
-        while (verdict == Verdict::Open && m_beginning->position().value() < effort) {
-            const Beginning::Step step = decodeBeginning();
-            if (step == Beginning::Step::NeedsPacket) {
-                endAt(FrameNumber(m_beginning->shown().size()), horizon);
+    from.wasBridgedFrom = true;
+    const Stretch &home = stretchOf(from);
+    const OutputIndex last = provenEnd(from) - 1;
+    const std::optional<EntryPoint> entry = last >= from.point.place ? entryFor(from, last) : std::nullopt;
+    if (!entry)
+        return false;
+    PictureIndex trouble = home.end();
+    if (from.betrayedFrom)
+        trouble = std::min(trouble, home.at(*from.betrayedFrom));
+    if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(from.depth))
+        trouble = std::min(trouble, *tooDeep);
+
+    // Decoding to the horizon and over it must be dearer.
+    const std::optional<Candidate> first = candidate(trouble, 0, true, horizon);
+    const std::int64_t effort = horizon - from.numberAt(entry->place) + kBeyondHorizon;
+    if (!first || first->point.picture - entry->picture + first->proof > effort || !prepareWorker(entry->picture))
+        return false;
+    std::optional<StartPlan> start = planStart(pictures(), entry->picture, rules(from));
+    if (!start)
+        return false;
+    start->strict = false;
+    if (!m_worker->start(*start, m_counters))
+        return false;
+    m_literal = std::make_unique<LiteralRun>(std::move(m_worker), m_counters, pictures(), entry->picture,
+                                             from.numberAt(entry->place), start->ways);
+    m_literalFromStart = false;
+    return searchAnchor(trouble, true, horizon, entry->picture.value() + effort);
+}
+
+// Decodes on until a random access point after picture `after` and what follows it came out as foreseen, but not
+// beyond coded picture `effort`.
+bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, FrameNumber horizon, std::int64_t effort)
+{
+    for (std::size_t refuted = 0;; ++refuted) {
+        const std::optional<Candidate> found = candidate(after, refuted, isBridge, horizon);
+        if (!found)
+            return false;
+        Verdict verdict = judge(*found);
+        while (verdict == Verdict::Open) {
+            if (m_literal->position().value() >= effort)
                 return false;
-            }
-            if (step == Beginning::Step::Failed) {
-                m_hopeless = true;
+            const LiteralRun::Step step = decodeLiterally();
+            if (step == LiteralRun::Step::NeedsPacket && m_literalFromStart)
+                endAt(m_literal->end(), horizon);
+            if (step != LiteralRun::Step::Picture)
                 return false;
-            }
-            verdict = judgeCandidate(candidate->stretch, point);
+            verdict = judge(*found);
         }
         if (verdict == Verdict::Proven) {
-            m_anchor = candidate;
-            m_depth = m_beginning->depth();
+            Anchor anchor;
+            anchor.stretch = found->stretch;
+            anchor.point = found->point;
+            anchor.number = *m_literal->numberOf(found->point.picture);
+            anchor.depth = m_literal->depth();
+            m_anchors.push_back(anchor);
             return true;
         }
-        if (verdict == Verdict::Open)
-            break;
-        ++m_refuted;
     }
-    m_hopeless = true;
-    return false;
 }
 
-// The first random access point that was not refuted, without its number where it was not shown yet.
-std::optional<Anchor> FrameSource::firstCandidate()
+// The random access points after picture `after` with enough pictures for a proof, `passedOver` of them left out.
+std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge,
+                                                             FrameNumber horizon)
 {
-    std::size_t passed = 0;
-    for (std::size_t i = 0; i < m_scan.stretches().count(); ++i) {
+    const std::int64_t farthest = std::max(after.value(), horizon.value()) + kBeyondHorizon;
+    for (std::size_t i = 0;; ++i) {
+        while (i >= m_scan.stretches().count() && pictures().pictureEnd().value() < farthest && m_scan.readOn()) {
+        }
+        if (i >= m_scan.stretches().count())
+            return std::nullopt;
         const Stretch &home = m_scan.stretches().at(i);
-        const auto needed = static_cast<std::int64_t>(kProof);
         for (std::size_t point = 0;; ++point) {
-            const auto enough = [&] {
-                return home.entryPoints().size() > point &&
-                       home.certainEnd() - home.entryPoints()[point].place >= needed;
-            };
-            while (!enough() && !home.isClosed() && m_scan.readOn()) {
+            while (home.entryPoints().size() <= point && !home.isClosed() &&
+                   pictures().pictureEnd().value() < farthest && m_scan.readOn()) {
             }
-            if (!enough())
+            if (home.entryPoints().size() <= point)
                 break;
-            if (passed++ < m_refuted)
-                continue;
             const EntryPoint &found = home.entryPoints()[point];
-            Anchor anchor = {i, found.place, FrameNumber()};
-            if (m_beginning) {
-                const std::vector<PictureIndex> &shown = m_beginning->shown();
-                const auto at = std::find(shown.begin(), shown.end(), found.picture);
-                anchor.number = FrameNumber(static_cast<std::int64_t>(at - shown.begin()));
+            const std::int64_t proof = proofBehind(pictures().picture(found.picture).randomAccess, isBridge);
+            while (home.certainEnd() - found.place < proof && !home.isClosed() && m_scan.readOn()) {
             }
-            return anchor;
+            if (found.picture > after && home.certainEnd() - found.place >= proof && passedOver-- == 0)
+                return Candidate{i, home.entryPoints()[point], proof};
         }
     }
-    return std::nullopt;
 }
 
-FrameSource::Verdict FrameSource::judgeCandidate(std::size_t stretchIndex, const EntryPoint &candidate)
+FrameSource::Verdict FrameSource::judge(const Candidate &candidate) const
 {
-    const std::vector<PictureIndex> &shown = m_beginning->shown();
-    const Stretch &home = m_scan.stretches().at(stretchIndex);
-    if (m_beginning->lastTrouble() >= candidate.picture)
+    const Stretch &home = m_scan.stretches().at(candidate.stretch);
+    if (m_literal->lastTrouble() >= candidate.point.picture)
         return Verdict::Refuted;
-    const auto at = std::find(shown.begin(), shown.end(), candidate.picture);
-    if (at == shown.end())
-        return m_beginning->position() - candidate.picture > kMostDelay ? Verdict::Refuted : Verdict::Open;
-    OutputIndex place = candidate.place;
-    for (auto picture = at; picture != shown.end(); ++picture, ++place) {
-        if (picture - at == static_cast<std::ptrdiff_t>(kProof))
+    const std::optional<FrameNumber> number = m_literal->numberOf(candidate.point.picture);
+    if (!number) {
+        const bool isLate = m_literal->position() - candidate.point.picture > kMostDelay;
+        return isLate ? Verdict::Refuted : Verdict::Open;
+    }
+    OutputIndex place = candidate.point.place;
+    for (FrameNumber shown = *number; shown < m_literal->end(); ++shown, ++place) {
+        if (place - candidate.point.place == candidate.proof)
             return Verdict::Proven;
-        if (place >= home.certainEnd() || *picture != home.at(place))
+        if (m_literal->at(shown) != home.at(place))
             return Verdict::Refuted;
     }
-    return shown.end() - at >= static_cast<std::ptrdiff_t>(kProof) ? Verdict::Proven : Verdict::Open;
+    return place - candidate.point.place == candidate.proof ? Verdict::Proven : Verdict::Open;
 }
 
 } // namespace quorvale

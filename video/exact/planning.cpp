@@ -29,29 +29,6 @@ void addPackets(std::vector<PlannedPacket> &packets, const PictureList &pictures
         packets.push_back({pictures.packet(packet), packet, picture, isNeeded});
 }
 
-// Everything but packets and outputs.
-std::optional<RunPlan> beginPlan(const PictureList &pictures, const EntryPoint &entry, const PlanningRules &rules)
-{
-    RunPlan plan;
-    for (const PictureIndex setter : pictures.parameterSetters()) {
-        if (setter < rules.primeFrom || setter >= entry.picture)
-            continue;
-        RunPlan::Primer primer;
-        primer.ways = waysTo(pictures, pictures.picture(setter).firstPacket);
-        addPackets(primer.packets, pictures, setter, true);
-        plan.primers.push_back(std::move(primer));
-    }
-    if (plan.primers.size() > kMostPrimers)
-        return std::nullopt;
-    const CodedPicture &first = pictures.picture(entry.picture);
-    plan.ways = waysTo(pictures, first.firstPacket);
-    plan.depth = rules.depth;
-    // Behind open recovery points sound streams hold memory commands about pictures before them, which would count as
-    // errors.
-    plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
-    return plan;
-}
-
 // Pictures decoded after the entry point and output before it.
 void addInFront(RunPlan &plan, const PictureList &pictures, const EntryPoint &entry)
 {
@@ -64,7 +41,29 @@ void addInFront(RunPlan &plan, const PictureList &pictures, const EntryPoint &en
 
 } // namespace
 
-const EntryPoint *entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from)
+std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry, const PlanningRules &rules)
+{
+    StartPlan plan;
+    for (const PictureIndex setter : pictures.parameterSetters()) {
+        if (setter < rules.primeFrom || setter >= entry)
+            continue;
+        StartPlan::Primer primer;
+        primer.ways = waysTo(pictures, pictures.picture(setter).firstPacket);
+        addPackets(primer.packets, pictures, setter, true);
+        plan.primers.push_back(std::move(primer));
+    }
+    if (plan.primers.size() > kMostPrimers)
+        return std::nullopt;
+    const CodedPicture &first = pictures.picture(entry);
+    plan.ways = waysTo(pictures, first.firstPacket);
+    plan.depth = rules.depth;
+    // Behind open recovery points sound streams hold memory commands about pictures before them, which would count as
+    // errors.
+    plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
+    return plan;
+}
+
+std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from, bool allowInexact)
 {
     const std::vector<EntryPoint> &points = stretch.entryPoints();
     auto point = std::upper_bound(points.begin(), points.end(), place,
@@ -73,26 +72,28 @@ const EntryPoint *entryPointFor(const Stretch &stretch, OutputIndex place, Outpu
         --point;
         if (point->place < from)
             break;
-        if (point->picture <= stretch.at(place))
-            return &*point;
+        if (point->picture <= stretch.at(place) && (allowInexact || !point->isInexact))
+            return *point;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch &stretch, const EntryPoint &entry,
                                      OutputIndex place, const PlanningRules &rules)
 {
-    std::optional<RunPlan> plan = beginPlan(pictures, entry, rules);
-    if (!plan)
-        return plan;
-    addInFront(*plan, pictures, entry);
+    std::optional<StartPlan> start = planStart(pictures, entry.picture, rules);
+    if (!start)
+        return std::nullopt;
+    RunPlan plan;
+    plan.start = std::move(*start);
+    addInFront(plan, pictures, entry);
     const PictureIndex target = stretch.at(place);
     const CodedPicture &wanted = pictures.picture(target);
     const CodedPicture &first = pictures.picture(entry.picture);
     // Draining loses pictures in H.264, behind recovery points.
-    plan->drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
+    plan.drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
     const PictureIndex end =
-        plan->drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
+        plan.drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
 
     //     output order   K . . r . . T . r      decoded   K r . . T r . . r
     //     what comes out K     r     T . r                K r     T r   . r    . : no other picture refers to it
@@ -103,12 +104,13 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
         const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
         const bool isNeeded =
             i == target || mayBeReferredTo || picture.setsParameters || (i > target && !picture.isOutputBefore(wanted));
-        addPackets(plan->packets, pictures, i, isNeeded);
+        addPackets(plan.packets, pictures, i, isNeeded);
     }
     for (OutputIndex i = entry.place; i <= place; ++i) {
         const CodedPicture &picture = pictures.picture(stretch.at(i));
-        if (i == place || (picture.isReference && stretch.at(i) < end) || picture.setsParameters)
-            plan->outputs.push_back(stretch.at(i));
+        const bool isSent = picture.isReference || picture.setsParameters || !rules.leavesOut;
+        if (i == place || (isSent && stretch.at(i) < end))
+            plan.outputs.push_back(stretch.at(i));
     }
     return plan;
 }
@@ -116,15 +118,17 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
 std::optional<RunPlan> planToEnd(const PictureList &pictures, const Stretch &stretch, const EntryPoint &entry,
                                  const PlanningRules &rules)
 {
-    std::optional<RunPlan> plan = beginPlan(pictures, entry, rules);
-    if (!plan)
-        return plan;
-    addInFront(*plan, pictures, entry);
-    plan->strict = false; // The last packets may be torn.
+    std::optional<StartPlan> start = planStart(pictures, entry.picture, rules);
+    if (!start)
+        return std::nullopt;
+    RunPlan plan;
+    plan.start = std::move(*start);
+    addInFront(plan, pictures, entry);
+    plan.start.strict = false; // The last packets may be torn.
     for (PictureIndex i = entry.picture; i < pictures.pictureEnd(); ++i)
-        addPackets(plan->packets, pictures, i, true);
+        addPackets(plan.packets, pictures, i, true);
     for (OutputIndex i = entry.place; i < stretch.certainEnd(); ++i)
-        plan->outputs.push_back(stretch.at(i));
+        plan.outputs.push_back(stretch.at(i));
     return plan;
 }
 

@@ -14,13 +14,19 @@ struct PlanningRules
     bool isHevc = false;
     std::int64_t depth = 0; ///< of the decoder that was seen, see Decoding::depth()
     PictureIndex primeFrom; ///< the first picture whose parameters the decoder may not know
+    bool leavesOut = true;  ///< pictures that no other one refers to
 };
 
-/// The last entry point from which the picture at `place` can be decoded, none before `from`; null where there is none.
-[[nodiscard]] const EntryPoint *entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from);
+/// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
+/// is none. /// `allowInexact`: also one that promises nothing.
+[[nodiscard]] std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from,
+                                              bool allowInexact);
 
-/// Decodes the picture at `place` from `entry` on, and what it may need on the way. Nothing where too many other
-/// pictures set parameters first.
+/// To begin at `entry`. Nothing where too many other pictures set parameters first.
+[[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,
+                                                 const PlanningRules &rules);
+
+/// Decodes the picture at `place` from `entry` on, and what it may need on the way.
 [[nodiscard]] std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch &stretch,
                                                    const EntryPoint &entry, OutputIndex place,
                                                    const PlanningRules &rules);

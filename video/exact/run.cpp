@@ -7,51 +7,21 @@
 
 namespace quorvale {
 
-Run::Run(const RunPlan &plan, PacketReplay &replay, Decoding &decoding, ExactCounters &counters)
+Run::Run(const RunPlan &plan, DecodingWorker &worker, ExactCounters &counters)
     : m_plan(plan)
-    , m_replay(replay)
-    , m_decoding(decoding)
+    , m_worker(worker)
     , m_counters(counters)
     , m_packet(ffmpeg::makePacket())
 {
 }
 
-bool Run::begin()
-{
-    m_begun = true;
-    ++m_counters.runs;
-    m_decoding.setStrict(false);
-    for (const RunPlan::Primer &primer : m_plan.primers) {
-        if (!prime(primer))
-            return false;
-    }
-    m_decoding.flush();
-    m_decoding.setDepth(m_plan.depth);
-    m_decoding.setStrict(m_plan.strict);
-    return true;
-}
-
-bool Run::prime(const RunPlan::Primer &primer)
-{
-    m_decoding.flush();
-    const ffmpeg::FramePtr dropped = ffmpeg::makeFrame();
-    for (const PlannedPacket &packet : primer.packets) {
-        if (!m_replay.read(packet, primer.ways, *m_packet))
-            return false;
-        m_decoding.send(*m_packet, packet.picture);
-        while (m_decoding.receive(*dropped) == Decoding::Output::Picture) {
-        }
-    }
-    ++m_counters.picturesDecoded;
-    return true;
-}
-
 Run::Step Run::next(AVFrame &frame)
 {
-    if (!m_begun && !begin())
+    if (!m_begun && !m_worker.start(m_plan.start, m_counters))
         return Step::Failed;
+    m_begun = true;
     for (;;) {
-        const Decoding::Output output = m_decoding.receive(frame);
+        const Decoding::Output output = m_worker.decoding.receive(frame);
         if (output == Decoding::Output::Failed)
             return Step::Failed;
         if (output == Decoding::Output::Nothing) {
@@ -60,7 +30,7 @@ Run::Step Run::next(AVFrame &frame)
                     return Step::Failed;
             } else if (m_plan.drains && !m_drained) {
                 m_drained = true;
-                m_decoding.drain();
+                m_worker.decoding.drain();
             } else {
                 return Step::End;
             }
@@ -83,12 +53,12 @@ bool Run::sendNext()
     const PlannedPacket &packet = m_plan.packets[m_sent];
     const bool beginsPicture = m_sent == 0 || m_plan.packets[m_sent - 1].picture != packet.picture;
     ++m_sent;
-    if (!m_replay.read(packet, m_plan.ways, *m_packet))
+    if (!m_worker.replay.read(packet, m_plan.start.ways, *m_packet))
         return false;
     if (!packet.isNeeded)
         return true;
     m_counters.picturesDecoded += beginsPicture ? 1 : 0;
-    return m_decoding.send(*m_packet, packet.picture);
+    return m_worker.decoding.send(*m_packet, packet.picture);
 }
 
 bool Run::isInFront(PictureIndex picture) const

@@ -10,11 +10,6 @@ constexpr std::size_t kReordering = kMostReordering;
 constexpr std::size_t kJudgedAtOnce = 8;    // places
 constexpr std::size_t kUsualStepsSeen = 40; // places that tell the usual distance of display times
 
-bool isEntry(RandomAccess kind)
-{
-    return kind != RandomAccess::None && kind != RandomAccess::InexactRecoveryPoint;
-}
-
 // Times come from the file; a difference that does not fit wraps, and is not steady either way.
 std::int64_t stepBetween(std::int64_t earlier, std::int64_t later)
 {
@@ -27,8 +22,8 @@ Stretch::Stretch(const PictureList &pictures, PictureIndex first)
     : m_order{first}
     , m_end(first + 1)
 {
-    if (isEntry(pictures.picture(first).randomAccess))
-        m_entryPoints.push_back({first, OutputIndex()});
+    const bool isInexact = pictures.picture(first).randomAccess == RandomAccess::InexactRecoveryPoint;
+    m_entryPoints.push_back({first, OutputIndex(), isInexact});
 }
 
 void Stretch::append(PictureList &pictures, PictureIndex picture)
@@ -48,7 +43,7 @@ void Stretch::append(PictureList &pictures, PictureIndex picture)
     m_order.insert(m_order.begin() + static_cast<std::ptrdiff_t>(*place), picture);
     noteDepth(picture, depth);
     // All that is decoded before it is output before it, too.
-    if (depth == 0 && isEntry(pictures.picture(picture).randomAccess))
+    if (depth == 0 && pictures.picture(picture).randomAccess != RandomAccess::None)
         m_waitingPoints.push_back(picture);
     judge(pictures, false);
 }
@@ -99,7 +94,7 @@ void Stretch::judge(PictureList &pictures, bool toTheEnd)
         return;
     m_certainEnd = OutputIndex(final);
     judgeDisplayTimes(pictures, from, final);
-    noteEntryPoints(from);
+    noteEntryPoints(pictures, from);
 }
 
 void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::size_t end)
@@ -149,11 +144,12 @@ void Stretch::doubtPlaces(PictureList &pictures, std::size_t earlier, std::size_
     m_end = std::max(m_order[earlier], m_order[later]);
 }
 
-void Stretch::noteEntryPoints(std::size_t from)
+void Stretch::noteEntryPoints(const PictureList &pictures, std::size_t from)
 {
     for (std::size_t i = from; i < m_certainEnd.place() && !m_waitingPoints.empty(); ++i) {
         if (m_order[i] == m_waitingPoints.front()) {
-            m_entryPoints.push_back({m_order[i], OutputIndex(i)});
+            const bool isInexact = pictures.picture(m_order[i]).randomAccess == RandomAccess::InexactRecoveryPoint;
+            m_entryPoints.push_back({m_order[i], OutputIndex(i), isInexact});
             m_waitingPoints.erase(m_waitingPoints.begin());
         }
     }

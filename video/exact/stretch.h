@@ -18,6 +18,7 @@ struct EntryPoint
 {
     PictureIndex picture;
     OutputIndex place;
+    bool isInexact = false; ///< the standard does not promise it
 };
 
 /// A run of pictures without doubt, from a random access point on, in the order in which a decoder outputs them.
@@ -66,7 +67,7 @@ private:
     void judgeDisplayTimes(PictureList &pictures, std::size_t from, std::size_t end);
     [[nodiscard]] std::int64_t usualStep(const PictureList &pictures, std::size_t end) const;
     void doubtPlaces(PictureList &pictures, std::size_t earlier, std::size_t later);
-    void noteEntryPoints(std::size_t from);
+    void noteEntryPoints(const PictureList &pictures, std::size_t from);
 
     std::vector<PictureIndex> m_order;
     std::vector<EntryPoint> m_entryPoints;

@@ -1,4 +1,4 @@
-#include "video/exact/beginning.h"
+#include "video/exact/literalrun.h"
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
@@ -16,19 +16,34 @@ constexpr int kMostDamagedPictures = 64;
 
 } // namespace
 
-Beginning::Beginning(std::unique_ptr<DecodingWorker> worker, ExactCounters &counters)
+LiteralRun::LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &counters)
     : m_worker(std::move(worker))
     , m_counters(counters)
     , m_packet(ffmpeg::makePacket())
 {
 }
 
-Beginning::Step Beginning::next(const PictureList &pictures, AVFrame &frame)
+LiteralRun::LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &counters, const PictureList &pictures,
+                       PictureIndex entry, FrameNumber number, const WaysIn &ways)
+    : m_worker(std::move(worker))
+    , m_counters(counters)
+    , m_packet(ffmpeg::makePacket())
+    , m_firstNumber(number)
+    , m_entry(entry)
+    , m_ways(ways)
+    , m_picture(entry)
+    , m_next(pictures.picture(entry).firstPacket)
+{
+}
+
+LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame)
 {
     for (;;) {
         switch (m_worker->decoding.receive(frame)) {
         case Decoding::Output::Picture:
             m_failuresInARow = 0;
+            if (isInFront(pictures, Decoding::pictureOf(frame)))
+                continue;
             m_shown.push_back(Decoding::pictureOf(frame));
             if (ffmpeg::isDamaged(frame))
                 m_lastTrouble = std::max(m_lastTrouble, m_picture);
@@ -50,12 +65,12 @@ Beginning::Step Beginning::next(const PictureList &pictures, AVFrame &frame)
     }
 }
 
-bool Beginning::sendNext(const PictureList &pictures)
+bool LiteralRun::sendNext(const PictureList &pictures)
 {
     while (m_picture + 1 < pictures.pictureEnd() && pictures.picture(m_picture + 1).firstPacket <= m_next)
         ++m_picture;
     const PlannedPacket wanted = {pictures.packet(m_next), m_next, m_picture, true};
-    if (!m_worker->replay.read(wanted, {-1, -1, -1}, *m_packet))
+    if (!m_worker->replay.read(wanted, m_ways, *m_packet))
         return false;
     if (pictures.picture(m_picture).firstPacket == m_next)
         ++m_counters.picturesDecoded;
@@ -66,7 +81,23 @@ bool Beginning::sendNext(const PictureList &pictures)
     return true;
 }
 
-std::unique_ptr<DecodingWorker> Beginning::takeWorker()
+// Decoded after the entry point and output before it: it refers to what was not decoded.
+bool LiteralRun::isInFront(const PictureList &pictures, PictureIndex picture) const
+{
+    return m_entry && m_shown.empty() && picture > *m_entry && picture < pictures.pictureEnd() &&
+           pictures.picture(picture).isOutputBefore(pictures.picture(*m_entry));
+}
+
+std::optional<FrameNumber> LiteralRun::numberOf(PictureIndex picture) const
+{
+    // What was asked for came out lately.
+    const auto found = std::find(m_shown.rbegin(), m_shown.rend(), picture);
+    if (found == m_shown.rend())
+        return std::nullopt;
+    return m_firstNumber + static_cast<std::int64_t>(m_shown.rend() - found - 1);
+}
+
+std::unique_ptr<DecodingWorker> LiteralRun::takeWorker()
 {
     return std::move(m_worker);
 }

@@ -1,0 +1,55 @@
+#include "video/exact/framesource.h"
+
+#include "video/ffmpeg/compat.h"
+
+namespace quorvale {
+
+namespace {
+
+constexpr std::int64_t kSoundBehind = 16; // pictures between the entry point and the last one that is certain
+
+} // namespace
+
+// Which of a file's last pictures exist is up to the decoder: it gets all that come behind the last one that is
+// certain, and is not drained.
+FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
+{
+    const Stretch &home = stretchOf(anchor);
+    const OutputIndex lastCertain = home.certainEnd() - 1 - kSoundBehind;
+    const std::optional<EntryPoint> entry =
+        lastCertain >= anchor.point.place ? entryFor(anchor, lastCertain) : std::nullopt;
+    // Going on from the start is no dearer, and needs no plan.
+    if (!entry || (m_literal && m_literalFromStart && m_literal->position() >= entry->picture))
+        return findFromStart(number);
+    if (!prepareWorker(entry->picture))
+        return Status::NotProven;
+    const std::optional<RunPlan> plan = planToEnd(pictures(), home, *entry, rules(anchor));
+    if (!plan)
+        return Status::NotProven;
+
+    Run run(*plan, *m_worker, m_counters);
+    const FrameNumber first = anchor.numberAt(entry->place);
+    FrameNumber end = first;
+    const ffmpeg::FramePtr wanted = ffmpeg::makeFrame();
+    Run::Step step = Run::Step::Picture;
+    while ((step = run.next(*m_nextFrame)) == Run::Step::Picture) {
+        takeNextFrame();
+        if (end == number && av_frame_ref(wanted.get(), m_frame.get()) < 0)
+            return Status::Failed;
+        ++end;
+    }
+    m_worker.reset();
+    if (step == Run::Step::Failed || end - first < static_cast<std::int64_t>(plan->outputs.size())) {
+        anchor.betrayedFrom = entry->place;
+        return Status::NotProven;
+    }
+    const Status status = endAt(end, number);
+    if (status == Status::PastEnd || number == end - 1)
+        return status;
+    av_frame_unref(m_frame.get());
+    av_frame_move_ref(m_frame.get(), wanted.get());
+    m_frameNumber = number;
+    return Status::Found;
+}
+
+} // namespace quorvale

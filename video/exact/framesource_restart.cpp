@@ -1,0 +1,77 @@
+#include "video/exact/framesource.h"
+
+#include "video/exact/framechecksum.h"
+#include "video/ffmpeg/compat.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace quorvale {
+
+namespace {
+
+constexpr std::int64_t kFarAway = 60;   // pictures to a target, below which a test would cost more than it saves
+constexpr std::int64_t kCompared = 12;  // pictures that must look the same after a restart
+constexpr std::int64_t kWellBefore = 8; // pictures that the running decoder had decoded before it
+constexpr std::int64_t kEffortDivisor = 4; // of the way to the target, at most
+
+} // namespace
+
+// Where to begin for the picture at `place`. Points that promise nothing are put to a test first.
+std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex place)
+{
+    const auto exact = entryPointFor(stretchOf(anchor), place, anchor.point.place, false);
+    const auto any = entryPointFor(stretchOf(anchor), place, anchor.point.place, true);
+    const bool isFar = place - (exact ? exact->place : anchor.point.place) > kFarAway;
+    if (any && any->isInexact && m_inexact == Trust::Unknown && isFar && &anchor == &m_anchors.front())
+        testRestart(anchor, place);
+    return m_inexact == Trust::Yes ? any : exact;
+}
+
+// A second decoder begins at the first such point that the decoder which began at the file's start has not come to
+// yet. What both make of it and of the pictures after it must be the same.
+void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
+{
+    if (!beginFromStart())
+        return;
+    const std::vector<EntryPoint> &points = stretchOf(anchor).entryPoints();
+    const auto point = std::find_if(points.begin(), points.end(), [&](const EntryPoint &entry) {
+        return entry.isInexact && entry.place - anchor.point.place >= kWellBefore &&
+               entry.picture > m_literal->position() && !m_literal->numberOf(entry.picture);
+    });
+    if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
+        point->place.value() + kCompared > place.value() / kEffortDivisor)
+        return;
+    const EntryPoint tested = *point; // Scanning adds points.
+    m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
+}
+
+bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
+{
+    std::vector<FrameChecksum> expected;
+    while (expected.size() < kCompared) {
+        if (decodeLiterally() != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
+            return false;
+        const PictureIndex latest = m_literal->at(m_literal->end() - 1);
+        const OutputIndex place = point.place + static_cast<std::int64_t>(expected.size());
+        if (latest == stretchOf(anchor).at(place))
+            expected.push_back(checksumOf(*m_frame));
+        else if (!expected.empty())
+            return false;
+    }
+
+    PlanningRules all = rules(anchor);
+    all.leavesOut = false;
+    all.primeFrom = PictureIndex();
+    const OutputIndex last = point.place + (kCompared - 1);
+    const std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
+    const std::unique_ptr<DecodingWorker> worker = makeWorker();
+    if (!plan || !worker)
+        return false;
+    Run run(*plan, *worker, m_counters);
+    return std::all_of(expected.begin(), expected.end(), [&](const FrameChecksum &checksum) {
+        return run.next(*m_nextFrame) == Run::Step::Picture && checksumOf(*m_nextFrame) == checksum;
+    });
+}
+
+} // namespace quorvale
