@@ -11,6 +11,9 @@ extern "C" {
 
 using namespace quorvale;
 
+// ffvideo.h does without FFmpeg's headers and spells these out.
+static_assert(AV_PIX_FMT_NONE == -1 && AVCOL_SPC_UNSPECIFIED == 2);
+
 bool FFVideo::registered = false;
 
 FFVideo::FFVideo()

@@ -186,7 +186,7 @@ private:
     void recordPicture(std::int64_t arrivalDts);
     void reachEnd();
 
-    bool restartAtFirstByte();
+    void restartAtFirstByte();
     bool seekTo(const KeyFrameEntry &row);
     Landing landOn(const KeyFrameEntry &row);
 

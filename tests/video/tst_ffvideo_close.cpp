@@ -44,6 +44,24 @@ private slots:
         QCOMPARE(video.keyFrames.count, 0);
     }
 
+    void restart_isTakenForDone_whereTheContainerHasNoBytePositions()
+    {
+        // A reader that once met raw HEVC restarts every later file at byte 0, and goes on from where it is if it
+        // cannot.
+        const QString mp4 =
+            streams.make("after.mp4", {"-f", "lavfi", "-i", "testsrc2=s=64x48:r=25:d=2", "-c:v", "mpeg4", "-g", "5"});
+        FFVideo video;
+        QVERIFY(open(video, streams.rawHevc()));
+        QVERIFY(open(video, mp4));
+        QVERIFY(video.seekToFrame(20));
+        const std::int64_t dts = video.lastDts;
+        QVERIFY(video.seekToNearestKeyFrame(0, 0));
+        QCOMPARE(video.currentFrame, -1);
+        QVERIFY(video.stepForward());
+        QCOMPARE(video.currentFrame, 0);
+        QVERIFY(video.lastDts > dts);
+    }
+
     void close_leavesWhatTheNextOpenResets()
     {
         FFVideo video;
