@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ffmpeg = quorvale::ffmpeg;
+
 namespace {
 
 // FFmpeg gives a decoder black buffers at first, and later those of earlier pictures as they are. This makes them

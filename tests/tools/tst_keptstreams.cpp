@@ -8,6 +8,8 @@
 
 #include <memory>
 
+using namespace quorvale;
+
 class tst_KeptStreams : public QObject
 {
     Q_OBJECT
