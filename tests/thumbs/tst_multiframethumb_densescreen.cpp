@@ -20,6 +20,7 @@ private slots:
     void frame_leavesHighDensity_whenBothAreNull();
     void frame_isDrawnDotForDot_whereItsPixelsFit();
     void frame_fillsTheWidget_whenItWasScaled();
+    void scaledFrame_hasEveryPixelOfItsPlace_onThisScreen();
     void frame_fixesTheHeight_atItsPixels();
     void frame_isCentredByItsPixels();
     void series_areNeverReadPastTheirEnds_data();
@@ -139,6 +140,24 @@ void tst_MultiFrameThumbDenseScreen::frame_fillsTheWidget_whenItWasScaled()
     widget.resize(320, 260);
     widget.SetThumbs(x1.pointers, x2.pointers);
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 640, 480), Qt::blue));
+    QCOMPARE(widget.height(), 240);
+}
+
+// 640 x 480 dots in a place of 320 x 240 units, which has as many dots: not one is lost.
+void tst_MultiFrameThumbDenseScreen::scaledFrame_hasEveryPixelOfItsPlace_onThisScreen()
+{
+    Series series;
+    series.add(manyColoured({640, 480}))->setDevicePixelRatio(2);
+    MultiFrameThumb widget(nullptr);
+    widget.resize(320, 260);
+    widget.SetThumbs(series.pointers, series.pointers);
+    QImage image = rendered(widget);
+    image.setDevicePixelRatio(1);
+    QCOMPARE(paintedRect(image), QRect(0, 0, 640, 480));
+    QCOMPARE(coloursIn(image, QRect(0, 0, 640, 480)), 640 * 480);
+    QImage source = series.pointers[0]->toImage();
+    source.setDevicePixelRatio(1);
+    QCOMPARE(image.copy(0, 0, 640, 480).convertToFormat(QImage::Format_RGB32), source);
     QCOMPARE(widget.height(), 240);
 }
 

@@ -14,6 +14,7 @@ private slots:
     void initTestCase();
     void init();
     void frame_isTheDenseOne();
+    void scaledFrame_hasEveryPixelOfItsPlace_onThisScreen();
     void ring_isMadeAtTwiceTheSize();
     void ring_fillsItsPlace_whateverItsPixels();
 };
@@ -39,6 +40,21 @@ void tst_MultiFrameThumbTripleScreen::frame_isTheDenseOne()
     widget.SetThumbs(x1.pointers, x2.pointers);
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 300, 240), Qt::blue));
     QCOMPARE(widget.highDensity, true);
+}
+
+// 240 x 180 dots in a place of 80 x 60 units.
+void tst_MultiFrameThumbTripleScreen::scaledFrame_hasEveryPixelOfItsPlace_onThisScreen()
+{
+    Series series;
+    series.add(manyColoured({240, 180}))->setDevicePixelRatio(2);
+    MultiFrameThumb widget(nullptr);
+    widget.resize(80, 100);
+    widget.SetThumbs(series.pointers, series.pointers);
+    QImage image = rendered(widget);
+    image.setDevicePixelRatio(1);
+    QCOMPARE(paintedRect(image), QRect(0, 0, 240, 180));
+    QCOMPARE(coloursIn(image, QRect(0, 0, 240, 180)), 240 * 180);
+    QCOMPARE(widget.height(), 60);
 }
 
 void tst_MultiFrameThumbTripleScreen::ring_isMadeAtTwiceTheSize()
