@@ -2,6 +2,7 @@
 
 #include "app/viewer.h"
 
+#include "app/listhints.h"
 #include "app/qtversion.h"
 
 #include <QComboBox>
@@ -75,6 +76,7 @@ void Viewer::Preferences()
 
     auto *mountPointEdit = new QLineEdit(mountPoint);
     mountPointEdit->setMinimumWidth(kPathWidth);
+    mountPointEdit->setLayoutDirection(Qt::LeftToRight); // as paths read on every desktop
     form->addRow(tr("Drive Mount Point:"), mountPointEdit);
     auto *dateFormatBox = new QComboBox;
     dateFormatBox->addItems({tr("dd.mm.yyyy"), tr("mm.dd.yyyy"), tr("yyyy.mm.dd")});
@@ -83,7 +85,10 @@ void Viewer::Preferences()
 
     dialog.exec(); // However it is closed, what stands in it counts.
 
-    mountPoint = mountPointEdit->text();
+    if (mountPoint != mountPointEdit->text()) {
+        mountPoint = mountPointEdit->text();
+        hintAtDevices(quorvale::MountPointScan::Due);
+    }
     if (isKnownDateFormat(dateFormatBox->currentIndex()))
         dateFormat = dateFormatBox->currentIndex();
     if (currentProgramme >= 0)
