@@ -50,6 +50,7 @@ void Viewer::chooseProgramme(int index)
         ui.thumbnailLabel->SetThumbs(series->x1, series->x2);
     else
         ui.thumbnailLabel->SetBusy(true);
+    describePictures();
 }
 
 QString Viewer::recordingFile(int row) const

@@ -26,6 +26,7 @@ private slots:
     void frame_leavesHighDensity_whereNothingIsPainted();
     void frame_isDrawnDotForDot_whereItsPixelsFit();
     void frame_fillsTheWidget_whenItWasScaled();
+    void scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen();
     void frame_fixesTheHeight_atItsPixels();
     void frame_isCentredByItsPixels();
     void series_areNeverReadPastTheirEnds_data();
@@ -141,6 +142,24 @@ void tst_MultiFrameThumbScreens::frame_fillsTheWidget_whenItWasScaled()
     ShownThumb widget = shownFrame({320, 260}, {320, 240});
     QVERIFY(showsOnly(rendered(widget), dots({0, 0, 320, 240}), colour()));
     QCOMPARE(widget.height(), 240);
+}
+
+// As many dots as its place in the widget has on this screen: not one is lost.
+void tst_MultiFrameThumbScreens::scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen()
+{
+    if (!isDense())
+        return; // The standard frame is shown, dot for dot or made smaller.
+    const QSize size = QSize(80, 60) * int(m_ratio);
+    Series series;
+    series.add(manyColoured(size))->setDevicePixelRatio(2);
+    MultiFrameThumb widget(nullptr);
+    widget.resize(80, 100);
+    widget.SetThumbs(series.pointers, series.pointers);
+    QImage image = rendered(widget);
+    image.setDevicePixelRatio(1);
+    QCOMPARE(paintedRect(image), QRect({0, 0}, size));
+    QCOMPARE(coloursIn(image, QRect({0, 0}, size)), size.width() * size.height());
+    QCOMPARE(widget.height(), 60);
 }
 
 void tst_MultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
