@@ -11,6 +11,9 @@ die() {
   exit 1
 }
 
+# What a command does: the comment that it begins with.
+print_help() { sed -n '2,/^set/s/^# \{0,1\}//p' "$0"; }
+
 # build PRESET [TARGET...]: configures where needed and builds.
 build() {
   local preset=$1
