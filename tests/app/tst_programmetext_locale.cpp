@@ -16,6 +16,7 @@ private slots:
     void initTestCase();
     void date_isTheWeekday_inTheSystemsLanguage_data();
     void date_isTheWeekday_inTheSystemsLanguage();
+    void words_areAllThatADateMayBe();
     void date_keepsItsOrder_inAnyLanguage();
 };
 
@@ -41,6 +42,21 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
     QTEST(
         formatRecordingDate(recorded.day(), recorded.month(), recorded.year(), DateOrder::DayFirst, QDate(2016, 3, 15)),
         "text");
+}
+
+void tst_ProgrammeTextLocale::words_areAllThatADateMayBe()
+{
+    const QDate today(2016, 3, 15);
+    QStringList words;
+    for (int days = -1; days <= 7; ++days) {
+        const QDate date = today.addDays(days);
+        words.append(formatRecordingDate(date.day(), date.month(), date.year(), 0, today));
+    }
+    words.removeDuplicates();
+    words.sort();
+    QStringList announced = recordingDateWords();
+    announced.sort();
+    QCOMPARE(announced, words);
 }
 
 void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()

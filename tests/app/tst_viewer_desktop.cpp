@@ -26,6 +26,7 @@ private slots:
     void notifier_livesInTheMainThread_withoutParent();
     void openButton_namesTheRecordingOfTheListsRow();
     void openButton_usesTheListsRow_notTheShownProgramme();
+    void openButton_waitsForTheRelease_onIt();
     void openButton_doesNothing_withoutRecording();
     void openButton_doesNothing_withoutDevice();
     void aboutBox_saysThis();
@@ -83,6 +84,17 @@ void tst_ViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
     CapturedOutput errors(stderr);
     viewer.openFinder();
     QVERIFY(errors.text().contains("/one.ts\n"));
+}
+
+void tst_ViewerDesktop::openButton_waitsForTheRelease_onIt()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    CapturedOutput errors(stderr);
+    QTest::mousePress(viewer.ui.openButton, Qt::LeftButton);
+    QTest::mouseRelease(viewer.ui.openButton, Qt::LeftButton, Qt::NoModifier, QPoint(-50, -50));
+    QCOMPARE(errors.text(), QByteArray());
 }
 
 void tst_ViewerDesktop::openButton_doesNothing_withoutRecording()

@@ -2,6 +2,7 @@
 
 #include "tests/support/viewerfixture.h"
 
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -15,6 +16,7 @@ private slots:
     void choose_showsTheDateRelativeToToday();
     void choose_rendersMarkup_andForgetsThatOfTheOneBefore();
     void choose_showsTheWords_ofTablesInTablesWithoutEnd();
+    void choose_showsTheDescription_inTheFieldsFont();
     void choose_showsLongTexts_fromTheirStart();
     void choose_measuresTheFile_everyTime();
     void choose_showsNoFile_withoutMainFile();
@@ -114,6 +116,20 @@ void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
     QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
     const Viewer &viewer = fixture.open();
     QCOMPARE(viewer.ui.detailsEdit->toPlainText().simplified(), QString("words and more"));
+}
+
+void tst_ViewerDetails::choose_showsTheDescription_inTheFieldsFont()
+{
+    const QFont usual = QApplication::font("QTextEdit");
+    QFont large = usual;
+    large.setPointSize(31);
+    QApplication::setFont(large, "QTextEdit");
+    const auto restore = qScopeGuard([&] { QApplication::setFont(usual, "QTextEdit"); });
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.detailsEdit->font().pointSize(), 31);
+    QCOMPARE(viewer.ui.detailsEdit->document()->defaultFont(), viewer.ui.detailsEdit->font());
 }
 
 void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()
