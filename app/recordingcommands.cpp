@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QTextCursor>
 #include <QUrl>
 
 namespace quorvale {
@@ -58,7 +59,7 @@ void showRecording(const Recording &recording, QWidget &window)
 QString plainDescription(const Recording &recording)
 {
     DescriptionDocument document;
-    document.setHtml(boundedMarkup(displayText(recording.description)));
+    insertDescription(QTextCursor(&document), displayText(recording.description));
     return document.toPlainText();
 }
 
