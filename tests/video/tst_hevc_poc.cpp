@@ -62,7 +62,7 @@ std::int64_t parserCountOf(const QByteArray &unit)
     std::uint8_t *data = nullptr;
     int size = 0;
     av_parser_parse2(parser, context.get(), &data, &size, reinterpret_cast<const std::uint8_t *>(padded.constData()),
-                     unit.size(), 0, 0, 0);
+                     int(unit.size()), 0, 0, 0);
     const std::int64_t count = parser->output_picture_number;
     av_parser_close(parser);
     return count;
