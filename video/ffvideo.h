@@ -1,6 +1,7 @@
 #pragma once
 
 #include "video/bridgeimage.h"
+#include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg_ptr.h"
 #include "video/keyframetable.h"
 #include "video/skipaheadcounters.h"
@@ -253,4 +254,5 @@ private:
     std::int64_t passOverUpTo = kNoTimestamp; // packets up to this decode timestamp are not worth decoding
     std::unique_ptr<SkipAhead> skipAhead;     // while packets are watched: from opening to the first seek
     SkipAheadOrder skipOrder;
+    quorvale::PictureBudget pictureBudget; // of videoCodec
 };

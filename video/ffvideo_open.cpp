@@ -13,6 +13,7 @@ extern "C" {
 #include <libavutil/rational.h>
 }
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -45,16 +46,20 @@ ffmpeg::DecoderPtr makeDecoder(const AVStream &stream, const AVCodec *codec)
 }
 
 // Options for the decoders with which probing looks at the streams that are known by now: their pictures are looked at
-// for their kind and their order alone. Of streams that it meets only later it knows no options; the bound on single
-// pieces of memory is left for them.
+// for their kind and their order alone. Each stream's pictures are held until all are known, so the bound of one
+// picture is shared among them. Of streams that it meets only later it knows no options; the bound on single pieces of
+// memory is left for them.
 class ProbeOptions
 {
 public:
-    explicit ProbeOptions(unsigned streams)
-        : m_options(streams)
+    explicit ProbeOptions(const AVFormatContext &input)
+        : m_options(input.nb_streams)
     {
+        std::int64_t videoStreams = 0;
+        for (unsigned i = 0; i < input.nb_streams; ++i)
+            videoStreams += input.streams[i]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? 1 : 0;
         for (AVDictionary *&options : m_options) {
-            av_dict_set_int(&options, "max_pixels", kMostPixels, 0);
+            av_dict_set_int(&options, "max_pixels", kMostPixels / std::max<std::int64_t>(videoStreams, 1), 0);
             av_dict_set(&options, "skip_loop_filter", "all", 0);
             av_dict_set(&options, "skip_idct", "all", 0);
         }
@@ -197,7 +202,7 @@ bool FFVideo::openStreams(const char *path)
     releaseFile();
     if (!openSingleInput(formatContext, path))
         return false;
-    ProbeOptions options(formatContext->nb_streams);
+    ProbeOptions options(*formatContext);
     if (avformat_find_stream_info(formatContext, options.get()) < 0)
         return false;
     return openVideo() && openAudio();
@@ -215,7 +220,10 @@ bool FFVideo::openVideo()
         return false;
 
     ffmpeg::DecoderPtr decoder = makeDecoder(*formatContext->streams[videoStream], codec);
-    if (!decoder || avcodec_open2(decoder.get(), codec, nullptr) < 0)
+    if (!decoder)
+        return false;
+    pictureBudget.limit(*decoder);
+    if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
     videoCodec = decoder.release();
     return true;

@@ -1,10 +1,13 @@
 #include "video/singleinput.h"
 
 #include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/mp4samples.h"
 #include "video/ffmpeg/regularfile.h"
+#include "video/ffmpeg_compat.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/opt.h>
 }
 
@@ -22,6 +25,16 @@ bool restrictToItself(AVFormatContext &input)
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
+// What `file` is, as FFmpeg finds it by itself; null where it is nothing that FFmpeg knows, or claims what is absurd.
+ffmpeg::InputFormat *formatOf(AVIOContext &file, const char *path)
+{
+    ffmpeg::InputFormat *format = nullptr;
+    if (av_probe_input_buffer2(&file, &format, path, nullptr, 0, 0) < 0 || !format)
+        return nullptr;
+    const bool isMp4 = av_match_name("mp4", format->name) > 0;
+    return isMp4 && quorvale::claimsTooManySamples(file) ? nullptr : format;
+}
+
 } // namespace
 
 bool openSingleInput(AVFormatContext *&input, const char *path)
@@ -30,14 +43,15 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     AVIOContext *file = quorvale::openRegularFile(path);
     if (!file)
         return false;
-    AVFormatContext *opening = avformat_alloc_context();
+    ffmpeg::InputFormat *format = formatOf(*file, path);
+    AVFormatContext *opening = format ? avformat_alloc_context() : nullptr;
     if (!opening || !restrictToItself(*opening) || !quorvale::restrictToVideo(*opening)) {
         avformat_free_context(opening);
         quorvale::closeRegularFile(file);
         return false;
     }
     opening->pb = file;
-    if (avformat_open_input(&opening, path, nullptr, nullptr) < 0) { // which frees it where it fails
+    if (avformat_open_input(&opening, path, format, nullptr) < 0) { // which frees it where it fails
         quorvale::closeRegularFile(file);
         return false;
     }
