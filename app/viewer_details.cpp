@@ -9,7 +9,6 @@
 #include "archive/archivepaths.h"
 
 #include <QDate>
-#include <QScrollBar>
 
 #include <optional>
 
@@ -34,7 +33,6 @@ void Viewer::chooseProgramme(int index)
     showFromStart(ui.channelEdit, displayText(programme.channel));
     ui.detailsEdit->clear();
     ui.detailsEdit->insertHtml(boundedMarkup(displayText(programme.description)));
-    ui.detailsEdit->verticalScrollBar()->setValue(0);
     ui.dateEdit->setText(getFormattedDate(programme.day, programme.month, programme.year));
     ui.timeEdit->setText(formatStartTime(programme.hour, programme.minute, programme.second));
     ui.watchedEdit->setText(formatPlayPosition(programme.playPosition));
