@@ -4,6 +4,7 @@
 
 #include <QScopeGuard>
 #include <QScrollBar>
+#include <QTextFrame>
 #include <QtTest>
 
 class tst_ViewerDetails : public QObject
@@ -92,7 +93,7 @@ void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     ViewerFixture fixture;
     RecordBytes bold = fixture.titled("bold"), plain = fixture.titled("plain");
     bold.description = "<b>all bold</b>";
-    plain.description = "all plain";
+    plain.description = "<body bgcolor='#ff0000'>all plain</body>"; // a text in the field, not the field's document
     QVERIFY(TestVolume::create(fixture.path("disk"), {bold, plain}));
     Viewer &viewer = fixture.open();
     QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("all bold"));
@@ -104,6 +105,7 @@ void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     cursor = viewer.ui.detailsEdit->textCursor();
     cursor.setPosition(3);
     QVERIFY(cursor.charFormat().fontWeight() <= QFont::Normal);
+    QCOMPARE(viewer.ui.detailsEdit->document()->rootFrame()->frameFormat().background().style(), Qt::NoBrush);
 }
 
 void tst_ViewerDetails::choose_showsTheDescription_inTheFieldsFont()
