@@ -22,7 +22,7 @@ qint64 cellsOf(const QTextDocument &document)
 
 } // namespace
 
-class tst_DescriptionMarkup : public QObject
+class TestDescriptionMarkup : public QObject
 {
     Q_OBJECT
 
@@ -36,7 +36,7 @@ private slots:
     void picture_isNotDecoded_thatStandsInTheText();
 };
 
-void tst_DescriptionMarkup::markup_staysAsItIs_whereNothingIsLarge_data()
+void TestDescriptionMarkup::markup_staysAsItIs_whereNothingIsLarge_data()
 {
     QTest::addColumn<QString>("markup");
     QTest::newRow("nothing") << QString();
@@ -48,13 +48,13 @@ void tst_DescriptionMarkup::markup_staysAsItIs_whereNothingIsLarge_data()
     QTest::newRow("small spans") << "<table><tr><td colspan=2 rowspan='3'>x</td></tr></table>";
 }
 
-void tst_DescriptionMarkup::markup_staysAsItIs_whereNothingIsLarge()
+void TestDescriptionMarkup::markup_staysAsItIs_whereNothingIsLarge()
 {
     QFETCH(const QString, markup);
     QCOMPARE(boundedMarkup(markup), markup);
 }
 
-void tst_DescriptionMarkup::numbers_areBounded_inTagsOnly_data()
+void TestDescriptionMarkup::numbers_areBounded_inTagsOnly_data()
 {
     QTest::addColumn<QString>("markup");
     QTest::addColumn<QString>("bounded");
@@ -74,14 +74,14 @@ void tst_DescriptionMarkup::numbers_areBounded_inTagsOnly_data()
                            << "<td COLSPAN = \"9\" rowspan='9'>";
 }
 
-void tst_DescriptionMarkup::numbers_areBounded_inTagsOnly()
+void TestDescriptionMarkup::numbers_areBounded_inTagsOnly()
 {
     QFETCH(const QString, markup);
     QFETCH(const QString, bounded);
     QCOMPARE(boundedMarkup(markup), bounded);
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
 {
     QTest::addColumn<QString>("attribute");
     for (const char *attribute :
@@ -95,7 +95,7 @@ void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
         QTest::newRow(attribute) << QString::fromLatin1(attribute);
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
 {
     QFETCH(const QString, attribute);
     const QString markup = "<table><tr><td " + attribute + ">text</td><td>more</td></tr></table>";
@@ -106,7 +106,7 @@ void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
 }
 
 // A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is honest, and would be shown.
-void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
+void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
 {
     QImage picture(40, 30, QImage::Format_RGB32);
     picture.fill(Qt::red);
@@ -118,5 +118,5 @@ void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
     QCOMPARE(DescriptionDocument().resource(QTextDocument::ImageResource, url).value<QImage>().size(), QSize(1, 1));
 }
 
-QTEST_MAIN(tst_DescriptionMarkup)
+QTEST_MAIN(TestDescriptionMarkup)
 #include "tst_descriptionmarkup.moc"

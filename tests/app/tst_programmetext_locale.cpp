@@ -3,7 +3,7 @@
 #include <QtTest>
 
 /// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
-class tst_ProgrammeTextLocale : public QObject
+class TestProgrammeTextLocale : public QObject
 {
     Q_OBJECT
 
@@ -18,14 +18,14 @@ private slots:
     void date_keepsItsOrder_inAnyLanguage();
 };
 
-void tst_ProgrammeTextLocale::initTestCase()
+void TestProgrammeTextLocale::initTestCase()
 {
 #ifdef Q_OS_MACOS
     QSKIP("The language is a setting of the user here, which no environment changes.");
 #endif
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
 {
     QTest::addColumn<QDate>("recorded");
     QTest::addColumn<QString>("text");
@@ -34,13 +34,13 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
     QTest::newRow("next Monday") << QDate(2016, 3, 21) << "Montag";
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
 {
     QFETCH(QDate, recorded);
     QTEST(formatRecordingDate(recorded.day(), recorded.month(), recorded.year(), 0, QDate(2016, 3, 15)), "text");
 }
 
-void tst_ProgrammeTextLocale::words_areAllThatADateMayBe()
+void TestProgrammeTextLocale::words_areAllThatADateMayBe()
 {
     const QDate today(2016, 3, 15);
     QStringList words;
@@ -55,7 +55,7 @@ void tst_ProgrammeTextLocale::words_areAllThatADateMayBe()
     QCOMPARE(announced, words);
 }
 
-void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
+void TestProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
 {
     const QDate today(2016, 3, 15);
     QCOMPARE(formatRecordingDate(8, 3, 2016, 0, today), QString("08.03.2016"));
@@ -63,5 +63,5 @@ void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
     QCOMPARE(formatRecordingDate(8, 3, 2016, 2, today), QString("2016.03.08"));
 }
 
-QTEST_GUILESS_MAIN(tst_ProgrammeTextLocale)
+QTEST_GUILESS_MAIN(TestProgrammeTextLocale)
 #include "tst_programmetext_locale.moc"

@@ -7,7 +7,7 @@
 #include <QTextFrame>
 #include <QtTest>
 
-class tst_ViewerDetails : public QObject
+class TestViewerDetails : public QObject
 {
     Q_OBJECT
 
@@ -28,7 +28,7 @@ private slots:
     void keys_walkThroughTheList();
 };
 
-void tst_ViewerDetails::choose_fillsEveryField()
+void TestViewerDetails::choose_fillsEveryField()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -60,7 +60,7 @@ void tst_ViewerDetails::choose_fillsEveryField()
     QCOMPARE(viewer.currentProgramme, 0);
 }
 
-void tst_ViewerDetails::choose_changesNothing_outsideTheList()
+void TestViewerDetails::choose_changesNothing_outsideTheList()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -73,7 +73,7 @@ void tst_ViewerDetails::choose_changesNothing_outsideTheList()
     }
 }
 
-void tst_ViewerDetails::choose_showsTheDateRelativeToToday()
+void TestViewerDetails::choose_showsTheDateRelativeToToday()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -88,7 +88,7 @@ void tst_ViewerDetails::choose_showsTheDateRelativeToToday()
     QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
 }
 
-void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
+void TestViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
 {
     ViewerFixture fixture;
     RecordBytes bold = fixture.titled("bold"), plain = fixture.titled("plain");
@@ -108,7 +108,7 @@ void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     QCOMPARE(viewer.ui.detailsEdit->document()->rootFrame()->frameFormat().background().style(), Qt::NoBrush);
 }
 
-void tst_ViewerDetails::choose_showsTheDescription_inTheFieldsFont()
+void TestViewerDetails::choose_showsTheDescription_inTheFieldsFont()
 {
     const QFont usual = QApplication::font("QTextEdit");
     QFont large = usual;
@@ -122,7 +122,7 @@ void tst_ViewerDetails::choose_showsTheDescription_inTheFieldsFont()
     QCOMPARE(viewer.ui.detailsEdit->document()->defaultFont(), viewer.ui.detailsEdit->font());
 }
 
-void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()
+void TestViewerDetails::choose_showsLongTexts_fromTheirStart()
 {
     ViewerFixture fixture;
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(200));
@@ -143,7 +143,7 @@ void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()
     QCOMPARE(details->verticalScrollBar()->value(), 0);
 }
 
-void tst_ViewerDetails::choose_measuresTheFile_everyTime()
+void TestViewerDetails::choose_measuresTheFile_everyTime()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -157,7 +157,7 @@ void tst_ViewerDetails::choose_measuresTheFile_everyTime()
     QCOMPARE(viewer.getFileSizeKB(0), 1048576);
 }
 
-void tst_ViewerDetails::choose_showsNoFile_withoutMainFile()
+void TestViewerDetails::choose_showsNoFile_withoutMainFile()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -167,7 +167,7 @@ void tst_ViewerDetails::choose_showsNoFile_withoutMainFile()
     QCOMPARE(viewer.getFileSizeKB(0), 0);
 }
 
-void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
+void TestViewerDetails::choose_namesTheRecording_onTheThumbnail()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("caf\xC3\xA9")}));
@@ -175,7 +175,7 @@ void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
     QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), fixture.path("disk") + QString::fromUtf8("/DVR/RECS/caf\xC3\xA9.ts"));
 }
 
-void tst_ViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
+void TestViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -185,7 +185,7 @@ void tst_ViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
     QCOMPARE(thumb.frameIndex, -1);
 }
 
-void tst_ViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
+void TestViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("ONE")}));
@@ -205,7 +205,7 @@ void tst_ViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
     QVERIFY(thumb.thumbs1x.isEmpty());
 }
 
-void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
+void TestViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -214,7 +214,7 @@ void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
     QCOMPARE(fixture.open().ui.dateEdit->text(), QString());
 }
 
-void tst_ViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
+void TestViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -225,7 +225,7 @@ void tst_ViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
     QCOMPARE(viewer.getFormattedDate(3, 7, 1996), QString("07.03.1996"));
 }
 
-void tst_ViewerDetails::keys_walkThroughTheList()
+void TestViewerDetails::keys_walkThroughTheList()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -238,5 +238,5 @@ void tst_ViewerDetails::keys_walkThroughTheList()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-QTEST_MAIN(tst_ViewerDetails)
+QTEST_MAIN(TestViewerDetails)
 #include "tst_viewer_details.moc"

@@ -9,7 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_OnePass : public QObject
+class TestOnePass : public QObject
 {
     Q_OBJECT
 
@@ -22,19 +22,19 @@ private:
     const QTemporaryDir dir;
 };
 
-void tst_OnePass::initTestCase()
+void TestOnePass::initTestCase()
 {
     QVERIFY(dir.isValid());
 }
 
-void tst_OnePass::scan_seeksNoMoreThanOpeningDoes_data()
+void TestOnePass::scan_seeksNoMoreThanOpeningDoes_data()
 {
     QTest::addColumn<QStringList>("encoder");
     QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
     QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
 }
 
-void tst_OnePass::scan_seeksNoMoreThanOpeningDoes()
+void TestOnePass::scan_seeksNoMoreThanOpeningDoes()
 {
     QFETCH(const QStringList, encoder);
     const QString path = makeStream(dir.path(), {"whole.ts", encoder + QStringList{"-f", "mpegts"}, 1500});
@@ -66,5 +66,5 @@ void tst_OnePass::scan_seeksNoMoreThanOpeningDoes()
     QVERIFY(scan.bytesRead <= opening.bytesRead + size * 6 / 10);
 }
 
-QTEST_MAIN(tst_OnePass)
+QTEST_MAIN(TestOnePass)
 #include "tst_onepass.moc"
