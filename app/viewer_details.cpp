@@ -9,7 +9,6 @@
 #include "archive/archivepaths.h"
 
 #include <QDate>
-#include <QScrollBar>
 
 #include <optional>
 

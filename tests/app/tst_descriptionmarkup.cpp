@@ -33,7 +33,7 @@ QString renderedByQt(const QString &markup)
 
 } // namespace
 
-class tst_DescriptionMarkup : public QObject
+class TestDescriptionMarkup : public QObject
 {
     Q_OBJECT
 
@@ -111,7 +111,7 @@ void tst_DescriptionMarkup::length_isDropped_whereItIsLarge()
     QVERIFY(document.toHtml() != unbounded.toHtml());
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
 {
     QTest::addColumn<QString>("attribute");
     for (const char *attribute : {"colspan=20000",
@@ -142,7 +142,7 @@ void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
         QTest::newRow(attribute) << QString::fromLatin1(attribute);
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
 {
     QFETCH(const QString, attribute);
     for (const char *wrapped : {"%1", "<!-- <td> -->%1", "x<!--StartFragment-->%1<!--EndFragment-->",
@@ -191,7 +191,7 @@ void tst_DescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
 }
 
 // A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is honest, and would be shown.
-void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
+void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
 {
     QImage picture(40, 30, QImage::Format_RGB32);
     picture.fill(Qt::red);
@@ -203,5 +203,5 @@ void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
     QCOMPARE(DescriptionDocument().resource(QTextDocument::ImageResource, url).value<QImage>().size(), QSize(1, 1));
 }
 
-QTEST_MAIN(tst_DescriptionMarkup)
+QTEST_MAIN(TestDescriptionMarkup)
 #include "tst_descriptionmarkup.moc"

@@ -5,7 +5,7 @@
 using namespace quorvale;
 
 /// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
-class tst_ProgrammeTextLocale : public QObject
+class TestProgrammeTextLocale : public QObject
 {
     Q_OBJECT
 
@@ -20,14 +20,14 @@ private slots:
     void date_keepsItsOrder_inAnyLanguage();
 };
 
-void tst_ProgrammeTextLocale::initTestCase()
+void TestProgrammeTextLocale::initTestCase()
 {
 #ifdef Q_OS_MACOS
     QSKIP("The language is a setting of the user here, which no environment changes.");
 #endif
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
 {
     QTest::addColumn<QDate>("recorded");
     QTest::addColumn<QString>("text");
@@ -36,7 +36,7 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
     QTest::newRow("next Monday") << QDate(2016, 3, 21) << "Montag";
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
 {
     QFETCH(QDate, recorded);
     QTEST(
@@ -44,7 +44,7 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
         "text");
 }
 
-void tst_ProgrammeTextLocale::words_areAllThatADateMayBe()
+void TestProgrammeTextLocale::words_areAllThatADateMayBe()
 {
     const QDate today(2016, 3, 15);
     QStringList words;
@@ -59,7 +59,7 @@ void tst_ProgrammeTextLocale::words_areAllThatADateMayBe()
     QCOMPARE(announced, words);
 }
 
-void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
+void TestProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
 {
     const QDate today(2016, 3, 15);
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::DayFirst, today), QString("08.03.2016"));
@@ -67,5 +67,5 @@ void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::YearFirst, today), QString("2016.03.08"));
 }
 
-QTEST_GUILESS_MAIN(tst_ProgrammeTextLocale)
+QTEST_GUILESS_MAIN(TestProgrammeTextLocale)
 #include "tst_programmetext_locale.moc"

@@ -136,7 +136,7 @@ QStringList cutOffTexts(const QWidget &root)
 
 } // namespace
 
-class tst_ViewerTranslation : public QObject
+class TestViewerTranslation : public QObject
 {
     Q_OBJECT
 
@@ -158,7 +158,7 @@ private:
     std::unique_ptr<MarkingTranslator> translator;
 };
 
-void tst_ViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
+void TestViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
 {
     ViewerFixture fixture;
     const QDate today = QDate::currentDate();
@@ -192,7 +192,7 @@ void tst_ViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
     }
 }
 
-void tst_ViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
+void TestViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -322,5 +322,5 @@ void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
         QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
 }
 
-QTEST_MAIN(tst_ViewerTranslation)
+QTEST_MAIN(TestViewerTranslation)
 #include "tst_viewer_translation.moc"

@@ -10,7 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_OnePass : public QObject
+class TestOnePass : public QObject
 {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ private:
     const QTemporaryDir dir;
 };
 
-void tst_OnePass::initTestCase()
+void TestOnePass::initTestCase()
 {
     QVERIFY(dir.isValid());
 }
@@ -70,5 +70,5 @@ void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain()
              qPrintable(QStringLiteral("%1 of %2").arg(scan.bytesRead).arg(size)));
 }
 
-QTEST_MAIN(tst_OnePass)
+QTEST_MAIN(TestOnePass)
 #include "tst_onepass.moc"
