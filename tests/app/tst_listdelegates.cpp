@@ -9,7 +9,7 @@
 
 using quorvale::elidedPath;
 
-class tst_ListDelegates : public QObject
+class TestListDelegates : public QObject
 {
     Q_OBJECT
 
@@ -55,13 +55,13 @@ public:
 
 } // namespace
 
-void tst_ListDelegates::elidedPath_keepsWhatFits()
+void TestListDelegates::elidedPath_keepsWhatFits()
 {
     const QString path = "/media/anna/DISK";
     QCOMPARE(elidedPath(path, metrics(), metrics().horizontalAdvance(path)), path);
 }
 
-void tst_ListDelegates::elidedPath_keepsTheLastName_whereItFits()
+void TestListDelegates::elidedPath_keepsTheLastName_whereItFits()
 {
     const QString path = "/media/" + QString("anna").repeated(20) + "/RECORDER";
     const int room = metrics().horizontalAdvance("/media/anna") + metrics().horizontalAdvance("/RECORDER");
@@ -71,7 +71,7 @@ void tst_ListDelegates::elidedPath_keepsTheLastName_whereItFits()
     QVERIFY(metrics().horizontalAdvance(shown) <= room);
 }
 
-void tst_ListDelegates::elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
+void TestListDelegates::elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
 {
     for (const QString &path :
          {"/media/" + QString("name").repeated(20), "/" + QString("name").repeated(20), QString("name").repeated(20)}) {
@@ -83,7 +83,7 @@ void tst_ListDelegates::elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
     QCOMPARE(elidedPath(QString(), metrics(), 10), QString());
 }
 
-void tst_ListDelegates::deviceList_showsTheNamesOfDisks_belowALongPath()
+void TestListDelegates::deviceList_showsTheNamesOfDisks_belowALongPath()
 {
     ViewerFixture fixture;
     const QString deep = QString("deep").repeated(40) + '/';
@@ -96,7 +96,7 @@ void tst_ListDelegates::deviceList_showsTheNamesOfDisks_belowALongPath()
     QCOMPARE(viewer.ui.deviceList->topLevelItem(0)->text(0).count(QChar(0x2026)), 0);
 }
 
-void tst_ListDelegates::deviceList_readsFromLeftToRight_onEveryDesktop()
+void TestListDelegates::deviceList_readsFromLeftToRight_onEveryDesktop()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -117,7 +117,7 @@ void tst_ListDelegates::deviceList_readsFromLeftToRight_onEveryDesktop()
     }
 }
 
-void tst_ListDelegates::programmeList_hasNoScrollBar_forALongTitle()
+void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
 {
     ViewerFixture fixture;
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
@@ -132,5 +132,5 @@ void tst_ListDelegates::programmeList_hasNoScrollBar_forALongTitle()
     QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
 }
 
-QTEST_MAIN(tst_ListDelegates)
+QTEST_MAIN(TestListDelegates)
 #include "tst_listdelegates.moc"

@@ -292,7 +292,7 @@ void TestProgram::quit_endsTheProgram_whenAReadHangs()
     QVERIFY(m_program->settings().contains("dateformat=ymd"));
 }
 
-void tst_Program::start_takesAllDescriptors_thatItMayHave()
+void TestProgram::start_takesAllDescriptors_thatItMayHave()
 {
     rlimit own = {};
     QCOMPARE(::getrlimit(RLIMIT_NOFILE, &own), 0);
@@ -306,5 +306,5 @@ void tst_Program::start_takesAllDescriptors_thatItMayHave()
     QCOMPARE(m_program->descriptorLimit(), most + " of " + most);
 }
 
-QTEST_MAIN(tst_Program)
+QTEST_MAIN(TestProgram)
 #include "tst_program.moc"

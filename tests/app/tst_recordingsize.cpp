@@ -9,7 +9,7 @@
 
 using namespace quorvale;
 
-class tst_RecordingSize : public QObject
+class TestRecordingSize : public QObject
 {
     Q_OBJECT
 

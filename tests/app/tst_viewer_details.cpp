@@ -110,7 +110,7 @@ void TestViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
 }
 
 // Qt lays nested tables out twice for each level: these for ever.
-void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
+void TestViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
 {
     ViewerFixture fixture;
     RecordBytes record = ViewerFixture::titled("a");
@@ -120,7 +120,7 @@ void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
     QCOMPARE(viewer.ui.detailsEdit->toPlainText().simplified(), QString("words and more"));
 }
 
-void tst_ViewerDetails::choose_showsTheDescription_inTheFieldsFont()
+void TestViewerDetails::choose_showsTheDescription_inTheFieldsFont()
 {
     const QFont usual = QApplication::font("QTextEdit");
     QFont large = usual;

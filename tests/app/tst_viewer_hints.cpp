@@ -44,7 +44,7 @@ void setMountPoint(const QString &place)
 
 } // namespace
 
-class tst_ViewerHints : public QObject
+class TestViewerHints : public QObject
 {
     Q_OBJECT
 
@@ -69,7 +69,7 @@ private slots:
     void picturesTip_keepsThePath_andHasASecondLine();
 };
 
-void tst_ViewerHints::deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice()
+void TestViewerHints::deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -81,7 +81,7 @@ void tst_ViewerHints::deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice()
     QVERIFY(!isPainted(viewer.ui.summaryList));
 }
 
-void tst_ViewerHints::deviceHint_saysThatThePlaceDoesNotExist()
+void TestViewerHints::deviceHint_saysThatThePlaceDoesNotExist()
 {
     ViewerFixture fixture;
     setMountPoint(fixture.path("nowhere"));
@@ -92,7 +92,7 @@ void tst_ViewerHints::deviceHint_saysThatThePlaceDoesNotExist()
     QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
 }
 
-void tst_ViewerHints::deviceHint_namesTheUsualPlace()
+void TestViewerHints::deviceHint_namesTheUsualPlace()
 {
     const QTemporaryDir usual;
     QCOMPARE(quorvale::firstDirectoryOf({"/nonexistent", usual.path(), "/"}), usual.path());
@@ -102,7 +102,7 @@ void tst_ViewerHints::deviceHint_namesTheUsualPlace()
     QVERIFY(!quorvale::noDeviceText(usual.path(), MountPointScan::Done, "/usual").contains("/usual"));
 }
 
-void tst_ViewerHints::deviceHint_saysThatThePlaceIsADiskItself()
+void TestViewerHints::deviceHint_saysThatThePlaceIsADiskItself()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -112,14 +112,14 @@ void tst_ViewerHints::deviceHint_saysThatThePlaceIsADiskItself()
     QVERIFY(said.contains("set it to " + QString(QChar(0x2066)) + fixture.path() + QChar(0x2069)));
 }
 
-void tst_ViewerHints::deviceHint_saysThatNoPlaceIsSet()
+void TestViewerHints::deviceHint_saysThatNoPlaceIsSet()
 {
     ViewerFixture fixture;
     setMountPoint(QString());
     QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
 }
 
-void tst_ViewerHints::deviceHint_saysWhenAChangedPlaceCounts()
+void TestViewerHints::deviceHint_saysWhenAChangedPlaceCounts()
 {
     ViewerFixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("other")));
@@ -136,7 +136,7 @@ void tst_ViewerHints::deviceHint_saysWhenAChangedPlaceCounts()
     QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
 }
 
-void tst_ViewerHints::deviceHint_goes_whenADeviceComes()
+void TestViewerHints::deviceHint_goes_whenADeviceComes()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -146,7 +146,7 @@ void tst_ViewerHints::deviceHint_goes_whenADeviceComes()
     QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 1);
 }
 
-void tst_ViewerHints::hint_isShownWhole_asATip()
+void TestViewerHints::hint_isShownWhole_asATip()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -154,7 +154,7 @@ void tst_ViewerHints::hint_isShownWhole_asATip()
     QCOMPARE(viewer.ui.deviceList->toolTip(), QString());
 }
 
-void tst_ViewerHints::programmeHint_saysThatADiskCannotBeRead()
+void TestViewerHints::programmeHint_saysThatADiskCannotBeRead()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -168,7 +168,7 @@ void tst_ViewerHints::programmeHint_saysThatADiskCannotBeRead()
     QCOMPARE(viewer.ui.summaryList->count(), 0);
 }
 
-void tst_ViewerHints::programmeHint_saysThatADiskIsEmpty()
+void TestViewerHints::programmeHint_saysThatADiskIsEmpty()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
@@ -179,7 +179,7 @@ void tst_ViewerHints::programmeHint_saysThatADiskIsEmpty()
     QCOMPARE(saidOf(viewer.ui.deviceList), QString());
 }
 
-void tst_ViewerHints::programmeHint_asksForAClick_onADeviceThatHasCome()
+void TestViewerHints::programmeHint_asksForAClick_onADeviceThatHasCome()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -190,7 +190,7 @@ void tst_ViewerHints::programmeHint_asksForAClick_onADeviceThatHasCome()
     QCOMPARE(saidOf(viewer.ui.summaryList), QString());
 }
 
-void tst_ViewerHints::pictures_areBeingMade_whileTheScanRuns()
+void TestViewerHints::pictures_areBeingMade_whileTheScanRuns()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -201,7 +201,7 @@ void tst_ViewerHints::pictures_areBeingMade_whileTheScanRuns()
     QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
 }
 
-void tst_ViewerHints::pictures_areCounted_onceTheyAreThere()
+void TestViewerHints::pictures_areCounted_onceTheyAreThere()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -221,7 +221,7 @@ void tst_ViewerHints::pictures_areCounted_onceTheyAreThere()
     viewer.ui.thumbnailLabel->ClearThumbs();
 }
 
-void tst_ViewerHints::pictures_cannotBeHad_afterTheScan()
+void TestViewerHints::pictures_cannotBeHad_afterTheScan()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -234,7 +234,7 @@ void tst_ViewerHints::pictures_cannotBeHad_afterTheScan()
     QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
 }
 
-void tst_ViewerHints::pictures_wantAnotherClick_whenTheScanWentBySomethingElse()
+void TestViewerHints::pictures_wantAnotherClick_whenTheScanWentBySomethingElse()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
@@ -250,7 +250,7 @@ void tst_ViewerHints::pictures_wantAnotherClick_whenTheScanWentBySomethingElse()
     QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
 }
 
-void tst_ViewerHints::picturesTip_keepsThePath_andHasASecondLine()
+void TestViewerHints::picturesTip_keepsThePath_andHasASecondLine()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -262,5 +262,5 @@ void tst_ViewerHints::picturesTip_keepsThePath_andHasASecondLine()
     QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
 }
 
-QTEST_MAIN(tst_ViewerHints)
+QTEST_MAIN(TestViewerHints)
 #include "tst_viewer_hints.moc"

@@ -11,7 +11,7 @@
 
 Q_DECLARE_METATYPE(QTreeWidgetItem *)
 
-class tst_ViewerKeys : public QObject
+class TestViewerKeys : public QObject
 {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ private slots:
     void pauseKey_doesWhatAClickDoes_whereverTheFocusIs();
 };
 
-void tst_ViewerKeys::deviceKey_doesOnceWhatAClickDoes_data()
+void TestViewerKeys::deviceKey_doesOnceWhatAClickDoes_data()
 {
     QTest::addColumn<int>("key");
     QTest::addColumn<int>("modifier");
@@ -36,7 +36,7 @@ void tst_ViewerKeys::deviceKey_doesOnceWhatAClickDoes_data()
     QTest::newRow("Space") << int(Qt::Key_Space) << int(Qt::NoModifier);
 }
 
-void tst_ViewerKeys::deviceKey_doesOnceWhatAClickDoes()
+void TestViewerKeys::deviceKey_doesOnceWhatAClickDoes()
 {
     QFETCH(int, key);
     QFETCH(int, modifier);
@@ -62,7 +62,7 @@ void tst_ViewerKeys::deviceKey_doesOnceWhatAClickDoes()
     QCOMPARE(list->selectedItems(), QList<QTreeWidgetItem *>({list->topLevelItem(1)}));
 }
 
-void tst_ViewerKeys::deviceKey_heldDown_doesItOnce()
+void TestViewerKeys::deviceKey_heldDown_doesItOnce()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
@@ -76,7 +76,7 @@ void tst_ViewerKeys::deviceKey_heldDown_doesItOnce()
     QCOMPARE(clicks.size(), 1);
 }
 
-void tst_ViewerKeys::deviceKey_doesNothing_withoutDevice()
+void TestViewerKeys::deviceKey_doesNothing_withoutDevice()
 {
     ViewerFixture fixture;
     QTreeWidget *list = fixture.open().ui.deviceList;
@@ -85,14 +85,14 @@ void tst_ViewerKeys::deviceKey_doesNothing_withoutDevice()
     QCOMPARE(clicks.size(), 0);
 }
 
-void tst_ViewerKeys::menuKey_opensTheMenu_atItsFirstEntry_data()
+void TestViewerKeys::menuKey_opensTheMenu_atItsFirstEntry_data()
 {
     QTest::addColumn<QKeySequence>("keys");
     QTest::newRow("F10") << QKeySequence("F10");
     QTest::newRow("Alt+F") << QKeySequence("Alt+F");
 }
 
-void tst_ViewerKeys::menuKey_opensTheMenu_atItsFirstEntry()
+void TestViewerKeys::menuKey_opensTheMenu_atItsFirstEntry()
 {
     QFETCH(QKeySequence, keys);
     ViewerFixture fixture;
@@ -112,7 +112,7 @@ void tst_ViewerKeys::menuKey_opensTheMenu_atItsFirstEntry()
 }
 
 // A translation may name a key by itself: two for one menu would cancel each other out.
-void tst_ViewerKeys::menuKey_leavesATitleWithItsOwnKey()
+void TestViewerKeys::menuKey_leavesATitleWithItsOwnKey()
 {
     QMainWindow window;
     QMenu *menu = window.menuBar()->addMenu("&Fichier");
@@ -126,7 +126,7 @@ void tst_ViewerKeys::menuKey_leavesATitleWithItsOwnKey()
     menu->close();
 }
 
-void tst_ViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
+void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -157,5 +157,5 @@ void tst_ViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
     pictures->ClearThumbs();
 }
 
-QTEST_MAIN(tst_ViewerKeys)
+QTEST_MAIN(TestViewerKeys)
 #include "tst_viewer_keys.moc"

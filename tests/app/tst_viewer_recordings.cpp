@@ -13,7 +13,7 @@
 #include <QMimeData>
 #include <QtTest>
 
-class tst_ViewerRecordings : public QObject
+class TestViewerRecordings : public QObject
 {
     Q_OBJECT
 
@@ -54,7 +54,7 @@ private:
     Viewer *viewer = nullptr;
 };
 
-void tst_ViewerRecordings::init()
+void TestViewerRecordings::init()
 {
     desktop = std::make_unique<QTemporaryDir>();
     qputenv("PATH", desktop->path().toLocal8Bit());
@@ -72,13 +72,13 @@ void tst_ViewerRecordings::init()
     viewer->ui.summaryList->setFocus();
 }
 
-void tst_ViewerRecordings::cleanup()
+void TestViewerRecordings::cleanup()
 {
     fixture.reset();
     desktop.reset();
 }
 
-void tst_ViewerRecordings::installOpener(int code) const
+void TestViewerRecordings::installOpener(int code) const
 {
     const QString opener = desktop->filePath("xdg-open");
     QVERIFY(TestVolume::writeFile(opener, "#!/bin/sh\necho \"$*\" >>\"${0%/*}/opened\"\necho a player talks\nexit " +
@@ -86,7 +86,7 @@ void tst_ViewerRecordings::installOpener(int code) const
     QVERIFY(QFile::setPermissions(opener, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
 }
 
-QMenu *tst_ViewerRecordings::openMenuAt(const Viewer &viewer, int row, QContextMenuEvent::Reason reason)
+QMenu *TestViewerRecordings::openMenuAt(const Viewer &viewer, int row, QContextMenuEvent::Reason reason)
 {
     QListWidget *list = viewer.ui.summaryList;
     const QPoint place = list->visualItemRect(list->item(row)).center();
@@ -96,7 +96,7 @@ QMenu *tst_ViewerRecordings::openMenuAt(const Viewer &viewer, int row, QContextM
     return qobject_cast<QMenu *>(QApplication::activePopupWidget());
 }
 
-QAction *tst_ViewerRecordings::entry(const Viewer &window, const QString &text) const
+QAction *TestViewerRecordings::entry(const Viewer &window, const QString &text) const
 {
     const QMenu *menu = openMenuAt(window, 0, QContextMenuEvent::Mouse);
     const QList<QAction *> actions = menu ? menu->actions() : QList<QAction *>();
@@ -107,7 +107,7 @@ QAction *tst_ViewerRecordings::entry(const Viewer &window, const QString &text) 
     return nullptr;
 }
 
-QString tst_ViewerRecordings::messageAfter(Viewer &window, const std::function<void()> &act) const
+QString TestViewerRecordings::messageAfter(Viewer &window, const std::function<void()> &act) const
 {
     QString text;
     const WhenModal<QMessageBox> message([&](QMessageBox &box) {
@@ -118,7 +118,7 @@ QString tst_ViewerRecordings::messageAfter(Viewer &window, const std::function<v
     return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString("no message");
 }
 
-void tst_ViewerRecordings::play_opensTheMainFile_byKeyAndDoubleClick_once()
+void TestViewerRecordings::play_opensTheMainFile_byKeyAndDoubleClick_once()
 {
     installOpener(0);
     QListWidget *list = viewer->ui.summaryList;
@@ -136,7 +136,7 @@ void tst_ViewerRecordings::play_opensTheMainFile_byKeyAndDoubleClick_once()
     QVERIFY(!QApplication::activeModalWidget());
 }
 
-void tst_ViewerRecordings::play_saysThatThereIsNoFile()
+void TestViewerRecordings::play_saysThatThereIsNoFile()
 {
     installOpener(0);
     viewer->ui.summaryList->setCurrentRow(1);
@@ -145,7 +145,7 @@ void tst_ViewerRecordings::play_saysThatThereIsNoFile()
     QCOMPARE(opened(), QByteArray());
 }
 
-void tst_ViewerRecordings::play_saysThatThereIsNoPlayer()
+void TestViewerRecordings::play_saysThatThereIsNoPlayer()
 {
     for (const bool hasOpener : {false, true}) {
         if (hasOpener)
@@ -155,7 +155,7 @@ void tst_ViewerRecordings::play_saysThatThereIsNoPlayer()
     }
 }
 
-void tst_ViewerRecordings::play_doesNothing_forARowWithoutProgramme()
+void TestViewerRecordings::play_doesNothing_forARowWithoutProgramme()
 {
     installOpener(0);
     viewer->programmes.clear(); // The list may show more rows than there are programmes.
@@ -166,7 +166,7 @@ void tst_ViewerRecordings::play_doesNothing_forARowWithoutProgramme()
     QCOMPARE(opened(), QByteArray());
 }
 
-void tst_ViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
+void TestViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
 {
     for (const auto reason : {QContextMenuEvent::Mouse, QContextMenuEvent::Keyboard}) {
         QPointer<QMenu> menu = openMenuAt(*viewer, 0, reason);
@@ -180,7 +180,7 @@ void tst_ViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
     }
 }
 
-void tst_ViewerRecordings::menu_opensNowhere_withoutProgramme()
+void TestViewerRecordings::menu_opensNowhere_withoutProgramme()
 {
     viewer->programmes.clear();
     QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Mouse));
@@ -189,7 +189,7 @@ void tst_ViewerRecordings::menu_opensNowhere_withoutProgramme()
     QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard));
 }
 
-void tst_ViewerRecordings::menu_showsTheFileInTheFileManager()
+void TestViewerRecordings::menu_showsTheFileInTheFileManager()
 {
     installOpener(0);
     QAction *show = entry(*viewer, "Show in File Manager");
@@ -202,7 +202,7 @@ void tst_ViewerRecordings::menu_showsTheFileInTheFileManager()
     QApplication::activePopupWidget()->close();
 }
 
-void tst_ViewerRecordings::menu_saysThatThereIsNoFileManager()
+void TestViewerRecordings::menu_saysThatThereIsNoFileManager()
 {
     QAction *show = entry(*viewer, "Show in File Manager");
     QVERIFY(show);
@@ -213,7 +213,7 @@ void tst_ViewerRecordings::menu_saysThatThereIsNoFileManager()
     QVERIFY2(text.contains("could not be shown"), qPrintable(text));
 }
 
-void tst_ViewerRecordings::menu_copiesTheDescription_asItReads()
+void TestViewerRecordings::menu_copiesTheDescription_asItReads()
 {
     QAction *copy = entry(*viewer, "Copy Description");
     QVERIFY(copy && copy->isEnabled());
@@ -225,7 +225,7 @@ void tst_ViewerRecordings::menu_copiesTheDescription_asItReads()
     menu->close();
 }
 
-void tst_ViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
+void TestViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
 {
     QListWidget *list = viewer->ui.summaryList;
     const QPoint from = list->visualItemRect(list->item(0)).center();
@@ -256,7 +256,7 @@ void tst_ViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
     QCoreApplication::processEvents();
 }
 
-void tst_ViewerRecordings::drag_leavesTheChosenRow()
+void TestViewerRecordings::drag_leavesTheChosenRow()
 {
     QListWidget *list = viewer->ui.summaryList;
     const QPoint from = list->visualItemRect(list->item(0)).center();
@@ -270,5 +270,5 @@ void tst_ViewerRecordings::drag_leavesTheChosenRow()
     QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
 }
 
-QTEST_MAIN(tst_ViewerRecordings)
+QTEST_MAIN(TestViewerRecordings)
 #include "tst_viewer_recordings.moc"

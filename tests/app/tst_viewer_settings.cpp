@@ -414,7 +414,7 @@ void TestViewerSettings::dialog_isDeleted_afterUse()
 
 // What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
 // there the system's store is always the person's own.
-void tst_ViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
+void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
 {
     ViewerFixture fixture;
     const QTemporaryDir systemsOwn;
@@ -427,7 +427,7 @@ void tst_ViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
     QVERIFY(QDir(systemsOwn.path()).isEmpty());
 }
 
-void tst_ViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
+void TestViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
 {
 #ifdef Q_OS_MACOS
     QSKIP("It would be the settings of whoever runs this.");
@@ -445,7 +445,7 @@ void tst_ViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
 #endif
 }
 
-void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
+void TestViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();

@@ -254,7 +254,7 @@ void TestViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
     QCOMPARE(cutOff.join(QChar(0x7C)), QString());
 }
 
-void tst_ViewerTranslation::hints_areTranslated()
+void TestViewerTranslation::hints_areTranslated()
 {
     using namespace quorvale;
     const QTemporaryDir empty;
@@ -273,7 +273,7 @@ void tst_ViewerTranslation::hints_areTranslated()
         QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
 }
 
-void tst_ViewerTranslation::commandsOnProgrammes_areTranslated()
+void TestViewerTranslation::commandsOnProgrammes_areTranslated()
 {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
     qputenv("PATH", "/nonexistent");                               // and nobody's player.
@@ -305,7 +305,7 @@ void tst_ViewerTranslation::commandsOnProgrammes_areTranslated()
     QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
 }
 
-void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
+void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
 {
     translator->asked.clear();
     window_translatesEverythingItSays_andHasRoomForIt();

@@ -186,7 +186,7 @@ void TestRecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
 }
 
 // Opening a pipe waits for who writes to it, and nobody does.
-void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
+void TestRecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
 {
     const QTemporaryDir volume;
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
@@ -196,7 +196,7 @@ void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPip
     QCOMPARE(openDescriptors(), before);
 }
 
-void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
+void TestRecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
 {
     const QTemporaryDir volume;
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
@@ -204,7 +204,7 @@ void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
     QVERIFY(!load(volume).has_value());
 }
 
-void tst_RecordingsIndex::load_leavesNoFileOpen()
+void TestRecordingsIndex::load_leavesNoFileOpen()
 {
     const QTemporaryDir volume;
     QVERIFY(TestVolume::create(volume.path(), {RecordBytes()}));

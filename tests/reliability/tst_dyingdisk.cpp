@@ -96,14 +96,14 @@ Viewer &TestDyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) 
 }
 
 // As the window does it: whoever deletes pictures empties the widget before events are handled again.
-void tst_DyingDisk::forgetPictures(Viewer &viewer)
+void TestDyingDisk::forgetPictures(Viewer &viewer)
 {
     viewer.deleteThumbs();
     viewer.ui.thumbnailLabel->ClearThumbs();
 }
 
 // The system may want the pictures painted whenever events are handled. Here it always does.
-bool tst_DyingDisk::waitForScan(const Viewer &viewer)
+bool TestDyingDisk::waitForScan(const Viewer &viewer)
 {
     const auto paintedAndDone = [&] {
         return !viewer.ui.thumbnailLabel->grab().isNull() && !viewer.thumbnailScanRunning;

@@ -28,14 +28,14 @@ void TestOnePass::initTestCase()
     QVERIFY(dir.isValid());
 }
 
-void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain_data()
+void TestOnePass::scan_readsOnceAndEachWantedGroupAgain_data()
 {
     QTest::addColumn<QStringList>("encoder");
     QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
     QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
 }
 
-void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain()
+void TestOnePass::scan_readsOnceAndEachWantedGroupAgain()
 {
     QFETCH(const QStringList, encoder);
     const QString path = makeStream(dir.path(), {"whole.ts", encoder + QStringList{"-f", "mpegts"}, 1500});

@@ -145,7 +145,7 @@ void TestMultiFrameThumbScreens::frame_fillsTheWidget_whenItWasScaled()
 }
 
 // As many dots as its place in the widget has on this screen: not one is lost.
-void tst_MultiFrameThumbScreens::scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen()
+void TestMultiFrameThumbScreens::scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen()
 {
     if (!isDense())
         return; // The standard frame is shown, dot for dot or made smaller.
@@ -162,7 +162,7 @@ void tst_MultiFrameThumbScreens::scaledFrame_hasEveryPixelOfItsPlace_onADenseScr
     QCOMPARE(widget.height(), 60);
 }
 
-void tst_MultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
+void TestMultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
 {
     ShownThumb widget = shownFrame({200, 300}, {80, 60});
     rendered(widget);

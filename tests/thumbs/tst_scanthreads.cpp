@@ -99,7 +99,7 @@ void TestScanThreads::end_succeeds_withoutScans()
     QVERIFY(ScanThreads::instance().end(0));
 }
 
-void tst_ScanThreads::add_connectsNothingToTheScannersSignals()
+void TestScanThreads::add_connectsNothingToTheScannersSignals()
 {
     auto *thread = new QThread;
     auto *scanner = new CountingScanner;
@@ -108,7 +108,7 @@ void tst_ScanThreads::add_connectsNothingToTheScannersSignals()
     QVERIFY(ScanThreads::instance().end(20000)); // which deletes both
 }
 
-void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()
+void TestScanThreads::end_freesSeries_thatNobodyClaimed()
 {
     const Scan scan = start({m_recording, m_recording});
     const Arrivals arrivals(*scan.scanner);
@@ -186,7 +186,7 @@ void TestScanThreads::end_endsIdleThreads_ofEarlierScans()
 }
 
 // Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
-void tst_ScanThreads::idleThreads_costNoDescriptor()
+void TestScanThreads::idleThreads_costNoDescriptor()
 {
     if (!processfacts::available())
         QSKIP("needs to see what the process holds");
@@ -204,7 +204,7 @@ void tst_ScanThreads::idleThreads_costNoDescriptor()
     QVERIFY(ScanThreads::instance().end(20000));
 }
 
-void tst_ScanThreads::end_givesUp_whenAReadHangs()
+void TestScanThreads::end_givesUp_whenAReadHangs()
 {
     // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
     // disk that does not answer.

@@ -10,7 +10,7 @@
 
 using namespace quorvale;
 
-class tst_KeptStreams : public QObject
+class TestKeptStreams : public QObject
 {
     Q_OBJECT
 

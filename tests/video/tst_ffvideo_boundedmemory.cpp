@@ -53,7 +53,7 @@ int visit(const char *path)
 
 } // namespace
 
-class tst_FFVideoBoundedMemory : public QObject
+class TestFFVideoBoundedMemory : public QObject
 {
     Q_OBJECT
 
@@ -74,7 +74,7 @@ private:
     const QTemporaryDir dir;
 };
 
-void tst_FFVideoBoundedMemory::memory_isBounded_whateverASmallFileClaims_data()
+void TestFFVideoBoundedMemory::memory_isBounded_whateverASmallFileClaims_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<qint64>("mostBytes");
@@ -98,7 +98,7 @@ void tst_FFVideoBoundedMemory::memory_isBounded_whateverASmallFileClaims_data()
         << qint64{400000} << 5 << 5 << kMostMiB;
 }
 
-void tst_FFVideoBoundedMemory::memory_isBounded_whateverASmallFileClaims()
+void TestFFVideoBoundedMemory::memory_isBounded_whateverASmallFileClaims()
 {
     QFETCH(const QString, path);
     QFETCH(const qint64, mostBytes);
@@ -127,7 +127,7 @@ int main(int argc, char **argv)
     if (argc == 3 && QByteArray(argv[1]) == "--visit")
         return visit(argv[2]);
     QCoreApplication application(argc, argv);
-    tst_FFVideoBoundedMemory test;
+    TestFFVideoBoundedMemory test;
     return QTest::qExec(&test, argc, argv);
 }
 
