@@ -195,9 +195,10 @@ bool FrameSource::prepareWorker(PictureIndex entry)
         m_worker = m_literal->takeWorker();
     m_literal.reset();
     const std::vector<PictureIndex> &setters = pictures().parameterSetters();
-    const bool knowsTooMuch = m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
-        return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
-    });
+    const bool knowsTooMuch =
+        m_worker && std::any_of(setters.begin(), setters.end(), [&](PictureIndex setter) {
+            return setter >= entry && setter < m_worker->knowsUpTo && pictures().picture(setter).doubts != 0;
+        });
     if (!m_worker || knowsTooMuch)
         m_worker = makeWorker();
     return m_worker != nullptr;

@@ -93,9 +93,9 @@ private:
     std::unique_ptr<LiteralRun> m_literal; ///< from the start, or over a bridge
     bool m_literalFromStart = false;
     std::unique_ptr<DecodingWorker> m_worker;
-    std::deque<Anchor> m_anchors;        ///< ascending
-    bool m_hopeless = false;             ///< there will be no first anchor
-    Trust m_inexact = Trust::Unknown;    ///< recovery points that promise nothing
+    std::deque<Anchor> m_anchors;     ///< ascending
+    bool m_hopeless = false;          ///< there will be no first anchor
+    Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;
