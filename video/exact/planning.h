@@ -20,7 +20,7 @@ struct PlanningRules
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
 /// is none. /// `allowInexact`: also one that promises nothing.
 [[nodiscard]] std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from,
-                                              bool allowInexact);
+                                                      bool allowInexact);
 
 /// To begin at `entry`. Nothing where too many other pictures set parameters first.
 [[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,

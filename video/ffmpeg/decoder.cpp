@@ -9,8 +9,7 @@ namespace quorvale::ffmpeg {
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
     DecoderPtr decoder(avcodec_alloc_context3(codec));
-    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0 ||
-        !restrictToVideo(*decoder))
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0 || !restrictToVideo(*decoder))
         return nullptr;
     decoder->pkt_timebase = timeBase;
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
