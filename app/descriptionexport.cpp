@@ -17,7 +17,7 @@ QString zeroPadded(int number)
 
 QString latin1(const std::string &bytes)
 {
-    return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
+    return QString::fromLatin1(bytes.c_str());
 }
 
 QString dateLine(const Programme &programme, std::optional<DateOrder> order)

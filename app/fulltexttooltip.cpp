@@ -1,10 +1,13 @@
 #include "app/fulltexttooltip.h"
 
+#include "app/displaypath.h"
+
 #include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QStyle>
 #include <QStyleOptionFrame>
+#include <QStyledItemDelegate>
 #include <QTextDocument>
 #include <QToolTip>
 
@@ -26,7 +29,11 @@ bool isCutOff(const QLineEdit &field)
 bool isCutOff(const QAbstractItemView &view, const QModelIndex &index)
 {
     const QRect shown = view.visualRect(index) & view.viewport()->rect();
-    return view.sizeHintForIndex(index).width() > shown.width();
+    QStyleOptionViewItem option;
+    option.initFrom(&view);
+    option.widget = &view;
+    // The view's own delegate may claim less than its text takes.
+    return QStyledItemDelegate().sizeHint(option, index).width() > shown.width();
 }
 
 // What comes from a recorder's disk is shown as it is, not as markup.
@@ -48,7 +55,7 @@ void FullTextToolTip::watch(QAbstractItemView *view)
     view->viewport()->installEventFilter(this);
 }
 
-void FullTextToolTip::showPlainTipOf(QWidget *widget)
+void FullTextToolTip::showTipAndDescriptionOf(QWidget *widget)
 {
     widget->installEventFilter(this);
 }
@@ -68,7 +75,11 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
                showTip(help, index.data().toString(), view->viewport(), view->visualRect(index));
     }
     auto *widget = qobject_cast<QWidget *>(watched);
-    return widget && !widget->toolTip().isEmpty() && showTip(help, widget->toolTip(), widget, widget->rect());
+    if (!widget || widget->toolTip().isEmpty())
+        return false;
+    const QString description = widget->accessibleDescription();
+    const QString more = description.isEmpty() ? QString() : QLatin1Char('\n') + description;
+    return showTip(help, quorvale::pathInText(widget->toolTip()) + more, widget, widget->rect());
 }
 
 } // namespace quorvale

@@ -20,8 +20,8 @@ public:
 
     void watch(QLineEdit *field);
     void watch(QAbstractItemView *view);
-    /// Shows the tool tip that `widget` has as the text it is.
-    void showPlainTipOf(QWidget *widget);
+    /// Shows the tool tip that `widget` has, a path, as the text it is, with the widget's accessible description below.
+    void showTipAndDescriptionOf(QWidget *widget);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

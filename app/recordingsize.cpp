@@ -1,25 +1,26 @@
 #include "app/recordingsize.h"
 
-#include <QFileInfo>
-
 #include <algorithm>
 #include <limits>
 
 namespace quorvale {
 
+QFileInfoList recordingPieces(const QString &mainFile)
+{
+    QFileInfoList pieces;
+    for (QFileInfo file(mainFile); file.exists(); file.setFile(mainFile + QString::number(pieces.size())))
+        pieces.append(file);
+    return pieces;
+}
+
 std::optional<int> recordingSizeKB(const QString &mainFile)
 {
-    QFileInfo file(mainFile);
-    if (!file.exists())
+    const QFileInfoList pieces = recordingPieces(mainFile);
+    if (pieces.isEmpty())
         return std::nullopt;
-
-    qint64 total = file.size() / 1024;
-    for (int piece = 1;; ++piece) {
-        file.setFile(mainFile + QString::number(piece));
-        if (!file.exists())
-            break;
-        total += file.size() / 1024;
-    }
+    qint64 total = 0;
+    for (const QFileInfo &piece : pieces)
+        total += piece.size() / 1024;
     return static_cast<int>(std::min<qint64>(total, std::numeric_limits<int>::max()));
 }
 

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <QFileInfo>
 #include <QString>
 
 #include <optional>
 
 namespace quorvale {
 
-/// The size in KiB of the recording whose main file is `mainFile`, with the pieces that follow it: the main file's
-/// path with 1, 2, 3, ... appended, up to the first number that has no file. Each file counts in whole KiB.
-/// At most 2^31 - 1; nullopt when there is no main file. One look at the disk a file and one behind the last.
+/// The files of the recording whose main file is `mainFile`: that one and the pieces that follow it, its path with 1,
+/// 2, 3, ... appended, up to the first number that has no file. None when there is no main file. One look at the disk a
+/// file and one behind the last.
+QFileInfoList recordingPieces(const QString &mainFile);
+
+/// The size in KiB of the recording whose main file is `mainFile`, all pieces together. Each file counts in whole KiB.
+/// At most 2^31 - 1; nullopt when there is no main file. No more looks at the disk than recordingPieces() takes.
 std::optional<int> recordingSizeKB(const QString &mainFile);
 
 } // namespace quorvale

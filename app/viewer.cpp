@@ -29,6 +29,8 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
 
     makeAccessible();
+    makeHints();
+    makeProgrammeCommands();
     auto *description = new DescriptionDocument(ui.detailsEdit); // owned by the field
     description->setDefaultFont(ui.detailsEdit->font());
     ui.detailsEdit->setDocument(description);

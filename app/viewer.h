@@ -10,6 +10,7 @@
 #include <QMainWindow>
 #include <QPixmap>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 #include <memory>
@@ -18,6 +19,11 @@
 
 class QThread;
 class ThumbnailScanner;
+
+namespace quorvale {
+class EmptyListHint;
+enum class MountPointScan;
+} // namespace quorvale
 
 /// The main window: the devices, the programmes of the selected one, and the details of the selected programme.
 ///
@@ -104,5 +110,13 @@ private:
     void setWindowIcons();
     void makeAccessible();
     void makeRoomForDates();
+    void makeHints();
+    void makeProgrammeCommands();
+    void hintAtDevices(quorvale::MountPointScan scan);
+    void describePictures();
     void connectForm();
+
+    quorvale::EmptyListHint *deviceHint = nullptr;
+    quorvale::EmptyListHint *programmeHint = nullptr;
+    QStringList filesOfScan; ///< all that the latest scan goes by; empty once what it brought has been freed
 };

@@ -4,7 +4,9 @@
 #include "app/viewer.h"
 
 #include "app/fulltexttooltip.h"
+#include "app/listdelegates.h"
 #include "app/programmetext.h"
+#include "app/windowkeys.h"
 
 #include <algorithm>
 #include <utility>
@@ -40,7 +42,7 @@ void Viewer::makeAccessible()
     }
     fullText->watch(ui.summaryList);
     fullText->watch(ui.deviceList);
-    fullText->showPlainTipOf(ui.thumbnailLabel);
+    fullText->showTipAndDescriptionOf(ui.thumbnailLabel);
 
     ui.summaryList->setAccessibleName(tr("Programmes"));
     ui.deviceList->setAccessibleName(tr("Devices"));
@@ -48,9 +50,17 @@ void Viewer::makeAccessible()
     ui.thumbnailLabel->setAccessibleName(tr("Pictures"));
     ui.openButton->setAccessibleDescription(ui.openButton->toolTip());
 
+    ui.deviceList->setItemDelegate(new quorvale::PathDelegate(ui.deviceList));    // owned by the list
+    ui.summaryList->setItemDelegate(new quorvale::TitleDelegate(ui.summaryList)); // owned by the list
+
     ui.actionOpen_Directory->setShortcuts(QKeySequence::Open);
     ui.actionPreferences->setShortcuts(QKeySequence::Preferences);
     ui.actionQuit->setShortcuts(QKeySequence::Quit);
+    new quorvale::ClickKeys(ui.deviceList); // owned by the list
+    quorvale::addPauseKeys(*this, *ui.thumbnailLabel);
+#ifndef Q_OS_MACOS
+    quorvale::addMenuKeys(*ui.menubar);
+#endif
 }
 
 // In some languages the words that stand for a date take more than the form gives them; then the window grows.

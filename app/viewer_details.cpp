@@ -9,7 +9,6 @@
 #include "archive/archivepaths.h"
 
 #include <QDate>
-#include <QScrollBar>
 
 #include <optional>
 
@@ -50,6 +49,7 @@ void Viewer::chooseProgramme(int index)
         ui.thumbnailLabel->SetThumbs(series->x1, series->x2);
     else
         ui.thumbnailLabel->SetBusy(true);
+    describePictures();
 }
 
 QString Viewer::recordingFile(int row) const

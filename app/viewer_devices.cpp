@@ -3,6 +3,8 @@
 #include "app/viewer.h"
 
 #include "app/displaytext.h"
+#include "app/emptylisthint.h"
+#include "app/listhints.h"
 #include "archive/archivediscovery.h"
 #include "archive/archivepaths.h"
 #include "archive/recordingsindex.h"
@@ -46,6 +48,8 @@ void Viewer::scanDrives()
     openedDirectories = stillThere;
 
     selectedDevice = firstDevice;
+    hintAtDevices(quorvale::MountPointScan::Done);
+    programmeHint->setText(firstDevice.isEmpty() ? QString() : quorvale::nothingLoadedText());
 }
 
 void Viewer::scanDisk()
@@ -55,15 +59,21 @@ void Viewer::scanDisk()
     ui.thumbnailLabel->ClearThumbs();
     devicePath = selectedDevice.toStdString();
     auto index = readRecordingsIndex(devicePath);
-    if (!index)
+    if (!index) {
+        programmeHint->setText(quorvale::unreadableDeviceText(selectedDevice));
         return;
+    }
 
     programmes = std::move(*index);
     thumbList.clear();
     currentProgramme = -1;
     ui.fileSizeEdit->clear();
-    if (programmes.empty())
+    describePictures();
+    if (programmes.empty()) {
+        programmeHint->setText(quorvale::emptyDeviceText(selectedDevice));
         return; // The list keeps the titles of the device shown before.
+    }
+    programmeHint->setText({});
 
     ui.summaryList->clear();
     for (const Programme &programme : programmes)
@@ -85,6 +95,7 @@ void Viewer::openDVR()
     }
     openedDirectories.append(directory);
     addDeviceItem(directory);
+    hintAtDevices(quorvale::MountPointScan::Done);
     selectedDevice = directory;
     scanDisk();
 }

@@ -1,7 +1,8 @@
-// Showing the selected recording in the desktop's file manager.
+// Handing a recording to other programs: the file manager, the player, whoever takes files.
 
 #include "app/viewer.h"
 
+#include "app/programmelistcommands.h"
 #include "archive/archivepaths.h"
 #include "platform/finder.h"
 
@@ -12,4 +13,16 @@ void Viewer::openFinder()
         return;
     // Bytes all the way: the file's name need not be text.
     OpenFinderWindowAt(recordingPath(devicePath, programmes[static_cast<std::size_t>(row)].fileName).c_str());
+}
+
+// The list may show more rows than there are programmes.
+void Viewer::makeProgrammeCommands()
+{
+    const auto recordingOf = [this](int row) -> std::optional<quorvale::Recording> {
+        if (row < 0 || static_cast<std::size_t>(row) >= programmes.size())
+            return std::nullopt;
+        const Programme &programme = programmes[static_cast<std::size_t>(row)];
+        return quorvale::Recording{recordingPath(devicePath, programme.fileName), programme.description};
+    };
+    new quorvale::ProgrammeListCommands(ui.summaryList, recordingOf); // owned by the list
 }

@@ -3,6 +3,7 @@
 #include "app/viewer.h"
 
 #include "app/dateorder.h"
+#include "app/listhints.h"
 #include "app/qtversion.h"
 
 #include <QComboBox>
@@ -72,6 +73,7 @@ void Viewer::Preferences()
 
     auto *mountPointEdit = new QLineEdit(mountPoint);
     mountPointEdit->setMinimumWidth(kPathWidth);
+    mountPointEdit->setLayoutDirection(Qt::LeftToRight); // as paths read on every desktop
     form->addRow(tr("Drive Mount Point:"), mountPointEdit);
     auto *dateFormatBox = new QComboBox;
     for (const DateOrder order : kDateOrders)
@@ -81,7 +83,10 @@ void Viewer::Preferences()
 
     dialog.exec(); // However it is closed, what stands in it counts.
 
-    mountPoint = mountPointEdit->text();
+    if (mountPoint != mountPointEdit->text()) {
+        mountPoint = mountPointEdit->text();
+        hintAtDevices(MountPointScan::Due);
+    }
     if (const std::optional<DateOrder> chosen = dateOrder(dateFormatBox->currentIndex()))
         dateFormat = static_cast<int>(*chosen);
     if (currentProgramme >= 0)

@@ -28,6 +28,8 @@ void Viewer::getThumbnails()
         files.append(recordingFile(static_cast<int>(row)));
 
     thumbnailScanRunning = true;
+    filesOfScan = files;
+    describePictures();
     scanner = new ThumbnailScanner; // deletes itself when it has finished
     scanner->files = files;
     scanner->index = 0;
@@ -53,14 +55,17 @@ void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x
     thumbnailCache.append({path, x1, x2});
     if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
         ui.thumbnailLabel->SetThumbs(x1, x2);
+    describePictures();
 }
 
 void Viewer::scanDone()
 {
     thumbnailScanRunning = false;
+    describePictures();
 }
 
 void Viewer::deleteThumbs()
 {
     deleteThumbnails(thumbnailCache);
+    filesOfScan.clear();
 }

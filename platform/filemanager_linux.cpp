@@ -1,57 +1,32 @@
 #include "platform/filemanager_linux.h"
 
+#include "platform/desktopopener.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QStringList>
 
-#include <cerrno>
-
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace quorvale {
 
-namespace {
-
-/// Every byte but letters, digits, "-._~" and the separators is written as %XX. A path is bytes, not text: those that
-/// are no UTF-8 arrive as well.
 QString fileUri(const QByteArray &path)
 {
     return QStringLiteral("file://") + QString::fromLatin1(path.toPercentEncoding("/"));
 }
+
+namespace {
 
 QByteArray folderOf(const QByteArray &path)
 {
     return path.left(qMax(1, static_cast<int>(path.lastIndexOf('/'))));
 }
 
-/// The desktop's opener is started as a program: the toolkit's own way to it belongs to the main thread, may wait for
-/// the bus, and on some window systems does nothing. A shell puts it into the background and ends at once, so that
-/// nobody has to wait for an opener that lives as long as its window. Spawned, not forked: other threads may be
-/// anywhere, and a fork of this process would have to get on with what they hold.
-void openFolder(const QByteArray &path)
-{
-    QByteArray shell("sh");
-    QByteArray option("-c");
-    QByteArray command("xdg-open \"$0\" 2>/dev/null &");
-    QByteArray uri = fileUri(folderOf(path)).toLatin1();
-    char *const arguments[] = {shell.data(), option.data(), command.data(), uri.data(), nullptr};
-    pid_t pid = 0;
-    // No error is reported: where there is no opener either, nothing opens.
-    if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) != 0)
-        return;
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
-}
-
 } // namespace
 
-void FileManager::show(const QByteArray &path)
+void FileManager::show(const QByteArray &path, const std::function<void()> &failed)
 {
     const QDBusConnection bus = connection();
     if (!bus.isConnected()) {
-        openFolder(path);
+        openWithDesktop(folderOf(path), this, failed);
         return;
     }
 
@@ -63,10 +38,10 @@ void FileManager::show(const QByteArray &path)
     request << QStringList{fileUri(path)} << noStartupId;
 
     auto *answer = new QDBusPendingCallWatcher(bus.asyncCall(request), this); // owned by this
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [path](QDBusPendingCallWatcher *finished) {
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, path, failed](QDBusPendingCallWatcher *finished) {
         finished->deleteLater();
         if (finished->isError())
-            openFolder(path);
+            openWithDesktop(folderOf(path), this, failed);
     });
 }
 

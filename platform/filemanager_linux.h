@@ -4,7 +4,13 @@
 #include <QDBusConnection>
 #include <QObject>
 
+#include <functional>
+
 namespace quorvale {
+
+/// The URI of the file at `path`. Every byte but letters, digits, "-._~" and the separators is written as %XX. A path
+/// is bytes, not text: those that are no UTF-8 arrive as well.
+QString fileUri(const QByteArray &path);
 
 /// Asks the desktop's file manager, over the session bus, to show files.
 ///
@@ -17,7 +23,8 @@ public:
     /// the folder with the desktop's opener: never the file itself, which would play it.
     ///
     /// `path`: absolute, the bytes that the file system knows.
-    void show(const QByteArray &path);
+    /// `failed`, if any, is called on this object's thread when the folder could not be opened either.
+    void show(const QByteArray &path, const std::function<void()> &failed);
 
 private:
     /// The session bus, connected to again if need be; not connected when there is none.

@@ -1,8 +1,10 @@
 #include "platform/finder.h"
 
+#include "platform/desktopopener.h"
 #include "platform/filemanager_linux.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QThread>
 
 #include <cstdio>
@@ -26,11 +28,12 @@ public:
         return *s_instance;
     }
 
-    void show(const QByteArray &path)
+    /// `failed` is called on the file manager's thread.
+    void show(const QByteArray &path, const std::function<void()> &failed)
     {
         FileManager *fileManager = m_fileManager;
         QMetaObject::invokeMethod(
-            fileManager, [fileManager, path] { fileManager->show(path); }, Qt::QueuedConnection);
+            fileManager, [fileManager, path, failed] { fileManager->show(path, failed); }, Qt::QueuedConnection);
     }
 
 private:
@@ -62,6 +65,25 @@ private:
 
 void OpenFinderWindowAt(const char *path)
 {
-    FileManagerThread::instance().show(path);
+    FileManagerThread::instance().show(path, {});
     std::fprintf(stderr, "Opening file %s\n", path);
 }
+
+namespace quorvale {
+
+void showInFileManager(const QByteArray &path, QObject *context, std::function<void()> failed)
+{
+    const auto onMainThread = [context = QPointer<QObject>(context), failed = std::move(failed)] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [context, failed] {
+                if (context)
+                    failed();
+            },
+            Qt::QueuedConnection);
+    };
+    FileManagerThread::instance().show(path, onMainThread);
+    std::fprintf(stderr, "Opening file %s\n", path.constData());
+}
+
+} // namespace quorvale

@@ -14,6 +14,8 @@
 #include <QString>
 #include <QTimerEvent>
 
+#include <QtMath>
+
 #include <algorithm>
 
 namespace {
@@ -93,13 +95,18 @@ void MultiFrameThumb::timerEvent(QTimerEvent *event)
 
 void MultiFrameThumb::mousePressEvent(QMouseEvent *event)
 {
+    togglePause();
+    event->accept();
+}
+
+void MultiFrameThumb::togglePause()
+{
     // While busy a click starts the timer of a show nobody sees yet; the next SetThumbs keeps it.
     if (frameTimerId >= 0) {
         stopTimer(frameTimerId);
     } else {
         frameTimerId = startTimer(kFrameInterval, Qt::CoarseTimer);
     }
-    event->accept();
 }
 
 void MultiFrameThumb::paintEvent(QPaintEvent * /*event*/)
@@ -128,9 +135,15 @@ int MultiFrameThumb::paintFrame(QPainter &painter)
     if (frame == nullptr || frame->isNull()) {
         return kNothingDrawn;
     }
-    const QPixmap picture = fitted(*frame);
-    painter.drawPixmap(placeOf(picture), picture);
-    return picture.height();
+    // Pixels are compared with the widget's size in units, whatever the frame's own ratio.
+    if (frame->width() <= width() && frame->height() <= height()) {
+        painter.drawPixmap(placeOf(frame->size()), *frame);
+        return frame->height();
+    }
+    const QSize fitting = frame->size().scaled(size(), Qt::KeepAspectRatio).expandedTo({1, 1});
+    const QPixmap copy = scaledTo(fitting, *frame);
+    painter.drawPixmap(QRectF(placeOf(fitting), fitting), copy, QRectF(copy.rect()));
+    return fitting.height();
 }
 
 /// The frame that suits the screen; null when paused, without a series, and where neither density has the frame.
@@ -153,19 +166,18 @@ const QPixmap *MultiFrameThumb::chooseFrame()
     return standard;
 }
 
-/// `frame` itself where its pixels fit the widget, else a copy as large as the widget allows. Pixels are compared with
-/// the widget's size whatever the frame's own ratio; the copy's ratio is 1, so that it fills the place it was made for.
-QPixmap MultiFrameThumb::fitted(const QPixmap &frame) const
+/// A copy of `frame` with the pixels that `fitting`, in units, has on this screen: as sharp as the screen is, however
+/// few the units are.
+QPixmap MultiFrameThumb::scaledTo(const QSize &fitting, const QPixmap &frame) const
 {
-    if (frame.width() <= width() && frame.height() <= height()) {
-        return frame;
-    }
-    QPixmap copy = frame.scaled(size(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    copy.setDevicePixelRatio(1);
+    const qreal ratio = devicePixelRatioF();
+    const QSize pixels(qCeil(fitting.width() * ratio), qCeil(fitting.height() * ratio));
+    QPixmap copy = frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    copy.setDevicePixelRatio(1); // Where it lies is said when it is drawn.
     return copy;
 }
 
-QPointF MultiFrameThumb::placeOf(const QPixmap &picture) const
+QPointF MultiFrameThumb::placeOf(const QSize &picture) const
 {
     if (alignment != Qt::AlignCenter) {
         return {0, 0};

@@ -35,9 +35,12 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
     void timerEvent(QTimerEvent *event) override;
-    /// Any button pauses a running show or resumes a stopped one. No repaint is asked for.
+    /// Any button is togglePause().
     void mousePressEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+
+    /// Pauses a running show or resumes a stopped one. No repaint is asked for.
+    void togglePause();
 
     QVector<QPixmap *> thumbs1x; ///< frames for screens of standard density, in display order
     QVector<QPixmap *> thumbs2x; ///< the same frames for dense screens; as many as in `thumbs1x`
@@ -62,11 +65,12 @@ private:
     [[nodiscard]] int pixelRatio() const;
     void paintBusyRing(QPainter &painter);
     [[nodiscard]] QPixmap generatePixmap(int size);
-    /// Returns the height of what was drawn, in its own pixels, or 10000 when nothing was.
+    /// Returns the height of what was drawn: in units when it was scaled, else in its own pixels; 10000 when nothing
+    /// was.
     int paintFrame(QPainter &painter);
     [[nodiscard]] const QPixmap *chooseFrame();
-    [[nodiscard]] QPixmap fitted(const QPixmap &frame) const;
-    [[nodiscard]] QPointF placeOf(const QPixmap &picture) const;
+    [[nodiscard]] QPixmap scaledTo(const QSize &fitting, const QPixmap &frame) const;
+    [[nodiscard]] QPointF placeOf(const QSize &picture) const;
     void shrinkToHeight(int limit);
     void stopTimer(int &id);
 };

@@ -162,5 +162,91 @@ DVR browser
         <source>Date Format:</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>No mount point is set. Choose in the preferences where disks are mounted, or open a directory.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There is no directory %1. Choose in the preferences where disks are mounted, or open a directory.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Here it seems to be %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 is a disk itself. The mount point is the directory around it: set it to %2 in the preferences.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Quorvale will look in %1 when a disk comes or goes, and whenever it is started.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No recorder disk in %1. Plug one in, choose another mount point in the preferences, or open a directory.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Click a device to list its programmes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The list of recordings on %1 cannot be read. Is the disk still there, and may you read it?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There are no recordings on %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no pictures can be had</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 picture</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n pictures</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>pictures are being made</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>other pictures are being made: click the device again later</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>click the device again to have pictures made</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Show in File Manager</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy Description</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There is no file %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 could not be played. Is there a program that plays MPEG transport streams?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 could not be shown. Is there a file manager?</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

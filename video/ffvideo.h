@@ -2,6 +2,7 @@
 
 #include "video/bridgeimage.h"
 #include "video/colourspace.h"
+#include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg/pointers.h"
 #include "video/ffmpeg/timestamp.h"
 #include "video/keyframetable.h"
@@ -197,4 +198,5 @@ private:
     int finishAudio(AudioStatus status);
 
     quorvale::ffmpeg::FramePtr m_spare; // receives what a packet completes beside its first picture
+    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec
 };

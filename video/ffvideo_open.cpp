@@ -138,7 +138,10 @@ bool FFVideo::openVideo()
         return false;
 
     ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*stream.codecpar, stream.time_base, codec);
-    if (!decoder || avcodec_open2(decoder.get(), codec, nullptr) < 0)
+    if (!decoder)
+        return false;
+    m_pictureBudget.limit(*decoder);
+    if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
     videoCodec = decoder.release();
     return true;

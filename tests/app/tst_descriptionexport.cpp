@@ -32,7 +32,7 @@ Programme news()
 
 } // namespace
 
-class tst_DescriptionExport : public QObject
+class TestDescriptionExport : public QObject
 {
     Q_OBJECT
 
@@ -54,7 +54,7 @@ private slots:
     void write_isSilent_whenTheFileCannotBeOpened();
 };
 
-void tst_DescriptionExport::text_hasEveryLine_inOrder()
+void TestDescriptionExport::text_hasEveryLine_inOrder()
 {
     QCOMPARE(descriptionText(news(), DateOrder::YearFirst), QString("Show       : News\n"
                                                                     "Description:\n"
@@ -66,7 +66,7 @@ void tst_DescriptionExport::text_hasEveryLine_inOrder()
                                                                     "Channel    : CH1\n"));
 }
 
-void tst_DescriptionExport::text_keepsItsEmptyLines_withoutDescription()
+void TestDescriptionExport::text_keepsItsEmptyLines_withoutDescription()
 {
     Programme programme = news();
     programme.description.clear();
@@ -74,7 +74,7 @@ void tst_DescriptionExport::text_keepsItsEmptyLines_withoutDescription()
              QString("Show       : News\nDescription:\n\n\n\nDate      "));
 }
 
-void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder_data()
+void TestDescriptionExport::text_writesTheDate_inTheChosenOrder_data()
 {
     QTest::addColumn<int>("dateFormat");
     QTest::addColumn<QString>("line");
@@ -83,13 +83,13 @@ void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder_data()
     QTest::newRow("year first") << 2 << "Date       : 2016.03.05";
 }
 
-void tst_DescriptionExport::text_writesTheDate_inTheChosenOrder()
+void TestDescriptionExport::text_writesTheDate_inTheChosenOrder()
 {
     QFETCH(int, dateFormat);
     QTEST(descriptionText(news(), dateOrder(dateFormat)).split('\n').at(5), "line");
 }
 
-void tst_DescriptionExport::text_hasNoDate_withAnUnknownOrder()
+void TestDescriptionExport::text_hasNoDate_withAnUnknownOrder()
 {
     for (const int unknown : {-1, 3}) {
         QCOMPARE(descriptionText(news(), dateOrder(unknown)), QString("Show       : News\n"
@@ -102,7 +102,7 @@ void tst_DescriptionExport::text_hasNoDate_withAnUnknownOrder()
     }
 }
 
-void tst_DescriptionExport::text_padsNumbers_toTwoDigits()
+void TestDescriptionExport::text_padsNumbers_toTwoDigits()
 {
     Programme programme = news();
     programme.hour = programme.minute = programme.second = 0;
@@ -111,7 +111,7 @@ void tst_DescriptionExport::text_padsNumbers_toTwoDigits()
     QVERIFY(descriptionText(programme, DateOrder::DayFirst).contains("\nTime stamp : 255:00:00\n"));
 }
 
-void tst_DescriptionExport::text_keepsTheDescription_asStored()
+void TestDescriptionExport::text_keepsTheDescription_asStored()
 {
     Programme programme = news();
     programme.description = "<b>%1</b>\r\n%2\nend %L3";
@@ -121,7 +121,7 @@ void tst_DescriptionExport::text_keepsTheDescription_asStored()
         "Show       : %1 %2 %3\nDescription:\n\n<b>%1</b>\r\n%2\nend %L3\n\nDate       : 05.03.2016\n"));
 }
 
-void tst_DescriptionExport::text_takesEachByte_asOneLatin1Character()
+void TestDescriptionExport::text_takesEachByte_asOneLatin1Character()
 {
     Programme programme = news();
     programme.title = "\xC3\xA4\xFF\x80";
@@ -131,7 +131,7 @@ void tst_DescriptionExport::text_takesEachByte_asOneLatin1Character()
     QVERIFY(text.endsWith(QString("Channel    : ") + QChar(0xE4) + '\n'));
 }
 
-void tst_DescriptionExport::write_encodesTheText_inTheLocale()
+void TestDescriptionExport::write_encodesTheText_inTheLocale()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("out.txt");
@@ -142,7 +142,7 @@ void tst_DescriptionExport::write_encodesTheText_inTheLocale()
     QCOMPARE(TestVolume::readFile(path), QByteArray("a\xC3\x83\xC2\xA4\n"));
 }
 
-void tst_DescriptionExport::write_encodesTheText_inALocaleThatIsNotUtf8()
+void TestDescriptionExport::write_encodesTheText_inALocaleThatIsNotUtf8()
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     QTextCodec *previous = QTextCodec::codecForLocale();
@@ -157,7 +157,7 @@ void tst_DescriptionExport::write_encodesTheText_inALocaleThatIsNotUtf8()
 #endif
 }
 
-void tst_DescriptionExport::write_replacesAFile_thatIsThere()
+void TestDescriptionExport::write_replacesAFile_thatIsThere()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("out.txt");
@@ -166,7 +166,7 @@ void tst_DescriptionExport::write_replacesAFile_thatIsThere()
     QCOMPARE(TestVolume::readFile(path), QByteArray("short\n"));
 }
 
-void tst_DescriptionExport::write_isSilent_whenTheFileCannotBeOpened()
+void TestDescriptionExport::write_isSilent_whenTheFileCannotBeOpened()
 {
     const QTemporaryDir directory;
     writeDescription(directory.path(), "a directory");
@@ -174,5 +174,5 @@ void tst_DescriptionExport::write_isSilent_whenTheFileCannotBeOpened()
     QCOMPARE(QDir(directory.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
 }
 
-QTEST_GUILESS_MAIN(tst_DescriptionExport)
+QTEST_GUILESS_MAIN(TestDescriptionExport)
 #include "tst_descriptionexport.moc"

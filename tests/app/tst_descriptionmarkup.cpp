@@ -33,7 +33,7 @@ QString renderedByQt(const QString &markup)
 
 } // namespace
 
-class tst_DescriptionMarkup : public QObject
+class TestDescriptionMarkup : public QObject
 {
     Q_OBJECT
 
@@ -50,7 +50,7 @@ private slots:
     void picture_isNotDecoded_thatStandsInTheText();
 };
 
-void tst_DescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge_data()
+void TestDescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge_data()
 {
     QTest::addColumn<QString>("markup");
     QTest::newRow("nothing") << QString();
@@ -67,7 +67,7 @@ void tst_DescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge_dat
     QTest::newRow("link and picture") << "<a href=\"http://example.org/20000\">x</a><img width=100 src=\"none\">";
 }
 
-void tst_DescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge()
+void TestDescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge()
 {
     QFETCH(const QString, markup);
     DescriptionDocument document;
@@ -75,7 +75,7 @@ void tst_DescriptionMarkup::description_isRenderedAsByQt_whereNothingIsLarge()
     QCOMPARE(document.toHtml(), renderedByQt(markup));
 }
 
-void tst_DescriptionMarkup::length_isDropped_whereItIsLarge_data()
+void TestDescriptionMarkup::length_isDropped_whereItIsLarge_data()
 {
     QTest::addColumn<QString>("large");
     QTest::addColumn<QString>("without");
@@ -92,7 +92,7 @@ void tst_DescriptionMarkup::length_isDropped_whereItIsLarge_data()
     row("line", "<p style='%1'>x</p> <b>y</b>", "line-height:20000%");
 }
 
-void tst_DescriptionMarkup::length_isDropped_whereItIsLarge()
+void TestDescriptionMarkup::length_isDropped_whereItIsLarge()
 {
     QFETCH(const QString, large);
     QFETCH(const QString, without);
@@ -111,7 +111,7 @@ void tst_DescriptionMarkup::length_isDropped_whereItIsLarge()
     QVERIFY(document.toHtml() != unbounded.toHtml());
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
 {
     QTest::addColumn<QString>("attribute");
     for (const char *attribute : {"colspan=20000",
@@ -142,7 +142,7 @@ void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten_data()
         QTest::newRow(attribute) << QString::fromLatin1(attribute);
 }
 
-void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
+void TestDescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
 {
     QFETCH(const QString, attribute);
     for (const char *wrapped : {"%1", "<!-- <td> -->%1", "x<!--StartFragment-->%1<!--EndFragment-->",
@@ -156,7 +156,7 @@ void tst_DescriptionMarkup::table_staysSmall_howeverItsSpansAreWritten()
     }
 }
 
-void tst_DescriptionMarkup::layout_isBounded_inNestedTables_data()
+void TestDescriptionMarkup::layout_isBounded_inNestedTables_data()
 {
     QTest::addColumn<QString>("opening");
     for (int levels : {1, 2, 4, 8, 12, 20, 40, 68})
@@ -167,7 +167,7 @@ void tst_DescriptionMarkup::layout_isBounded_inNestedTables_data()
     QTest::newRow("list in cells") << QString("<table><tr><td><ul><li>").repeated(43);
 }
 
-void tst_DescriptionMarkup::layout_isBounded_inNestedTables()
+void TestDescriptionMarkup::layout_isBounded_inNestedTables()
 {
     QFETCH(const QString, opening);
     DescriptionDocument document;
@@ -180,7 +180,7 @@ void tst_DescriptionMarkup::layout_isBounded_inNestedTables()
     QCOMPARE(pictures.measured > 0, cellsIn(*document.rootFrame()) > 0);
 }
 
-void tst_DescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
+void TestDescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
 {
     DescriptionDocument document;
     quorvale::insertDescription(QTextCursor(&document),
@@ -191,7 +191,7 @@ void tst_DescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
 }
 
 // A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is honest, and would be shown.
-void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
+void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
 {
     QImage picture(40, 30, QImage::Format_RGB32);
     picture.fill(Qt::red);
@@ -203,5 +203,5 @@ void tst_DescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
     QCOMPARE(DescriptionDocument().resource(QTextDocument::ImageResource, url).value<QImage>().size(), QSize(1, 1));
 }
 
-QTEST_MAIN(tst_DescriptionMarkup)
+QTEST_MAIN(TestDescriptionMarkup)
 #include "tst_descriptionmarkup.moc"

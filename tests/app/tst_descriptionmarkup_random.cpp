@@ -109,7 +109,7 @@ QStringList wordsOf(const QTextDocument &document)
 
 } // namespace
 
-class tst_DescriptionMarkupRandom : public QObject
+class TestDescriptionMarkupRandom : public QObject
 {
     Q_OBJECT
 
@@ -118,7 +118,7 @@ private slots:
     void words_areThoseThatQtShows_whateverTheMarkup();
 };
 
-void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup_data()
+void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup_data()
 {
     QTest::addColumn<int>("seed");
     const int thousands = qEnvironmentVariableIsSet("QUORVALE_LONG_TESTS") ? 100 : 1;
@@ -126,7 +126,7 @@ void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup_da
         QTest::addRow("a thousand, seed %d", seed) << seed;
 }
 
-void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
+void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
 {
     QFETCH(const int, seed);
     SeededRandom random(static_cast<std::uint64_t>(seed));
@@ -150,5 +150,5 @@ void tst_DescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
           mostMeasured);
 }
 
-QTEST_MAIN(tst_DescriptionMarkupRandom)
+QTEST_MAIN(TestDescriptionMarkupRandom)
 #include "tst_descriptionmarkup_random.moc"

@@ -38,7 +38,7 @@ Q_COREAPP_STARTUP_FUNCTION(lookOnceItWaits)
 
 } // namespace
 
-class tst_Main : public QObject
+class TestMain : public QObject
 {
     Q_OBJECT
 
@@ -58,5 +58,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(tst_Main)
+QTEST_APPLESS_MAIN(TestMain)
 #include "tst_main.moc"

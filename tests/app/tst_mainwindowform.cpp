@@ -6,7 +6,7 @@
 #include <QTranslator>
 #include <QtTest>
 
-class tst_MainWindowForm : public QObject
+class TestMainWindowForm : public QObject
 {
     Q_OBJECT
 
@@ -37,19 +37,19 @@ private:
     Ui_MainWindow m_ui;
 };
 
-void tst_MainWindowForm::init()
+void TestMainWindowForm::init()
 {
     m_window = std::make_unique<QMainWindow>();
     m_ui.setupUi(m_window.get());
 }
 
-void tst_MainWindowForm::cleanup()
+void TestMainWindowForm::cleanup()
 {
     m_window.reset();
 }
 
 // The names of a layout's items; a spacer is "(spacer)".
-QStringList tst_MainWindowForm::itemsOf(const char *layoutName) const
+QStringList TestMainWindowForm::itemsOf(const char *layoutName) const
 {
     QStringList names;
     const auto *layout = find<QLayout>(layoutName);
@@ -65,7 +65,7 @@ QStringList tst_MainWindowForm::itemsOf(const char *layoutName) const
     return names;
 }
 
-void tst_MainWindowForm::form_holdsTheseObjects_inThisOrder()
+void TestMainWindowForm::form_holdsTheseObjects_inThisOrder()
 {
     const auto describe = [](const QObject *object) {
         return object->objectName() + ' ' + object->metaObject()->className();
@@ -100,7 +100,7 @@ void tst_MainWindowForm::form_holdsTheseObjects_inThisOrder()
     QCOMPARE(m_window->findChildren<QWidget *>("statusbar").size(), 0);
 }
 
-void tst_MainWindowForm::form_setsTheWindow()
+void TestMainWindowForm::form_setsTheWindow()
 {
     QCOMPARE(m_window->objectName(), QString("MainWindow"));
     QCOMPARE(m_window->size(), QSize(602, 401));
@@ -111,7 +111,7 @@ void tst_MainWindowForm::form_setsTheWindow()
     QCOMPARE(m_ui.menubar->geometry().topLeft(), QPoint(0, 0));
 }
 
-void tst_MainWindowForm::form_keepsTheWindowsName_whenItHasOne()
+void TestMainWindowForm::form_keepsTheWindowsName_whenItHasOne()
 {
     QMainWindow window;
     window.setObjectName("named");
@@ -120,7 +120,7 @@ void tst_MainWindowForm::form_keepsTheWindowsName_whenItHasOne()
     QCOMPARE(window.objectName(), QString("named"));
 }
 
-void tst_MainWindowForm::form_laysOutItsWidgets_inThisOrder()
+void TestMainWindowForm::form_laysOutItsWidgets_inThisOrder()
 {
     QCOMPARE(itemsOf("verticalLayout_2"), QStringList({"horizontalLayout", "verticalLayout"}));
     QCOMPARE(itemsOf("horizontalLayout"), QStringList({"summaryList", "deviceList"}));
@@ -134,7 +134,7 @@ void tst_MainWindowForm::form_laysOutItsWidgets_inThisOrder()
     QCOMPARE(spacer->sizePolicy(), QSizePolicy(QSizePolicy::Expanding, QSizePolicy::Minimum));
 }
 
-void tst_MainWindowForm::form_placesTheDetails_inTheseRows()
+void TestMainWindowForm::form_placesTheDetails_inTheseRows()
 {
     const auto *form = find<QFormLayout>("formLayout");
     QStringList places;
@@ -153,7 +153,7 @@ void tst_MainWindowForm::form_placesTheDetails_inTheseRows()
                                   "5.1 watchedEdit"}));
 }
 
-void tst_MainWindowForm::form_setsTheseProperties_onFields_data()
+void TestMainWindowForm::form_setsTheseProperties_onFields_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("readOnly");
@@ -168,7 +168,7 @@ void tst_MainWindowForm::form_setsTheseProperties_onFields_data()
     QTest::newRow("watchedEdit") << "watchedEdit" << true << QSize(0, 0) << 0;
 }
 
-void tst_MainWindowForm::form_setsTheseProperties_onFields()
+void TestMainWindowForm::form_setsTheseProperties_onFields()
 {
     QFETCH(QString, name);
     QFETCH(int, horizontalStretch);
@@ -186,7 +186,7 @@ void tst_MainWindowForm::form_setsTheseProperties_onFields()
     QCOMPARE(field->text(), QString());
 }
 
-void tst_MainWindowForm::form_setsTheseTexts_data()
+void TestMainWindowForm::form_setsTheseTexts_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("property");
@@ -211,7 +211,7 @@ void tst_MainWindowForm::form_setsTheseTexts_data()
         QTest::newRow(qPrintable(row[0] + ' ' + row[1])) << row[0] << row[1] << row[2];
 }
 
-void tst_MainWindowForm::form_setsTheseTexts()
+void TestMainWindowForm::form_setsTheseTexts()
 {
     QFETCH(QString, name);
     QFETCH(QString, property);
@@ -224,7 +224,7 @@ void tst_MainWindowForm::form_setsTheseTexts()
     QCOMPARE(m_ui.thumbnailLabel->minimumSize(), QSize(160, 120));
 }
 
-void tst_MainWindowForm::form_hasOneMenu_withEntriesInThisOrder()
+void TestMainWindowForm::form_hasOneMenu_withEntriesInThisOrder()
 {
     QCOMPARE(m_ui.menubar->actions(), QList<QAction *>({m_ui.menuFile->menuAction()}));
     QStringList entries;
@@ -234,7 +234,7 @@ void tst_MainWindowForm::form_hasOneMenu_withEntriesInThisOrder()
                                    "actionPreferences", "actionQuit"}));
 }
 
-void tst_MainWindowForm::form_translatesItsTexts_inItsContext()
+void TestMainWindowForm::form_translatesItsTexts_inItsContext()
 {
     class Marking : public QTranslator
     {
@@ -254,5 +254,5 @@ void tst_MainWindowForm::form_translatesItsTexts_inItsContext()
     QCOMPARE(m_ui.menuFile->title(), QString("MainWindow/File"));
 }
 
-QTEST_MAIN(tst_MainWindowForm)
+QTEST_MAIN(TestMainWindowForm)
 #include "tst_mainwindowform.moc"

@@ -53,7 +53,7 @@ bool comesTrue(const std::function<bool()> &holds)
 
 } // namespace
 
-class tst_Program : public QObject
+class TestProgram : public QObject
 {
     Q_OBJECT
 
@@ -85,7 +85,7 @@ private:
     std::unique_ptr<ProgramRun> m_program;
 };
 
-void tst_Program::initTestCase()
+void TestProgram::initTestCase()
 {
     const QString problem = m_display.start();
     if (!problem.isEmpty())
@@ -95,19 +95,19 @@ void tst_Program::initTestCase()
     m_layout = WindowLayout::measure();
 }
 
-void tst_Program::init()
+void TestProgram::init()
 {
     m_mountPoint = std::make_unique<QTemporaryDir>();
     m_program = std::make_unique<ProgramRun>(m_display, m_layout);
 }
 
-void tst_Program::cleanup()
+void TestProgram::cleanup()
 {
     m_program.reset();
     m_mountPoint.reset();
 }
 
-void tst_Program::mountSampleDisk(const QString &name, const QStringList &without) const
+void TestProgram::mountSampleDisk(const QString &name, const QStringList &without) const
 {
     QVERIFY(TestVolume::create(path(name), TestVolume::readFile(samples("RECSINFO/RECS.INF"))));
     const QDir recordings(samples("RECS"));
@@ -117,7 +117,7 @@ void tst_Program::mountSampleDisk(const QString &name, const QStringList &withou
     }
 }
 
-void tst_Program::openWithPicturesOf(int row) const
+void TestProgram::openWithPicturesOf(int row) const
 {
     mountSampleDisk("disk");
     const QString problem = m_program->start(m_mountPoint->path());
@@ -126,7 +126,7 @@ void tst_Program::openWithPicturesOf(int row) const
     QVERIFY(comesTrue([&] { return shownNumber().has_value(); }));
 }
 
-void tst_Program::window_showsTheRingFirst_andThenPictures()
+void TestProgram::window_showsTheRingFirst_andThenPictures()
 {
     mountSampleDisk("disk", {"REC_0001.ts"});
     SilentRecording first(path("disk/DVR/RECS/REC_0001.ts"));
@@ -153,7 +153,7 @@ void tst_Program::window_showsTheRingFirst_andThenPictures()
     QCOMPARE(m_program->said(), kUnreadable);
 }
 
-void tst_Program::window_belongsToTheMenuEntry()
+void TestProgram::window_belongsToTheMenuEntry()
 {
     mountSampleDisk("disk");
     const QString problem = m_program->start(m_mountPoint->path());
@@ -172,7 +172,7 @@ void tst_Program::window_belongsToTheMenuEntry()
     QVERIFY(m_program->quit());
 }
 
-void tst_Program::window_isTwiceAsLarge_onAScreenOfTwiceTheDensity()
+void TestProgram::window_isTwiceAsLarge_onAScreenOfTwiceTheDensity()
 {
     mountSampleDisk("disk");
     WindowLayout layout = m_layout;
@@ -184,7 +184,7 @@ void tst_Program::window_isTwiceAsLarge_onAScreenOfTwiceTheDensity()
     QVERIFY(program.quit());
 }
 
-void tst_Program::click_pausesThePictures_andAnotherResumesThem()
+void TestProgram::click_pausesThePictures_andAnotherResumesThem()
 {
     openWithPicturesOf(0);
     QVERIFY(
@@ -205,7 +205,7 @@ void tst_Program::click_pausesThePictures_andAnotherResumesThem()
     QVERIFY(comesTrue([&] { return shownNumber() && shownNumber() != paused; }));
 }
 
-void tst_Program::selection_showsThePicturesOfAnotherProgramme()
+void TestProgram::selection_showsThePicturesOfAnotherProgramme()
 {
     openWithPicturesOf(0);
     const QImage first = m_program->picture(m_program->look());
@@ -225,7 +225,7 @@ void tst_Program::selection_showsThePicturesOfAnotherProgramme()
     }));
 }
 
-void tst_Program::device_isShownWithoutAScan_whileThatOfAnotherRuns()
+void TestProgram::device_isShownWithoutAScan_whileThatOfAnotherRuns()
 {
     // Devices are listed, and the first is loaded, in the order in which the folder gives them.
     for (const char *name : {"a", "b"})
@@ -254,7 +254,7 @@ void tst_Program::device_isShownWithoutAScan_whileThatOfAnotherRuns()
     QVERIFY(comesTrue([&] { return shownNumber().has_value(); }));
 }
 
-void tst_Program::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
+void TestProgram::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
 {
     constexpr int kRecordings = 100;
     QList<RecordBytes> records;
@@ -278,7 +278,7 @@ void tst_Program::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
     QVERIFY(m_program->settings().contains("dateformat=ymd"));
 }
 
-void tst_Program::quit_endsTheProgram_whenAReadHangs()
+void TestProgram::quit_endsTheProgram_whenAReadHangs()
 {
     QVERIFY(TestVolume::create(path("disk"), QList<RecordBytes>{RecordBytes()}));
     SilentRecording silent(path("disk/DVR/RECS/rec.ts"));
@@ -292,7 +292,7 @@ void tst_Program::quit_endsTheProgram_whenAReadHangs()
     QVERIFY(m_program->settings().contains("dateformat=ymd"));
 }
 
-void tst_Program::start_takesAllDescriptors_thatItMayHave()
+void TestProgram::start_takesAllDescriptors_thatItMayHave()
 {
     rlimit own = {};
     QCOMPARE(::getrlimit(RLIMIT_NOFILE, &own), 0);
@@ -306,5 +306,5 @@ void tst_Program::start_takesAllDescriptors_thatItMayHave()
     QCOMPARE(m_program->descriptorLimit(), most + " of " + most);
 }
 
-QTEST_MAIN(tst_Program)
+QTEST_MAIN(TestProgram)
 #include "tst_program.moc"

@@ -18,7 +18,7 @@ QString weekday(const QDate &date)
 
 } // namespace
 
-class tst_ProgrammeText : public QObject
+class TestProgrammeText : public QObject
 {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ private slots:
     void fileSize_changesUnit_at1GiB();
 };
 
-void tst_ProgrammeText::twoDigits_putsZeroInFront_upToNine_data()
+void TestProgrammeText::twoDigits_putsZeroInFront_upToNine_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("text");
@@ -57,20 +57,20 @@ void tst_ProgrammeText::twoDigits_putsZeroInFront_upToNine_data()
     QTest::newRow("negative") << -3 << "0-3";
 }
 
-void tst_ProgrammeText::twoDigits_putsZeroInFront_upToNine()
+void TestProgrammeText::twoDigits_putsZeroInFront_upToNine()
 {
     QFETCH(int, number);
     QTEST(twoDigits(number), "text");
 }
 
-void tst_ProgrammeText::startTime_padsEachPart()
+void TestProgrammeText::startTime_padsEachPart()
 {
     QCOMPARE(formatStartTime(7, 5, 0), QString("07:05:00"));
     QCOMPARE(formatStartTime(10, 0, 9), QString("10:00:09"));
     QCOMPARE(formatStartTime(255, 75, 60), QString("255:75:60"));
 }
 
-void tst_ProgrammeText::date_isRelative_nearToday_data()
+void TestProgrammeText::date_isRelative_nearToday_data()
 {
     QTest::addColumn<QDate>("recorded");
     QTest::addColumn<QDate>("today");
@@ -96,14 +96,14 @@ void tst_ProgrammeText::date_isRelative_nearToday_data()
     QTest::newRow("28 February of another year") << QDate(2015, 2, 28) << QDate(2016, 3, 1) << "28.02.2015";
 }
 
-void tst_ProgrammeText::date_isRelative_nearToday()
+void TestProgrammeText::date_isRelative_nearToday()
 {
     QFETCH(QDate, recorded);
     QFETCH(QDate, today);
     QTEST(recordedOn(recorded, today), "text");
 }
 
-void tst_ProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead_data()
+void TestProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead_data()
 {
     QTest::addColumn<int>("daysBack");
     QTest::addColumn<bool>("isWeekday");
@@ -116,7 +116,7 @@ void tst_ProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead_data()
     QTest::newRow("thirty years ahead") << -11000 << true;
 }
 
-void tst_ProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead()
+void TestProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead()
 {
     QFETCH(int, daysBack);
     QFETCH(bool, isWeekday);
@@ -125,7 +125,7 @@ void tst_ProgrammeText::date_isTheWeekday_upToSixDaysBackAndAhead()
     QCOMPARE(recordedOn(recorded, today), isWeekday ? weekday(recorded) : recorded.toString("dd.MM.yyyy"));
 }
 
-void tst_ProgrammeText::date_isNumeric_inTheChosenOrder_data()
+void TestProgrammeText::date_isNumeric_inTheChosenOrder_data()
 {
     QTest::addColumn<int>("dateFormat");
     QTest::addColumn<QString>("text");
@@ -134,13 +134,13 @@ void tst_ProgrammeText::date_isNumeric_inTheChosenOrder_data()
     QTest::newRow("year first") << 2 << "2016.07.03";
 }
 
-void tst_ProgrammeText::date_isNumeric_inTheChosenOrder()
+void TestProgrammeText::date_isNumeric_inTheChosenOrder()
 {
     QFETCH(int, dateFormat);
     QTEST(recordedOn(QDate(2016, 7, 3), QDate(2026, 1, 1), dateFormat), "text");
 }
 
-void tst_ProgrammeText::date_isTheToolkitsText_withAnUnknownOrder()
+void TestProgrammeText::date_isTheToolkitsText_withAnUnknownOrder()
 {
     const QDate date(1995, 5, 20);
     for (const int unknown : {-1, 3, 77})
@@ -148,7 +148,7 @@ void tst_ProgrammeText::date_isTheToolkitsText_withAnUnknownOrder()
     QCOMPARE(recordedOn(date, QDate(2026, 1, 1), 3), QString("Sat May 20 1995"));
 }
 
-void tst_ProgrammeText::date_isEmpty_whenItDoesNotExist_data()
+void TestProgrammeText::date_isEmpty_whenItDoesNotExist_data()
 {
     QTest::addColumn<int>("day");
     QTest::addColumn<int>("month");
@@ -158,7 +158,7 @@ void tst_ProgrammeText::date_isEmpty_whenItDoesNotExist_data()
     QTest::newRow("day 256") << 256 << 3;
 }
 
-void tst_ProgrammeText::date_isEmpty_whenItDoesNotExist()
+void TestProgrammeText::date_isEmpty_whenItDoesNotExist()
 {
     QFETCH(int, day);
     QFETCH(int, month);
@@ -166,7 +166,7 @@ void tst_ProgrammeText::date_isEmpty_whenItDoesNotExist()
         QCOMPARE(formatRecordingDate(day, month, 2016, dateOrder(dateFormat), QDate(2016, 3, 15)), QString());
 }
 
-void tst_ProgrammeText::playPosition_isTruncatedAndUnpadded_data()
+void TestProgrammeText::playPosition_isTruncatedAndUnpadded_data()
 {
     QTest::addColumn<int>("seconds");
     QTest::addColumn<QString>("text");
@@ -178,13 +178,13 @@ void tst_ProgrammeText::playPosition_isTruncatedAndUnpadded_data()
     QTest::newRow("cut off in the index") << -257 << "0h -4m -17s";
 }
 
-void tst_ProgrammeText::playPosition_isTruncatedAndUnpadded()
+void TestProgrammeText::playPosition_isTruncatedAndUnpadded()
 {
     QFETCH(int, seconds);
     QTEST(formatPlayPosition(seconds), "text");
 }
 
-void tst_ProgrammeText::fileSize_changesUnit_at1GiB_data()
+void TestProgrammeText::fileSize_changesUnit_at1GiB_data()
 {
     QTest::addColumn<int>("kibibytes");
     QTest::addColumn<QString>("text");
@@ -202,11 +202,11 @@ void tst_ProgrammeText::fileSize_changesUnit_at1GiB_data()
     QTest::newRow("16.0500002 GiB, less in single precision") << 16829645 << "16 GB";
 }
 
-void tst_ProgrammeText::fileSize_changesUnit_at1GiB()
+void TestProgrammeText::fileSize_changesUnit_at1GiB()
 {
     QFETCH(int, kibibytes);
     QTEST(formatFileSize(kibibytes), "text");
 }
 
-QTEST_GUILESS_MAIN(tst_ProgrammeText)
+QTEST_GUILESS_MAIN(TestProgrammeText)
 #include "tst_programmetext.moc"

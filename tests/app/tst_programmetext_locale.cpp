@@ -5,7 +5,7 @@
 using namespace quorvale;
 
 /// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
-class tst_ProgrammeTextLocale : public QObject
+class TestProgrammeTextLocale : public QObject
 {
     Q_OBJECT
 
@@ -16,17 +16,18 @@ private slots:
     void initTestCase();
     void date_isTheWeekday_inTheSystemsLanguage_data();
     void date_isTheWeekday_inTheSystemsLanguage();
+    void words_areAllThatADateMayBe();
     void date_keepsItsOrder_inAnyLanguage();
 };
 
-void tst_ProgrammeTextLocale::initTestCase()
+void TestProgrammeTextLocale::initTestCase()
 {
 #ifdef Q_OS_MACOS
     QSKIP("The language is a setting of the user here, which no environment changes.");
 #endif
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
 {
     QTest::addColumn<QDate>("recorded");
     QTest::addColumn<QString>("text");
@@ -35,7 +36,7 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage_data()
     QTest::newRow("next Monday") << QDate(2016, 3, 21) << "Montag";
 }
 
-void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
+void TestProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
 {
     QFETCH(QDate, recorded);
     QTEST(
@@ -43,7 +44,22 @@ void tst_ProgrammeTextLocale::date_isTheWeekday_inTheSystemsLanguage()
         "text");
 }
 
-void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
+void TestProgrammeTextLocale::words_areAllThatADateMayBe()
+{
+    const QDate today(2016, 3, 15);
+    QStringList words;
+    for (int days = -1; days <= 7; ++days) {
+        const QDate date = today.addDays(days);
+        words.append(formatRecordingDate(date.day(), date.month(), date.year(), 0, today));
+    }
+    words.removeDuplicates();
+    words.sort();
+    QStringList announced = recordingDateWords();
+    announced.sort();
+    QCOMPARE(announced, words);
+}
+
+void TestProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
 {
     const QDate today(2016, 3, 15);
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::DayFirst, today), QString("08.03.2016"));
@@ -51,5 +67,5 @@ void tst_ProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::YearFirst, today), QString("2016.03.08"));
 }
 
-QTEST_GUILESS_MAIN(tst_ProgrammeTextLocale)
+QTEST_GUILESS_MAIN(TestProgrammeTextLocale)
 #include "tst_programmetext_locale.moc"

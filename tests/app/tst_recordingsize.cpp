@@ -9,7 +9,7 @@
 
 using namespace quorvale;
 
-class tst_RecordingSize : public QObject
+class TestRecordingSize : public QObject
 {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ private slots:
     void size_isTheLargestNumber_beyondTwoTiB();
 };
 
-void tst_RecordingSize::size_isNone_withoutMainFile()
+void TestRecordingSize::size_isNone_withoutMainFile()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -31,7 +31,7 @@ void tst_RecordingSize::size_isNone_withoutMainFile()
     QVERIFY(!recordingSizeKB(path).has_value());
 }
 
-void tst_RecordingSize::size_truncatesEachFile_toWholeKiB()
+void TestRecordingSize::size_truncatesEachFile_toWholeKiB()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -45,7 +45,7 @@ void tst_RecordingSize::size_truncatesEachFile_toWholeKiB()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(1));
 }
 
-void tst_RecordingSize::size_addsPieces_fromOneOn()
+void TestRecordingSize::size_addsPieces_fromOneOn()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -55,7 +55,7 @@ void tst_RecordingSize::size_addsPieces_fromOneOn()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(1536000));
 }
 
-void tst_RecordingSize::size_endsAtAGap_inThePieceNumbers()
+void TestRecordingSize::size_endsAtAGap_inThePieceNumbers()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -64,7 +64,7 @@ void tst_RecordingSize::size_endsAtAGap_inThePieceNumbers()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(20));
 }
 
-void tst_RecordingSize::size_countsMoreThanNinePieces()
+void TestRecordingSize::size_countsMoreThanNinePieces()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -74,7 +74,7 @@ void tst_RecordingSize::size_countsMoreThanNinePieces()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(13));
 }
 
-void tst_RecordingSize::size_isTheLargestNumber_beyondTwoTiB()
+void TestRecordingSize::size_isTheLargestNumber_beyondTwoTiB()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("a.ts");
@@ -83,5 +83,5 @@ void tst_RecordingSize::size_isTheLargestNumber_beyondTwoTiB()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(std::numeric_limits<int>::max()));
 }
 
-QTEST_APPLESS_MAIN(tst_RecordingSize)
+QTEST_APPLESS_MAIN(TestRecordingSize)
 #include "tst_recordingsize.moc"

@@ -21,7 +21,7 @@ void addArchive(const ViewerFixture &fixture, const QString &volume, const QList
 
 } // namespace
 
-class tst_Viewer : public QObject
+class TestViewer : public QObject
 {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ private slots:
     void destroy_endsCleanly_whileARescanIsDue();
 };
 
-void tst_Viewer::start_showsAWindowWithItsOwnTitle()
+void TestViewer::start_showsAWindowWithItsOwnTitle()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -52,7 +52,7 @@ void tst_Viewer::start_showsAWindowWithItsOwnTitle()
     QVERIFY(!viewer.parent());
 }
 
-void tst_Viewer::start_leavesEverythingEmpty_withoutDevice()
+void TestViewer::start_leavesEverythingEmpty_withoutDevice()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -68,7 +68,7 @@ void tst_Viewer::start_leavesEverythingEmpty_withoutDevice()
     QCOMPARE(viewer.mountPoint, fixture.path());
 }
 
-void tst_Viewer::start_loadsTheFirstDevice_andShowsItsFirstProgramme()
+void TestViewer::start_loadsTheFirstDevice_andShowsItsFirstProgramme()
 {
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one"), fixture.titled("two")});
@@ -85,7 +85,7 @@ void tst_Viewer::start_loadsTheFirstDevice_andShowsItsFirstProgramme()
     QVERIFY(viewer.ui.deviceList->selectedItems().isEmpty());
 }
 
-void tst_Viewer::start_setsAnIcon_inTwoDensities()
+void TestViewer::start_setsAnIcon_inTwoDensities()
 {
     ViewerFixture fixture;
     const QIcon icon = fixture.open().windowIcon();
@@ -98,7 +98,7 @@ void tst_Viewer::start_setsAnIcon_inTwoDensities()
     QVERIFY(icon.availableSizes(QIcon::Disabled, QIcon::Off).isEmpty());
 }
 
-void tst_Viewer::start_registersThumbnailSeries_forQueuedSignals()
+void TestViewer::start_registersThumbnailSeries_forQueuedSignals()
 {
     ViewerFixture fixture;
     fixture.open();
@@ -109,7 +109,7 @@ void tst_Viewer::start_registersThumbnailSeries_forQueuedSignals()
 #endif
 }
 
-void tst_Viewer::slots_standInThisOrder()
+void TestViewer::slots_standInThisOrder()
 {
     QStringList signatures;
     const QMetaObject &type = Viewer::staticMetaObject;
@@ -125,7 +125,7 @@ void tst_Viewer::slots_standInThisOrder()
                           "collatedScan()", "openFinder()", "chooseProgramme(int)", "scanDone()"}));
 }
 
-void tst_Viewer::fields_areReadOnly_butTheTime()
+void TestViewer::fields_areReadOnly_butTheTime()
 {
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one")});
@@ -144,7 +144,7 @@ void tst_Viewer::fields_areReadOnly_butTheTime()
     QCOMPARE(viewer.ui.detailsEdit->toPlainText(), description);
 }
 
-void tst_Viewer::quitEntry_endsTheEventLoop()
+void TestViewer::quitEntry_endsTheEventLoop()
 {
 #ifdef Q_OS_MACOS
     QSKIP("Quitting is the application menu's business here.");
@@ -163,7 +163,7 @@ void tst_Viewer::quitEntry_endsTheEventLoop()
     QVERIFY(!late);
 }
 
-void tst_Viewer::diskChanges_startOneCoarseTimerOfASecond()
+void TestViewer::diskChanges_startOneCoarseTimerOfASecond()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -180,7 +180,7 @@ void tst_Viewer::diskChanges_startOneCoarseTimerOfASecond()
     QCOMPARE(timers.first().timerType, Qt::CoarseTimer);
 }
 
-void tst_Viewer::diskChanges_causeOneRescan_howeverMany()
+void TestViewer::diskChanges_causeOneRescan_howeverMany()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -203,7 +203,7 @@ void tst_Viewer::diskChanges_causeOneRescan_howeverMany()
     QCOMPARE(programmeTexts(viewer), QStringList());
 }
 
-void tst_Viewer::diskChanges_scanAgain_afterTheRescan()
+void TestViewer::diskChanges_scanAgain_afterTheRescan()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -215,7 +215,7 @@ void tst_Viewer::diskChanges_scanAgain_afterTheRescan()
     QVERIFY(viewer.scanTimerId >= 0);
 }
 
-void tst_Viewer::timerEvent_ignoresOtherTimers()
+void TestViewer::timerEvent_ignoresOtherTimers()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -227,7 +227,7 @@ void tst_Viewer::timerEvent_ignoresOtherTimers()
     QVERIFY(viewer.scanTimerId >= 0);
 }
 
-void tst_Viewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
+void TestViewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
 {
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one"), fixture.titled("two")});
@@ -247,7 +247,7 @@ void tst_Viewer::rescan_keepsTheProgrammes_whenTheVolumeHasGone()
     QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x, viewer.thumbnailCache.first().x1);
 }
 
-void tst_Viewer::destroy_endsCleanly_whileARescanIsDue()
+void TestViewer::destroy_endsCleanly_whileARescanIsDue()
 {
     ViewerFixture fixture;
     addArchive(fixture, "disk", {fixture.titled("one")});
@@ -256,5 +256,5 @@ void tst_Viewer::destroy_endsCleanly_whileARescanIsDue()
     QCOMPARE(fixture.settings().value("Main/mount_point").toString(), fixture.path());
 }
 
-QTEST_MAIN(tst_Viewer)
+QTEST_MAIN(TestViewer)
 #include "tst_viewer.moc"

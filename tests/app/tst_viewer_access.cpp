@@ -34,7 +34,7 @@ int fittingWidth(const QLineEdit &field)
 
 } // namespace
 
-class tst_ViewerAccess : public QObject
+class TestViewerAccess : public QObject
 {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ private slots:
     void items_carryNothingButTheirText();
 };
 
-void tst_ViewerAccess::labels_areBuddiesOfTheirFields()
+void TestViewerAccess::labels_areBuddiesOfTheirFields()
 {
     ViewerFixture fixture;
     const Ui_MainWindow &ui = fixture.open().ui;
@@ -64,7 +64,7 @@ void tst_ViewerAccess::labels_areBuddiesOfTheirFields()
     QCOMPARE(ui.label_6->buddy(), static_cast<QWidget *>(ui.watchedEdit));
 }
 
-void tst_ViewerAccess::fields_haveAccessibleNames()
+void TestViewerAccess::fields_haveAccessibleNames()
 {
     ViewerFixture fixture;
     const Ui_MainWindow &ui = fixture.open().ui;
@@ -81,7 +81,7 @@ void tst_ViewerAccess::fields_haveAccessibleNames()
     }
 }
 
-void tst_ViewerAccess::openButton_isDescribed_byItsTip()
+void TestViewerAccess::openButton_isDescribed_byItsTip()
 {
     ViewerFixture fixture;
     QPushButton *button = fixture.open().ui.openButton;
@@ -92,7 +92,7 @@ void tst_ViewerAccess::openButton_isDescribed_byItsTip()
     QCOMPARE(interface->text(QAccessible::Description), button->toolTip());
 }
 
-void tst_ViewerAccess::tab_walksInTheOrderOfTheForm()
+void TestViewerAccess::tab_walksInTheOrderOfTheForm()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -108,7 +108,7 @@ void tst_ViewerAccess::tab_walksInTheOrderOfTheForm()
                                  "fileSizeEdit", "openButton", "watchedEdit", "detailsEdit", "summaryList"}));
 }
 
-void tst_ViewerAccess::keys_areTheSystemsOwn()
+void TestViewerAccess::keys_areTheSystemsOwn()
 {
     ViewerFixture fixture;
     const Ui_MainWindow &ui = fixture.open().ui;
@@ -118,7 +118,7 @@ void tst_ViewerAccess::keys_areTheSystemsOwn()
     QCOMPARE(ui.actionOpen_Directory->shortcut(), QKeySequence("Ctrl+O"));
 }
 
-void tst_ViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
+void TestViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Short")}));
@@ -134,7 +134,7 @@ void tst_ViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
     }
 }
 
-void tst_ViewerAccess::fieldTip_appears_withTheFirstPixelThatIsMissing()
+void TestViewerAccess::fieldTip_appears_withTheFirstPixelThatIsMissing()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -151,7 +151,7 @@ void tst_ViewerAccess::fieldTip_appears_withTheFirstPixelThatIsMissing()
     }
 }
 
-void tst_ViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
+void TestViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
 {
     ViewerFixture fixture;
     const QString title = QString("word").repeated(60);
@@ -170,7 +170,7 @@ void tst_ViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
     QCOMPARE(tipOf(0), QString());
 }
 
-void tst_ViewerAccess::deviceTip_showsTheWholePath_onlyWhenItIsCutOff()
+void TestViewerAccess::deviceTip_showsTheWholePath_onlyWhenItIsCutOff()
 {
     ViewerFixture fixture;
     const QString deep = QString("deep").repeated(30);
@@ -185,7 +185,7 @@ void tst_ViewerAccess::deviceTip_showsTheWholePath_onlyWhenItIsCutOff()
     QCOMPARE(tipAt(list->viewport(), place), QString());
 }
 
-void tst_ViewerAccess::tip_showsMarkup_asItIs()
+void TestViewerAccess::tip_showsMarkup_asItIs()
 {
     ViewerFixture fixture;
     QLineEdit *field = fixture.open().ui.programmeEdit;
@@ -193,7 +193,7 @@ void tst_ViewerAccess::tip_showsMarkup_asItIs()
     QVERIFY(tipAt(field, field->rect().center()).contains("&lt;b&gt;"));
 }
 
-void tst_ViewerAccess::items_carryNothingButTheirText()
+void TestViewerAccess::items_carryNothingButTheirText()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -204,5 +204,5 @@ void tst_ViewerAccess::items_carryNothingButTheirText()
     QVERIFY(!item->data(0, Qt::UserRole).isValid());
 }
 
-QTEST_MAIN(tst_ViewerAccess)
+QTEST_MAIN(TestViewerAccess)
 #include "tst_viewer_access.moc"

@@ -91,7 +91,7 @@ QPalette paletteOf(const QColor &ground, const QColor &text)
 
 } // namespace
 
-class tst_ViewerAppearance : public QObject
+class TestViewerAppearance : public QObject
 {
     Q_OBJECT
 
@@ -104,7 +104,7 @@ private:
     ViewerFixture fixture;
 };
 
-void tst_ViewerAppearance::initTestCase()
+void TestViewerAppearance::initTestCase()
 {
     QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", "1").toDouble());
     QApplication::setStyle(QStyleFactory::create("Fusion")); // which paints with the palette
@@ -114,7 +114,7 @@ void tst_ViewerAppearance::initTestCase()
     QVERIFY(TestVolume::create(fixture.path("disk"), {record, ViewerFixture::titled("Weather")}));
 }
 
-void tst_ViewerAppearance::texts_areReadable_withAnyColours_data()
+void TestViewerAppearance::texts_areReadable_withAnyColours_data()
 {
     QTest::addColumn<QColor>("ground");
     QTest::addColumn<QColor>("text");
@@ -122,7 +122,7 @@ void tst_ViewerAppearance::texts_areReadable_withAnyColours_data()
     QTest::newRow("dark") << QColor(35, 35, 38) << QColor(240, 240, 240);
 }
 
-void tst_ViewerAppearance::texts_areReadable_withAnyColours()
+void TestViewerAppearance::texts_areReadable_withAnyColours()
 {
     QFETCH(const QColor, ground);
     QFETCH(const QColor, text);
@@ -156,5 +156,5 @@ void tst_ViewerAppearance::texts_areReadable_withAnyColours()
     QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
 }
 
-QTEST_MAIN(tst_ViewerAppearance)
+QTEST_MAIN(TestViewerAppearance)
 #include "tst_viewer_appearance.moc"

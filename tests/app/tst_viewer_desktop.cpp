@@ -9,7 +9,7 @@
 #include <QThread>
 #include <QtTest>
 
-class tst_ViewerDesktop : public QObject
+class TestViewerDesktop : public QObject
 {
     Q_OBJECT
 
@@ -26,12 +26,13 @@ private slots:
     void notifier_livesInTheMainThread_withoutParent();
     void openButton_namesTheRecordingOfTheListsRow();
     void openButton_usesTheListsRow_notTheShownProgramme();
+    void openButton_waitsForTheRelease_onIt();
     void openButton_doesNothing_withoutRecording();
     void openButton_doesNothing_withoutDevice();
     void aboutBox_saysThis();
 };
 
-void tst_ViewerDesktop::notifier_makesOneRescanDue()
+void TestViewerDesktop::notifier_makesOneRescanDue()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -41,7 +42,7 @@ void tst_ViewerDesktop::notifier_makesOneRescanDue()
     QVERIFY(viewer.scanTimerId >= 0);
 }
 
-void tst_ViewerDesktop::notifier_isHeardFromAnyThread()
+void TestViewerDesktop::notifier_isHeardFromAnyThread()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -53,7 +54,7 @@ void tst_ViewerDesktop::notifier_isHeardFromAnyThread()
     QVERIFY(viewer.scanTimerId >= 0);
 }
 
-void tst_ViewerDesktop::notifier_livesInTheMainThread_withoutParent()
+void TestViewerDesktop::notifier_livesInTheMainThread_withoutParent()
 {
     ViewerFixture fixture;
     QPointer<NewDiskNotifier> notifier = fixture.open().diskNotifier;
@@ -63,7 +64,7 @@ void tst_ViewerDesktop::notifier_livesInTheMainThread_withoutParent()
     QVERIFY(!notifier);
 }
 
-void tst_ViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
+void TestViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
 {
     ViewerFixture fixture;
     const QByteArray name = "caf\xC3\xA9 \xFF%20 \"x\"";
@@ -74,7 +75,7 @@ void tst_ViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
     QVERIFY(errors.text().startsWith("Opening file " + fixture.path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts\n"));
 }
 
-void tst_ViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
+void TestViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -85,7 +86,18 @@ void tst_ViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
     QVERIFY(errors.text().contains("/one.ts\n"));
 }
 
-void tst_ViewerDesktop::openButton_doesNothing_withoutRecording()
+void TestViewerDesktop::openButton_waitsForTheRelease_onIt()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    CapturedOutput errors(stderr);
+    QTest::mousePress(viewer.ui.openButton, Qt::LeftButton);
+    QTest::mouseRelease(viewer.ui.openButton, Qt::LeftButton, Qt::NoModifier, QPoint(-50, -50));
+    QCOMPARE(errors.text(), QByteArray());
+}
+
+void TestViewerDesktop::openButton_doesNothing_withoutRecording()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -101,7 +113,7 @@ void tst_ViewerDesktop::openButton_doesNothing_withoutRecording()
     QCOMPARE(errors.text(), QByteArray());
 }
 
-void tst_ViewerDesktop::openButton_doesNothing_withoutDevice()
+void TestViewerDesktop::openButton_doesNothing_withoutDevice()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -110,7 +122,7 @@ void tst_ViewerDesktop::openButton_doesNothing_withoutDevice()
     QCOMPARE(errors.text(), QByteArray());
 }
 
-void tst_ViewerDesktop::aboutBox_saysThis()
+void TestViewerDesktop::aboutBox_saysThis()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -127,5 +139,5 @@ void tst_ViewerDesktop::aboutBox_saysThis()
     QCOMPARE(text, QString("Quorvale\nDVR browser\n") + QChar(0xA9) + QString(" 2016 The Quorvale Project\n"));
 }
 
-QTEST_MAIN(tst_ViewerDesktop)
+QTEST_MAIN(TestViewerDesktop)
 #include "tst_viewer_desktop.moc"

@@ -2,10 +2,12 @@
 
 #include "tests/support/viewerfixture.h"
 
+#include <QScopeGuard>
 #include <QScrollBar>
+#include <QTextFrame>
 #include <QtTest>
 
-class tst_ViewerDetails : public QObject
+class TestViewerDetails : public QObject
 {
     Q_OBJECT
 
@@ -15,6 +17,7 @@ private slots:
     void choose_showsTheDateRelativeToToday();
     void choose_rendersMarkup_andForgetsThatOfTheOneBefore();
     void choose_showsTheWords_ofTablesInTablesWithoutEnd();
+    void choose_showsTheDescription_inTheFieldsFont();
     void choose_showsLongTexts_fromTheirStart();
     void choose_measuresTheFile_everyTime();
     void choose_showsNoFile_withoutMainFile();
@@ -26,7 +29,7 @@ private slots:
     void keys_walkThroughTheList();
 };
 
-void tst_ViewerDetails::choose_fillsEveryField()
+void TestViewerDetails::choose_fillsEveryField()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -58,7 +61,7 @@ void tst_ViewerDetails::choose_fillsEveryField()
     QCOMPARE(viewer.currentProgramme, 0);
 }
 
-void tst_ViewerDetails::choose_changesNothing_outsideTheList()
+void TestViewerDetails::choose_changesNothing_outsideTheList()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -71,7 +74,7 @@ void tst_ViewerDetails::choose_changesNothing_outsideTheList()
     }
 }
 
-void tst_ViewerDetails::choose_showsTheDateRelativeToToday()
+void TestViewerDetails::choose_showsTheDateRelativeToToday()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -86,12 +89,12 @@ void tst_ViewerDetails::choose_showsTheDateRelativeToToday()
     QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
 }
 
-void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
+void TestViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
 {
     ViewerFixture fixture;
     RecordBytes bold = fixture.titled("bold"), plain = fixture.titled("plain");
     bold.description = "<b>all bold</b>";
-    plain.description = "all plain";
+    plain.description = "<body bgcolor='#ff0000'>all plain</body>"; // a text in the field, not the field's document
     QVERIFY(TestVolume::create(fixture.path("disk"), {bold, plain}));
     Viewer &viewer = fixture.open();
     QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("all bold"));
@@ -103,10 +106,11 @@ void tst_ViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     cursor = viewer.ui.detailsEdit->textCursor();
     cursor.setPosition(3);
     QVERIFY(cursor.charFormat().fontWeight() <= QFont::Normal);
+    QCOMPARE(viewer.ui.detailsEdit->document()->rootFrame()->frameFormat().background().style(), Qt::NoBrush);
 }
 
 // Qt lays nested tables out twice for each level: these for ever.
-void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
+void TestViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
 {
     ViewerFixture fixture;
     RecordBytes record = ViewerFixture::titled("a");
@@ -116,20 +120,42 @@ void tst_ViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
     QCOMPARE(viewer.ui.detailsEdit->toPlainText().simplified(), QString("words and more"));
 }
 
-void tst_ViewerDetails::choose_showsLongTexts_fromTheirStart()
+void TestViewerDetails::choose_showsTheDescription_inTheFieldsFont()
+{
+    const QFont usual = QApplication::font("QTextEdit");
+    QFont large = usual;
+    large.setPointSize(31);
+    QApplication::setFont(large, "QTextEdit");
+    const auto restore = qScopeGuard([&] { QApplication::setFont(usual, "QTextEdit"); });
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(viewer.ui.detailsEdit->font().pointSize(), 31);
+    QCOMPARE(viewer.ui.detailsEdit->document()->defaultFont(), viewer.ui.detailsEdit->font());
+}
+
+void TestViewerDetails::choose_showsLongTexts_fromTheirStart()
 {
     ViewerFixture fixture;
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(200));
     record.fileName = "long";
     record.description = QByteArray("line<br>").repeated(120);
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record, record}));
     const Viewer &viewer = fixture.open();
+    QTextEdit *details = viewer.ui.detailsEdit;
     QCOMPARE(viewer.ui.programmeEdit->cursorPosition(), 0);
-    QVERIFY(viewer.ui.detailsEdit->verticalScrollBar()->maximum() > 0);
-    QCOMPARE(viewer.ui.detailsEdit->verticalScrollBar()->value(), 0);
+    QVERIFY(details->verticalScrollBar()->maximum() > 0);
+    QCOMPARE(details->verticalScrollBar()->value(), 0);
+    // Nor does it matter how far the one before was read.
+    details->setFocus();
+    details->moveCursor(QTextCursor::End);
+    details->verticalScrollBar()->setValue(details->verticalScrollBar()->maximum());
+    viewer.ui.summaryList->setCurrentRow(1);
+    QCoreApplication::processEvents();
+    QCOMPARE(details->verticalScrollBar()->value(), 0);
 }
 
-void tst_ViewerDetails::choose_measuresTheFile_everyTime()
+void TestViewerDetails::choose_measuresTheFile_everyTime()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -143,7 +169,7 @@ void tst_ViewerDetails::choose_measuresTheFile_everyTime()
     QCOMPARE(viewer.getFileSizeKB(0), 1048576);
 }
 
-void tst_ViewerDetails::choose_showsNoFile_withoutMainFile()
+void TestViewerDetails::choose_showsNoFile_withoutMainFile()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -153,7 +179,7 @@ void tst_ViewerDetails::choose_showsNoFile_withoutMainFile()
     QCOMPARE(viewer.getFileSizeKB(0), 0);
 }
 
-void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
+void TestViewerDetails::choose_namesTheRecording_onTheThumbnail()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("caf\xC3\xA9")}));
@@ -161,7 +187,7 @@ void tst_ViewerDetails::choose_namesTheRecording_onTheThumbnail()
     QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), fixture.path("disk") + QString::fromUtf8("/DVR/RECS/caf\xC3\xA9.ts"));
 }
 
-void tst_ViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
+void TestViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -171,7 +197,7 @@ void tst_ViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
     QCOMPARE(thumb.frameIndex, -1);
 }
 
-void tst_ViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
+void TestViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("ONE")}));
@@ -191,7 +217,7 @@ void tst_ViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
     QVERIFY(thumb.thumbs1x.isEmpty());
 }
 
-void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
+void TestViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
 {
     ViewerFixture fixture;
     RecordBytes record;
@@ -200,7 +226,7 @@ void tst_ViewerDetails::choose_leavesTheDateEmpty_whenItDoesNotExist()
     QCOMPARE(fixture.open().ui.dateEdit->text(), QString());
 }
 
-void tst_ViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
+void TestViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -211,7 +237,7 @@ void tst_ViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
     QCOMPARE(viewer.getFormattedDate(3, 7, 1996), QString("07.03.1996"));
 }
 
-void tst_ViewerDetails::keys_walkThroughTheList()
+void TestViewerDetails::keys_walkThroughTheList()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -224,5 +250,5 @@ void tst_ViewerDetails::keys_walkThroughTheList()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-QTEST_MAIN(tst_ViewerDetails)
+QTEST_MAIN(TestViewerDetails)
 #include "tst_viewer_details.moc"

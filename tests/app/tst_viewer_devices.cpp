@@ -28,7 +28,7 @@ void clickDevice(const Viewer &viewer, int row)
 
 } // namespace
 
-class tst_ViewerDevices : public QObject
+class TestViewerDevices : public QObject
 {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ private slots:
     void open_changesNothing_whenCancelled();
 };
 
-void tst_ViewerDevices::scan_listsVolumesThenAddedDirectories_andSelectsTheFirst()
+void TestViewerDevices::scan_listsVolumesThenAddedDirectories_andSelectsTheFirst()
 {
     ViewerFixture fixture;
     for (const char *name : {"b", "a"})
@@ -78,7 +78,7 @@ void tst_ViewerDevices::scan_listsVolumesThenAddedDirectories_andSelectsTheFirst
     QVERIFY(!viewer.ui.deviceList->currentItem());
 }
 
-void tst_ViewerDevices::scan_forgetsAddedDirectories_thatHaveGone()
+void TestViewerDevices::scan_forgetsAddedDirectories_thatHaveGone()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -96,7 +96,7 @@ void tst_ViewerDevices::scan_forgetsAddedDirectories_thatHaveGone()
     QCOMPARE(deviceTexts(viewer), QStringList(stays.path()));
 }
 
-void tst_ViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
+void TestViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -110,7 +110,7 @@ void tst_ViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
     QCOMPARE(programmeTexts(viewer), QStringList("one"));
 }
 
-void tst_ViewerDevices::scan_loadsNothing()
+void TestViewerDevices::scan_loadsNothing()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -121,7 +121,7 @@ void tst_ViewerDevices::scan_loadsNothing()
     QCOMPARE(viewer.programmes.front().title, std::string("one"));
 }
 
-void tst_ViewerDevices::load_doesNothing_withoutDevice()
+void TestViewerDevices::load_doesNothing_withoutDevice()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -131,7 +131,7 @@ void tst_ViewerDevices::load_doesNothing_withoutDevice()
     QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("stays"));
 }
 
-void tst_ViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
+void TestViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -150,7 +150,7 @@ void tst_ViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
     QCOMPARE(viewer.ui.fileSizeEdit->text(), QString("No file"));
 }
 
-void tst_ViewerDevices::load_keepsTheOldTitles_whenTheIndexHasNoProgramme()
+void TestViewerDevices::load_keepsTheOldTitles_whenTheIndexHasNoProgramme()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -170,7 +170,7 @@ void tst_ViewerDevices::load_keepsTheOldTitles_whenTheIndexHasNoProgramme()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-void tst_ViewerDevices::load_showsTitlesAsUtf8_toleratingOtherBytes()
+void TestViewerDevices::load_showsTitlesAsUtf8_toleratingOtherBytes()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Fr\xC3\xBC"
@@ -183,7 +183,7 @@ void tst_ViewerDevices::load_showsTitlesAsUtf8_toleratingOtherBytes()
     QCOMPARE(titles.at(2), QString());
 }
 
-void tst_ViewerDevices::load_showsTheFirstProgramme_alsoWhenReloaded()
+void TestViewerDevices::load_showsTheFirstProgramme_alsoWhenReloaded()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
@@ -196,7 +196,7 @@ void tst_ViewerDevices::load_showsTheFirstProgramme_alsoWhenReloaded()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-void tst_ViewerDevices::load_leavesNoDescriptorOpen_onTheVolume()
+void TestViewerDevices::load_leavesNoDescriptorOpen_onTheVolume()
 {
 #ifndef Q_OS_LINUX
     QSKIP("The open files of the process are listed on Linux only.");
@@ -213,7 +213,7 @@ void tst_ViewerDevices::load_leavesNoDescriptorOpen_onTheVolume()
         QVERIFY2(!file.symLinkTarget().startsWith(fixture.path()), qPrintable(file.symLinkTarget()));
 }
 
-void tst_ViewerDevices::click_loadsTheDevice()
+void TestViewerDevices::click_loadsTheDevice()
 {
     ViewerFixture fixture;
     for (const char *name : {"a", "b"})
@@ -228,7 +228,7 @@ void tst_ViewerDevices::click_loadsTheDevice()
     }
 }
 
-void tst_ViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
+void TestViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -238,7 +238,7 @@ void tst_ViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
     QCOMPARE(programmeTexts(viewer), QStringList("changed"));
 }
 
-void tst_ViewerDevices::click_dropsThePictures_ofAnotherDeviceOnly()
+void TestViewerDevices::click_dropsThePictures_ofAnotherDeviceOnly()
 {
     ViewerFixture fixture;
     for (const char *name : {"a", "b"})
@@ -261,7 +261,7 @@ void tst_ViewerDevices::click_dropsThePictures_ofAnotherDeviceOnly()
     withPictures();        // The window frees what is there at its end.
 }
 
-void tst_ViewerDevices::open_keepsThePictures()
+void TestViewerDevices::open_keepsThePictures()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -276,7 +276,7 @@ void tst_ViewerDevices::open_keepsThePictures()
     QCOMPARE(viewer.thumbnailCache.size(), 1);
 }
 
-void tst_ViewerDevices::open_addsAndLoadsADirectory_everyTime()
+void TestViewerDevices::open_addsAndLoadsADirectory_everyTime()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -311,7 +311,7 @@ void tst_ViewerDevices::open_addsAndLoadsADirectory_everyTime()
     }
 }
 
-void tst_ViewerDevices::open_warns_withoutArchive()
+void TestViewerDevices::open_warns_withoutArchive()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -341,7 +341,7 @@ void tst_ViewerDevices::open_warns_withoutArchive()
     QCOMPARE(programmeTexts(viewer), QStringList("one"));
 }
 
-void tst_ViewerDevices::open_changesNothing_whenCancelled()
+void TestViewerDevices::open_changesNothing_whenCancelled()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -353,5 +353,5 @@ void tst_ViewerDevices::open_changesNothing_whenCancelled()
     QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
 }
 
-QTEST_MAIN(tst_ViewerDevices)
+QTEST_MAIN(TestViewerDevices)
 #include "tst_viewer_devices.moc"

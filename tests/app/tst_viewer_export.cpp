@@ -31,7 +31,7 @@ RecordBytes news()
 
 } // namespace
 
-class tst_ViewerExport : public QObject
+class TestViewerExport : public QObject
 {
     Q_OBJECT
 
@@ -47,7 +47,7 @@ private slots:
     void export_writesNothing_whenTheProgrammeHasGone();
 };
 
-void tst_ViewerExport::export_writesTheSelectedProgramme()
+void TestViewerExport::export_writesTheSelectedProgramme()
 {
     ViewerFixture fixture;
     fixture.settings().setValue("Main/dateformat", "ymd");
@@ -70,7 +70,7 @@ void tst_ViewerExport::export_writesTheSelectedProgramme()
                                                                         "Channel    : CH1\n"));
 }
 
-void tst_ViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
+void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
@@ -106,7 +106,7 @@ void tst_ViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
     QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList("without suffix"));
 }
 
-void tst_ViewerExport::export_asksNothing_withoutProgramme()
+void TestViewerExport::export_asksNothing_withoutProgramme()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
@@ -125,7 +125,7 @@ void tst_ViewerExport::export_asksNothing_withoutProgramme()
     QVERIFY(!asked);
 }
 
-void tst_ViewerExport::export_writesNothing_whenCancelled()
+void TestViewerExport::export_writesNothing_whenCancelled()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
@@ -140,7 +140,7 @@ void tst_ViewerExport::export_writesNothing_whenCancelled()
     QVERIFY(QDir(out.path()).isEmpty());
 }
 
-void tst_ViewerExport::export_replacesAFile_afterAsking()
+void TestViewerExport::export_replacesAFile_afterAsking()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
@@ -162,7 +162,7 @@ void tst_ViewerExport::export_replacesAFile_afterAsking()
     QVERIFY(TestVolume::readFile(path).endsWith("Channel    : CH1\n"));
 }
 
-void tst_ViewerExport::export_isSilent_whenTheFileCannotBeOpened()
+void TestViewerExport::export_isSilent_whenTheFileCannotBeOpened()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
@@ -175,7 +175,7 @@ void tst_ViewerExport::export_isSilent_whenTheFileCannotBeOpened()
     QVERIFY(!QApplication::activeModalWidget());
 }
 
-void tst_ViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses()
+void TestViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses()
 {
     ViewerFixture fixture;
     RecordBytes other = news();
@@ -193,7 +193,7 @@ void tst_ViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogClos
     QVERIFY(TestVolume::readFile(out.filePath("other.txt")).startsWith("Show       : Other\n"));
 }
 
-void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone_data()
+void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone_data()
 {
     QTest::addColumn<int>("programmesLeft");
     QTest::addColumn<int>("selected");
@@ -201,7 +201,7 @@ void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone_data()
     QTest::newRow("and the selection was not told") << 1 << 1;
 }
 
-void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone()
+void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone()
 {
     QFETCH(int, programmesLeft);
     QFETCH(int, selected);
@@ -219,5 +219,5 @@ void tst_ViewerExport::export_writesNothing_whenTheProgrammeHasGone()
     QVERIFY(QDir(out.path()).isEmpty());
 }
 
-QTEST_MAIN(tst_ViewerExport)
+QTEST_MAIN(TestViewerExport)
 #include "tst_viewer_export.moc"

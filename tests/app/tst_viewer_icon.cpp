@@ -36,7 +36,7 @@ void __wrap__ZN5QIcon9addPixmapERK7QPixmapNS_4ModeENS_5StateE(QIcon *icon, const
 }
 }
 
-class tst_ViewerIcon : public QObject
+class TestViewerIcon : public QObject
 {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ private slots:
     void icon_hasAPictureForEachDensity();
 };
 
-void tst_ViewerIcon::icon_hasAPictureForEachDensity()
+void TestViewerIcon::icon_hasAPictureForEachDensity()
 {
     ViewerFixture fixture;
     const QIcon icon = fixture.open().windowIcon();
@@ -53,5 +53,5 @@ void tst_ViewerIcon::icon_hasAPictureForEachDensity()
     QCOMPARE(icon.availableSizes(), (QList<QSize>{QSize(64, 64), QSize(128, 128)}));
 }
 
-QTEST_MAIN(tst_ViewerIcon)
+QTEST_MAIN(TestViewerIcon)
 #include "tst_viewer_icon.moc"

@@ -20,7 +20,7 @@ QByteArray whyNoMounts;
 
 } // namespace
 
-class tst_ViewerMounts : public QObject
+class TestViewerMounts : public QObject
 {
     Q_OBJECT
 
@@ -116,7 +116,7 @@ int main(int argc, char **argv)
 {
     whyNoMounts = enterPrivateMounts();
     QApplication application(argc, argv);
-    tst_ViewerMounts test;
+    TestViewerMounts test;
     return QTest::qExec(&test, argc, argv);
 }
 #include "tst_viewer_mounts.moc"

@@ -59,7 +59,7 @@ QString storedFile()
 
 } // namespace
 
-class tst_ViewerSettings : public QObject
+class TestViewerSettings : public QObject
 {
     Q_OBJECT
 
@@ -96,7 +96,7 @@ private slots:
     void mountPoint_isRead_howeverItsLettersAreWritten();
 };
 
-void tst_ViewerSettings::load_takesDefaults_fromAnEmptyStore()
+void TestViewerSettings::load_takesDefaults_fromAnEmptyStore()
 {
     ViewerFixture fixture;
     fixture.settings().clear();
@@ -105,7 +105,7 @@ void tst_ViewerSettings::load_takesDefaults_fromAnEmptyStore()
     QCOMPARE(viewer.dateFormat, 2);
 }
 
-void tst_ViewerSettings::load_understandsTheStoredOrder_data()
+void TestViewerSettings::load_understandsTheStoredOrder_data()
 {
     QTest::addColumn<QString>("stored");
     QTest::addColumn<int>("dateFormat");
@@ -118,7 +118,7 @@ void tst_ViewerSettings::load_understandsTheStoredOrder_data()
     QTest::newRow("empty") << "" << 0;
 }
 
-void tst_ViewerSettings::load_understandsTheStoredOrder()
+void TestViewerSettings::load_understandsTheStoredOrder()
 {
     QFETCH(QString, stored);
     ViewerFixture fixture;
@@ -126,7 +126,7 @@ void tst_ViewerSettings::load_understandsTheStoredOrder()
     QTEST(fixture.open().dateFormat, "dateFormat");
 }
 
-void tst_ViewerSettings::load_keepsTheOrder_whenTheTextIsUnknown()
+void TestViewerSettings::load_keepsTheOrder_whenTheTextIsUnknown()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -136,7 +136,7 @@ void tst_ViewerSettings::load_keepsTheOrder_whenTheTextIsUnknown()
     QCOMPARE(viewer.dateFormat, 1);
 }
 
-void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed_data()
+void TestViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed_data()
 {
     QTest::addColumn<int>("dateFormat");
     QTest::addColumn<QString>("stored");
@@ -145,7 +145,7 @@ void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed_data()
     QTest::newRow("2") << 2 << "ymd";
 }
 
-void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
+void TestViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
 {
     QFETCH(int, dateFormat);
     ViewerFixture fixture;
@@ -161,7 +161,7 @@ void tst_ViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
     QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.ini"));
 }
 
-void tst_ViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
+void TestViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
 {
     ViewerFixture fixture;
     fixture.open().dateFormat = 7;
@@ -170,7 +170,7 @@ void tst_ViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
     QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString());
 }
 
-void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood_data()
+void TestViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood_data()
 {
     QTest::addColumn<QString>("stored");
     QTest::newRow("other case") << "DMY";
@@ -178,7 +178,7 @@ void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood_data
     QTest::newRow("unknown") << "abc";
 }
 
-void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood()
+void TestViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood()
 {
     QFETCH(QString, stored);
     ViewerFixture fixture;
@@ -189,7 +189,7 @@ void tst_ViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood()
     QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString("dmy"));
 }
 
-void tst_ViewerSettings::save_keepsAwkwardMountPoints_verbatim()
+void TestViewerSettings::save_keepsAwkwardMountPoints_verbatim()
 {
     const QString awkward = QString::fromUtf8(" /media/a, b; \"c\"\\x/%1/M\xC3\xBCnchen/@Invalid() ");
     ViewerFixture fixture;
@@ -197,7 +197,7 @@ void tst_ViewerSettings::save_keepsAwkwardMountPoints_verbatim()
     QCOMPARE(fixture.open().mountPoint, awkward);
 }
 
-void tst_ViewerSettings::dialog_isLaidOut_likeThis()
+void TestViewerSettings::dialog_isLaidOut_likeThis()
 {
     ViewerFixture fixture;
     fixture.settings().setValue("Main/dateformat", "mdy");
@@ -233,7 +233,7 @@ void tst_ViewerSettings::dialog_isLaidOut_likeThis()
     QVERIFY(seen);
 }
 
-void tst_ViewerSettings::dialog_showsTheFirstOrder_whenItIsUnknown()
+void TestViewerSettings::dialog_showsTheFirstOrder_whenItIsUnknown()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -247,7 +247,7 @@ void tst_ViewerSettings::dialog_showsTheFirstOrder_whenItIsUnknown()
     }
 }
 
-void tst_ViewerSettings::dialog_takesOverWhatIsTyped_withoutCheckingIt()
+void TestViewerSettings::dialog_takesOverWhatIsTyped_withoutCheckingIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -256,7 +256,7 @@ void tst_ViewerSettings::dialog_takesOverWhatIsTyped_withoutCheckingIt()
     QCOMPARE(viewer.mountPoint, QString("  /no/such place "));
 }
 
-void tst_ViewerSettings::dialog_takesOverALongMountPoint_whole()
+void TestViewerSettings::dialog_takesOverALongMountPoint_whole()
 {
     const QString deep = "/media" + QString("/deep").repeated(60);
     ViewerFixture fixture;
@@ -266,7 +266,7 @@ void tst_ViewerSettings::dialog_takesOverALongMountPoint_whole()
     QCOMPARE(fixture.open().mountPoint, deep);
 }
 
-void tst_ViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
+void TestViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
 {
     ViewerFixture fixture;
     fixture.settings().setValue("Main/dateformat", "dmy");
@@ -285,7 +285,7 @@ void tst_ViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
     QCOMPARE(viewer.ui.dateEdit->text(), QString("07.03.2016"));
 }
 
-void tst_ViewerSettings::dialog_countsAlso_whenItIsClosedByTheWindowsControl()
+void TestViewerSettings::dialog_countsAlso_whenItIsClosedByTheWindowsControl()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -298,7 +298,7 @@ void tst_ViewerSettings::dialog_countsAlso_whenItIsClosedByTheWindowsControl()
     QCOMPARE(viewer.mountPoint, QString("/closed"));
 }
 
-void tst_ViewerSettings::dialog_changesAndStoresNothing_untouched()
+void TestViewerSettings::dialog_changesAndStoresNothing_untouched()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -310,7 +310,7 @@ void tst_ViewerSettings::dialog_changesAndStoresNothing_untouched()
     QVERIFY(fixture.settings().allKeys().isEmpty());
 }
 
-void tst_ViewerSettings::dialog_refillsThePanel_evenUntouched()
+void TestViewerSettings::dialog_refillsThePanel_evenUntouched()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -324,7 +324,7 @@ void tst_ViewerSettings::dialog_refillsThePanel_evenUntouched()
     QCOMPARE(viewer.ui.timeEdit->text(), QString("18:00:07"));
 }
 
-void tst_ViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
+void TestViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -340,7 +340,7 @@ void tst_ViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
     QCOMPARE(thumb.thumbs2x, viewer.thumbnailCache.at(0).x2);
 }
 
-void tst_ViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
+void TestViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -356,7 +356,7 @@ void tst_ViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
     QVERIFY(thumb.thumbs1x.isEmpty());
 }
 
-void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs_data()
+void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs_data()
 {
     QTest::addColumn<int>("daysBack");
     QTest::newRow("today") << 0;
@@ -365,7 +365,7 @@ void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs_data()
     QTest::newRow("ahead") << -400;
 }
 
-void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
+void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs()
 {
     QFETCH(int, daysBack);
     ViewerFixture fixture;
@@ -390,7 +390,7 @@ void tst_ViewerSettings::dialog_leavesTheRelativeDate_asItIs()
     QVERIFY(!expected.contains('.'));
 }
 
-void tst_ViewerSettings::dialog_startsNoScan()
+void TestViewerSettings::dialog_startsNoScan()
 {
     ViewerFixture fixture;
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
@@ -402,7 +402,7 @@ void tst_ViewerSettings::dialog_startsNoScan()
     QCOMPARE(deviceTexts(viewer), QStringList());
 }
 
-void tst_ViewerSettings::dialog_isDeleted_afterUse()
+void TestViewerSettings::dialog_isDeleted_afterUse()
 {
     ViewerFixture fixture;
     const Viewer &viewer = fixture.open();
@@ -414,7 +414,7 @@ void tst_ViewerSettings::dialog_isDeleted_afterUse()
 
 // What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
 // there the system's store is always the person's own.
-void tst_ViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
+void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
 {
     ViewerFixture fixture;
     const QTemporaryDir systemsOwn;
@@ -427,7 +427,7 @@ void tst_ViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
     QVERIFY(QDir(systemsOwn.path()).isEmpty());
 }
 
-void tst_ViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
+void TestViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
 {
 #ifdef Q_OS_MACOS
     QSKIP("It would be the settings of whoever runs this.");
@@ -445,7 +445,7 @@ void tst_ViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
 #endif
 }
 
-void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
+void TestViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -457,7 +457,7 @@ void tst_ViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
 }
 
 // A person may go from a program built with one toolkit to one built with the other, and back.
-void tst_ViewerSettings::file_isTheSameText_withEveryToolkit()
+void TestViewerSettings::file_isTheSameText_withEveryToolkit()
 {
     ViewerFixture fixture;
     fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
@@ -466,14 +466,14 @@ void tst_ViewerSettings::file_isTheSameText_withEveryToolkit()
              QByteArray("[Main]\ndateformat=ymd\nmount_point=\"/media/Jörg, 北/\\\\disk\"\n"));
 }
 
-void tst_ViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten_data()
+void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::newRow("as they are") << QByteArray("/media/Jörg");
     QTest::newRow("escaped") << QByteArray("/media/J\\xf6rg");
 }
 
-void tst_ViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
+void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
 {
     QFETCH(QByteArray, text);
     ViewerFixture fixture;
@@ -481,5 +481,5 @@ void tst_ViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
     QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
 }
 
-QTEST_MAIN(tst_ViewerSettings)
+QTEST_MAIN(TestViewerSettings)
 #include "tst_viewer_settings.moc"

@@ -42,7 +42,7 @@ void click(Viewer &viewer, const QString &path)
 
 } // namespace
 
-class tst_ViewerThumbnails : public QObject
+class TestViewerThumbnails : public QObject
 {
     Q_OBJECT
 
@@ -71,7 +71,7 @@ private:
     QString m_recording;
 };
 
-void tst_ViewerThumbnails::initTestCase()
+void TestViewerThumbnails::initTestCase()
 {
     NumberedStream stream;
     m_recording = m_directory.filePath("recording.ts");
@@ -83,12 +83,12 @@ void tst_ViewerThumbnails::initTestCase()
     QVERIFY2(encoded.ok(), encoded.errors.c_str());
 }
 
-void tst_ViewerThumbnails::cleanup()
+void TestViewerThumbnails::cleanup()
 {
     QVERIFY(ScanThreads::instance().end(kScanMs));
 }
 
-void tst_ViewerThumbnails::createVolume(const ViewerFixture &fixture, const QString &name,
+void TestViewerThumbnails::createVolume(const ViewerFixture &fixture, const QString &name,
                                         const QStringList &recordings)
 {
     QList<RecordBytes> records;
@@ -99,7 +99,7 @@ void tst_ViewerThumbnails::createVolume(const ViewerFixture &fixture, const QStr
         QVERIFY(QFile::link(m_recording, fixture.path(name + "/DVR/RECS/" + recording + ".ts")));
 }
 
-void tst_ViewerThumbnails::load_startsOneScan_ofEveryProgramme()
+void TestViewerThumbnails::load_startsOneScan_ofEveryProgramme()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"b", "a"});
@@ -115,7 +115,7 @@ void tst_ViewerThumbnails::load_startsOneScan_ofEveryProgramme()
     QCOMPARE(viewer.thumbnailCache.at(1).path, fixture.path("disk/DVR/RECS/a.ts"));
 }
 
-void tst_ViewerThumbnails::load_startsNoScan_withoutProgrammes()
+void TestViewerThumbnails::load_startsNoScan_withoutProgrammes()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {});
@@ -125,7 +125,7 @@ void tst_ViewerThumbnails::load_startsNoScan_withoutProgrammes()
     QVERIFY(!viewer.scanner);
 }
 
-void tst_ViewerThumbnails::getThumbnails_scansAlso_anEmptyList()
+void TestViewerThumbnails::getThumbnails_scansAlso_anEmptyList()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -135,7 +135,7 @@ void tst_ViewerThumbnails::getThumbnails_scansAlso_anEmptyList()
     QVERIFY(viewer.thumbnailCache.isEmpty());
 }
 
-void tst_ViewerThumbnails::getThumbnails_doesNothing_whileAScanRuns()
+void TestViewerThumbnails::getThumbnails_doesNothing_whileAScanRuns()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"a"});
@@ -147,7 +147,7 @@ void tst_ViewerThumbnails::getThumbnails_doesNothing_whileAScanRuns()
     QCOMPARE(viewer.thumbnailCache.size(), 1);
 }
 
-void tst_ViewerThumbnails::scan_bringsPictures_toTheSelectedProgrammeAndTheCache()
+void TestViewerThumbnails::scan_bringsPictures_toTheSelectedProgrammeAndTheCache()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"a", "b", "c"});
@@ -165,7 +165,7 @@ void tst_ViewerThumbnails::scan_bringsPictures_toTheSelectedProgrammeAndTheCache
     QCOMPARE(thumb.thumbs1x, viewer.thumbnailCache.at(1).x1);
 }
 
-void tst_ViewerThumbnails::scan_leavesTheRing_forRecordingsThatCannotBeOpened()
+void TestViewerThumbnails::scan_leavesTheRing_forRecordingsThatCannotBeOpened()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"a", "b"});
@@ -178,7 +178,7 @@ void tst_ViewerThumbnails::scan_leavesTheRing_forRecordingsThatCannotBeOpened()
     QVERIFY(!viewer.ui.thumbnailLabel->busy);
 }
 
-void tst_ViewerThumbnails::series_isCached_withoutChangingTheDisplay_whenAnotherIsSelected()
+void TestViewerThumbnails::series_isCached_withoutChangingTheDisplay_whenAnotherIsSelected()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -201,7 +201,7 @@ void tst_ViewerThumbnails::series_isCached_withoutChangingTheDisplay_whenAnother
     QCOMPARE(viewer.thumbnailCache.size(), 4);
 }
 
-void tst_ViewerThumbnails::series_isCachedAgain_andTheFirstIsShown_afterAReload()
+void TestViewerThumbnails::series_isCachedAgain_andTheFirstIsShown_afterAReload()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"a"});
@@ -216,7 +216,7 @@ void tst_ViewerThumbnails::series_isCachedAgain_andTheFirstIsShown_afterAReload(
     QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x, viewer.thumbnailCache.at(0).x1);
 }
 
-void tst_ViewerThumbnails::series_mayBeEmpty()
+void TestViewerThumbnails::series_mayBeEmpty()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -232,7 +232,7 @@ void tst_ViewerThumbnails::series_mayBeEmpty()
     viewer.grab();
 }
 
-void tst_ViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
+void TestViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
 {
     ViewerFixture fixture;
     createVolume(fixture, "one", {"a", "b", "c", "d"});
@@ -256,7 +256,7 @@ void tst_ViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
     QTRY_VERIFY_WITH_TIMEOUT(!viewer.ui.thumbnailLabel->busy, kScanMs);
 }
 
-void tst_ViewerThumbnails::click_freesTheCache_andLateSeriesOfTheOldDeviceAreStillKept()
+void TestViewerThumbnails::click_freesTheCache_andLateSeriesOfTheOldDeviceAreStillKept()
 {
     constexpr int kRecordings = 20; // The scan cannot be over when its first series has arrived.
     ViewerFixture fixture;
@@ -280,7 +280,7 @@ void tst_ViewerThumbnails::click_freesTheCache_andLateSeriesOfTheOldDeviceAreSti
     QVERIFY(thumb.busy && thumb.thumbs1x.isEmpty());
 }
 
-void tst_ViewerThumbnails::scanDone_leavesItsThread_idle()
+void TestViewerThumbnails::scanDone_leavesItsThread_idle()
 {
     ViewerFixture fixture;
     createVolume(fixture, "disk", {"a"});
@@ -290,7 +290,7 @@ void tst_ViewerThumbnails::scanDone_leavesItsThread_idle()
     QVERIFY(thread && thread->isRunning());
 }
 
-void tst_ViewerThumbnails::window_canClose_inTheMiddleOfAScan()
+void TestViewerThumbnails::window_canClose_inTheMiddleOfAScan()
 {
     ViewerFixture fixture;
     QStringList names;
@@ -306,5 +306,5 @@ void tst_ViewerThumbnails::window_canClose_inTheMiddleOfAScan()
     QVERIFY(!thread);
 }
 
-SEEN_QUEUES_TEST_MAIN(tst_ViewerThumbnails)
+SEEN_QUEUES_TEST_MAIN(TestViewerThumbnails)
 #include "tst_viewer_thumbnails.moc"

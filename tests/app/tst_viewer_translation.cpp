@@ -1,11 +1,15 @@
 // Everything that the window says can be translated: a translator that marks and lengthens every text shows which texts
 // pass it, and whether longer ones still have room.
 
+#include "app/listhints.h"
+#include "app/picturestext.h"
+#include "app/recordingcommands.h"
 #include "archive/archivepaths.h"
 #include "tests/support/modaldialog.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMessageBox>
@@ -132,7 +136,7 @@ QStringList cutOffTexts(const QWidget &root)
 
 } // namespace
 
-class tst_ViewerTranslation : public QObject
+class TestViewerTranslation : public QObject
 {
     Q_OBJECT
 
@@ -146,13 +150,15 @@ private slots:
 
     void window_translatesEverythingItSays_andHasRoomForIt();
     void dialogs_translateWhatTheySay_andHaveRoomForIt();
+    void hints_areTranslated();
+    void commandsOnProgrammes_areTranslated();
     void catalogue_holdsWhatIsAskedFor_andNothingElse();
 
 private:
     std::unique_ptr<MarkingTranslator> translator;
 };
 
-void tst_ViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
+void TestViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
 {
     ViewerFixture fixture;
     const QDate today = QDate::currentDate();
@@ -186,7 +192,7 @@ void tst_ViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
     }
 }
 
-void tst_ViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
+void TestViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = fixture.open();
@@ -248,11 +254,64 @@ void tst_ViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
     QCOMPARE(cutOff.join(QChar(0x7C)), QString());
 }
 
-void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
+void TestViewerTranslation::hints_areTranslated()
+{
+    using namespace quorvale;
+    const QTemporaryDir empty;
+    const QTemporaryDir disk;
+    QVERIFY(TestVolume::create(disk.path(), QByteArray()));
+    QPixmap picture(1, 1);
+    const QVector<QPixmap *> one = {&picture};
+    const QVector<QPixmap *> two = {&picture, &picture};
+    for (const QString &text :
+         {noDeviceText({}, MountPointScan::Done, {}), noDeviceText("/nonexistent", MountPointScan::Done, "/usual"),
+          noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
+          noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
+          emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
+          picturesText({"file", two, two}), noPicturesText(PicturesTurn::ThisScan, true),
+          noPicturesText(PicturesTurn::NoScan, true), noPicturesText(PicturesTurn::NoScan, false)})
+        QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
+}
+
+void TestViewerTranslation::commandsOnProgrammes_areTranslated()
+{
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
+    qputenv("PATH", "/nonexistent");                               // and nobody's player.
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    Viewer &viewer = fixture.open();
+    QListWidget *list = viewer.ui.summaryList;
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+    QCoreApplication::sendEvent(list, &event);
+    auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    QVERIFY(menu);
+    for (const QAction *action : menu->actions())
+        QVERIFY2(action->text().startsWith(kOpening), qPrintable(action->text()));
+    menu->close();
+
+    const auto messageAfter = [](const std::function<void()> &act) {
+        QString text;
+        const WhenModal<QMessageBox> message([&](QMessageBox &box) {
+            text = box.text();
+            box.reject();
+        });
+        act();
+        return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString();
+    };
+    const quorvale::Recording recording{viewer.recordingFile(0).toStdString(), {}};
+    QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
+    QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
+    QVERIFY(TestVolume::writeFile(viewer.recordingFile(0), "x"));
+    QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
+}
+
+void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
 {
     translator->asked.clear();
     window_translatesEverythingItSays_andHasRoomForIt();
     dialogs_translateWhatTheySay_andHaveRoomForIt();
+    hints_areTranslated();
+    commandsOnProgrammes_areTranslated();
     QSet<Message> asked = translator->asked;
     asked.remove({"MainWindow", QString()}); // the form sets an empty placeholder
     const QSet<Message> known = catalogue();
@@ -263,5 +322,5 @@ void tst_ViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
         QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
 }
 
-QTEST_MAIN(tst_ViewerTranslation)
+QTEST_MAIN(TestViewerTranslation)
 #include "tst_viewer_translation.moc"

@@ -5,7 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_ArchivePaths : public QObject
+class TestArchivePaths : public QObject
 {
     Q_OBJECT
 
@@ -17,7 +17,7 @@ private slots:
     void holdsArchive_asksForUpperCase_whateverTheFolderIsCalled();
 };
 
-void tst_ArchivePaths::paths_areJoinedAsTheyAre_data()
+void TestArchivePaths::paths_areJoinedAsTheyAre_data()
 {
     QTest::addColumn<QByteArray>("device");
     QTest::addColumn<QByteArray>("fileName");
@@ -36,7 +36,7 @@ void tst_ArchivePaths::paths_areJoinedAsTheyAre_data()
                            << QByteArray("/DVR/RECS/.ts");
 }
 
-void tst_ArchivePaths::paths_areJoinedAsTheyAre()
+void TestArchivePaths::paths_areJoinedAsTheyAre()
 {
     QFETCH(QByteArray, device);
     QFETCH(QByteArray, fileName);
@@ -46,14 +46,14 @@ void tst_ArchivePaths::paths_areJoinedAsTheyAre()
     QCOMPARE(recordingPath(device.toStdString(), fileName.toStdString()), recording.toStdString());
 }
 
-void tst_ArchivePaths::holdsArchive_isTrue_whenTheIndexExists()
+void TestArchivePaths::holdsArchive_isTrue_whenTheIndexExists()
 {
     const QTemporaryDir volume;
     QVERIFY(TestVolume::create(volume.path(), QByteArray()));
     QVERIFY(holdsArchive(volume.path()));
 }
 
-void tst_ArchivePaths::holdsArchive_isFalse_withoutIndex()
+void TestArchivePaths::holdsArchive_isFalse_withoutIndex()
 {
     const QTemporaryDir volume;
     QVERIFY(!holdsArchive(volume.path()));
@@ -62,7 +62,7 @@ void tst_ArchivePaths::holdsArchive_isFalse_withoutIndex()
     QVERIFY(!holdsArchive("/no/such/directory"));
 }
 
-void tst_ArchivePaths::holdsArchive_asksForUpperCase_whateverTheFolderIsCalled()
+void TestArchivePaths::holdsArchive_asksForUpperCase_whateverTheFolderIsCalled()
 {
     const QTemporaryDir volume;
     QVERIFY(TestVolume::create(volume.path(), QByteArray(), "dvr"));
@@ -70,5 +70,5 @@ void tst_ArchivePaths::holdsArchive_asksForUpperCase_whateverTheFolderIsCalled()
     QCOMPARE(holdsArchive(volume.path()), sameName);
 }
 
-QTEST_APPLESS_MAIN(tst_ArchivePaths)
+QTEST_APPLESS_MAIN(TestArchivePaths)
 #include "tst_archivepaths.moc"

@@ -53,7 +53,7 @@ Programme someProgramme()
 
 } // namespace
 
-class tst_Programme : public QObject
+class TestProgramme : public QObject
 {
     Q_OBJECT
 
@@ -86,7 +86,7 @@ private slots:
     void readCString_fillsUpWith0xFF_atEndOfFile();
 };
 
-void tst_Programme::construct_givesMidnightOf1January1980_untilRead()
+void TestProgramme::construct_givesMidnightOf1January1980_untilRead()
 {
     const Programme programme;
     QCOMPARE(programme.year, 1980);
@@ -104,7 +104,7 @@ void tst_Programme::construct_givesMidnightOf1January1980_untilRead()
     QVERIFY(std::is_copy_constructible_v<Programme> && std::is_copy_assignable_v<Programme>);
 }
 
-void tst_Programme::read_fillsEveryField_fromItsOffset()
+void TestProgramme::read_fillsEveryField_fromItsOffset()
 {
     QByteArray bytes(32768, '\xEE');
     bytes.replace(0, 13, QByteArray("\x52\x01\x07\xDF\x00\x00\x17\x3B\x3A\xEE\xEE\xEE\xEE", 13));
@@ -130,7 +130,7 @@ void tst_Programme::read_fillsEveryField_fromItsOffset()
     QCOMPARE(programme.playPosition, 3600);
 }
 
-void tst_Programme::read_readsTheRecordAtTheOffset_notAtTheStart()
+void TestProgramme::read_readsTheRecordAtTheOffset_notAtTheStart()
 {
     RecordBytes first, second;
     first.title = "first";
@@ -143,7 +143,7 @@ void tst_Programme::read_readsTheRecordAtTheOffset_notAtTheStart()
     QCOMPARE(programme.title, std::string("first"));
 }
 
-void tst_Programme::read_overwritesEarlierTexts_withShorterOnes()
+void TestProgramme::read_overwritesEarlierTexts_withShorterOnes()
 {
     RecordBytes record;
     record.fileName = record.channel = record.title = record.description = "";
@@ -156,7 +156,7 @@ void tst_Programme::read_overwritesEarlierTexts_withShorterOnes()
     QVERIFY(programme.description.empty());
 }
 
-void tst_Programme::read_keepsFieldsUnchecked_whenTheyMakeNoSense()
+void TestProgramme::read_keepsFieldsUnchecked_whenTheyMakeNoSense()
 {
     RecordBytes record;
     record.year = 2047;
@@ -178,7 +178,7 @@ void tst_Programme::read_keepsFieldsUnchecked_whenTheyMakeNoSense()
     QCOMPARE(programme.title, std::string("\xFF\xC3("));
 }
 
-void tst_Programme::read_fails_withMessage_withoutFile()
+void TestProgramme::read_fails_withMessage_withoutFile()
 {
     Programme programme = someProgramme();
     CapturedOutput errors(stderr);
@@ -188,7 +188,7 @@ void tst_Programme::read_fails_withMessage_withoutFile()
     QVERIFY(sameFields(programme, someProgramme()));
 }
 
-void tst_Programme::read_fails_withMessage_whenItCannotSeek()
+void TestProgramme::read_fails_withMessage_whenItCannotSeek()
 {
     const File file = fileHolding(RecordBytes().bytes());
     Programme programme = someProgramme();
@@ -199,7 +199,7 @@ void tst_Programme::read_fails_withMessage_whenItCannotSeek()
     QVERIFY(sameFields(programme, someProgramme()));
 }
 
-void tst_Programme::read_fails_leavingEveryField_withAnotherSignature_data()
+void TestProgramme::read_fails_leavingEveryField_withAnotherSignature_data()
 {
     QTest::addColumn<int>("offset");
     QTest::addColumn<int>("byte");
@@ -209,7 +209,7 @@ void tst_Programme::read_fails_leavingEveryField_withAnotherSignature_data()
     QTest::newRow("year before 1792") << 2 << 0x06;
 }
 
-void tst_Programme::read_fails_leavingEveryField_withAnotherSignature()
+void TestProgramme::read_fails_leavingEveryField_withAnotherSignature()
 {
     QFETCH(int, offset);
     QFETCH(int, byte);
@@ -224,7 +224,7 @@ void tst_Programme::read_fails_leavingEveryField_withAnotherSignature()
     QVERIFY(sameFields(programme, someProgramme()));
 }
 
-void tst_Programme::read_fails_silently_pastTheEndOfFile()
+void TestProgramme::read_fails_silently_pastTheEndOfFile()
 {
     const File file = fileHolding(RecordBytes().bytes());
     Programme programme = someProgramme();
@@ -239,7 +239,7 @@ void tst_Programme::read_fails_silently_pastTheEndOfFile()
     QVERIFY(sameFields(programme, someProgramme()));
 }
 
-void tst_Programme::read_startsChannelAt43_afterFileNameOf29Bytes()
+void TestProgramme::read_startsChannelAt43_afterFileNameOf29Bytes()
 {
     RecordBytes record;
     record.fileName = QByteArray(29, 'f');
@@ -252,7 +252,7 @@ void tst_Programme::read_startsChannelAt43_afterFileNameOf29Bytes()
     QCOMPARE(programme.title, std::string("Title"));
 }
 
-void tst_Programme::read_runsOnIntoChannel_whenFileNameHasNoTerminator()
+void TestProgramme::read_runsOnIntoChannel_whenFileNameHasNoTerminator()
 {
     RecordBytes record;
     record.fileName = QByteArray(30, 'f');
@@ -269,7 +269,7 @@ void tst_Programme::read_runsOnIntoChannel_whenFileNameHasNoTerminator()
     QCOMPARE(programme.description, std::string("iption"));
 }
 
-void tst_Programme::read_doesNotSkip_afterOverlongField_data()
+void TestProgramme::read_doesNotSkip_afterOverlongField_data()
 {
     QTest::addColumn<QByteArray>("fromChannelOn"); // bytes from 43 on; "Title" stands at 1067
     QTest::addColumn<int>("channelLength");
@@ -282,7 +282,7 @@ void tst_Programme::read_doesNotSkip_afterOverlongField_data()
     QTest::newRow("1026 bytes leave one for the title") << QByteArray(1026, 'X') << 1025 << QByteArray("Xtle");
 }
 
-void tst_Programme::read_doesNotSkip_afterOverlongField()
+void TestProgramme::read_doesNotSkip_afterOverlongField()
 {
     QFETCH(QByteArray, fromChannelOn);
     QFETCH(int, channelLength);
@@ -296,7 +296,7 @@ void tst_Programme::read_doesNotSkip_afterOverlongField()
     QCOMPARE(programme.title, title.toStdString());
 }
 
-void tst_Programme::read_findsThePlayPosition_afterOverlongFields()
+void TestProgramme::read_findsThePlayPosition_afterOverlongFields()
 {
     RecordBytes record;
     record.fileName = QByteArray(16000, 'f');
@@ -310,7 +310,7 @@ void tst_Programme::read_findsThePlayPosition_afterOverlongFields()
     QCOMPARE(programme.playPosition, 120);
 }
 
-void tst_Programme::read_setsPlayPosition_fromMarker_data()
+void TestProgramme::read_setsPlayPosition_fromMarker_data()
 {
     QTest::addColumn<int>("low");
     QTest::addColumn<int>("high");
@@ -320,7 +320,7 @@ void tst_Programme::read_setsPlayPosition_fromMarker_data()
     QTest::newRow("unsigned") << 0xFF << 0xFF << 65535;
 }
 
-void tst_Programme::read_setsPlayPosition_fromMarker()
+void TestProgramme::read_setsPlayPosition_fromMarker()
 {
     QFETCH(int, low);
     QFETCH(int, high);
@@ -335,7 +335,7 @@ void tst_Programme::read_setsPlayPosition_fromMarker()
     QCOMPARE(programme.playPosition, position);
 }
 
-void tst_Programme::read_keepsPlayPosition_withoutMarker()
+void TestProgramme::read_keepsPlayPosition_withoutMarker()
 {
     QByteArray bytes = RecordBytes().bytes();
     bytes[16390] = 0x6B;
@@ -347,7 +347,7 @@ void tst_Programme::read_keepsPlayPosition_withoutMarker()
     QCOMPARE(programme.playPosition, 42);
 }
 
-void tst_Programme::read_givesNegativePosition_whenFileEndsBehindMarker_data()
+void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker_data()
 {
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("position");
@@ -356,7 +356,7 @@ void tst_Programme::read_givesNegativePosition_whenFileEndsBehindMarker_data()
     QTest::newRow("marker missing") << 16390 << 42;
 }
 
-void tst_Programme::read_givesNegativePosition_whenFileEndsBehindMarker()
+void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker()
 {
     QFETCH(int, size);
     QFETCH(int, position);
@@ -368,7 +368,7 @@ void tst_Programme::read_givesNegativePosition_whenFileEndsBehindMarker()
     QCOMPARE(programme.playPosition, position);
 }
 
-void tst_Programme::read_takes0xFF_pastTheEndOfFile()
+void TestProgramme::read_takes0xFF_pastTheEndOfFile()
 {
     const File file = fileHolding(RecordBytes().bytes().left(4));
     Programme programme = someProgramme();
@@ -386,7 +386,7 @@ void tst_Programme::read_takes0xFF_pastTheEndOfFile()
     QCOMPARE(programme.playPosition, 42);
 }
 
-void tst_Programme::readCString_stopsBehindTerminator()
+void TestProgramme::readCString_stopsBehindTerminator()
 {
     const File file = fileHolding(QByteArray("one\0\0two\0", 9));
     QCOMPARE(Programme::readCString(file.get()), std::string("one"));
@@ -395,13 +395,13 @@ void tst_Programme::readCString_stopsBehindTerminator()
     QCOMPARE(std::ftell(file.get()), 9L);
 }
 
-void tst_Programme::readCString_keepsBytesAsTheyAre()
+void TestProgramme::readCString_keepsBytesAsTheyAre()
 {
     const File file = fileHolding(QByteArray("\x01\xFF\x80\n\r\xC3\xA4\0", 8));
     QCOMPARE(Programme::readCString(file.get()), std::string("\x01\xFF\x80\n\r\xC3\xA4"));
 }
 
-void tst_Programme::readCString_stopsAt1025Bytes_withoutTerminator_data()
+void TestProgramme::readCString_stopsAt1025Bytes_withoutTerminator_data()
 {
     QTest::addColumn<int>("length");
     QTest::addColumn<long>("position");
@@ -410,7 +410,7 @@ void tst_Programme::readCString_stopsAt1025Bytes_withoutTerminator_data()
     QTest::newRow("2000, the rest left") << 2000 << 1025L;
 }
 
-void tst_Programme::readCString_stopsAt1025Bytes_withoutTerminator()
+void TestProgramme::readCString_stopsAt1025Bytes_withoutTerminator()
 {
     QFETCH(int, length);
     QFETCH(long, position);
@@ -419,11 +419,11 @@ void tst_Programme::readCString_stopsAt1025Bytes_withoutTerminator()
     QCOMPARE(std::ftell(file.get()), position);
 }
 
-void tst_Programme::readCString_fillsUpWith0xFF_atEndOfFile()
+void TestProgramme::readCString_fillsUpWith0xFF_atEndOfFile()
 {
     const File file = fileHolding("end");
     QCOMPARE(Programme::readCString(file.get()), "end" + filled(1022, '\xFF'));
 }
 
-QTEST_APPLESS_MAIN(tst_Programme)
+QTEST_APPLESS_MAIN(TestProgramme)
 #include "tst_programme.moc"

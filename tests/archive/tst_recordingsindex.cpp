@@ -8,7 +8,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-class tst_RecordingsIndex : public QObject
+class TestRecordingsIndex : public QObject
 {
     Q_OBJECT
 
@@ -74,13 +74,13 @@ struct SystemReads
 
 } // namespace
 
-void tst_RecordingsIndex::load_givesNothing_whenTheIndexCannotBeOpened()
+void TestRecordingsIndex::load_givesNothing_whenTheIndexCannotBeOpened()
 {
     const QTemporaryDir volume;
     QVERIFY(!load(volume).has_value());
 }
 
-void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile_data()
+void TestRecordingsIndex::load_givesAnEmptyList_fromAShortFile_data()
 {
     QTest::addColumn<int>("size");
     QTest::newRow("empty") << 0;
@@ -88,7 +88,7 @@ void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile_data()
     QTest::newRow("two bytes of the signature") << 32768 + 2;
 }
 
-void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile()
+void TestRecordingsIndex::load_givesAnEmptyList_fromAShortFile()
 {
     QFETCH(int, size);
     const QTemporaryDir volume;
@@ -98,7 +98,7 @@ void tst_RecordingsIndex::load_givesAnEmptyList_fromAShortFile()
     QVERIFY(programmes->empty());
 }
 
-void tst_RecordingsIndex::load_keepsTheOrderOfTheIndex()
+void TestRecordingsIndex::load_keepsTheOrderOfTheIndex()
 {
     RecordBytes early = titled("b");
     early.year = 2000;
@@ -112,7 +112,7 @@ void tst_RecordingsIndex::load_keepsTheOrderOfTheIndex()
     QCOMPARE((*programmes)[2].title, std::string("b"));
 }
 
-void tst_RecordingsIndex::load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow()
+void TestRecordingsIndex::load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollow()
 {
     QByteArray index = indexBytes({titled("1"), titled("2"), titled("3"), titled("4"), titled("5")});
     index[4 * 32768 + 2] = 0x08;
@@ -121,7 +121,7 @@ void tst_RecordingsIndex::load_stopsAtTheFirstInvalidRecord_evenIfValidOnesFollo
     QCOMPARE(load(volume)->size(), std::size_t(3));
 }
 
-void tst_RecordingsIndex::load_neverReadsTheFirst32KiB()
+void TestRecordingsIndex::load_neverReadsTheFirst32KiB()
 {
     const QByteArray index = titled("in the first 32 KiB").bytes() + titled("record 1").bytes();
     const QTemporaryDir volume;
@@ -132,7 +132,7 @@ void tst_RecordingsIndex::load_neverReadsTheFirst32KiB()
 }
 
 // A buffer between the system and the reader would fetch pages that nobody looks at, on a disk that may be slow.
-void tst_RecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
+void TestRecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
 {
     if (SystemReads().calls == 0)
         QSKIP("This system does not say what a process reads.");
@@ -151,7 +151,7 @@ void tst_RecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
     QCOMPARE(after.calls - before.calls - callsOfALook, qint64(kRecords) * 2 + 1); // the last finds the end
 }
 
-void tst_RecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
+void TestRecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
 {
     RecordBytes marked = titled("marked");
     marked.playPosition = 120;
@@ -167,7 +167,7 @@ void tst_RecordingsIndex::load_carriesPlayPositionsOver_toRecordsWithoutMarker()
     QCOMPARE(positions, (std::vector<int>{0, 120, 120, 120, 0, 0}));
 }
 
-void tst_RecordingsIndex::load_readsTheLastRecord_fromATruncatedFile()
+void TestRecordingsIndex::load_readsTheLastRecord_fromATruncatedFile()
 {
     const QTemporaryDir volume;
     QVERIFY(TestVolume::create(volume.path(), indexBytes({titled("whole"), titled("cut")}).left(65536 + 1067 + 4)));
@@ -177,7 +177,7 @@ void tst_RecordingsIndex::load_readsTheLastRecord_fromATruncatedFile()
     QCOMPARE(programmes->back().description, std::string(1025, '\xFF'));
 }
 
-void tst_RecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
+void TestRecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
 {
     const QTemporaryDir volume;
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO/RECS.INF"));
@@ -186,7 +186,7 @@ void tst_RecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
 }
 
 // Opening a pipe waits for who writes to it, and nobody does.
-void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
+void TestRecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
 {
     const QTemporaryDir volume;
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
@@ -196,7 +196,7 @@ void tst_RecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPip
     QCOMPARE(openDescriptors(), before);
 }
 
-void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
+void TestRecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
 {
     const QTemporaryDir volume;
     QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO"));
@@ -204,7 +204,7 @@ void tst_RecordingsIndex::load_givesNothing_whenTheIndexIsADevice()
     QVERIFY(!load(volume).has_value());
 }
 
-void tst_RecordingsIndex::load_leavesNoFileOpen()
+void TestRecordingsIndex::load_leavesNoFileOpen()
 {
     const QTemporaryDir volume;
     QVERIFY(TestVolume::create(volume.path(), {RecordBytes()}));
@@ -213,5 +213,5 @@ void tst_RecordingsIndex::load_leavesNoFileOpen()
     QCOMPARE(openDescriptors(), before);
 }
 
-QTEST_APPLESS_MAIN(tst_RecordingsIndex)
+QTEST_APPLESS_MAIN(TestRecordingsIndex)
 #include "tst_recordingsindex.moc"

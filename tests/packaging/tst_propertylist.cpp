@@ -36,7 +36,7 @@ QMap<QString, QString> propertyList(const QString &path, QString *error)
 
 } // namespace
 
-class tst_PropertyList : public QObject
+class TestPropertyList : public QObject
 {
     Q_OBJECT
 
@@ -92,5 +92,5 @@ private:
     QMap<QString, QString> values;
 };
 
-QTEST_GUILESS_MAIN(tst_PropertyList)
+QTEST_GUILESS_MAIN(TestPropertyList)
 #include "tst_propertylist.moc"

@@ -71,7 +71,7 @@ Loaded loadFrom(const QTemporaryDir &volume, faultydisk::Verdict verdict = {}, f
 
 } // namespace
 
-class tst_BrokenIndex : public QObject
+class TestBrokenIndex : public QObject
 {
     Q_OBJECT
 
@@ -214,5 +214,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(tst_BrokenIndex)
+QTEST_APPLESS_MAIN(TestBrokenIndex)
 #include "tst_brokenindex.moc"

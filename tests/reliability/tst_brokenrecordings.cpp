@@ -89,7 +89,7 @@ struct Outcome
 
 } // namespace
 
-class tst_BrokenRecordings : public QObject
+class TestBrokenRecordings : public QObject
 {
     Q_OBJECT
 
@@ -112,7 +112,7 @@ private:
     Most readingsSeen;
 };
 
-void tst_BrokenRecordings::initTestCase()
+void TestBrokenRecordings::initTestCase()
 {
     QVERIFY(dir.isValid());
     const auto add = [&](const char *name, const QStringList &encoder, bool interlaced) {
@@ -136,7 +136,7 @@ void tst_BrokenRecordings::initTestCase()
     }
 }
 
-void tst_BrokenRecordings::check(const QByteArray &content, const QByteArray &what)
+void TestBrokenRecordings::check(const QByteArray &content, const QByteArray &what)
 {
     const Outcome outcome = scan(content);
     ++scanned;
@@ -156,7 +156,7 @@ void tst_BrokenRecordings::check(const QByteArray &content, const QByteArray &wh
     readingsSeen.note(readings, what);
 }
 
-Outcome tst_BrokenRecordings::scan(const QByteArray &content) const
+Outcome TestBrokenRecordings::scan(const QByteArray &content) const
 {
     const QString path = writeFile(dir.path(), "broken.ts", content);
     Outcome outcome;
@@ -181,7 +181,7 @@ Outcome tst_BrokenRecordings::scan(const QByteArray &content) const
     return outcome;
 }
 
-void tst_BrokenRecordings::scan_endsWithinItsBound_onEveryMutant_data()
+void TestBrokenRecordings::scan_endsWithinItsBound_onEveryMutant_data()
 {
     QTest::addColumn<int>("base");
     QTest::addColumn<int>("kind");
@@ -192,7 +192,7 @@ void tst_BrokenRecordings::scan_endsWithinItsBound_onEveryMutant_data()
     }
 }
 
-void tst_BrokenRecordings::scan_endsWithinItsBound_onEveryMutant()
+void TestBrokenRecordings::scan_endsWithinItsBound_onEveryMutant()
 {
     QFETCH(int, base);
     QFETCH(int, kind);
@@ -208,13 +208,13 @@ void tst_BrokenRecordings::scan_endsWithinItsBound_onEveryMutant()
     }
 }
 
-void tst_BrokenRecordings::scan_endsWithinItsBound_onTheWholeStreams()
+void TestBrokenRecordings::scan_endsWithinItsBound_onTheWholeStreams()
 {
     for (const Base &base : bases)
         check(QByteArray(reinterpret_cast<const char *>(base.bytes.data()), int(base.bytes.size())), base.name);
 }
 
-void tst_BrokenRecordings::cleanupTestCase()
+void TestBrokenRecordings::cleanupTestCase()
 {
     qInfo(
         "%ld recordings; at most %.2f decodings a transport packet (%s), %.2f readings a byte (%s), %lld MiB of memory",
@@ -223,5 +223,5 @@ void tst_BrokenRecordings::cleanupTestCase()
     QVERIFY(processfacts::mostResidentKiB() < kMostResidentKiB);
 }
 
-QTEST_MAIN(tst_BrokenRecordings)
+QTEST_MAIN(TestBrokenRecordings)
 #include "tst_brokenrecordings.moc"

@@ -37,7 +37,7 @@ int failedWithoutADisk(const Call &)
 
 } // namespace
 
-class tst_DyingDisk : public QObject
+class TestDyingDisk : public QObject
 {
     Q_OBJECT
 
@@ -68,19 +68,19 @@ private:
     QByteArray recording;
 };
 
-void tst_DyingDisk::initTestCase()
+void TestDyingDisk::initTestCase()
 {
     QVERIFY(work.isValid());
     recording = readFile(makeStream(work.path(), {"a.ts", {"-c:v", "mpeg2video", "-q:v", "20", "-f", "mpegts"}, 160}));
     QVERIFY(!recording.isEmpty());
 }
 
-void tst_DyingDisk::cleanup()
+void TestDyingDisk::cleanup()
 {
     QVERIFY(ScanThreads::instance().end(kPatienceMs));
 }
 
-Viewer &tst_DyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) const
+Viewer &TestDyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) const
 {
     QList<RecordBytes> records;
     for (const QString &name : names)
@@ -96,14 +96,14 @@ Viewer &tst_DyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) 
 }
 
 // As the window does it: whoever deletes pictures empties the widget before events are handled again.
-void tst_DyingDisk::forgetPictures(Viewer &viewer)
+void TestDyingDisk::forgetPictures(Viewer &viewer)
 {
     viewer.deleteThumbs();
     viewer.ui.thumbnailLabel->ClearThumbs();
 }
 
 // The system may want the pictures painted whenever events are handled. Here it always does.
-bool tst_DyingDisk::waitForScan(const Viewer &viewer)
+bool TestDyingDisk::waitForScan(const Viewer &viewer)
 {
     const auto paintedAndDone = [&] {
         return !viewer.ui.thumbnailLabel->grab().isNull() && !viewer.thumbnailScanRunning;
@@ -112,7 +112,7 @@ bool tst_DyingDisk::waitForScan(const Viewer &viewer)
 }
 
 // Whatever happened: what is selected exists and is what is shown.
-void tst_DyingDisk::check(const Viewer &viewer)
+void TestDyingDisk::check(const Viewer &viewer)
 {
     QVERIFY(viewer.currentProgramme < int(viewer.programmes.size()));
     if (viewer.programmes.empty() || viewer.currentProgramme < 0)
@@ -123,7 +123,7 @@ void tst_DyingDisk::check(const Viewer &viewer)
     QVERIFY(!viewer.ui.fileSizeEdit->text().isEmpty());
 }
 
-void tst_DyingDisk::selection_asksForSizesOnly_inAListOfTenThousand()
+void TestDyingDisk::selection_asksForSizesOnly_inAListOfTenThousand()
 {
     ViewerFixture fixture;
     const QString disk = fixture.path("disk");
@@ -166,7 +166,7 @@ void tst_DyingDisk::selection_asksForSizesOnly_inAListOfTenThousand()
     QCOMPARE(watch.elsewhere().all(), 0L);
 }
 
-void tst_DyingDisk::selection_shows_whateverStepOfItFindsTheDiskGone()
+void TestDyingDisk::selection_shows_whateverStepOfItFindsTheDiskGone()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
@@ -188,7 +188,7 @@ void tst_DyingDisk::selection_shows_whateverStepOfItFindsTheDiskGone()
     }
 }
 
-void tst_DyingDisk::description_readsNoFile_data()
+void TestDyingDisk::description_readsNoFile_data()
 {
     QTest::addColumn<QByteArray>("markup");
     QTest::newRow("picture") << QByteArray("<img src=\"%1\"> text");
@@ -202,7 +202,7 @@ void tst_DyingDisk::description_readsNoFile_data()
 }
 
 // A file that nobody writes to would hold up whoever opens it until the end of time.
-void tst_DyingDisk::description_readsNoFile()
+void TestDyingDisk::description_readsNoFile()
 {
     QFETCH(QByteArray, markup);
     ViewerFixture fixture;
@@ -219,7 +219,7 @@ void tst_DyingDisk::description_readsNoFile()
     QCOMPARE(watch.onMainThread().all(), 0L);
 }
 
-void tst_DyingDisk::toolTip_readsNoFile()
+void TestDyingDisk::toolTip_readsNoFile()
 {
     ViewerFixture fixture;
     const QString trap = fixture.path("trap");
@@ -242,7 +242,7 @@ void tst_DyingDisk::toolTip_readsNoFile()
 }
 
 // Painting, series that arrive, clicks, typing and the end of the window need no disk.
-void tst_DyingDisk::window_asksNothingOfTheDisk_byItself()
+void TestDyingDisk::window_asksNothingOfTheDisk_byItself()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b"});
@@ -259,7 +259,7 @@ void tst_DyingDisk::window_asksNothingOfTheDisk_byItself()
     QCOMPARE(watch.onMainThread().all(), 0L);
 }
 
-void tst_DyingDisk::window_lives_whileAReadHangs()
+void TestDyingDisk::window_lives_whileAReadHangs()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
@@ -303,7 +303,7 @@ void tst_DyingDisk::window_lives_whileAReadHangs()
     QVERIFY(ScanThreads::instance().end(kPatienceMs));
 }
 
-void tst_DyingDisk::scan_goesOnWithTheNext_whenARecordingCannotBeRead()
+void TestDyingDisk::scan_goesOnWithTheNext_whenARecordingCannotBeRead()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
@@ -323,7 +323,7 @@ void tst_DyingDisk::scan_goesOnWithTheNext_whenARecordingCannotBeRead()
     QCOMPARE(watch.openFiles(), 0);
 }
 
-void tst_DyingDisk::scan_ends_whenTheDiskGoesInTheMiddleOfIt()
+void TestDyingDisk::scan_ends_whenTheDiskGoesInTheMiddleOfIt()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c", "d"});
@@ -351,7 +351,7 @@ void tst_DyingDisk::scan_ends_whenTheDiskGoesInTheMiddleOfIt()
     }
 }
 
-void tst_DyingDisk::load_leavesAWholeWindow_whateverStepOfItFindsTheDiskGone()
+void TestDyingDisk::load_leavesAWholeWindow_whateverStepOfItFindsTheDiskGone()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a", "b", "c"});
@@ -377,7 +377,7 @@ void tst_DyingDisk::load_leavesAWholeWindow_whateverStepOfItFindsTheDiskGone()
     QVERIFY(waitForScan(viewer));
 }
 
-void tst_DyingDisk::rescan_ends_whateverStepOfItFindsTheDiskGone()
+void TestDyingDisk::rescan_ends_whateverStepOfItFindsTheDiskGone()
 {
     ViewerFixture fixture;
     Viewer &viewer = openOn(fixture, {"a"});
@@ -404,5 +404,5 @@ void tst_DyingDisk::rescan_ends_whateverStepOfItFindsTheDiskGone()
     QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
 }
 
-QTEST_MAIN(tst_DyingDisk)
+QTEST_MAIN(TestDyingDisk)
 #include "tst_dyingdisk.moc"

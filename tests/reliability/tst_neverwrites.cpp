@@ -82,7 +82,7 @@ struct Visit
 
 } // namespace
 
-class tst_NeverWrites : public QObject
+class TestNeverWrites : public QObject
 {
     Q_OBJECT
 
@@ -256,7 +256,7 @@ int main(int argc, char **argv)
 {
     whyNoMounts = enterPrivateMounts();
     QCoreApplication application(argc, argv);
-    tst_NeverWrites test;
+    TestNeverWrites test;
     return QTest::qExec(&test, argc, argv);
 }
 #include "tst_neverwrites.moc"

@@ -10,7 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_OnePass : public QObject
+class TestOnePass : public QObject
 {
     Q_OBJECT
 
@@ -23,19 +23,19 @@ private:
     const QTemporaryDir dir;
 };
 
-void tst_OnePass::initTestCase()
+void TestOnePass::initTestCase()
 {
     QVERIFY(dir.isValid());
 }
 
-void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain_data()
+void TestOnePass::scan_readsOnceAndEachWantedGroupAgain_data()
 {
     QTest::addColumn<QStringList>("encoder");
     QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
     QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
 }
 
-void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain()
+void TestOnePass::scan_readsOnceAndEachWantedGroupAgain()
 {
     QFETCH(const QStringList, encoder);
     const QString path = makeStream(dir.path(), {"whole.ts", encoder + QStringList{"-f", "mpegts"}, 1500});
@@ -70,5 +70,5 @@ void tst_OnePass::scan_readsOnceAndEachWantedGroupAgain()
              qPrintable(QStringLiteral("%1 of %2").arg(scan.bytesRead).arg(size)));
 }
 
-QTEST_MAIN(tst_OnePass)
+QTEST_MAIN(TestOnePass)
 #include "tst_onepass.moc"

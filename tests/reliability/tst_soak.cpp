@@ -61,7 +61,7 @@ Sample sample()
 
 } // namespace
 
-class tst_Soak : public QObject
+class TestSoak : public QObject
 {
     Q_OBJECT
 
@@ -174,5 +174,5 @@ private:
     QByteArray recording;
 };
 
-QTEST_MAIN(tst_Soak)
+QTEST_MAIN(TestSoak)
 #include "tst_soak.moc"

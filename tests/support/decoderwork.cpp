@@ -16,6 +16,7 @@ namespace {
 
 std::atomic<long> packets{0};
 std::atomic<long> pictures{0};
+std::atomic<bool> soundIsRefused{false};
 
 template <typename Function>
 Function *real(const char *name)
@@ -35,9 +36,23 @@ void reset()
     packets = pictures = 0;
 }
 
+void refuseSound(bool refuse)
+{
+    soundIsRefused = refuse;
+}
+
 } // namespace decoderwork
 
 extern "C" {
+
+int avcodec_open2(AVCodecContext *decoder, const AVCodec *codec, AVDictionary **options)
+{
+    using Open = int(AVCodecContext *, const AVCodec *, AVDictionary **);
+    static const auto function = decoderwork::real<Open>("avcodec_open2");
+    if (decoderwork::soundIsRefused && codec != nullptr && codec->type == AVMEDIA_TYPE_AUDIO)
+        return AVERROR(EINVAL);
+    return function(decoder, codec, options);
+}
 
 int avcodec_send_packet(AVCodecContext *decoder, const AVPacket *packet)
 {

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ffmpeg = quorvale::ffmpeg;
+
 namespace {
 
 // FFmpeg gives a decoder black buffers at first, and later those of earlier pictures as they are. This makes them
@@ -29,6 +31,7 @@ using GetBuffer = decltype(AVCodecContext::get_buffer2);
 // Checksums of all pictures, decoded with one thread into the buffers of `getBuffer`.
 QVector<QByteArray> checksumsIn(GetBuffer getBuffer, const QString &path)
 {
+    ffmpeg::registerLibraries(); // keeps them from writing to the terminal
     AVFormatContext *opened = nullptr;
     if (avformat_open_input(&opened, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
         return {};

@@ -65,7 +65,7 @@ std::uint64_t checksum(const Bytes &bytes)
 
 } // namespace
 
-class tst_TransportMutant : public QObject
+class TestTransportMutant : public QObject
 {
     Q_OBJECT
 
@@ -269,5 +269,5 @@ private:
     const Bytes other = wholeStream(kOtherMark);
 };
 
-QTEST_APPLESS_MAIN(tst_TransportMutant)
+QTEST_APPLESS_MAIN(TestTransportMutant)
 #include "tst_transportmutant.moc"

@@ -11,6 +11,7 @@
 #include <QPixmap>
 #include <QPixmapCache>
 #include <QRect>
+#include <QSet>
 #include <QTimerEvent>
 #include <QVector>
 #include <QWidget>
@@ -137,6 +138,30 @@ inline bool showsOnly(const QImage &image, const QRect &rect, const QColor &colo
         }
     }
     return true;
+}
+
+/// A picture of `size` in which no two pixels have the same colour.
+inline QPixmap manyColoured(const QSize &size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            image.setPixel(x, y, qRgb(0, 0, 0) + uint(y * size.width() + x));
+        }
+    }
+    return QPixmap::fromImage(image);
+}
+
+/// How many colours `image` shows inside of `rect`, in the picture's own pixels.
+inline int coloursIn(const QImage &image, const QRect &rect)
+{
+    QSet<QRgb> colours;
+    for (int y = rect.top(); y <= rect.bottom(); ++y) {
+        for (int x = rect.left(); x <= rect.right(); ++x) {
+            colours.insert(image.pixel(x, y));
+        }
+    }
+    return int(colours.size());
 }
 
 /// Lets the timer `id` fire on `widget` now.

@@ -9,7 +9,7 @@
 #include <type_traits>
 
 /// What the widget is made with, and what its slots promise. Time is driven by hand; no event loop runs here.
-class tst_MultiFrameThumb : public QObject
+class TestMultiFrameThumb : public QObject
 {
     Q_OBJECT
 
@@ -40,7 +40,7 @@ namespace {
 constexpr QSize kFrame(80, 60);
 } // namespace
 
-void tst_MultiFrameThumb::construct_setsEveryField_toItsInitialValue()
+void TestMultiFrameThumb::construct_setsEveryField_toItsInitialValue()
 {
     const MultiFrameThumb widget(nullptr);
     QVERIFY(widget.thumbs1x.isEmpty());
@@ -54,7 +54,7 @@ void tst_MultiFrameThumb::construct_setsEveryField_toItsInitialValue()
     QCOMPARE(widget.frameIndex, -1);
 }
 
-void tst_MultiFrameThumb::construct_setsNoWindowFlags_underAParent()
+void TestMultiFrameThumb::construct_setsNoWindowFlags_underAParent()
 {
     QWidget parent;
     const QWidget plain(&parent);
@@ -64,12 +64,12 @@ void tst_MultiFrameThumb::construct_setsNoWindowFlags_underAParent()
     QVERIFY(!widget.isWindow());
 }
 
-void tst_MultiFrameThumb::minimumSizeHint_is64x64()
+void TestMultiFrameThumb::minimumSizeHint_is64x64()
 {
     QCOMPARE(MultiFrameThumb(nullptr).minimumSizeHint(), QSize(64, 64));
 }
 
-void tst_MultiFrameThumb::metaObject_namesTheThreeSlots_inOrder()
+void TestMultiFrameThumb::metaObject_namesTheThreeSlots_inOrder()
 {
     const QMetaObject &meta = MultiFrameThumb::staticMetaObject;
     QCOMPARE(meta.className(), "MultiFrameThumb");
@@ -92,7 +92,7 @@ void tst_MultiFrameThumb::metaObject_namesTheThreeSlots_inOrder()
     }
 }
 
-void tst_MultiFrameThumb::slots_canBeInvoked_byName()
+void TestMultiFrameThumb::slots_canBeInvoked_byName()
 {
     MultiFrameThumb widget(nullptr);
     QVERIFY(QMetaObject::invokeMethod(&widget, "SetBusy", Q_ARG(bool, true)));
@@ -102,7 +102,7 @@ void tst_MultiFrameThumb::slots_canBeInvoked_byName()
     QCOMPARE(widget.frameIndex, -1);
 }
 
-void tst_MultiFrameThumb::fields_haveTheirTypes_inTheirOrder()
+void TestMultiFrameThumb::fields_haveTheirTypes_inTheirOrder()
 {
     static_assert(std::is_same_v<decltype(MultiFrameThumb::thumbs1x), QVector<QPixmap *>>);
     static_assert(std::is_same_v<decltype(MultiFrameThumb::thumbs2x), QVector<QPixmap *>>);
@@ -115,7 +115,7 @@ void tst_MultiFrameThumb::fields_haveTheirTypes_inTheirOrder()
     QVERIFY(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
 }
 
-void tst_MultiFrameThumb::setThumbs_showsFrameZero_fromEmpty()
+void TestMultiFrameThumb::setThumbs_showsFrameZero_fromEmpty()
 {
     Series x1 = solidSeries(kFrame, {Qt::red, Qt::green});
     Series x2 = solidSeries(kFrame, {Qt::cyan, Qt::magenta});
@@ -130,7 +130,7 @@ void tst_MultiFrameThumb::setThumbs_showsFrameZero_fromEmpty()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
 }
 
-void tst_MultiFrameThumb::setThumbs_sharesTheVectors_andNotTheirLaterChanges()
+void TestMultiFrameThumb::setThumbs_sharesTheVectors_andNotTheirLaterChanges()
 {
     Series x1 = solidSeries(kFrame, {Qt::red});
     Series x2 = solidSeries(kFrame, {Qt::cyan});
@@ -143,7 +143,7 @@ void tst_MultiFrameThumb::setThumbs_sharesTheVectors_andNotTheirLaterChanges()
     QCOMPARE(widget.thumbs1x.size(), 1);
 }
 
-void tst_MultiFrameThumb::setThumbs_keepsTheFrameTimer_whenItRuns()
+void TestMultiFrameThumb::setThumbs_keepsTheFrameTimer_whenItRuns()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -153,7 +153,7 @@ void tst_MultiFrameThumb::setThumbs_keepsTheFrameTimer_whenItRuns()
     QCOMPARE(widget.frameTimerId, timer);
 }
 
-void tst_MultiFrameThumb::setThumbs_endsTheBusyState()
+void TestMultiFrameThumb::setThumbs_endsTheBusyState()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     BusyThumb widget(kFrame);
@@ -164,7 +164,7 @@ void tst_MultiFrameThumb::setThumbs_endsTheBusyState()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
 }
 
-void tst_MultiFrameThumb::setThumbs_startsOver_whenPlaying()
+void TestMultiFrameThumb::setThumbs_startsOver_whenPlaying()
 {
     Series first = solidSeries(kFrame, {Qt::red, Qt::green});
     Series second = solidSeries(kFrame, {Qt::blue, Qt::yellow});
@@ -178,7 +178,7 @@ void tst_MultiFrameThumb::setThumbs_startsOver_whenPlaying()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::blue));
 }
 
-void tst_MultiFrameThumb::clearThumbs_empties_whenPlaying()
+void TestMultiFrameThumb::clearThumbs_empties_whenPlaying()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -192,7 +192,7 @@ void tst_MultiFrameThumb::clearThumbs_empties_whenPlaying()
     QVERIFY(paintedRect(rendered(widget)).isEmpty());
 }
 
-void tst_MultiFrameThumb::clearThumbs_keepsTheRing_whenBusy()
+void TestMultiFrameThumb::clearThumbs_keepsTheRing_whenBusy()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     BusyThumb widget(kFrame);
@@ -209,7 +209,7 @@ void tst_MultiFrameThumb::clearThumbs_keepsTheRing_whenBusy()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
 }
 
-void tst_MultiFrameThumb::clearThumbs_leavesThePixmaps_toTheirOwner()
+void TestMultiFrameThumb::clearThumbs_leavesThePixmaps_toTheirOwner()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -219,7 +219,7 @@ void tst_MultiFrameThumb::clearThumbs_leavesThePixmaps_toTheirOwner()
     QCOMPARE(series.pointers.first()->size(), kFrame);
 }
 
-void tst_MultiFrameThumb::destructor_leavesThePixmaps_toTheirOwner()
+void TestMultiFrameThumb::destructor_leavesThePixmaps_toTheirOwner()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     {
@@ -230,7 +230,7 @@ void tst_MultiFrameThumb::destructor_leavesThePixmaps_toTheirOwner()
     QCOMPARE(series.pointers.first()->size(), kFrame);
 }
 
-void tst_MultiFrameThumb::setBusy_stopsTheShow_andKeepsItsFrames()
+void TestMultiFrameThumb::setBusy_stopsTheShow_andKeepsItsFrames()
 {
     Series series = solidSeries(kFrame, {Qt::red, Qt::green});
     MultiFrameThumb widget(nullptr);
@@ -244,7 +244,7 @@ void tst_MultiFrameThumb::setBusy_stopsTheShow_andKeepsItsFrames()
     QCOMPARE(widget.thumbs1x, series.pointers);
 }
 
-void tst_MultiFrameThumb::setBusy_keepsTheRingsTimer_whenCalledTwice()
+void TestMultiFrameThumb::setBusy_keepsTheRingsTimer_whenCalledTwice()
 {
     MultiFrameThumb widget(nullptr);
     widget.SetBusy(true);
@@ -255,7 +255,7 @@ void tst_MultiFrameThumb::setBusy_keepsTheRingsTimer_whenCalledTwice()
     QCOMPARE(widget.spinTimerId, timer);
 }
 
-void tst_MultiFrameThumb::setBusyFalse_pauses_withTheRingsTimerRunning()
+void TestMultiFrameThumb::setBusyFalse_pauses_withTheRingsTimerRunning()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -271,7 +271,7 @@ void tst_MultiFrameThumb::setBusyFalse_pauses_withTheRingsTimerRunning()
     QVERIFY(paintedRect(rendered(widget)).isEmpty());
 }
 
-void tst_MultiFrameThumb::setBusyFalse_doesNotPause_aRunningShow()
+void TestMultiFrameThumb::setBusyFalse_doesNotPause_aRunningShow()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -282,5 +282,5 @@ void tst_MultiFrameThumb::setBusyFalse_doesNotPause_aRunningShow()
     QCOMPARE(widget.spinTimerId, -1);
 }
 
-QTEST_MAIN(tst_MultiFrameThumb)
+QTEST_MAIN(TestMultiFrameThumb)
 #include "tst_multiframethumb.moc"

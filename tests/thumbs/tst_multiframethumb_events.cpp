@@ -5,7 +5,7 @@
 #include <QTest>
 
 /// What ticks and clicks do in each state. Time is driven by hand; no event loop runs here.
-class tst_MultiFrameThumbEvents : public QObject
+class TestMultiFrameThumbEvents : public QObject
 {
     Q_OBJECT
 
@@ -40,7 +40,7 @@ bool press(QWidget &widget, Qt::MouseButton button = Qt::LeftButton)
 }
 } // namespace
 
-void tst_MultiFrameThumbEvents::timerEvent_showsFramesInOrder_andLoops()
+void TestMultiFrameThumbEvents::timerEvent_showsFramesInOrder_andLoops()
 {
     const QVector<QColor> colours{Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta};
     Series series = solidSeries(kFrame, colours);
@@ -54,7 +54,7 @@ void tst_MultiFrameThumbEvents::timerEvent_showsFramesInOrder_andLoops()
     }
 }
 
-void tst_MultiFrameThumbEvents::timerEvent_staysAtFrameZero_withASeriesOfOne()
+void TestMultiFrameThumbEvents::timerEvent_staysAtFrameZero_withASeriesOfOne()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -65,7 +65,7 @@ void tst_MultiFrameThumbEvents::timerEvent_staysAtFrameZero_withASeriesOfOne()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
 }
 
-void tst_MultiFrameThumbEvents::timerEvent_turnsTheRing_in12Steps()
+void TestMultiFrameThumbEvents::timerEvent_turnsTheRing_in12Steps()
 {
     MultiFrameThumb widget(nullptr);
     widget.SetBusy(true);
@@ -75,7 +75,7 @@ void tst_MultiFrameThumbEvents::timerEvent_turnsTheRing_in12Steps()
     }
 }
 
-void tst_MultiFrameThumbEvents::timerEvent_ignores_otherTimers()
+void TestMultiFrameThumbEvents::timerEvent_ignores_otherTimers()
 {
     Series series = solidSeries(kFrame, {Qt::red, Qt::green});
     MultiFrameThumb widget(nullptr);
@@ -87,7 +87,7 @@ void tst_MultiFrameThumbEvents::timerEvent_ignores_otherTimers()
     QCOMPARE(widget.spinAngle, 0);
 }
 
-void tst_MultiFrameThumbEvents::timerEvent_makesBothSteps_whenOneIdIsBoth()
+void TestMultiFrameThumbEvents::timerEvent_makesBothSteps_whenOneIdIsBoth()
 {
     MultiFrameThumb widget(nullptr);
     QVector<QPixmap *> nulls(2, nullptr);
@@ -98,7 +98,7 @@ void tst_MultiFrameThumbEvents::timerEvent_makesBothSteps_whenOneIdIsBoth()
     QCOMPARE(widget.spinAngle, 30);
 }
 
-void tst_MultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton_data()
+void TestMultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton_data()
 {
     QTest::addColumn<int>("button");
     QTest::newRow("left") << int(Qt::LeftButton);
@@ -107,7 +107,7 @@ void tst_MultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton_data()
     QTest::newRow("back") << int(Qt::BackButton);
 }
 
-void tst_MultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton()
+void TestMultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton()
 {
     QFETCH(int, button);
     Series series = solidSeries(kFrame, {Qt::red});
@@ -119,7 +119,7 @@ void tst_MultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton()
     QVERIFY(widget.frameTimerId >= 0);
 }
 
-void tst_MultiFrameThumbEvents::mousePress_resumesWithTheFollowingFrame()
+void TestMultiFrameThumbEvents::mousePress_resumesWithTheFollowingFrame()
 {
     Series series = solidSeries(kFrame, {Qt::red, Qt::green, Qt::blue});
     MultiFrameThumb widget(nullptr);
@@ -136,7 +136,7 @@ void tst_MultiFrameThumbEvents::mousePress_resumesWithTheFollowingFrame()
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::blue));
 }
 
-void tst_MultiFrameThumbEvents::mousePress_startsAFrameTimer_whileBusy()
+void TestMultiFrameThumbEvents::mousePress_startsAFrameTimer_whileBusy()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     BusyThumb widget(kFrame);
@@ -149,7 +149,7 @@ void tst_MultiFrameThumbEvents::mousePress_startsAFrameTimer_whileBusy()
     QCOMPARE(widget.frameTimerId, timer);
 }
 
-void tst_MultiFrameThumbEvents::mousePress_isHarmless_afterClearThumbs()
+void TestMultiFrameThumbEvents::mousePress_isHarmless_afterClearThumbs()
 {
     Series series = solidSeries(kFrame, {Qt::red});
     MultiFrameThumb widget(nullptr);
@@ -164,7 +164,7 @@ void tst_MultiFrameThumbEvents::mousePress_isHarmless_afterClearThumbs()
     QVERIFY(paintedRect(rendered(widget)).isEmpty()); // frame 0 of none
 }
 
-void tst_MultiFrameThumbEvents::emptySeries_staysAtFrameZero_onEveryTick()
+void TestMultiFrameThumbEvents::emptySeries_staysAtFrameZero_onEveryTick()
 {
     QVector<QPixmap *> none;
     MultiFrameThumb widget(nullptr);
@@ -179,7 +179,7 @@ void tst_MultiFrameThumbEvents::emptySeries_staysAtFrameZero_onEveryTick()
     }
 }
 
-void tst_MultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEnds_data()
+void TestMultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEnds_data()
 {
     QTest::addColumn<int>("length1x");
     QTest::addColumn<int>("length2x");
@@ -189,7 +189,7 @@ void tst_MultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEn
     QTest::newRow("no standard frames") << 0 << 2;
 }
 
-void tst_MultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEnds()
+void TestMultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEnds()
 {
     QFETCH(int, length1x);
     QFETCH(int, length2x);
@@ -205,5 +205,5 @@ void tst_MultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEn
     }
 }
 
-QTEST_MAIN(tst_MultiFrameThumbEvents)
+QTEST_MAIN(TestMultiFrameThumbEvents)
 #include "tst_multiframethumb_events.moc"

@@ -6,7 +6,7 @@
 #include <QVBoxLayout>
 
 /// Which frame is painted, where, how large, and what that does to the widget's height.
-class tst_MultiFrameThumbFrames : public QObject
+class TestMultiFrameThumbFrames : public QObject
 {
     Q_OBJECT
 
@@ -60,14 +60,14 @@ bool heightIsFixed(const QWidget &widget)
 }
 } // namespace
 
-void tst_MultiFrameThumbFrames::paint_takesTheStandardFrame_intoADensePictureToo()
+void TestMultiFrameThumbFrames::paint_takesTheStandardFrame_intoADensePictureToo()
 {
     ShownThumb widget({100, 80}, solidSeries({100, 80}, {Qt::red}), solidSeries({200, 160}, {Qt::blue}, 2));
     QVERIFY(showsOnly(rendered(widget, 2), QRect(0, 0, 200, 160), Qt::red));
     QCOMPARE(widget.highDensity, false);
 }
 
-void tst_MultiFrameThumbFrames::paint_drawsTheFrameItself_whereItFits()
+void TestMultiFrameThumbFrames::paint_drawsTheFrameItself_whereItFits()
 {
     Series series;
     const QPixmap *frame = series.add(pattern(120, 90));
@@ -77,7 +77,7 @@ void tst_MultiFrameThumbFrames::paint_drawsTheFrameItself_whereItFits()
     QCOMPARE(rendered(widget), expectation({160, 90}, {0, 0}, *frame));
 }
 
-void tst_MultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit_data()
+void TestMultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit_data()
 {
     QTest::addColumn<QSize>("frameSize");
     QTest::addColumn<QSize>("widgetSize");
@@ -89,7 +89,7 @@ void tst_MultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit_data
     QTest::newRow("too high by one") << QSize(200, 101) << QSize(200, 100) << QSize(198, 100);
 }
 
-void tst_MultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit()
+void TestMultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit()
 {
     QFETCH(QSize, frameSize);
     QFETCH(QSize, widgetSize);
@@ -107,7 +107,7 @@ void tst_MultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit()
     QVERIFY(image != expectation(widgetSize, {0, 0}, fast));
 }
 
-void tst_MultiFrameThumbFrames::paint_scalesAnew_onEachPaint()
+void TestMultiFrameThumbFrames::paint_scalesAnew_onEachPaint()
 {
     Series series;
     QPixmap *frame = series.add({160, 120}, Qt::red);
@@ -119,7 +119,7 @@ void tst_MultiFrameThumbFrames::paint_scalesAnew_onEachPaint()
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 80, 60), Qt::blue));
 }
 
-void tst_MultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred_data()
+void TestMultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred_data()
 {
     QTest::addColumn<int>("alignment");
     QTest::addColumn<QSize>("frameSize");
@@ -135,7 +135,7 @@ void tst_MultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred_data()
     QTest::newRow("centred and more") << int(Qt::AlignCenter | Qt::AlignLeft) << QSize(50, 51) << QPoint(0, 0);
 }
 
-void tst_MultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred()
+void TestMultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred()
 {
     QFETCH(int, alignment);
     QFETCH(QSize, frameSize);
@@ -149,14 +149,14 @@ void tst_MultiFrameThumbFrames::paint_drawsAtTheTopLeft_unlessCentred()
     QVERIFY(showsOnly(rendered(widget), QRect(at, frameSize), Qt::red));
 }
 
-void tst_MultiFrameThumbFrames::paint_centresTheScaledCopy()
+void TestMultiFrameThumbFrames::paint_centresTheScaledCopy()
 {
     ShownThumb widget({120, 80}, solidSeries({200, 200}, {Qt::red}));
     widget.alignment = Qt::AlignCenter;
     QVERIFY(showsOnly(rendered(widget), QRect(20, 0, 80, 80), Qt::red));
 }
 
-void tst_MultiFrameThumbFrames::paint_fixesTheHeight_atThatOfALowerFrame()
+void TestMultiFrameThumbFrames::paint_fixesTheHeight_atThatOfALowerFrame()
 {
     ShownThumb widget({200, 400}, solidSeries({320, 240}, {Qt::red}));
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 200, 150), Qt::red));
@@ -166,7 +166,7 @@ void tst_MultiFrameThumbFrames::paint_fixesTheHeight_atThatOfALowerFrame()
     QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 200, 150), Qt::red));
 }
 
-void tst_MultiFrameThumbFrames::paint_keepsTheHeight_whenAHigherFrameFollows()
+void TestMultiFrameThumbFrames::paint_keepsTheHeight_whenAHigherFrameFollows()
 {
     Series series;
     series.add({100, 50}, Qt::red);
@@ -184,7 +184,7 @@ void tst_MultiFrameThumbFrames::paint_keepsTheHeight_whenAHigherFrameFollows()
     QCOMPARE(widget.height(), 50);
 }
 
-void tst_MultiFrameThumbFrames::paint_shrinksAgain_whenALowerFrameFollows()
+void TestMultiFrameThumbFrames::paint_shrinksAgain_whenALowerFrameFollows()
 {
     Series series;
     series.add({100, 50}, Qt::red);
@@ -199,7 +199,7 @@ void tst_MultiFrameThumbFrames::paint_shrinksAgain_whenALowerFrameFollows()
     QVERIFY(heightIsFixed(widget));
 }
 
-void tst_MultiFrameThumbFrames::paint_keepsTheHeight_whenNothingIsDrawn()
+void TestMultiFrameThumbFrames::paint_keepsTheHeight_whenNothingIsDrawn()
 {
     Series nulls = nullSeries();
     MultiFrameThumb widget(nullptr);
@@ -213,7 +213,7 @@ void tst_MultiFrameThumbFrames::paint_keepsTheHeight_whenNothingIsDrawn()
     QVERIFY(!heightIsFixed(widget));
 }
 
-void tst_MultiFrameThumbFrames::paint_limitsTheHeight_to10000_whenNothingIsDrawn()
+void TestMultiFrameThumbFrames::paint_limitsTheHeight_to10000_whenNothingIsDrawn()
 {
     MultiFrameThumb widget(nullptr);
     widget.resize(4, 10001);
@@ -222,7 +222,7 @@ void tst_MultiFrameThumbFrames::paint_limitsTheHeight_to10000_whenNothingIsDrawn
     QVERIFY(heightIsFixed(widget));
 }
 
-void tst_MultiFrameThumbFrames::paint_keepsTheHeight_withAPixmapWithoutPixels()
+void TestMultiFrameThumbFrames::paint_keepsTheHeight_withAPixmapWithoutPixels()
 {
     Series series;
     series.add(QPixmap());
@@ -234,7 +234,7 @@ void tst_MultiFrameThumbFrames::paint_keepsTheHeight_withAPixmapWithoutPixels()
     QVERIFY(!heightIsFixed(widget));
 }
 
-void tst_MultiFrameThumbFrames::paint_tellsTheLayout_aboutTheNewHeight()
+void TestMultiFrameThumbFrames::paint_tellsTheLayout_aboutTheNewHeight()
 {
     Series series;
     series.add({160, 120}, Qt::red);
@@ -255,7 +255,7 @@ void tst_MultiFrameThumbFrames::paint_tellsTheLayout_aboutTheNewHeight()
     QTRY_COMPARE(rest.geometry(), QRect(0, 120, 200, 480));
 }
 
-void tst_MultiFrameThumbFrames::paint_warnsOfNothing_whenItResizesAShownWidget()
+void TestMultiFrameThumbFrames::paint_warnsOfNothing_whenItResizesAShownWidget()
 {
     Series series;
     series.add({160, 120}, Qt::red);
@@ -272,5 +272,5 @@ void tst_MultiFrameThumbFrames::paint_warnsOfNothing_whenItResizesAShownWidget()
     QCOMPARE(warnings.count(), 0);
 }
 
-QTEST_MAIN(tst_MultiFrameThumbFrames)
+QTEST_MAIN(TestMultiFrameThumbFrames)
 #include "tst_multiframethumb_frames.moc"

@@ -9,7 +9,7 @@
 #include <cmath>
 
 /// The busy ring: its place and size, its shape and colours, and the pictures kept of it.
-class tst_MultiFrameThumbRing : public QObject
+class TestMultiFrameThumbRing : public QObject
 {
     Q_OBJECT
 
@@ -89,12 +89,12 @@ qreal expectedAlpha(qreal degrees)
 }
 } // namespace
 
-void tst_MultiFrameThumbRing::init()
+void TestMultiFrameThumbRing::init()
 {
     QPixmapCache::clear();
 }
 
-void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide_data()
+void TestMultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QRect>("place");
@@ -106,7 +106,7 @@ void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide_da
     QTest::newRow("smallest") << QSize(4, 4) << QRect(2, 2, 1, 1);
 }
 
-void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
+void TestMultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
 {
     QFETCH(QSize, size);
     QFETCH(QRect, place);
@@ -123,7 +123,7 @@ void tst_MultiFrameThumbRing::ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
     QCOMPARE(image.copy(place), picture.toImage().convertToFormat(image.format()));
 }
 
-void tst_MultiFrameThumbRing::ring_turnsAboutAWholePixel_whereItsSizeIsOdd()
+void TestMultiFrameThumbRing::ring_turnsAboutAWholePixel_whereItsSizeIsOdd()
 {
     MultiFrameThumb widget(nullptr);
     setTextColour(widget, kRed);
@@ -149,7 +149,7 @@ void tst_MultiFrameThumbRing::ring_turnsAboutAWholePixel_whereItsSizeIsOdd()
     QCOMPARE(picture.toImage().convertToFormat(expected.format()), expected);
 }
 
-void tst_MultiFrameThumbRing::ring_spansRadii80To90_ofItsDesign()
+void TestMultiFrameThumbRing::ring_spansRadii80To90_ofItsDesign()
 {
     const QImage picture = designPicture(kRed, 0);
     QCOMPARE(picture.size(), QSize(200, 200));
@@ -170,7 +170,7 @@ void tst_MultiFrameThumbRing::ring_spansRadii80To90_ofItsDesign()
     QCOMPARE(qAlpha(picture.pixel(21, 99)), 0);
 }
 
-void tst_MultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead_data()
+void TestMultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead_data()
 {
     QTest::addColumn<int>("angle");
     for (int angle = 0; angle < 360; angle += 30) {
@@ -178,7 +178,7 @@ void tst_MultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead_data()
     }
 }
 
-void tst_MultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead()
+void TestMultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead()
 {
     QFETCH(int, angle);
     const QImage picture = designPicture(kRed, angle);
@@ -199,7 +199,7 @@ void tst_MultiFrameThumbRing::ring_fadesCounterClockwise_fromItsHead()
     QVERIFY(alphaAt(picture, 288 - angle, kRadius) <= 5);
 }
 
-void tst_MultiFrameThumbRing::ring_startsWithTheColoursOwnAlpha_andEndsOpaque()
+void TestMultiFrameThumbRing::ring_startsWithTheColoursOwnAlpha_andEndsOpaque()
 {
     const QImage picture = designPicture(QColor(0, 0, 255, 100), 0);
     // Just past the head the colour's own 100; just before it, at the other end of the gradient, opaque.
@@ -208,7 +208,7 @@ void tst_MultiFrameThumbRing::ring_startsWithTheColoursOwnAlpha_andEndsOpaque()
     QVERIFY(std::abs(alphaAt(picture, 144, kRadius) - 50) <= 3);
 }
 
-void tst_MultiFrameThumbRing::ring_takesTheTextColour_ofTheCurrentGroup()
+void TestMultiFrameThumbRing::ring_takesTheTextColour_ofTheCurrentGroup()
 {
     MultiFrameThumb widget(nullptr);
     QPalette palette;
@@ -226,7 +226,7 @@ void tst_MultiFrameThumbRing::ring_takesTheTextColour_ofTheCurrentGroup()
     QCOMPARE(rendered(widget).pixelColor(besideTheHead).rgb(), QColor(Qt::green).rgb());
 }
 
-void tst_MultiFrameThumbRing::ring_isShownInPlaceOfTheFrames()
+void TestMultiFrameThumbRing::ring_isShownInPlaceOfTheFrames()
 {
     ShownThumb widget({100, 60}, solidSeries({100, 60}, {Qt::blue}));
     widget.SetBusy(true);
@@ -234,7 +234,7 @@ void tst_MultiFrameThumbRing::ring_isShownInPlaceOfTheFrames()
     QVERIFY(!paintedRect(rendered(widget)).isEmpty());
 }
 
-void tst_MultiFrameThumbRing::ring_fixesNoHeight()
+void TestMultiFrameThumbRing::ring_fixesNoHeight()
 {
     BusyThumb widget({100, 10100});
     rendered(widget);
@@ -242,7 +242,7 @@ void tst_MultiFrameThumbRing::ring_fixesNoHeight()
     QCOMPARE(widget.minimumHeight(), 0);
 }
 
-void tst_MultiFrameThumbRing::cache_holdsTwelvePictures_afterATurn()
+void TestMultiFrameThumbRing::cache_holdsTwelvePictures_afterATurn()
 {
     BusyThumb widget({100, 60});
     QVector<QImage> pictures;
@@ -265,7 +265,7 @@ void tst_MultiFrameThumbRing::cache_holdsTwelvePictures_afterATurn()
     }
 }
 
-void tst_MultiFrameThumbRing::cache_isAsked_beforeAPictureIsMade()
+void TestMultiFrameThumbRing::cache_isAsked_beforeAPictureIsMade()
 {
     QPixmap marker(15, 15);
     marker.fill(Qt::blue);
@@ -275,7 +275,7 @@ void tst_MultiFrameThumbRing::cache_isAsked_beforeAPictureIsMade()
     QVERIFY(showsOnly(rendered(widget), QRect(43, 23, 15, 15), Qt::blue));
 }
 
-void tst_MultiFrameThumbRing::cache_isAsked_forTheSizeAndAngle()
+void TestMultiFrameThumbRing::cache_isAsked_forTheSizeAndAngle()
 {
     QPixmap marker(45, 45);
     marker.fill(Qt::blue);
@@ -291,7 +291,7 @@ void tst_MultiFrameThumbRing::cache_isAsked_forTheSizeAndAngle()
     QVERIFY(cached(keyOf(320, 181, 330, 0)));
 }
 
-void tst_MultiFrameThumbRing::cache_givesTheSamePictures_onTheSecondTurn()
+void TestMultiFrameThumbRing::cache_givesTheSamePictures_onTheSecondTurn()
 {
     BusyThumb widget({100, 60});
     QVector<qint64> identities[2];
@@ -307,7 +307,7 @@ void tst_MultiFrameThumbRing::cache_givesTheSamePictures_onTheSecondTurn()
     QCOMPARE(identities[0], identities[1]);
 }
 
-void tst_MultiFrameThumbRing::cache_isNamedAfterTheClass_ofASubclassToo()
+void TestMultiFrameThumbRing::cache_isNamedAfterTheClass_ofASubclassToo()
 {
     NamedThumb widget(nullptr);
     widget.resize(100, 60);
@@ -317,7 +317,7 @@ void tst_MultiFrameThumbRing::cache_isNamedAfterTheClass_ofASubclassToo()
     QVERIFY(!cached(keyOf(100, 60, 0, 0)));
 }
 
-void tst_MultiFrameThumbRing::ring_paintsNothing_whereItHasNoRoom()
+void TestMultiFrameThumbRing::ring_paintsNothing_whereItHasNoRoom()
 {
     const WarningCounter warnings;
     MultiFrameThumb widget(nullptr);
@@ -329,5 +329,5 @@ void tst_MultiFrameThumbRing::ring_paintsNothing_whereItHasNoRoom()
     QCOMPARE(warnings.count(), 0);
 }
 
-QTEST_MAIN(tst_MultiFrameThumbRing)
+QTEST_MAIN(TestMultiFrameThumbRing)
 #include "tst_multiframethumb_ring.moc"

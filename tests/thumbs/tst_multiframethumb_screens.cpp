@@ -12,7 +12,7 @@
 /// What is painted on a screen of this process's ratio, and as that screen shows it. A fractional ratio counts as the
 /// whole number below it: there are pictures for 1, and dense ones for all from 2 on. Standard frames are red here, and
 /// dense ones blue.
-class tst_MultiFrameThumbScreens : public QObject
+class TestMultiFrameThumbScreens : public QObject
 {
     Q_OBJECT
 
@@ -26,6 +26,7 @@ private slots:
     void frame_leavesHighDensity_whereNothingIsPainted();
     void frame_isDrawnDotForDot_whereItsPixelsFit();
     void frame_fillsTheWidget_whenItWasScaled();
+    void scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen();
     void frame_fixesTheHeight_atItsPixels();
     void frame_isCentredByItsPixels();
     void series_areNeverReadPastTheirEnds_data();
@@ -79,18 +80,18 @@ void setBackground(QWidget &widget)
 }
 } // namespace
 
-void tst_MultiFrameThumbScreens::initTestCase()
+void TestMultiFrameThumbScreens::initTestCase()
 {
     m_ratio = qEnvironmentVariable("QT_SCALE_FACTOR", "1").toDouble();
     QCOMPARE(QApplication::primaryScreen()->devicePixelRatio(), m_ratio);
 }
 
-void tst_MultiFrameThumbScreens::init()
+void TestMultiFrameThumbScreens::init()
 {
     QPixmapCache::clear();
 }
 
-void tst_MultiFrameThumbScreens::frame_isTheOneForTheScreen()
+void TestMultiFrameThumbScreens::frame_isTheOneForTheScreen()
 {
     ShownThumb widget({100, 80}, solidSeries({100, 80}, {Qt::red}), solidSeries({100, 80}, {Qt::blue}));
     widget.highDensity = !isDense();
@@ -98,7 +99,7 @@ void tst_MultiFrameThumbScreens::frame_isTheOneForTheScreen()
     QCOMPARE(widget.highDensity, isDense());
 }
 
-void tst_MultiFrameThumbScreens::frame_isTheStandardOne_whereTheDenseOneIsNull()
+void TestMultiFrameThumbScreens::frame_isTheStandardOne_whereTheDenseOneIsNull()
 {
     ShownThumb widget({100, 80}, solidSeries({100, 80}, {Qt::red}), nullSeries());
     widget.highDensity = true;
@@ -106,7 +107,7 @@ void tst_MultiFrameThumbScreens::frame_isTheStandardOne_whereTheDenseOneIsNull()
     QCOMPARE(widget.highDensity, false);
 }
 
-void tst_MultiFrameThumbScreens::frame_isADenseOneAlone_onADenseScreenOnly()
+void TestMultiFrameThumbScreens::frame_isADenseOneAlone_onADenseScreenOnly()
 {
     ShownThumb widget({100, 80}, nullSeries(), solidSeries({100, 80}, {Qt::blue}));
     for (const bool before : {false, true}) {
@@ -116,7 +117,7 @@ void tst_MultiFrameThumbScreens::frame_isADenseOneAlone_onADenseScreenOnly()
     }
 }
 
-void tst_MultiFrameThumbScreens::frame_leavesHighDensity_whereNothingIsPainted()
+void TestMultiFrameThumbScreens::frame_leavesHighDensity_whereNothingIsPainted()
 {
     for (const bool before : {false, true}) {
         ShownThumb widget({100, 80}, nullSeries());
@@ -129,21 +130,39 @@ void tst_MultiFrameThumbScreens::frame_leavesHighDensity_whereNothingIsPainted()
     }
 }
 
-void tst_MultiFrameThumbScreens::frame_isDrawnDotForDot_whereItsPixelsFit()
+void TestMultiFrameThumbScreens::frame_isDrawnDotForDot_whereItsPixelsFit()
 {
     // A dense frame of 160 x 120 dots is no larger than a standard one of 80 x 60: its own ratio says so.
     ShownThumb widget = shownFrame({160, 120}, {80, 60});
     QVERIFY(showsOnly(rendered(widget), dots({0, 0, 80, 60}), colour()));
 }
 
-void tst_MultiFrameThumbScreens::frame_fillsTheWidget_whenItWasScaled()
+void TestMultiFrameThumbScreens::frame_fillsTheWidget_whenItWasScaled()
 {
     ShownThumb widget = shownFrame({320, 260}, {320, 240});
     QVERIFY(showsOnly(rendered(widget), dots({0, 0, 320, 240}), colour()));
     QCOMPARE(widget.height(), 240);
 }
 
-void tst_MultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
+// As many dots as its place in the widget has on this screen: not one is lost.
+void TestMultiFrameThumbScreens::scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen()
+{
+    if (!isDense())
+        return; // The standard frame is shown, dot for dot or made smaller.
+    const QSize size = QSize(80, 60) * int(m_ratio);
+    Series series;
+    series.add(manyColoured(size))->setDevicePixelRatio(2);
+    MultiFrameThumb widget(nullptr);
+    widget.resize(80, 100);
+    widget.SetThumbs(series.pointers, series.pointers);
+    QImage image = rendered(widget);
+    image.setDevicePixelRatio(1);
+    QCOMPARE(paintedRect(image), QRect({0, 0}, size));
+    QCOMPARE(coloursIn(image, QRect({0, 0}, size)), size.width() * size.height());
+    QCOMPARE(widget.height(), 60);
+}
+
+void TestMultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
 {
     ShownThumb widget = shownFrame({200, 300}, {80, 60});
     rendered(widget);
@@ -153,7 +172,7 @@ void tst_MultiFrameThumbScreens::frame_fixesTheHeight_atItsPixels()
     QCOMPARE(widget.maximumHeight(), pixels);
 }
 
-void tst_MultiFrameThumbScreens::frame_isCentredByItsPixels()
+void TestMultiFrameThumbScreens::frame_isCentredByItsPixels()
 {
     ShownThumb widget = shownFrame({100, 80}, {40, 40});
     widget.alignment = Qt::AlignCenter;
@@ -162,7 +181,7 @@ void tst_MultiFrameThumbScreens::frame_isCentredByItsPixels()
     QVERIFY(showsOnly(rendered(widget), dots({at, QSize(40, 40)}), colour()));
 }
 
-void tst_MultiFrameThumbScreens::series_areNeverReadPastTheirEnds_data()
+void TestMultiFrameThumbScreens::series_areNeverReadPastTheirEnds_data()
 {
     QTest::addColumn<int>("length1x");
     QTest::addColumn<int>("length2x");
@@ -173,7 +192,7 @@ void tst_MultiFrameThumbScreens::series_areNeverReadPastTheirEnds_data()
     QTest::newRow("no standard frames") << 0 << 2;
 }
 
-void tst_MultiFrameThumbScreens::series_areNeverReadPastTheirEnds()
+void TestMultiFrameThumbScreens::series_areNeverReadPastTheirEnds()
 {
     QFETCH(int, length1x);
     QFETCH(int, length2x);
@@ -189,7 +208,7 @@ void tst_MultiFrameThumbScreens::series_areNeverReadPastTheirEnds()
     }
 }
 
-void tst_MultiFrameThumbScreens::ring_isMadeAtItsOwnSizeOrTwice_inTheSamePlace()
+void TestMultiFrameThumbScreens::ring_isMadeAtItsOwnSizeOrTwice_inTheSamePlace()
 {
     BusyThumb widget({320, 180});
     widget.highDensity = !isDense();
@@ -210,7 +229,7 @@ void tst_MultiFrameThumbScreens::ring_isMadeAtItsOwnSizeOrTwice_inTheSamePlace()
     }
 }
 
-void tst_MultiFrameThumbScreens::ring_setsHighDensity_withoutRoomToo()
+void TestMultiFrameThumbScreens::ring_setsHighDensity_withoutRoomToo()
 {
     BusyThumb widget({3, 3});
     widget.highDensity = !isDense();
@@ -218,7 +237,7 @@ void tst_MultiFrameThumbScreens::ring_setsHighDensity_withoutRoomToo()
     QCOMPARE(widget.highDensity, isDense());
 }
 
-void tst_MultiFrameThumbScreens::ring_fillsItsPlace_whateverItsPixels()
+void TestMultiFrameThumbScreens::ring_fillsItsPlace_whateverItsPixels()
 {
     QPixmap standard(44, 44);
     standard.fill(Qt::red);
@@ -231,7 +250,7 @@ void tst_MultiFrameThumbScreens::ring_fillsItsPlace_whateverItsPixels()
     QVERIFY(showsOnly(rendered(widget), dots({138, 66, 44, 44}), colour()));
 }
 
-void tst_MultiFrameThumbScreens::cache_keepsPicturesOfRatio1()
+void TestMultiFrameThumbScreens::cache_keepsPicturesOfRatio1()
 {
     BusyThumb widget({100, 60});
     rendered(widget);
@@ -241,7 +260,7 @@ void tst_MultiFrameThumbScreens::cache_keepsPicturesOfRatio1()
     QCOMPARE(picture.devicePixelRatioF(), 1.0);
 }
 
-void tst_MultiFrameThumbScreens::grab_holdsTheFrameForTheScreen()
+void TestMultiFrameThumbScreens::grab_holdsTheFrameForTheScreen()
 {
     ShownThumb widget = shownFrame({160, 200}, {320, 240});
     setBackground(widget);
@@ -253,7 +272,7 @@ void tst_MultiFrameThumbScreens::grab_holdsTheFrameForTheScreen()
     QCOMPARE(widget.height(), 120);
 }
 
-void tst_MultiFrameThumbScreens::screen_keepsThePausedFrame_untilTheNextPaint()
+void TestMultiFrameThumbScreens::screen_keepsThePausedFrame_untilTheNextPaint()
 {
     ShownThumb widget({160, 120}, solidSeries({160, 120}, {Qt::red}));
     setBackground(widget);
@@ -272,7 +291,7 @@ void tst_MultiFrameThumbScreens::screen_keepsThePausedFrame_untilTheNextPaint()
     QTRY_COMPARE(colourOnScreen(widget), QColor(Qt::red));
 }
 
-void tst_MultiFrameThumbScreens::screen_keepsThePausedFrame_untilAResize()
+void TestMultiFrameThumbScreens::screen_keepsThePausedFrame_untilAResize()
 {
     ShownThumb widget({160, 120}, solidSeries({160, 120}, {Qt::red}));
     setBackground(widget);
@@ -289,7 +308,7 @@ int main(int argc, char **argv)
     // The density is read once, when the application is made.
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
-    tst_MultiFrameThumbScreens test;
+    TestMultiFrameThumbScreens test;
     return QTest::qExec(&test, argc, argv);
 }
 #include "tst_multiframethumb_screens.moc"

@@ -8,7 +8,7 @@
 #include <algorithm>
 
 /// The two timers as the event loop sees them, and what their real ticks paint on a shown widget.
-class tst_MultiFrameThumbTimers : public QObject
+class TestMultiFrameThumbTimers : public QObject
 {
     Q_OBJECT
 
@@ -87,7 +87,7 @@ private:
 };
 } // namespace
 
-void tst_MultiFrameThumbTimers::frameTimer_isCoarse_of1000ms()
+void TestMultiFrameThumbTimers::frameTimer_isCoarse_of1000ms()
 {
     QVector<QPixmap *> none;
     MultiFrameThumb widget(nullptr);
@@ -103,7 +103,7 @@ void tst_MultiFrameThumbTimers::frameTimer_isCoarse_of1000ms()
     QVERIFY(runsCoarse(widget, widget.frameTimerId, 1000));
 }
 
-void tst_MultiFrameThumbTimers::spinTimer_isCoarse_of50ms()
+void TestMultiFrameThumbTimers::spinTimer_isCoarse_of50ms()
 {
     MultiFrameThumb widget(nullptr);
     widget.SetBusy(true);
@@ -112,7 +112,7 @@ void tst_MultiFrameThumbTimers::spinTimer_isCoarse_of50ms()
     QVERIFY(runsCoarse(widget, widget.spinTimerId, 50));
 }
 
-void tst_MultiFrameThumbTimers::timers_areStopped_withTheirStates()
+void TestMultiFrameThumbTimers::timers_areStopped_withTheirStates()
 {
     QVector<QPixmap *> none;
     MultiFrameThumb widget(nullptr);
@@ -133,7 +133,7 @@ void tst_MultiFrameThumbTimers::timers_areStopped_withTheirStates()
     QCOMPARE(intervals(widget), QVector<int>());
 }
 
-void tst_MultiFrameThumbTimers::timers_areStopped_byADestroyedWidget()
+void TestMultiFrameThumbTimers::timers_areStopped_byADestroyedWidget()
 {
     int frameTimer = -1;
     int spinTimer = -1;
@@ -150,7 +150,7 @@ void tst_MultiFrameThumbTimers::timers_areStopped_byADestroyedWidget()
     QCOMPARE(QAbstractEventDispatcher::instance()->remainingTime(spinTimer), -1);
 }
 
-void tst_MultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver()
+void TestMultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver()
 {
     Series series;
     series.add({80, 60}, Qt::red);
@@ -167,7 +167,7 @@ void tst_MultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver
     QTRY_COMPARE(paints.count, before + 1);
 }
 
-void tst_MultiFrameThumbTimers::frameTimer_repaints_aSeriesOfOne()
+void TestMultiFrameThumbTimers::frameTimer_repaints_aSeriesOfOne()
 {
     Series series;
     series.add({80, 60}, Qt::red);
@@ -181,7 +181,7 @@ void tst_MultiFrameThumbTimers::frameTimer_repaints_aSeriesOfOne()
     QCOMPARE(widget.frameIndex, 0);
 }
 
-void tst_MultiFrameThumbTimers::spinTimer_paintsEveryAngle_whileBusy()
+void TestMultiFrameThumbTimers::spinTimer_paintsEveryAngle_whileBusy()
 {
     MultiFrameThumb widget(nullptr);
     widget.resize(80, 60);
@@ -196,7 +196,7 @@ void tst_MultiFrameThumbTimers::spinTimer_paintsEveryAngle_whileBusy()
     }
 }
 
-void tst_MultiFrameThumbTimers::spinTimer_onlyRepaints_afterSetBusyFalse()
+void TestMultiFrameThumbTimers::spinTimer_onlyRepaints_afterSetBusyFalse()
 {
     MultiFrameThumb widget(nullptr);
     widget.resize(80, 60);
@@ -209,7 +209,7 @@ void tst_MultiFrameThumbTimers::spinTimer_onlyRepaints_afterSetBusyFalse()
     QVERIFY(paintedRect(rendered(widget)).isEmpty());
 }
 
-void tst_MultiFrameThumbTimers::slots_repaint_aShownWidget()
+void TestMultiFrameThumbTimers::slots_repaint_aShownWidget()
 {
     QVector<QPixmap *> none;
     MultiFrameThumb widget(nullptr);
@@ -226,7 +226,7 @@ void tst_MultiFrameThumbTimers::slots_repaint_aShownWidget()
     QTRY_VERIFY(paints.count >= 4);
 }
 
-void tst_MultiFrameThumbTimers::mousePress_doesNotRepaint()
+void TestMultiFrameThumbTimers::mousePress_doesNotRepaint()
 {
     Series series;
     series.add({80, 60}, Qt::red);
@@ -246,5 +246,5 @@ void tst_MultiFrameThumbTimers::mousePress_doesNotRepaint()
     QCOMPARE(paints.count, 2);
 }
 
-QTEST_MAIN(tst_MultiFrameThumbTimers)
+QTEST_MAIN(TestMultiFrameThumbTimers)
 #include "tst_multiframethumb_timers.moc"

@@ -260,6 +260,8 @@ private slots:
         // The second chroma plane is walked with the stride of the first, and ends early.
         const NoisePicture noise(FF_PIX_YUV422P, 64, 48, {64, 32, 16, 0});
         const QImage rgb = rgbPicture(noise.picture);
+        QCOMPARE(rgb.pixel(0, 1), expectedPixel(std::uint8_t(*noise.sample(0, 1)), std::uint8_t(*noise.sample(1, 1)),
+                                                noise.picture.data[2][32]));
         QVERIFY(rgb.pixel(63, 23) != qRgb(0, 0, 0) || rgb.pixel(62, 23) != qRgb(0, 0, 0));
         for (int row = 24; row < 48; ++row)
             QCOMPARE(rgb.pixel(0, row), qRgb(0, 0, 0));

@@ -39,7 +39,7 @@ struct CountingScanner : ThumbnailScanner
 
 } // namespace
 
-class tst_ScanThreads : public QObject
+class TestScanThreads : public QObject
 {
     Q_OBJECT
 
@@ -82,7 +82,7 @@ private:
     QString m_recording;
 };
 
-void tst_ScanThreads::initTestCase()
+void TestScanThreads::initTestCase()
 {
     NumberedStream stream;
     m_recording = m_directory.filePath("recording.ts");
@@ -94,12 +94,12 @@ void tst_ScanThreads::initTestCase()
     QVERIFY2(encoded.ok(), encoded.errors.c_str());
 }
 
-void tst_ScanThreads::end_succeeds_withoutScans()
+void TestScanThreads::end_succeeds_withoutScans()
 {
     QVERIFY(ScanThreads::instance().end(0));
 }
 
-void tst_ScanThreads::add_connectsNothingToTheScannersSignals()
+void TestScanThreads::add_connectsNothingToTheScannersSignals()
 {
     auto *thread = new QThread;
     auto *scanner = new CountingScanner;
@@ -108,7 +108,7 @@ void tst_ScanThreads::add_connectsNothingToTheScannersSignals()
     QVERIFY(ScanThreads::instance().end(20000)); // which deletes both
 }
 
-void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()
+void TestScanThreads::end_freesSeries_thatNobodyClaimed()
 {
     const Scan scan = start({m_recording, m_recording});
     const Arrivals arrivals(*scan.scanner);
@@ -119,7 +119,7 @@ void tst_ScanThreads::end_freesSeries_thatNobodyClaimed()
     QVERIFY(!scan.scanner);
 }
 
-void tst_ScanThreads::end_leavesSeries_thatWereClaimed()
+void TestScanThreads::end_leavesSeries_thatWereClaimed()
 {
     const Scan scan = start({m_recording});
     QVector<QPixmap *> mine;
@@ -136,14 +136,14 @@ void tst_ScanThreads::end_leavesSeries_thatWereClaimed()
     qDeleteAll(mine);
 }
 
-void tst_ScanThreads::claim_forgetsTheSeries_data()
+void TestScanThreads::claim_forgetsTheSeries_data()
 {
     QTest::addColumn<int>("pictures");
     QTest::newRow("empty") << 0;
     QTest::newRow("one picture that could not be made") << 1;
 }
 
-void tst_ScanThreads::claim_forgetsTheSeries()
+void TestScanThreads::claim_forgetsTheSeries()
 {
     QFETCH(const int, pictures);
     const QVector<QPixmap *> series(pictures, nullptr);
@@ -156,7 +156,7 @@ void tst_ScanThreads::claim_forgetsTheSeries()
     QVERIFY(ScanThreads::instance().end(20000));
 }
 
-void tst_ScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
+void TestScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
 {
     QStringList files;
     for (int i = 0; i < 2000; ++i)
@@ -171,7 +171,7 @@ void tst_ScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
     QVERIFY(!scan.scanner);
 }
 
-void tst_ScanThreads::end_endsIdleThreads_ofEarlierScans()
+void TestScanThreads::end_endsIdleThreads_ofEarlierScans()
 {
     QVector<Scan> scans;
     for (int i = 0; i < 3; ++i) {
@@ -186,7 +186,7 @@ void tst_ScanThreads::end_endsIdleThreads_ofEarlierScans()
 }
 
 // Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
-void tst_ScanThreads::idleThreads_costNoDescriptor()
+void TestScanThreads::idleThreads_costNoDescriptor()
 {
     if (!processfacts::available())
         QSKIP("needs to see what the process holds");
@@ -204,7 +204,7 @@ void tst_ScanThreads::idleThreads_costNoDescriptor()
     QVERIFY(ScanThreads::instance().end(20000));
 }
 
-void tst_ScanThreads::end_givesUp_whenAReadHangs()
+void TestScanThreads::end_givesUp_whenAReadHangs()
 {
     // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
     // disk that does not answer.
@@ -221,5 +221,5 @@ void tst_ScanThreads::end_givesUp_whenAReadHangs()
     QVERIFY(ScanThreads::instance().end(20000));
 }
 
-SEEN_QUEUES_TEST_MAIN(tst_ScanThreads)
+SEEN_QUEUES_TEST_MAIN(TestScanThreads)
 #include "tst_scanthreads.moc"

@@ -21,7 +21,7 @@ private:
 
 } // namespace
 
-class tst_ThumbnailCache : public QObject
+class TestThumbnailCache : public QObject
 {
     Q_OBJECT
 
@@ -32,7 +32,7 @@ private slots:
     void delete_doesNothing_toAnEmptyCache();
 };
 
-void tst_ThumbnailCache::find_givesTheFirstEntry_ofExactlyThisPath()
+void TestThumbnailCache::find_givesTheFirstEntry_ofExactlyThisPath()
 {
     QPixmap first, second;
     const QVector<ThumbnailEntry> cache = {
@@ -46,7 +46,7 @@ void tst_ThumbnailCache::find_givesTheFirstEntry_ofExactlyThisPath()
     QVERIFY(findThumbnails(cache, "/d/a.ts").has_value());
 }
 
-void tst_ThumbnailCache::find_givesNothing_forOtherPaths()
+void TestThumbnailCache::find_givesNothing_forOtherPaths()
 {
     const QVector<ThumbnailEntry> cache = {{"/d/b.ts", {}, {}}};
     for (const char *other : {"/d/B.ts", "/d/b.ts1", "/d//b.ts", "/d/b", ""})
@@ -54,7 +54,7 @@ void tst_ThumbnailCache::find_givesNothing_forOtherPaths()
     QVERIFY(!findThumbnails({}, "/d/b.ts").has_value());
 }
 
-void tst_ThumbnailCache::delete_freesEverySeries_inOrder_skippingNulls()
+void TestThumbnailCache::delete_freesEverySeries_inOrder_skippingNulls()
 {
     QVector<int> deleted;
     const auto pixmap = [&](int width) { return new Watched(width, deleted); }; // owned by the cache
@@ -65,12 +65,12 @@ void tst_ThumbnailCache::delete_freesEverySeries_inOrder_skippingNulls()
     QVERIFY(cache.isEmpty());
 }
 
-void tst_ThumbnailCache::delete_doesNothing_toAnEmptyCache()
+void TestThumbnailCache::delete_doesNothing_toAnEmptyCache()
 {
     QVector<ThumbnailEntry> cache;
     deleteThumbnails(cache);
     QVERIFY(cache.isEmpty());
 }
 
-QTEST_MAIN(tst_ThumbnailCache)
+QTEST_MAIN(TestThumbnailCache)
 #include "tst_thumbnailcache.moc"

@@ -8,7 +8,9 @@
 
 #include <memory>
 
-class tst_KeptStreams : public QObject
+using namespace quorvale;
+
+class TestKeptStreams : public QObject
 {
     Q_OBJECT
 
@@ -39,7 +41,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 
-void tst_KeptStreams::init()
+void TestKeptStreams::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     qputenv("QUORVALE_KEPT_STREAMS", QFile::encodeName(path("kept")));
@@ -47,7 +49,7 @@ void tst_KeptStreams::init()
     QCOMPARE(kept().size(), 1);
 }
 
-void tst_KeptStreams::stream_isMadeOnce()
+void TestKeptStreams::stream_isMadeOnce()
 {
     // What is found in the kept file's place is given out: nobody makes it again.
     QVERIFY(TestVolume::writeFile(path("kept/" + kept().first()), "as kept"));
@@ -56,7 +58,7 @@ void tst_KeptStreams::stream_isMadeOnce()
     QCOMPARE(kept().size(), 1);
 }
 
-void tst_KeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted_data()
+void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted_data()
 {
     QTest::addColumn<int>("frames");
     QTest::addColumn<int>("firstNumber");
@@ -68,7 +70,7 @@ void tst_KeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted_data()
     QTest::newRow("another option") << 3 << 0 << 0 << "3";
 }
 
-void tst_KeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
+void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
 {
     QFETCH(const int, frames);
     QFETCH(const int, firstNumber);
@@ -86,7 +88,7 @@ void tst_KeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
     QCOMPARE(kept().size(), 2);
 }
 
-void tst_KeptStreams::stream_staysAsItWas_whateverBecomesOfACopy()
+void TestKeptStreams::stream_staysAsItWas_whateverBecomesOfACopy()
 {
     const QByteArray made = TestVolume::readFile(path("first.ts"));
     QVERIFY(made.size() > 188);
@@ -98,7 +100,7 @@ void tst_KeptStreams::stream_staysAsItWas_whateverBecomesOfACopy()
     QCOMPARE(TestVolume::readFile(path("second.ts")), made);
 }
 
-void tst_KeptStreams::use_renewsTheTimeOfAKeptFile()
+void TestKeptStreams::use_renewsTheTimeOfAKeptFile()
 {
     QFile file(path("kept/" + kept().first()));
     const QDateTime longAgo = QDateTime::currentDateTime().addYears(-1);
@@ -108,7 +110,7 @@ void tst_KeptStreams::use_renewsTheTimeOfAKeptFile()
     QVERIFY(QFileInfo(file).lastModified() > longAgo.addDays(1));
 }
 
-void tst_KeptStreams::nothing_isKept_ofAFailure()
+void TestKeptStreams::nothing_isKept_ofAFailure()
 {
     NumberedStream wrong = stream("wrong.ts");
     wrong.encoderArguments = {"-c:v", "no such encoder"};
@@ -116,7 +118,7 @@ void tst_KeptStreams::nothing_isKept_ofAFailure()
     QCOMPARE(kept().size(), 1);
 }
 
-void tst_KeptStreams::nothing_isKept_withoutAFolder()
+void TestKeptStreams::nothing_isKept_withoutAFolder()
 {
     qunsetenv("QUORVALE_KEPT_STREAMS");
     QCOMPARE(keptstreams::fileFor(stream("second.ts")), std::string());
@@ -126,5 +128,5 @@ void tst_KeptStreams::nothing_isKept_withoutAFolder()
     QCOMPARE(kept().size(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_KeptStreams)
+QTEST_GUILESS_MAIN(TestKeptStreams)
 #include "tst_keptstreams.moc"

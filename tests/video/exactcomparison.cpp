@@ -14,6 +14,8 @@
 namespace {
 
 using quorvale::ExactReader;
+using quorvale::ffmpeg::PlaneLayout;
+using quorvale::ffmpeg::planeLayoutOf;
 
 bool open(FFVideo &video, const QString &path)
 {

@@ -2,11 +2,29 @@
 
 namespace hevcsyntax {
 
+namespace {
+
+// profile_tier_level() of one sub-layer
+BitWriter profileTierLevel(std::uint32_t profileIdc)
+{
+    return BitWriter().u(profileIdc, 8).u(0, 32).u(0, 48).u(93, 8);
+}
+
+} // namespace
+
+QByteArray vps()
+{
+    BitWriter vps;
+    vps.u(0, 4).u(3, 2).u(0, 6).u(0, 3).flag(true).u(0xFFFF, 16).append(profileTierLevel(1));
+    vps.flag(false).ue(4).ue(2).ue(0).u(0, 6).ue(0).flag(false).flag(false);
+    return vps.nalUnit(header(32));
+}
+
 QByteArray Sps::write() const
 {
     BitWriter sps;
     sps.u(0, 4).u(maxSubLayersMinus1, 3).flag(true);
-    sps.u(profileIdc, 8).u(0, 32).u(0, 48).u(93, 8); // profile_tier_level()
+    sps.append(profileTierLevel(profileIdc));
     if (maxSubLayersMinus1 > 0)
         sps.u(0, 2 * int(maxSubLayersMinus1)).u(0, 2 * (8 - int(maxSubLayersMinus1)));
     sps.ue(id).ue(1).ue(width).ue(height).flag(false).ue(0).ue(0).ue(log2MaxPicOrderCntLsbMinus4);

@@ -31,6 +31,9 @@ enum NalUnitType : int {
     return QByteArray(1, char(type << 1 | layerId >> 5)) + char(layerId << 3 | (temporalId + 1));
 }
 
+/// A VPS with the id that the SPS names, of one layer.
+[[nodiscard]] QByteArray vps();
+
 struct Sps
 {
     std::uint32_t id = 0;

@@ -16,7 +16,7 @@ constexpr qint64 kMostKiB = 192 * 1024;
 
 } // namespace
 
-class tst_FFVideoHugePictures : public QObject
+class TestFFVideoHugePictures : public QObject
 {
     Q_OBJECT
 
@@ -108,5 +108,5 @@ private:
     QByteArray h264;
 };
 
-QTEST_APPLESS_MAIN(tst_FFVideoHugePictures)
+QTEST_APPLESS_MAIN(TestFFVideoHugePictures)
 #include "tst_ffvideo_hugepictures.moc"

@@ -13,7 +13,7 @@ extern "C" {
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_FFVideoKinds : public QObject
+class TestFFVideoKinds : public QObject
 {
     Q_OBJECT
 
@@ -144,5 +144,5 @@ private:
     const QTemporaryDir dir;
 };
 
-QTEST_APPLESS_MAIN(tst_FFVideoKinds)
+QTEST_APPLESS_MAIN(TestFFVideoKinds)
 #include "tst_ffvideo_kinds.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/decoderwork.h"
 #include "tests/support/oracle.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
@@ -94,35 +95,34 @@ private slots:
 
     void open_failsAsAWhole_whenTheAudioDecoderDoesNotOpen()
     {
-        // IMA ADPCM has two to five bits a sample; the header is made to announce nine.
-        const QString path = streams.make("adpcm.avi", {"-f", "lavfi", "-i", "testsrc2=s=64x48:r=25:d=1", "-f", "lavfi",
-                                                        "-i", "sine=d=1", "-ac", "2", "-c:v", "rawvideo", "-pix_fmt",
-                                                        "yuv420p", "-c:a", "adpcm_ima_wav"});
-        QVERIFY(!path.isEmpty());
-        FFVideo sound;
-        QVERIFY(open(sound, path));
-        sound.Close();
-
-        QByteArray bytes = readFile(path);
-        const auto format = bytes.indexOf(QByteArray("\x11\x00\x02\x00", 4)); // tag and channels of a WAVEFORMATEX
-        QVERIFY(format > 0);
-        QCOMPARE(int(bytes[format + 14]), 4); // bits a sample
-        bytes[format + 14] = 9;
+#ifdef Q_OS_LINUX
         FFVideo video;
         QVERIFY(open(video, streams.plain()));
-        QCOMPARE(int(video.audioFormat), int(FF_AUDIO_S16));
-        QVERIFY(!open(video, writeFile(streams.folder.path(), "nine-bits.avi", bytes)));
+        const std::string decoder = video.audioDecoderName;
+        const int channels = video.audioChannels;
+        QVERIFY(video.audioFormat != FF_AUDIO_UNKNOWN);
+        video.Close();
+        video.audioDecoderName.clear();
+        video.audioChannels = 0;
+        decoderwork::refuseSound(true);
+        const bool opened = open(video, streams.plain());
+        decoderwork::refuseSound(false);
+        QVERIFY(!opened);
         QCOMPARE(video.lastError, 10);
         QCOMPARE(video.accessMode, 2);
         QVERIFY(video.formatContext == nullptr);
         QVERIFY(video.videoCodec != nullptr); // left as it is
-        // What is known of the sound is this file's, not that of the one before: nothing, but that there is some.
-        QCOMPARE(video.audioDecoderName, std::string("adpcm_ima_wav"));
-        QCOMPARE(video.audioChannels, 2);
+        // What is known of the sound is this file's, not that of the one before: who would decode it, and no format yet.
+        QCOMPARE(video.audioDecoderName, decoder);
+        QCOMPARE(video.audioChannels, channels);
         QCOMPARE(video.audioBitsPerSample, -1);
         QCOMPARE(int(video.audioFormat), int(FF_AUDIO_UNKNOWN));
         QVERIFY(open(video, streams.plain()));
         QCOMPARE(video.decoderName, std::string("mpeg2video"));
+        QVERIFY(video.hasAudio);
+#else
+        QSKIP("Nothing comes between the reader and its decoders here.");
+#endif
     }
 
     void open_seesATransportStreamThatIsRegisteredAsHdmv()

@@ -8,7 +8,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class tst_FFVideoPlaylists : public QObject
+class TestFFVideoPlaylists : public QObject
 {
     Q_OBJECT
 
@@ -58,5 +58,5 @@ private:
     QString segment;
 };
 
-QTEST_APPLESS_MAIN(tst_FFVideoPlaylists)
+QTEST_APPLESS_MAIN(TestFFVideoPlaylists)
 #include "tst_ffvideo_playlists.moc"

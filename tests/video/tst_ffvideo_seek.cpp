@@ -265,24 +265,10 @@ private slots:
         // 30 there is an IDR.
         TestStream stream;
         stream.fileName = "i-before-idr.ts";
-        stream.encoder = QStringList{"-vf",
-                                     "rotate=angle='mod(floor((n+1)/10),2)',negate=enable='mod(floor((n+1)/10),2)'",
-                                     "-c:v",
-                                     "libx264",
-                                     "-preset",
-                                     "veryfast",
-                                     "-bf",
-                                     "0",
-                                     "-g",
-                                     "100",
-                                     "-keyint_min",
-                                     "24",
-                                     "-sc_threshold",
-                                     "100",
-                                     "-force_key_frames",
-                                     "expr:eq(mod(n,10),0)",
-                                     "-forced-idr",
-                                     "1"};
+        stream.encoder = QString("-vf rotate=angle='mod(floor((n+1)/10),2)',negate=enable='mod(floor((n+1)/10),2)' "
+                                 "-c:v libx264 -preset veryfast -bf 0 -g 100 -keyint_min 24 -sc_threshold 100 "
+                                 "-force_key_frames expr:eq(mod(n,10),0) -forced-idr 1")
+                             .split(' ');
         stream.frames = kFrames;
         const QString file = makeStream(folder.path(), stream);
         FFVideo video;

@@ -63,6 +63,8 @@ using Counts = std::vector<std::int64_t>;
 
 } // namespace
 
+Q_DECLARE_METATYPE(Case)
+
 /// What parameter sets and slice segment headers may hold, what makes them damage, and what a picture refers to.
 class TestHevcHeaders : public QObject
 {
@@ -313,8 +315,6 @@ private slots:
         }
     }
 };
-
-Q_DECLARE_METATYPE(Case)
 
 QTEST_APPLESS_MAIN(TestHevcHeaders)
 #include "tst_hevc_headers.moc"

@@ -52,6 +52,22 @@ private:
     bool isFirst = true;
 };
 
+// What libavcodec's parser makes of the first unit of a stream.
+std::int64_t parserCountOf(const QByteArray &unit)
+{
+    AVCodecParserContext *parser = av_parser_init(AV_CODEC_ID_HEVC);
+    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    const ffmpeg::DecoderPtr context(avcodec_alloc_context3(nullptr));
+    const QByteArray padded = unit + QByteArray(AV_INPUT_BUFFER_PADDING_SIZE, '\0');
+    std::uint8_t *data = nullptr;
+    int size = 0;
+    av_parser_parse2(parser, context.get(), &data, &size, reinterpret_cast<const std::uint8_t *>(padded.constData()),
+                     int(unit.size()), 0, 0, 0);
+    const std::int64_t count = parser->output_picture_number;
+    av_parser_close(parser);
+    return count;
+}
+
 QByteArray endOfSequence()
 {
     return QByteArray("\0\0\1", 3) + hevcsyntax::header(hevcsyntax::EndOfSequence);
@@ -154,6 +170,18 @@ private slots:
         unit = stream.next(picture(hevcsyntax::IdrWRadl, 0));
         QCOMPARE(int(unit.randomAccess), int(RandomAccess::Idr));
         QVERIFY(unit.startsSequence);
+    }
+
+    void aCraThatBeginsTheStream_isCountedFromZero_whereTheParserTakesOneRangeOff()
+    {
+        // 8.3.1: PicOrderCntMsb is 0 where NoRaslOutputFlag is 1. libavcodec takes the picture before to have had 0,
+        // and the lsb 9 of 16 for -7. All counts after it are as much less, so that no order depends on it.
+        Stream stream;
+        const Slice cra = picture(hevcsyntax::Cra, 9);
+        QCOMPARE(parserCountOf(hevcsyntax::vps() + stream.sps.write() + stream.pps.write() +
+                               cra.write(stream.sps, stream.pps)),
+                 std::int64_t{9 - 16});
+        QCOMPARE(stream.countOf(cra), std::int64_t{9});
     }
 
     void raslPicturesOfABla_areNotOutput()

@@ -12,6 +12,8 @@
 
 namespace fs = std::filesystem;
 
+namespace quorvale::keptstreams {
+
 namespace {
 
 // Fowler, Noll and Vo's hash (FNV-1a) of 64 bits.
@@ -37,8 +39,6 @@ const std::string &ffmpegVersion()
 }
 
 } // namespace
-
-namespace keptstreams {
 
 std::string fileFor(const NumberedStream &stream)
 {
@@ -78,4 +78,4 @@ void keep(const std::string &path, const std::string &kept)
         fs::remove(whole, error);
 }
 
-} // namespace keptstreams
+} // namespace quorvale::keptstreams

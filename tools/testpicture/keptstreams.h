@@ -8,7 +8,7 @@
 ///
 /// A file is there whole or not at all, so that any number of processes may use the folder at once. Each use renews its
 /// time of change: what is old is not needed any more.
-namespace keptstreams {
+namespace quorvale::keptstreams {
 
 /// The kept file of `stream`, whose `path` does not count; empty where nothing is kept.
 [[nodiscard]] std::string fileFor(const NumberedStream &stream);
@@ -19,4 +19,4 @@ namespace keptstreams {
 /// Keeps a copy of the file at `path`, unless that cannot be done.
 void keep(const std::string &path, const std::string &kept);
 
-} // namespace keptstreams
+} // namespace quorvale::keptstreams

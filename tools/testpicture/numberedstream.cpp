@@ -55,7 +55,7 @@ ProcessEnd encodeNumberedStream(const NumberedStream &stream)
     if (!kept.empty() && keptstreams::fetch(kept, stream.path))
         return {};
     int drawn = 0;
-    FFmpegResult result = runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
+    ProcessEnd result = runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
         if (drawn == stream.frames)
             return false;
         bytes.resize(stream.picture.size());

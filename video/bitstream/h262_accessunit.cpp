@@ -142,23 +142,19 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
         contents.add(bytes);
 
     if (contents.sequence.data)
-        parameterSets.note(static_cast<std::uint32_t>(StartCode::SequenceHeader), contents.sequence, unit);
+        parameterSets.note(static_cast<std::uint8_t>(StartCode::SequenceHeader), 0, contents.sequence, unit);
     unit.parametersChanged = unit.parametersChanged || contents.hasQuantMatrix;
 
     const std::vector<CodedPicture> &pictures = contents.pictures;
-    const std::optional<PictureCodingType> type =
-        !pictures.empty() && pictures.front().header ? std::optional(pictures.front().header->type) : std::nullopt;
-    unit.isReference = type != PictureCodingType::B;
-    unit.pictureOrderCount = countOutput(unit.isReference);
-    if (type == PictureCodingType::I && contents.sequence.data)
-        unit.randomAccess = RandomAccess::SequenceHeader;
-
-    const bool whole =
-        contents.wellFormed && !pictures.empty() && pictures.front().isWhole() && pictures.back().isWhole();
-    if (!whole)
+    const bool hasHeader = !pictures.empty() && pictures.front().header;
+    unit.isReference = !hasHeader || pictures.front().header->type != PictureCodingType::B;
+    unit.pictureOrderCount = countOutput(unit.isReference); // A damaged picture counts too.
+    if (!contents.wellFormed || pictures.empty() || !pictures.front().isWhole() || !pictures.back().isWhole())
         return unit;
     unit.onePicture = pictures.size() == 1 && !pictures.front().isField();
     unit.bothFields = pictures.size() == 2 && areFieldsOfOneFrame(pictures.front(), pictures.back());
+    if (pictures.front().header->type == PictureCodingType::I && contents.sequence.data)
+        unit.randomAccess = RandomAccess::SequenceHeader;
     return unit;
 }
 

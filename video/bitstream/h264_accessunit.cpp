@@ -33,11 +33,6 @@ struct Slices
     }
 };
 
-std::uint32_t historyKey(NalUnitType type, std::uint32_t id)
-{
-    return static_cast<std::uint32_t>(type) << 16 | id;
-}
-
 RandomAccess randomAccessAt(const Slices &slices, const std::optional<RecoveryPoint> &point)
 {
     if (slices.first->idrPicFlag)
@@ -58,7 +53,7 @@ void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
     if (!found)
         return;
     spsTable.at(found->id) = std::move(found->sps);
-    parameterSets.note(historyKey(NalUnitType::Sps, found->id), bytes, unit);
+    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Sps), found->id, bytes, unit);
 }
 
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
@@ -69,7 +64,7 @@ void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
     if (!found)
         return;
     ppsTable.at(found->id) = found->pps;
-    parameterSets.note(historyKey(NalUnitType::Pps, found->id), bytes, unit);
+    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Pps), found->id, bytes, unit);
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)

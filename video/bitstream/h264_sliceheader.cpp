@@ -24,7 +24,7 @@ struct Parser
     const Pps &pps;
     SliceHeader &slice;
 
-    [[nodiscard]] int lists() const
+    [[nodiscard]] std::size_t lists() const
     {
         return slice.sliceType == SliceType::I ? 0 : slice.sliceType == SliceType::P ? 1 : 2;
     }
@@ -77,7 +77,7 @@ bool Parser::parsePictureIdentity()
 bool Parser::parseNumRefIdxActive()
 {
     const bool overrides = lists() > 0 && reader.readFlag(); // num_ref_idx_active_override_flag
-    for (std::size_t list = 0; list < static_cast<std::size_t>(lists()); ++list) {
+    for (std::size_t list = 0; list < lists(); ++list) {
         // num_ref_idx_l0_active_minus1, num_ref_idx_l1_active_minus1
         const std::uint32_t count = overrides ? reader.readUe() + 1 : pps.numRefIdxDefaultActive[list];
         if (count == 0 || count > kMostRefIdxActiveOfAFrame << (slice.isField() ? 1 : 0))
@@ -128,7 +128,7 @@ bool Parser::parsePredWeightTable()
         }
         return true;
     };
-    for (std::size_t list = 0; list < static_cast<std::size_t>(lists()); ++list) {
+    for (std::size_t list = 0; list < lists(); ++list) {
         for (std::uint32_t i = 0; i < slice.numRefIdxActive[list]; ++i) {
             if (reader.readFlag() && !parseWeights(1)) // luma_weight_l0_flag, luma_weight_l1_flag
                 return false;
@@ -277,7 +277,7 @@ std::optional<SliceHeader> parseSliceHeader(const NalUnit &nal, const SpsTable &
         parser.reader.readFlag(); // direct_spatial_mv_pred_flag
     if (!parser.parseNumRefIdxActive())
         return std::nullopt;
-    for (std::size_t list = 0; list < static_cast<std::size_t>(parser.lists()); ++list) {
+    for (std::size_t list = 0; list < parser.lists(); ++list) {
         if (!parser.parseRefPicListModification(slice.numRefIdxActive[list]))
             return std::nullopt;
     }

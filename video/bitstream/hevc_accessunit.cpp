@@ -31,11 +31,6 @@ struct SliceSegments
     }
 };
 
-std::uint32_t historyKey(NalUnitType type, std::uint32_t id)
-{
-    return static_cast<std::uint32_t>(type) << 16 | id;
-}
-
 // ITU-T H.265, 7.3.2.1, video_parameter_set_rbsp(), the only element of it that is of use here
 std::uint32_t parseVpsId(BitReader reader)
 {
@@ -56,7 +51,7 @@ RandomAccess randomAccessAt(NalUnitType type)
 void AccessUnitReader::readVps(Bytes bytes, AccessUnit &unit)
 {
     const std::uint32_t id = parseVpsId(parseNalUnit(bytes).reader());
-    parameterSets.note(historyKey(NalUnitType::Vps, id), bytes, unit);
+    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Vps), id, bytes, unit);
 }
 
 void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
@@ -67,7 +62,7 @@ void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
     if (!found)
         return;
     spsTable.at(found->id) = std::move(found->sps);
-    parameterSets.note(historyKey(NalUnitType::Sps, found->id), bytes, unit);
+    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Sps), found->id, bytes, unit);
 }
 
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
@@ -81,7 +76,7 @@ void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
     if (found->pps && found->pps->outputFlagPresent)
         unit.mayWithholdOutput = true;
     ppsTable.at(found->id) = found->pps;
-    parameterSets.note(historyKey(NalUnitType::Pps, found->id), bytes, unit);
+    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Pps), found->id, bytes, unit);
 }
 
 void AccessUnitReader::describe(const SliceHeader &slice, const PictureOrderCounter::Picture &picture,

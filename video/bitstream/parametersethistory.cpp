@@ -24,9 +24,9 @@ ParameterSetHistory::Novelty ParameterSetHistory::note(std::uint32_t key, Bytes 
     return Novelty::Changed;
 }
 
-void ParameterSetHistory::note(std::uint32_t key, Bytes set, AccessUnit &unit)
+void ParameterSetHistory::note(std::uint8_t nalUnitType, std::uint32_t id, Bytes set, AccessUnit &unit)
 {
-    const Novelty novelty = note(key, set);
+    const Novelty novelty = note(std::uint32_t{nalUnitType} << 16 | id, set);
     unit.newParameters = unit.newParameters || novelty == Novelty::New;
     unit.parametersChanged = unit.parametersChanged || novelty == Novelty::Changed;
 }

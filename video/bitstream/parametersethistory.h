@@ -19,10 +19,10 @@ public:
 
     static constexpr std::int64_t kLargestSet = 4096; ///< bytes; larger ones count as changed and are not kept
 
-    /// Takes note of `set`, the current one of `key` from now on. The key tells kinds of sets and their ids apart.
+    /// Takes note of `set`, the current one of `key` from now on.
     Novelty note(std::uint32_t key, Bytes set);
-    /// The same, told to the access unit that holds the set.
-    void note(std::uint32_t key, Bytes set, AccessUnit &unit);
+    /// The same for the set with an id in a NAL unit of this type, told to the access unit that holds it.
+    void note(std::uint8_t nalUnitType, std::uint32_t id, Bytes set, AccessUnit &unit);
 
 private:
     std::map<std::uint32_t, std::vector<std::uint8_t>> known;

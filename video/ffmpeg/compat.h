@@ -32,6 +32,12 @@ inline void registerLibraries()
     av_log_set_level(AV_LOG_QUIET);
 }
 
+#if LIBAVFORMAT_VERSION_MAJOR >= 59 // 5.0 made demultiplexers const
+using InputFormat = const AVInputFormat;
+#else
+using InputFormat = AVInputFormat;
+#endif
+
 /// Index of the stream of `type` that a player would choose, with the `decoder` for it; negative where there is none.
 inline int findBestStream(AVFormatContext *input, AVMediaType type, const AVCodec *&decoder)
 {

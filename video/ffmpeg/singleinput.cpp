@@ -1,10 +1,13 @@
 #include "video/ffmpeg/singleinput.h"
 
+#include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/mp4samples.h"
 #include "video/ffmpeg/regularfile.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/opt.h>
 }
 
@@ -24,6 +27,16 @@ bool restrictToItself(AVFormatContext &input)
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
+// What `file` is, as FFmpeg finds it by itself; null where it is nothing that FFmpeg knows, or claims what is absurd.
+InputFormat *formatOf(AVIOContext &file, const char *path)
+{
+    InputFormat *format = nullptr;
+    if (av_probe_input_buffer2(&file, &format, path, nullptr, 0, 0) < 0 || !format)
+        return nullptr;
+    const bool isMp4 = av_match_name("mp4", format->name) > 0;
+    return isMp4 && claimsTooManySamples(file) ? nullptr : format;
+}
+
 } // namespace
 
 bool openSingleInput(AVFormatContext *&input, const char *path)
@@ -32,14 +45,15 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     AVIOContext *file = openRegularFile(path);
     if (!file)
         return false;
-    AVFormatContext *opening = avformat_alloc_context();
+    InputFormat *format = formatOf(*file, path);
+    AVFormatContext *opening = format ? avformat_alloc_context() : nullptr;
     if (!opening || !restrictToItself(*opening) || !restrictToVideo(*opening)) {
         avformat_free_context(opening);
         closeRegularFile(file);
         return false;
     }
     opening->pb = file;
-    if (avformat_open_input(&opening, path, nullptr, nullptr) < 0) { // which frees it where it fails
+    if (avformat_open_input(&opening, path, format, nullptr) < 0) { // which frees it where it fails
         closeRegularFile(file);
         return false;
     }

@@ -1,0 +1,67 @@
+#include "app/emptylisthint.h"
+
+#include <QAbstractItemView>
+#include <QAbstractTextDocumentLayout>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QTextDocument>
+#include <QToolTip>
+
+#include <algorithm>
+
+namespace quorvale {
+
+EmptyListHint::EmptyListHint(QAbstractItemView *view)
+    : QObject(view)
+    , m_view(view)
+{
+    view->viewport()->installEventFilter(this);
+}
+
+void EmptyListHint::setText(const QString &text)
+{
+    m_text = text;
+    m_view->setAccessibleDescription(text);
+    m_view->viewport()->update();
+}
+
+bool EmptyListHint::isShown() const
+{
+    return !m_text.isEmpty() && m_view->model()->rowCount() == 0;
+}
+
+// A view without rows paints nothing itself, so it does not matter that this comes first.
+bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
+{
+    if (isShown() && event->type() == QEvent::Paint)
+        paint();
+    if (isShown() && event->type() == QEvent::ToolTip) {
+        const auto &help = static_cast<const QHelpEvent &>(*event);
+        QToolTip::showText(help.globalPos(), Qt::convertFromPlainText(m_text, Qt::WhiteSpaceNormal), m_view);
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void EmptyListHint::paint() const
+{
+    QWidget *area = m_view->viewport();
+    // A path has few places to break at, and its end counts.
+    QTextOption wrapping(Qt::AlignHCenter);
+    wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    wrapping.setTextDirection(m_view->layoutDirection());
+
+    QTextDocument text;
+    text.setDefaultFont(m_view->font());
+    text.setDefaultTextOption(wrapping);
+    text.setPlainText(m_text);
+    text.setTextWidth(area->width());
+
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.palette = m_view->palette();
+    QPainter painter(area);
+    painter.translate(0, std::max(0.0, (area->height() - text.size().height()) / 2));
+    text.documentLayout()->draw(&painter, context);
+}
+
+} // namespace quorvale

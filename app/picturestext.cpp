@@ -1,0 +1,40 @@
+#include "app/picturestext.h"
+
+#include "thumbs/thumbnailcache.h"
+
+#include <QCoreApplication>
+
+namespace quorvale {
+
+namespace {
+
+QString noPictures()
+{
+    return QCoreApplication::translate("Viewer", "no pictures can be had");
+}
+
+} // namespace
+
+QString picturesText(const ThumbnailEntry &series)
+{
+    int count = 0;
+    for (int i = 0; i < series.x1.size(); ++i)
+        count += series.x1.value(i) || series.x2.value(i) ? 1 : 0;
+    if (count == 0)
+        return noPictures();
+    // Without a catalogue "%n" alone would say "1 pictures".
+    return count == 1 ? QCoreApplication::translate("Viewer", "1 picture")
+                      : QCoreApplication::translate("Viewer", "%n pictures", nullptr, count);
+}
+
+QString noPicturesText(PicturesTurn turn, bool scanRuns)
+{
+    if (turn == PicturesTurn::ThisScan)
+        return scanRuns ? QCoreApplication::translate("Viewer", "pictures are being made") : noPictures();
+    // A scan that runs is never replaced: the device has to be loaded once more after it.
+    return scanRuns
+               ? QCoreApplication::translate("Viewer", "other pictures are being made: click the device again later")
+               : QCoreApplication::translate("Viewer", "click the device again to have pictures made");
+}
+
+} // namespace quorvale

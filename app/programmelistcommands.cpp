@@ -1,0 +1,132 @@
+#include "app/programmelistcommands.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QDrag>
+#include <QListWidget>
+#include <QMenu>
+#include <QMimeData>
+#include <QMouseEvent>
+
+#include <utility>
+
+namespace quorvale {
+
+namespace {
+
+QMenu *makeMenu(const Recording &recording, QWidget &window)
+{
+    auto *menu = new QMenu(&window); // deletes itself when it is closed
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction *play = menu->addAction(QCoreApplication::translate("Viewer", "Play"), &window,
+                                    [recording, &window] { playRecording(recording, window); });
+    menu->setDefaultAction(play);
+    menu->addAction(QCoreApplication::translate("Viewer", "Show in File Manager"), &window,
+                    [recording, &window] { showRecording(recording, window); });
+    QAction *copy = menu->addAction(QCoreApplication::translate("Viewer", "Copy Description"), &window,
+                                    [recording] { QApplication::clipboard()->setText(plainDescription(recording)); });
+    copy->setEnabled(!plainDescription(recording).isEmpty());
+    return menu;
+}
+
+} // namespace
+
+ProgrammeListCommands::ProgrammeListCommands(QListWidget *list, RecordingOf recordingOf)
+    : QObject(list)
+    , m_list(list)
+    , m_recordingOf(std::move(recordingOf))
+{
+    list->installEventFilter(this);
+    list->viewport()->installEventFilter(this);
+}
+
+std::optional<Recording> ProgrammeListCommands::recordingAt(const QPoint &place) const
+{
+    const QModelIndex index = m_list->indexAt(place);
+    return index.isValid() ? m_recordingOf(index.row()) : std::nullopt;
+}
+
+// What the pointer does arrives at the viewport, keys at the list itself.
+bool ProgrammeListCommands::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool atList = watched == m_list;
+    switch (event->type()) {
+    case QEvent::KeyPress: {
+        const auto &key = static_cast<const QKeyEvent &>(*event);
+        const bool plain = (key.modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+        return atList && plain && handleKey(key.key(), key.isAutoRepeat());
+    }
+    case QEvent::ContextMenu: {
+        const auto &menu = static_cast<const QContextMenuEvent &>(*event);
+        const bool fromKeyboard = menu.reason() == QContextMenuEvent::Keyboard;
+        return atList == fromKeyboard && openMenu(menu, fromKeyboard);
+    }
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseMove:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+        return !atList && handleMouse(static_cast<const QMouseEvent &>(*event));
+    default:
+        return QObject::eventFilter(watched, event);
+    }
+}
+
+bool ProgrammeListCommands::handleKey(int key, bool repeated)
+{
+    if (key != Qt::Key_Return && key != Qt::Key_Enter)
+        return false;
+    const std::optional<Recording> recording = m_recordingOf(m_list->currentRow());
+    if (recording && !repeated)
+        playRecording(*recording, *m_list->window());
+    return recording.has_value();
+}
+
+bool ProgrammeListCommands::openMenu(const QContextMenuEvent &event, bool fromKeyboard)
+{
+    const QPoint place = fromKeyboard ? m_list->visualItemRect(m_list->currentItem()).center() : event.pos();
+    const std::optional<Recording> recording = fromKeyboard ? m_recordingOf(m_list->currentRow()) : recordingAt(place);
+    if (!recording)
+        return false;
+    makeMenu(*recording, *m_list->window())->popup(m_list->viewport()->mapToGlobal(place));
+    return true;
+}
+
+bool ProgrammeListCommands::handleMouse(const QMouseEvent &event)
+{
+    switch (event.type()) {
+    case QEvent::MouseButtonDblClick:
+        m_dragFrom.reset();
+        if (const auto recording = recordingAt(event.pos()); recording && event.button() == Qt::LeftButton)
+            playRecording(*recording, *m_list->window());
+        return false;
+    case QEvent::MouseButtonPress:
+        m_dragFrom.reset();
+        if (event.button() == Qt::LeftButton && recordingAt(event.pos()))
+            m_dragFrom = event.pos();
+        return false;
+    case QEvent::MouseMove:
+        if (!m_dragFrom || !(event.buttons() & Qt::LeftButton))
+            return false;
+        // The list would choose the rows that the pointer comes by.
+        return (event.pos() - *m_dragFrom).manhattanLength() < QApplication::startDragDistance() || drag();
+    default:
+        m_dragFrom.reset();
+        return false;
+    }
+}
+
+bool ProgrammeListCommands::drag()
+{
+    const std::optional<Recording> recording = recordingAt(*m_dragFrom);
+    m_dragFrom.reset();
+    QMimeData *files = recording ? recordingFiles(*recording) : nullptr;
+    if (!files)
+        return false;
+    auto *drag = new QDrag(m_list); // deletes itself, and the data with it
+    drag->setMimeData(files);
+    drag->exec(Qt::CopyAction);
+    return true;
+}
+
+} // namespace quorvale

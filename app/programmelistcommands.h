@@ -1,0 +1,44 @@
+#pragma once
+
+#include "app/recordingcommands.h"
+
+#include <QObject>
+#include <QPoint>
+
+#include <functional>
+#include <optional>
+
+class QContextMenuEvent;
+class QListWidget;
+class QMouseEvent;
+
+namespace quorvale {
+
+/// What the programme list offers beyond choosing a programme: a context menu, Return and a double click to play it,
+/// and its files to be dragged out, for copying alone. A row may be without a recording; then nothing of it happens.
+class ProgrammeListCommands : public QObject
+{
+    Q_OBJECT
+
+public:
+    using RecordingOf = std::function<std::optional<Recording>(int row)>;
+
+    /// `list` owns this.
+    ProgrammeListCommands(QListWidget *list, RecordingOf recordingOf);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    [[nodiscard]] std::optional<Recording> recordingAt(const QPoint &place) const;
+    bool handleKey(int key, bool repeated);
+    bool handleMouse(const QMouseEvent &event);
+    bool openMenu(const QContextMenuEvent &event, bool fromKeyboard);
+    bool drag();
+
+    QListWidget *m_list;
+    RecordingOf m_recordingOf;
+    std::optional<QPoint> m_dragFrom; ///< where the left button was pressed on a row and not released yet
+};
+
+} // namespace quorvale

@@ -1,0 +1,79 @@
+#include "app/recordingcommands.h"
+
+#include "app/descriptiondocument.h"
+#include "app/descriptionmarkup.h"
+#include "app/displaypath.h"
+#include "app/displaytext.h"
+#include "app/recordingsize.h"
+#include "platform/desktopopener.h"
+
+#include <QCoreApplication>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QTextCursor>
+#include <QUrl>
+
+namespace quorvale {
+
+namespace {
+
+// Does not wait: a player may fail long after it was asked for.
+void tell(QWidget &window, const QString &text)
+{
+    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Quorvale"), QString(), QMessageBox::Ok,
+                                &window); // deletes itself when it is closed
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText); // A path is no markup.
+    box->setText(text);
+    box->open();
+}
+
+QString shown(const Recording &recording)
+{
+    return pathInText(displayText(recording.mainFile));
+}
+
+} // namespace
+
+void playRecording(const Recording &recording, QWidget &window)
+{
+    if (!QFileInfo::exists(displayText(recording.mainFile))) {
+        tell(window, QCoreApplication::translate("Viewer", "There is no file %1.").arg(shown(recording)));
+        return;
+    }
+    openWithDesktop(QByteArray::fromStdString(recording.mainFile), &window, [recording, &window] {
+        tell(window, QCoreApplication::translate("Viewer", "%1 could not be played. Is there a program that plays MPEG "
+                                                           "transport streams?")
+                         .arg(shown(recording)));
+    });
+}
+
+void showRecording(const Recording &recording, QWidget &window)
+{
+    showInFileManager(QByteArray::fromStdString(recording.mainFile), &window, [recording, &window] {
+        tell(window, QCoreApplication::translate("Viewer", "%1 could not be shown. Is there a file manager?")
+                         .arg(shown(recording)));
+    });
+}
+
+QString plainDescription(const Recording &recording)
+{
+    DescriptionDocument document;
+    insertDescription(QTextCursor(&document), displayText(recording.description));
+    return document.toPlainText();
+}
+
+QMimeData *recordingFiles(const Recording &recording)
+{
+    QList<QUrl> files;
+    const QFileInfoList pieces = recordingPieces(displayText(recording.mainFile));
+    for (const QFileInfo &piece : pieces)
+        files.append(QUrl::fromLocalFile(piece.filePath()));
+    if (files.isEmpty())
+        return nullptr;
+    auto *data = new QMimeData;
+    data->setUrls(files);
+    return data;
+}
+
+} // namespace quorvale

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QObject>
+
+class MultiFrameThumb;
+class QAbstractItemView;
+class QMenuBar;
+class QWidget;
+
+// Keys for what the form gives to the mouse alone. No text, entry or tab stop of the form changes for them.
+
+namespace quorvale {
+
+/// Return, Enter and Space do once what a click on the current row does.
+class ClickKeys : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `view` owns this.
+    explicit ClickKeys(QAbstractItemView *view);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QAbstractItemView *m_view;
+};
+
+/// F10 opens the first menu of `menuBar`, and so does Alt with the first letter of its title where the title itself
+/// names no key. Not for macOS, where the system has keys for its menu bar.
+void addMenuKeys(QMenuBar &menuBar);
+
+/// Ctrl+P, Pause and the keys of media players pause `pictures` and let them go on, wherever the focus is in `window`.
+void addPauseKeys(QWidget &window, MultiFrameThumb &pictures);
+
+} // namespace quorvale

@@ -1,0 +1,136 @@
+// Rows wider than their list: which part of a path goes, and that no title costs a scroll bar.
+
+#include "app/listdelegates.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QProxyStyle>
+#include <QScrollBar>
+#include <QtTest>
+
+using quorvale::elidedPath;
+
+class TestListDelegates : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { QApplication::setLayoutDirection(Qt::LeftToRight); }
+
+    void elidedPath_keepsWhatFits();
+    void elidedPath_keepsTheLastName_whereItFits();
+    void elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit();
+    void deviceList_showsTheNamesOfDisks_belowALongPath();
+    void deviceList_readsFromLeftToRight_onEveryDesktop();
+    void programmeList_hasNoScrollBar_forALongTitle();
+};
+
+namespace {
+
+QFontMetrics metrics()
+{
+    return QFontMetrics(QApplication::font());
+}
+
+QImage rowOf(const Viewer &viewer, int row)
+{
+    QTreeWidget *list = viewer.ui.deviceList;
+    return list->viewport()->grab(list->visualItemRect(list->topLevelItem(row))).toImage();
+}
+
+// Takes note of how rows are painted.
+class NotingStyle : public QProxyStyle
+{
+public:
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        if (const auto *row = qstyleoption_cast<const QStyleOptionViewItem *>(option);
+            row && element == CE_ItemViewItem)
+            painted.append(*row);
+        QProxyStyle::drawControl(element, option, painter, widget);
+    }
+
+    mutable QList<QStyleOptionViewItem> painted;
+};
+
+} // namespace
+
+void TestListDelegates::elidedPath_keepsWhatFits()
+{
+    const QString path = "/media/anna/DISK";
+    QCOMPARE(elidedPath(path, metrics(), metrics().horizontalAdvance(path)), path);
+}
+
+void TestListDelegates::elidedPath_keepsTheLastName_whereItFits()
+{
+    const QString path = "/media/" + QString("anna").repeated(20) + "/RECORDER";
+    const int room = metrics().horizontalAdvance("/media/anna") + metrics().horizontalAdvance("/RECORDER");
+    const QString shown = elidedPath(path, metrics(), room);
+    QVERIFY2(shown.endsWith(QChar(0x2026) + QString("/RECORDER")), qPrintable(shown));
+    QVERIFY2(shown.startsWith("/media/"), qPrintable(shown));
+    QVERIFY(metrics().horizontalAdvance(shown) <= room);
+}
+
+void TestListDelegates::elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
+{
+    for (const QString &path :
+         {"/media/" + QString("name").repeated(20), "/" + QString("name").repeated(20), QString("name").repeated(20)}) {
+        const int room = metrics().horizontalAdvance("namename");
+        const QString shown = elidedPath(path, metrics(), room);
+        QVERIFY2(shown.contains(QChar(0x2026)) && shown.endsWith('e'), qPrintable(shown));
+        QVERIFY(metrics().horizontalAdvance(shown) <= room);
+    }
+    QCOMPARE(elidedPath(QString(), metrics(), 10), QString());
+}
+
+void TestListDelegates::deviceList_showsTheNamesOfDisks_belowALongPath()
+{
+    ViewerFixture fixture;
+    const QString deep = QString("deep").repeated(40) + '/';
+    QVERIFY(TestVolume::create(fixture.path(deep + "IIII"), {fixture.titled("one")}));
+    QVERIFY(TestVolume::create(fixture.path(deep + "WWWW"), {fixture.titled("one")}));
+    ViewerFixture::settings().setValue("Main/mount_point", fixture.path(deep));
+    const Viewer &viewer = fixture.open();
+    QCOMPARE(deviceTexts(viewer).size(), 2);
+    QVERIFY(rowOf(viewer, 0) != rowOf(viewer, 1)); // cut off at their ends, both would look the same
+    QCOMPARE(viewer.ui.deviceList->topLevelItem(0)->text(0).count(QChar(0x2026)), 0);
+}
+
+void TestListDelegates::deviceList_readsFromLeftToRight_onEveryDesktop()
+{
+    ViewerFixture fixture;
+    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+    for (const Qt::LayoutDirection desktop : {Qt::LeftToRight, Qt::RightToLeft}) {
+        QApplication::setLayoutDirection(desktop);
+        Viewer &viewer = fixture.open();
+        viewer.resize(3000, viewer.height());
+        NotingStyle style;
+        viewer.ui.deviceList->setStyle(&style);
+        QVERIFY(!rowOf(viewer, 0).isNull());
+        QVERIFY(!style.painted.isEmpty());
+        const QStyleOptionViewItem row = style.painted.last();
+        QCOMPARE(row.text, fixture.path("disk"));
+        QCOMPARE(row.direction, Qt::LeftToRight);
+        // It begins where rows of this desktop do.
+        QCOMPARE(row.displayAlignment.testFlag(Qt::AlignRight), desktop == Qt::RightToLeft);
+        fixture.close();
+    }
+}
+
+void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
+{
+    ViewerFixture fixture;
+    RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
+    record.fileName = "long";
+    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("short")}));
+    Viewer &viewer = fixture.open();
+    QListWidget *list = viewer.ui.summaryList;
+    QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+    QVERIFY(!list->horizontalScrollBar()->isVisible());
+    QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
+    QCOMPARE(list->visualItemRect(list->item(0)).width(), list->viewport()->width());
+    QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
+}
+
+QTEST_MAIN(TestListDelegates)
+#include "tst_listdelegates.moc"
