@@ -4,17 +4,20 @@
 
 namespace quorvale {
 
-PictureSeries::PictureSeries(FFVideo &video)
+PictureSeries::PictureSeries(FFVideo &video, const std::vector<int> &frames)
     : m_video(video)
     , m_exact(std::make_unique<ExactReader>(video))
 {
+    m_exact->announce(frames);
 }
 
 bool PictureSeries::read(int frame, BridgeImage &image)
 {
     // Back, an FFVideo goes by its table, and may find another picture in a damaged recording.
-    const bool ascends = m_delivered.empty() || frame > m_delivered.back();
-    const Outcome outcome = m_exact && ascends ? readExactly(frame, image) : Outcome::Unknown;
+    if (frame <= m_last)
+        m_exact.reset();
+    m_last = frame;
+    const Outcome outcome = m_exact ? readExactly(frame, image) : Outcome::Unknown;
     if (outcome == Outcome::Unknown)
         return readLiterally(frame, image);
     if (outcome == Outcome::Delivered)
@@ -58,7 +61,6 @@ PictureSeries::Outcome PictureSeries::missingPicture(int frame, BridgeImage &ima
 // From the same place as if it had read all pictures so far.
 bool PictureSeries::readLiterally(int frame, BridgeImage &image)
 {
-    m_exact.reset();
     for (const int delivered : m_delivered)
         m_video.seekToFrame(delivered);
     m_delivered.clear();

@@ -16,8 +16,8 @@ class PictureSeries
 {
 public:
     /// `video`: opened quickly, and not yet read from; borrowed. From now on it may stand elsewhere than where the
-    /// pictures were read.
-    explicit PictureSeries(FFVideo &video);
+    /// pictures were read. `frames`: the numbers that will be asked for.
+    PictureSeries(FFVideo &video, const std::vector<int> &frames);
 
     /// Picture number `frame` into `image`, which must hold no planes; false where FFVideo::Read fails.
     bool read(int frame, BridgeImage &image);
@@ -31,9 +31,10 @@ private:
     bool readLiterally(int frame, BridgeImage &image);
 
     FFVideo &m_video;
-    std::unique_ptr<ExactReader> m_exact; ///< null once everything is asked of the FFVideo
+    std::unique_ptr<ExactReader> m_exact; ///< null once pictures are asked for in another order
     ExactCounters m_exactCounters;
-    std::vector<int> m_delivered; ///< by the ExactReader, ascending
+    int m_last = -1;              ///< the number that was asked for last
+    std::vector<int> m_delivered; ///< by the ExactReader, and not yet passed by the FFVideo
     bool m_passedEnd = false;     ///< the picture just past the last one was delivered
 };
 

@@ -78,10 +78,19 @@ void ThumbnailScanner::processFile(const QString &file)
     }
 }
 
+// Of a series that goes forward.
+std::vector<int> ThumbnailScanner::wantedFrames() const
+{
+    std::vector<int> frames;
+    for (std::int64_t frame = firstFrame; firstFrame >= 0 && frameStep > 0 && frame < kFrameLimit; frame += frameStep)
+        frames.push_back(static_cast<int>(frame));
+    return frames;
+}
+
 void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const
 {
     const QSize display(video.width, video.height);
-    PictureSeries series(video);
+    PictureSeries series(video, wantedFrames());
     for (std::int64_t frame = firstFrame; frame < kFrameLimit; frame += frameStep) {
         const QImage picture = readPicture(series, static_cast<int>(frame));
         if (picture.isNull()) {

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 class FFVideo;
 
@@ -52,6 +53,7 @@ public slots:
 
 private:
     void processFile(const QString &file);
+    [[nodiscard]] std::vector<int> wantedFrames() const;
     void takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const;
 
     std::shared_ptr<QVector<ThumbnailEntry>> m_emitted; ///< null where nobody wants to know

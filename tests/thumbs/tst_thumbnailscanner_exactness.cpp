@@ -28,14 +28,14 @@ Expected literalScan(const QString &path, int firstFrame, int frameStep)
         return expected;
     for (int frame = firstFrame; frame < 900; frame += frameStep) {
         Picture picture;
-        const QImage image = video.Read(frame, picture) ? rgbPicture(picture) : QImage();
+        const QImage image = video.Read(frame, picture) ? quorvale::rgbPicture(picture) : QImage();
         if (image.isNull()) {
             std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
             break;
         }
         const QSize display(video.width, video.height);
-        expected.small.push_back(scaledTo(thumbnailSize(display, image.size(), 120), image));
-        expected.large.push_back(scaledTo(thumbnailSize(display, image.size(), 240), image));
+        expected.small.push_back(quorvale::scaledTo(quorvale::thumbnailSize(display, image.size(), 120), image));
+        expected.large.push_back(quorvale::scaledTo(quorvale::thumbnailSize(display, image.size(), 240), image));
     }
     expected.errors = capture.text();
     return expected;

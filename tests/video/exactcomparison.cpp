@@ -40,7 +40,7 @@ const QByteArray kNotCopied = "not copied";
 // The reader's current picture.
 QByteArray currentPicture(FFVideo &video)
 {
-    if (planeLayoutOf(video.frame->format) == PlaneLayout::None)
+    if (quorvale::ffmpeg::planeLayoutOf(video.frame->format) == quorvale::ffmpeg::PlaneLayout::None)
         return kNotCopied;
     Picture picture;
     return video.Read(video.currentFrame, picture) ? textOf(picture, video.frame->format) : "failed";
@@ -115,6 +115,13 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
     }
     result.counters = reader.counters();
     return result;
+}
+
+ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
+{
+    // The pictures that are asked for are all that has to be known.
+    const int last = *std::max_element(targets.begin(), targets.end());
+    return compareExactly(LiteralPictures(path, last + 2), targets);
 }
 
 QVector<int> everyNth(int first, int end, int step)

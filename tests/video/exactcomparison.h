@@ -43,6 +43,9 @@ struct ExactComparison
 /// Reads the pictures `targets` with a new ExactReader, in this order.
 [[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets);
 
+/// The same for a file that is read literally only for this.
+[[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);
+
 /// Every `step`th number from `first` up to but not including `end`.
 [[nodiscard]] QVector<int> everyNth(int first, int end, int step);
 [[nodiscard]] QVector<int> backwards(QVector<int> numbers);

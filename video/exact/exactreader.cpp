@@ -60,6 +60,18 @@ ExactReader::ExactReader(const FFVideo &video)
 
 ExactReader::~ExactReader() = default;
 
+void ExactReader::announce(const std::vector<int> &frameNumbers)
+{
+    if (!m_source)
+        return;
+    std::vector<FrameNumber> numbers;
+    for (const int number : frameNumbers) {
+        if (number >= 0)
+            numbers.emplace_back(std::int64_t{number});
+    }
+    m_source->announce(numbers);
+}
+
 ExactReader::Answer ExactReader::read(int frameNumber, BridgeImage &image)
 {
     if (!m_source || frameNumber < 0)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class FFVideo;
 
@@ -35,6 +36,10 @@ public:
     ~ExactReader();
     ExactReader(const ExactReader &) = delete;
     ExactReader &operator=(const ExactReader &) = delete;
+
+    /// Says which pictures will be read, before the first of them is. Those that cannot be had exactly, and those
+    /// before them, which whoever decodes everything comes by anyway, are then refused before anything is decoded.
+    void announce(const std::vector<int> &frameNumbers);
 
     /// Decodes picture `frameNumber` (0-based) and copies it into `image`, which must hold no planes and is left as it
     /// is with any answer but the first two.

@@ -33,21 +33,28 @@ ExactCounters FrameSource::counters() const
 
 FrameSource::Status FrameSource::find(FrameNumber number)
 {
-    if (m_frameNumber == number)
-        return Status::Found;
-    if (m_fileEnd && number >= *m_fileEnd)
-        return Status::PastEnd;
-    Status status = Status::NotProven;
-    if (number.value() < kNearStart)
-        status = findFromStart(number);
-    else if (hasFirstAnchor(number))
-        status = number < m_anchors.front().number ? findFromStart(number) : findFromAnchors(number);
-    else if (m_fileEnd)
-        status = number < *m_fileEnd ? findFromStart(number) : Status::PastEnd;
+    m_horizon = std::max(m_horizon, number);
+    lookAtProspects();
+    Status status = m_refusedUpTo && number <= *m_refusedUpTo ? Status::NotProven : findAnywhere(number);
     if (m_scan.hasFailed() && status == Status::NotProven)
         status = Status::Failed;
     m_counters.refusals += status == Status::NotProven || status == Status::Failed ? 1 : 0;
     return status;
+}
+
+FrameSource::Status FrameSource::findAnywhere(FrameNumber number)
+{
+    if (m_frameNumber == number)
+        return Status::Found;
+    if (m_fileEnd && number >= *m_fileEnd)
+        return Status::PastEnd;
+    if (number.value() < kNearStart)
+        return findFromStart(number);
+    if (hasFirstAnchor())
+        return number < m_anchors.front().number ? findFromStart(number) : findFromAnchors(number);
+    if (m_fileEnd)
+        return number < *m_fileEnd ? findFromStart(number) : Status::PastEnd;
+    return Status::NotProven;
 }
 
 // As the literal reader does it.
@@ -126,8 +133,8 @@ OutputIndex FrameSource::provenEnd(const Anchor &anchor) const
     const Stretch &home = stretchOf(anchor);
     OutputIndex end = home.certainEnd() - kBehind;
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(anchor.depth)) {
-        const std::optional<OutputIndex> place = home.placeOf(*tooDeep);
-        end = std::min(end, place ? *place - (kBehind + 2 * kMostReordering) : OutputIndex());
+        // Up to there, pictures are decoded no more than `depth` places after their place in output order.
+        end = std::min(end, home.placeWithoutReordering(*tooDeep) - (kBehind + 1 + anchor.depth));
     }
     return anchor.betrayedFrom ? std::min(end, *anchor.betrayedFrom) : end;
 }
@@ -158,7 +165,7 @@ FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
         if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
             return findNearEnd(anchor, number);
         // It lies in what is doubtful, or after it.
-        if (next != m_anchors.end() || !bridge(anchor, number))
+        if (next != m_anchors.end() || !bridge(anchor))
             return Status::NotProven;
     }
 }
@@ -167,13 +174,14 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
 {
     const Stretch &home = stretchOf(anchor);
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
-    if (!entry || !prepareWorker(entry->picture))
+    if (!entry || !mayTry(home.at(place) - entry->picture) || !prepareWorker(entry->picture))
         return Status::NotProven;
     const std::optional<RunPlan> plan = planToPicture(pictures(), home, *entry, place, rules(anchor));
     if (!plan)
         return Status::NotProven;
 
     const PictureIndex target = home.at(place);
+    const std::int64_t before = m_counters.picturesDecoded;
     Run run(*plan, *m_worker, m_counters);
     while (run.next(*m_nextFrame) == Run::Step::Picture) {
         if (Decoding::pictureOf(*m_nextFrame) != target)
@@ -184,6 +192,7 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
         return Status::Found;
     }
     m_worker.reset();
+    m_inVain += m_counters.picturesDecoded - before;
     anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(entry->place), entry->place);
     return Status::NotProven;
 }

@@ -35,6 +35,9 @@ public:
 
     FrameSource(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond, DecoderRecipe recipe);
 
+    /// Says which pictures will be asked for: those that cannot be had are then refused before anything is decoded.
+    void announce(const std::vector<FrameNumber> &numbers);
+
     /// Makes frame() picture `number`.
     Status find(FrameNumber number);
     [[nodiscard]] const AVFrame &frame() const { return *m_frame; }
@@ -62,21 +65,27 @@ private:
     [[nodiscard]] OutputIndex provenEnd(const Anchor &anchor) const;
     [[nodiscard]] PlanningRules rules(const Anchor &anchor) const;
 
+    Status findAnywhere(FrameNumber number);
     Status findFromStart(FrameNumber number);
     Status findFromAnchors(FrameNumber number);
     Status findNearEnd(Anchor &anchor, FrameNumber number);
     Status endAt(FrameNumber end, FrameNumber wanted);
     Status hop(Anchor &anchor, OutputIndex place);
 
-    bool hasFirstAnchor(FrameNumber horizon);
-    bool bridge(Anchor &from, FrameNumber horizon);
-    bool searchAnchor(PictureIndex after, bool isBridge, FrameNumber horizon, std::int64_t effort);
-    std::optional<Candidate> candidate(PictureIndex after, std::size_t passedOver, bool isBridge, FrameNumber horizon);
+    bool hasFirstAnchor();
+    bool bridge(Anchor &from);
+    bool searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort);
+    std::optional<Candidate> candidate(PictureIndex after, std::size_t passedOver, bool isBridge);
     [[nodiscard]] Verdict judge(const Candidate &candidate) const;
 
     [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
     void testRestart(Anchor &anchor, OutputIndex place);
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
+
+    void lookAtProspects();
+    [[nodiscard]] bool isSurelyRefused(FrameNumber number) const;
+    [[nodiscard]] bool mayTry(std::int64_t cost) const;
+    [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
     bool beginFromStart();
     LiteralRun::Step decodeLiterally();
@@ -96,6 +105,11 @@ private:
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
+
+    std::vector<FrameNumber> m_announced; ///< until their prospects were looked at
+    std::optional<FrameNumber> m_refusedUpTo;
+    FrameNumber m_horizon;     ///< the farthest picture that was asked for
+    std::int64_t m_inVain = 0; ///< pictures that were decoded for nothing
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;

@@ -32,8 +32,7 @@ std::int64_t proofBehind(RandomAccess kind, bool isBridge)
 } // namespace
 
 // Decodes the beginning until the first random access point that can be counted from has shown its number.
-// `horizon`: the last picture that it is done for.
-bool FrameSource::hasFirstAnchor(FrameNumber horizon)
+bool FrameSource::hasFirstAnchor()
 {
     if (!m_anchors.empty() || m_hopeless)
         return !m_anchors.empty();
@@ -42,19 +41,18 @@ bool FrameSource::hasFirstAnchor(FrameNumber horizon)
     }
     if (m_scan.stretches().count() == 0)
         return false;
-    const std::int64_t effort = std::max(kLeastEffort, horizon.value() / kEffortDivisor);
-    const std::optional<Candidate> first = candidate(PictureIndex(std::int64_t{-1}), 0, false, horizon);
+    const std::int64_t effort = std::max(kLeastEffort, m_horizon.value() / kEffortDivisor);
+    const std::optional<Candidate> first = candidate(PictureIndex(std::int64_t{-1}), 0, false);
     if (!first || first->point.picture.value() + kProof > effort)
         return false;
-    return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, horizon, effort);
+    return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, effort);
 }
 
 // Decodes through what is doubtful, from the last random access point well before it on.
-bool FrameSource::bridge(Anchor &from, FrameNumber horizon)
+bool FrameSource::bridge(Anchor &from)
 {
     if (from.wasBridgedFrom)
         return false;
-    from.wasBridgedFrom = true;
     const Stretch &home = stretchOf(from);
     const OutputIndex last = provenEnd(from) - 1;
     const std::optional<EntryPoint> entry = last >= from.point.place ? entryFor(from, last) : std::nullopt;
@@ -66,29 +64,37 @@ bool FrameSource::bridge(Anchor &from, FrameNumber horizon)
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(from.depth))
         trouble = std::min(trouble, *tooDeep);
 
-    // Decoding to the horizon and over it must be dearer.
-    const std::optional<Candidate> first = candidate(trouble, 0, true, horizon);
-    const std::int64_t effort = horizon - from.numberAt(entry->place) + kBeyondHorizon;
-    if (!first || first->point.picture - entry->picture + first->proof > effort || !prepareWorker(entry->picture))
+    // To go on decoding up to the farthest picture that was asked for must be dearer.
+    const std::optional<Candidate> first = candidate(trouble, 0, true);
+    const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
+    if (!first)
+        return false;
+    const std::int64_t cost = first->point.picture - entry->picture + first->proof;
+    if (cost > effort || !mayBridge(cost) || !prepareWorker(entry->picture))
         return false;
     std::optional<StartPlan> start = planStart(pictures(), entry->picture, rules(from));
     if (!start)
         return false;
+    from.wasBridgedFrom = true;
     start->strict = false;
     if (!m_worker->start(*start, m_counters))
         return false;
     m_literal = std::make_unique<LiteralRun>(std::move(m_worker), m_counters, pictures(), entry->picture,
                                              from.numberAt(entry->place), start->ways);
     m_literalFromStart = false;
-    return searchAnchor(trouble, true, horizon, entry->picture.value() + effort);
+    const std::int64_t before = m_counters.picturesDecoded;
+    if (searchAnchor(trouble, true, entry->picture.value() + effort))
+        return true;
+    m_inVain += m_counters.picturesDecoded - before;
+    return false;
 }
 
 // Decodes on until a random access point after picture `after` and what follows it came out as foreseen, but not
 // beyond coded picture `effort`.
-bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, FrameNumber horizon, std::int64_t effort)
+bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort)
 {
     for (std::size_t refuted = 0;; ++refuted) {
-        const std::optional<Candidate> found = candidate(after, refuted, isBridge, horizon);
+        const std::optional<Candidate> found = candidate(after, refuted, isBridge);
         if (!found)
             return false;
         Verdict verdict = judge(*found);
@@ -97,7 +103,7 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, FrameNumber ho
                 return false;
             const LiteralRun::Step step = decodeLiterally();
             if (step == LiteralRun::Step::NeedsPacket && m_literalFromStart)
-                endAt(m_literal->end(), horizon);
+                endAt(m_literal->end(), m_horizon);
             if (step != LiteralRun::Step::Picture)
                 return false;
             verdict = judge(*found);
@@ -115,10 +121,9 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, FrameNumber ho
 }
 
 // The random access points after picture `after` with enough pictures for a proof, `passedOver` of them left out.
-std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge,
-                                                             FrameNumber horizon)
+std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge)
 {
-    const std::int64_t farthest = std::max(after.value(), horizon.value()) + kBeyondHorizon;
+    const std::int64_t farthest = std::max(after.value(), m_horizon.value()) + kBeyondHorizon;
     for (std::size_t i = 0;; ++i) {
         while (i >= m_scan.stretches().count() && pictures().pictureEnd().value() < farthest && m_scan.readOn()) {
         }

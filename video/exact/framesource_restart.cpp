@@ -13,7 +13,7 @@ namespace {
 constexpr std::int64_t kFarAway = 60;      // pictures to a target, below which a test would cost more than it saves
 constexpr std::int64_t kCompared = 12;     // pictures that must look the same after a restart
 constexpr std::int64_t kWellBefore = 8;    // pictures that the running decoder had decoded before it
-constexpr std::int64_t kEffortDivisor = 4; // of the way to the target, at most
+constexpr std::int64_t kEffortDivisor = 2; // of the way to the target, at most
 
 } // namespace
 

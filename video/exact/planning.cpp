@@ -102,8 +102,8 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
         // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
         // before it. In H.264 it would be missed all the same, where frame numbers are counted.
         const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
-        const bool isNeeded =
-            i == target || mayBeReferredTo || picture.setsParameters || (i > target && !picture.isOutputBefore(wanted));
+        const bool isNeeded = !rules.leavesOut || i == target || mayBeReferredTo || picture.setsParameters ||
+                              (i > target && !picture.isOutputBefore(wanted));
         addPackets(plan.packets, pictures, i, isNeeded);
     }
     for (OutputIndex i = entry.place; i <= place; ++i) {

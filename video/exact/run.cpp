@@ -7,6 +7,12 @@
 
 namespace quorvale {
 
+namespace {
+
+constexpr int kMostDamagedPictures = 64; // More of them are a decoder that fails without consuming anything.
+
+} // namespace
+
 Run::Run(const RunPlan &plan, DecodingWorker &worker, ExactCounters &counters)
     : m_plan(plan)
     , m_worker(worker)
@@ -22,8 +28,11 @@ Run::Step Run::next(AVFrame &frame)
     m_begun = true;
     for (;;) {
         const Decoding::Output output = m_worker.decoding.receive(frame);
-        if (output == Decoding::Output::Failed)
-            return Step::Failed;
+        if (output == Decoding::Output::Failed) {
+            if (!isInFront(m_latest) || ++m_failures > kMostDamagedPictures)
+                return Step::Failed;
+            continue;
+        }
         if (output == Decoding::Output::Nothing) {
             if (m_sent < m_plan.packets.size()) {
                 if (!sendNext())
@@ -37,7 +46,6 @@ Run::Step Run::next(AVFrame &frame)
             continue;
         }
         const PictureIndex picture = Decoding::pictureOf(frame);
-        // Before the entry point's own picture, what comes out refers to what was not decoded.
         if (isInFront(picture))
             continue;
         if (m_received < m_plan.outputs.size() && (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
@@ -58,7 +66,9 @@ bool Run::sendNext()
     if (!packet.isNeeded)
         return true;
     m_counters.picturesDecoded += beginsPicture ? 1 : 0;
-    return m_worker.decoding.send(*m_packet, packet.picture);
+    m_latest = packet.picture;
+    // Before the entry point's own picture, what comes refers to what was not decoded.
+    return m_worker.decoding.send(*m_packet, packet.picture) || isInFront(packet.picture);
 }
 
 bool Run::isInFront(PictureIndex picture) const

@@ -36,6 +36,8 @@ private:
     DecodingWorker &m_worker;
     ExactCounters &m_counters;
     ffmpeg::PacketPtr m_packet;
+    PictureIndex m_latest; ///< the picture whose packet was sent last
+    int m_failures = 0;    ///< in what comes out in front
     std::size_t m_sent = 0;
     std::size_t m_received = 0;
     bool m_begun = false;

@@ -155,17 +155,4 @@ void Stretch::noteEntryPoints(const PictureList &pictures, std::size_t from)
     }
 }
 
-std::optional<OutputIndex> Stretch::placeOf(PictureIndex picture) const
-{
-    // Without reordering, and with all that were left out decoded before it.
-    const std::int64_t likely = picture - first() - m_leftOut;
-    const std::int64_t from = std::max<std::int64_t>(likely - kMostReordering, 0);
-    const std::int64_t end = std::min<std::int64_t>(likely + m_leftOut + kMostReordering + 1, size().value());
-    for (std::int64_t i = from; i < end; ++i) {
-        if (m_order[static_cast<std::size_t>(i)] == picture)
-            return OutputIndex(i);
-    }
-    return std::nullopt;
-}
-
 } // namespace quorvale

@@ -52,8 +52,11 @@ public:
     [[nodiscard]] PictureIndex at(OutputIndex place) const { return m_order[place.place()]; }
     /// Up to here the order is final and was judged.
     [[nodiscard]] OutputIndex certainEnd() const { return m_certainEnd; }
-    /// Place of a picture that is near the place where it would be without reordering; nothing for one left out.
-    [[nodiscard]] std::optional<OutputIndex> placeOf(PictureIndex picture) const;
+    /// Place that a picture would have if none after the first ones, which are left out, were reordered.
+    [[nodiscard]] OutputIndex placeWithoutReordering(PictureIndex picture) const
+    {
+        return OutputIndex(picture - first() - m_leftOut);
+    }
 
     /// Entry points whose place is certain, in order.
     [[nodiscard]] const std::vector<EntryPoint> &entryPoints() const { return m_entryPoints; }

@@ -1,0 +1,247 @@
+#include "tests/support/teststreams.h"
+#include "tests/support/transportstream.h"
+#include "tests/video/exactcomparison.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+constexpr int kFrames = 400;
+constexpr int kGroup = 20;
+
+} // namespace
+
+/// What is not as it should be in a recording is decoded through, or what lies in it refused: what is delivered is the
+/// same, and the counters tell which way it came.
+class TestExactReaderDoubts : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QString h264;
+    QString mpeg2;
+    QString hevc;
+
+    QString make(const QString &fileName, const QStringList &encoder, const QSize &size = {176, 144})
+    {
+        return makeStream(folder.path(), {fileName, encoder, kFrames, false, false, size.width(), size.height()});
+    }
+
+    static QStringList h264Encoder()
+    {
+        return {
+            "-c:v",          "libx264", "-preset", "veryfast", "-g",           QString::number(kGroup),
+            "-sc_threshold", "0",       "-bf",     "2",        "-x264-params", "keyint=20:min-keyint=20:scenecut=0"};
+    }
+
+    QString changed(const QString &path, const std::function<void(QByteArray &)> &change)
+    {
+        QByteArray bytes = readFile(path);
+        change(bytes);
+        return writeFile(folder.path(), "changed.ts", bytes);
+    }
+
+    // Transport packet number `which` of the video's, counted from the packet that lies at `share` of the file.
+    static int videoPacket(const QByteArray &bytes, int type, double share, int which = 0)
+    {
+        const int video = transportstream::pidOfStreamType(bytes, type);
+        int packet = int(double(bytes.size()) * share) / transportstream::kPacketSize;
+        while (transportstream::pid(bytes, packet) != video || which-- > 0)
+            ++packet;
+        return packet;
+    }
+
+    static void report(const ExactComparison &result)
+    {
+        qInfo("%d delivered, %d refused, %lld decoded, %lld runs", result.delivered, result.refused,
+              static_cast<long long>(result.counters.picturesDecoded), static_cast<long long>(result.counters.runs));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        h264 = make("h264.ts", h264Encoder());
+        mpeg2 = make("mpeg2.ts", {"-c:v", "mpeg2video", "-q:v", "4", "-g", "20", "-bf", "2"}, {320, 240});
+        hevc = make("hevc.ts", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params",
+                                "keyint=20:min-keyint=20:scenecut=0:open-gop=0:log-level=none"});
+        QVERIFY(!h264.isEmpty() && !mpeg2.isEmpty() && !hevc.isEmpty());
+        for (const QString &path : {h264, mpeg2, hevc}) {
+            const ExactComparison whole = compareExactly(path, {100, 300});
+            QCOMPARE(whole.difference, QString());
+            QCOMPARE(whole.counters.runs, 2);
+            QCOMPARE(whole.refused, 0);
+            QVERIFY(whole.counters.picturesDecoded < 100);
+        }
+    }
+
+    void lostPackets_areBridged_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("type");
+        QTest::newRow("MPEG-2") << mpeg2 << 2;
+        QTest::newRow("H.264") << h264 << 27;
+        QTest::newRow("HEVC") << hevc << 36;
+    }
+    void lostPackets_areBridged()
+    {
+        QFETCH(const QString, path);
+        QFETCH(const int, type);
+        const QString lossy = changed(path, [&](QByteArray &bytes) {
+            const int lost = videoPacket(bytes, type, 0.45, 2);
+            transportstream::dropPackets(bytes, [&](int packet, int) { return packet == lost; });
+        });
+        const ExactComparison result = compareExactly(lossy, {100, 300, 380});
+        QCOMPARE(result.difference, QString());
+        report(result);
+        // Three pictures, and the bridge from before the loss to an anchor behind it.
+        QCOMPARE(result.delivered, 3);
+        QCOMPARE(result.counters.runs, 4);
+        QVERIFY(result.counters.picturesDecoded > 100);
+        QVERIFY(result.counters.picturesDecoded < 260);
+    }
+
+    void aRepeatedStretch_isBridged()
+    {
+        for (const QString &path : {h264, mpeg2, hevc}) {
+            const QString repeated = changed(path, [&](QByteArray &bytes) {
+                const int from = int(bytes.size()) / 2 / transportstream::kPacketSize * transportstream::kPacketSize;
+                bytes.insert(from,
+                             bytes.mid(from - 300 * transportstream::kPacketSize, 300 * transportstream::kPacketSize));
+            });
+            const ExactComparison result = compareExactly(repeated, {100, 210, 320, 370});
+            report(result);
+            QCOMPARE(result.difference, QString());
+            QVERIFY(result.delivered >= 2);
+        }
+    }
+
+    void aGapInTime_isBridged()
+    {
+        // The same recording twice, the second time some seconds later than it would go on.
+        QStringList later = h264Encoder();
+        later << "-output_ts_offset"
+              << "25";
+        const QByteArray second = readFile(make("later.ts", later));
+        const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
+        const ExactComparison result = compareExactly(both, {300, 500});
+        QCOMPARE(result.difference, QString());
+        report(result);
+        QCOMPARE(result.delivered, 2);
+        QCOMPARE(result.counters.runs, 3);
+        QVERIFY(result.counters.picturesDecoded < 200);
+    }
+
+    void otherParameters_areBridged()
+    {
+        QStringList other = h264Encoder();
+        other << "-refs"
+              << "5"
+              << "-output_ts_offset"
+              << "16"; // where the first one ends
+        const QByteArray second = readFile(make("other.ts", other));
+        const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
+        const ExactComparison result = compareExactly(both, {300, 500, 700});
+        QCOMPARE(result.difference, QString());
+        report(result);
+        QCOMPARE(result.delivered, 3);
+        QCOMPARE(result.counters.runs, 4);
+        QVERIFY(result.counters.picturesDecoded < 220);
+    }
+
+    void anotherSize_isBridged()
+    {
+        const QByteArray second =
+            readFile(make("size.ts", h264Encoder() + QStringList{"-output_ts_offset", "16"}, {320, 240}));
+        const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
+        const ExactComparison result = compareExactly(both, {300, 500, 700});
+        report(result);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 3);
+        QVERIFY(result.counters.picturesDecoded < 220);
+    }
+
+    void damageThatNoPacketShows_isRefused_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("type");
+        QTest::newRow("H.264") << h264 << 27;
+        QTest::newRow("HEVC") << hevc << 36;
+    }
+    void damageThatNoPacketShows_isRefused()
+    {
+        QFETCH(const QString, path);
+        QFETCH(const int, type);
+        int refused = 0;
+        for (int place = 0; place < 8; ++place) {
+            const QString damaged = changed(path, [&](QByteArray &bytes) {
+                const int packet = videoPacket(bytes, type, 0.74 + 0.003 * place, 2);
+                for (int i = 20; i < 180; ++i)
+                    bytes[packet * transportstream::kPacketSize + i] = char(i * 37 % 251 + 4);
+            });
+            const ExactComparison result = compareExactly(damaged, {100, 302, 303, 310, 380});
+            QCOMPARE(result.difference, QString());
+            refused += result.refused;
+        }
+        QVERIFY(refused >= 1);
+    }
+
+    void muchDamageThatNoPacketShows_costsLittle()
+    {
+        // In the data of pictures of every group with a wanted one; their headers still count.
+        const QVector<int> targets = {79, 139, 199, 259, 319, 379};
+        const QString damaged = changed(h264, [&](QByteArray &bytes) {
+            const int video = transportstream::pidOfStreamType(bytes, 27);
+            int picture = -1;
+            for (int at = 0; at < bytes.size(); at += transportstream::kPacketSize) {
+                const bool begins = (bytes[at + 1] & 0x40) != 0;
+                if (transportstream::pid(bytes, at / transportstream::kPacketSize) != video || !begins)
+                    continue;
+                ++picture;
+                const int group = picture / kGroup * kGroup;
+                if (group > 0 && targets.contains(group + kGroup - 1) && picture > group && picture < group + 9) {
+                    for (int i = 100; i < 108; ++i)
+                        bytes[at + i] = char(bytes[at + i] ^ 0x5A);
+                }
+            }
+        });
+        const ExactComparison result = compareExactly(damaged, targets);
+        QCOMPARE(result.difference, QString());
+        report(result);
+        QVERIFY(result.refused >= 1);
+        // The proof, and what may be in vain.
+        QVERIFY2(result.counters.picturesDecoded <= 20 + kGroup + targets.last() / 10,
+                 qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
+    void damageInFrontOfThePicture_isNoConcern()
+    {
+        // In a group that is not decoded, and in the data of a picture: its header still counts.
+        const QString damaged = changed(hevc, [&](QByteArray &bytes) {
+            const int packet = videoPacket(bytes, 36, 0.5, 2);
+            const int at = packet * transportstream::kPacketSize + 100;
+            bytes[at] = char(bytes[at] ^ 0x5A);
+        });
+        const ExactComparison result = compareExactly(damaged, {100, 300});
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.refused, 0);
+    }
+
+    void theEnd_isDecodedInOrder_fromTheLastPictureThatIsCertain()
+    {
+        for (const QString &path : {h264, mpeg2, hevc}) {
+            const ExactComparison near = compareExactly(path, {100, kFrames - 10});
+            QCOMPARE(near.difference, QString());
+            QCOMPARE(near.delivered, 2);
+            QCOMPARE(near.counters.runs, 2);
+            QCOMPARE(near.refused, 0);
+            // The proof and two groups, and what lies behind the last picture of which 32 others tell that it comes.
+            QVERIFY2(near.counters.picturesDecoded <= kGroup + 4 + 2 * (kGroup + 6) + 34,
+                     qPrintable(QString::number(near.counters.picturesDecoded)));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExactReaderDoubts)
+#include "tst_exactreader_doubts.moc"

@@ -1,0 +1,223 @@
+#include "tests/support/teststreams.h"
+#include "tests/video/exactcomparison.h"
+#include "video/ffvideo.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+constexpr int kFrames = 320;
+constexpr int kGroup = 20;
+const QVector<int> kTargets = {110, 260};
+
+// The byte behind each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.
+void changeBehind(QByteArray &bytes, const QByteArray &mark, int first, int end, char (*change)(char))
+{
+    int number = 0;
+    for (auto at = bytes.indexOf(mark); at >= 0; at = bytes.indexOf(mark, at + 1), ++number) {
+        const auto place = at + mark.size();
+        if (number >= first && number < end && place < bytes.size())
+            bytes[place] = change(bytes.at(place));
+    }
+}
+
+} // namespace
+
+/// Recordings that were cut, joined or written anew by something that left no mark of it in the transport: only times,
+/// order numbers and the pictures' own headers tell. The pictures are the same as without skipping, and the counters
+/// tell which way they came.
+class TestExactReaderRemuxed : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QMap<QString, QString> whole;
+
+    void add(const QString &name, const QStringList &encoder)
+    {
+        TestStream stream;
+        stream.fileName = name + ".ts";
+        stream.encoder = encoder;
+        stream.frames = kFrames;
+        stream.width = 160;
+        stream.height = 128;
+        whole[name] = makeStream(folder.path(), stream);
+        QVERIFY(!whole[name].isEmpty());
+    }
+
+    /// The stream `name`, its packets as they are, with what `options` make of their times and which they leave out.
+    QString remuxed(const QString &name, const QStringList &options) { return remuxedFile(whole[name], options); }
+    QString remuxedFile(const QString &path, const QStringList &options)
+    {
+        return makeWithFFmpeg(folder.path(), "remuxed.ts", QStringList{"-copyts", "-i", path, "-c", "copy"} + options);
+    }
+
+    static void addNames()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char *name : {"h264", "h264-open", "mpeg2", "hevc", "hevc-open"})
+            QTest::newRow(name) << QString(name);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const QString group = QString::number(kGroup);
+        const QStringList h264{"-c:v", "libx264", "-preset",       "veryfast", "-g",          group,
+                               "-bf",  "3",       "-sc_threshold", "0",        "-keyint_min", group};
+        const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params"};
+        const QString groups = QStringLiteral("keyint=%1:min-keyint=%1:scenecut=0:bframes=3:log-level=none").arg(group);
+        add("h264", h264);
+        add("h264-open", h264 + QStringList{"-x264-params", "open-gop=1"});
+        add("mpeg2", {"-c:v", "mpeg2video", "-q:v", "4", "-g", group, "-bf", "2", "-sc_threshold", "1000000000"});
+        add("hevc", hevc + QStringList{groups + ":open-gop=0"});
+        add("hevc-open", hevc + QStringList{groups + ":open-gop=1"});
+    }
+
+    void aPictureThatIsGone_isBridged_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("picture"); // in the order of decoding
+        for (const char *name : {"h264", "h264-open", "mpeg2", "hevc", "hevc-open"}) {
+            QTest::addRow("%s, a key picture", name) << QString(name) << 9 * kGroup;
+            QTest::addRow("%s, the one behind it", name) << QString(name) << 9 * kGroup + 1;
+        }
+    }
+    void aPictureThatIsGone_isBridged()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const int, picture);
+        const QString path = remuxed(name, {"-bsf:v", QStringLiteral("noise=drop='eq(n,%1)'").arg(picture)});
+        const ExactComparison result = compareExactly(path, kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+
+        QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
+    void aFieldThatIsGone_isBridged_data()
+    {
+        QTest::addColumn<int>("packet");
+        QTest::newRow("the first of a frame") << 240;
+        QTest::newRow("the second") << 241;
+    }
+    void aFieldThatIsGone_isBridged()
+    {
+        QFETCH(const int, packet);
+        const auto fields = samplePath(QStringLiteral("h264-576i-12x11-bars.ts"));
+        if (!fields)
+            QSKIP("the folder with real captures is not here");
+        const QVector<int> targets = {60, 195};
+        const QString sound = remuxedFile(*fields, {"-map", "0:v:0"});
+        const ExactComparison complete = compareExactly(sound, targets);
+        QCOMPARE(complete.difference, QString());
+        QCOMPARE(complete.delivered, 2);
+        const QString path =
+            remuxedFile(*fields, {"-map", "0:v:0", "-bsf:v", QStringLiteral("noise=drop='eq(n,%1)'").arg(packet)});
+        const ExactComparison result = compareExactly(path, targets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered + result.refused, 2); // too short for a bridge to pay
+        QVERIFY(result.delivered >= 1);
+        QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
+    void aStepOfTheDisplayTimes_isBridged_data() { addNames(); }
+    void aStepOfTheDisplayTimes_isBridged()
+    {
+        QFETCH(const QString, name);
+        const QString path = remuxed(
+            name, {"-bsf:v", "setts=pts='PTS+gte(N,190)*27000':dts='DTS+gte(N,190)*27000'"}); // less than a second
+        const ExactComparison result = compareExactly(path, kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
+    void picturesWithoutDisplayTimes_areDecodedInOrder_whereTheOrderRestsOnThem_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("inOrder");
+        QTest::newRow("H.264") << "h264" << true;
+        QTest::newRow("HEVC") << "hevc" << true;
+        QTest::newRow("MPEG-2") << "mpeg2" << false;
+    }
+    void picturesWithoutDisplayTimes_areDecodedInOrder_whereTheOrderRestsOnThem()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const bool, inOrder);
+        const QString path = remuxed(name, {"-bsf:v", "setts=pts='if(between(N,180,200),NOPTS,PTS)'"});
+        const ExactComparison result = compareExactly(path, kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QCOMPARE(result.counters.runs, inOrder ? 3 : 2);
+    }
+
+    void timesThatWrap_areNoDoubt_data() { addNames(); }
+    void timesThatWrap_areNoDoubt()
+    {
+        QFETCH(const QString, name);
+        // 33 bits of 90,000 a second: they begin anew some eight seconds behind the start.
+        const QString path = remuxed(name, {"-output_ts_offset", "95434", "-muxdelay", "0", "-muxpreload", "0"});
+        const ExactComparison result = compareExactly(path, kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QCOMPARE(result.counters.runs, 2);
+        QCOMPARE(result.refused, 0);
+        QVERIFY(result.counters.picturesDecoded < 120);
+    }
+
+    void recoveryPointsThatPromiseNothing_areEnteredAfterATest()
+    {
+        QByteArray bytes = readFile(whole["h264-open"]);
+        const QByteArray recoveryPoint("\x06\x06\x01", 3);
+        const auto before = bytes.count(recoveryPoint + '\xC4');
+        QVERIFY(before > 10);
+        changeBehind(bytes, recoveryPoint, 0, kFrames, [](char byte) { return char(byte & ~0x40); });
+        QCOMPARE(bytes.count(recoveryPoint + '\x84'), before);
+        const ExactComparison result = compareExactly(writeFile(folder.path(), "inexact.ts", bytes), kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QCOMPARE(result.counters.runs, 3); // the test is one
+        QVERIFY2(result.counters.picturesDecoded < 120, qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
+    void picturesThatAreWithheld_areBridged()
+    {
+        QByteArray bytes = readFile(whole["hevc"]);
+        // A key picture that has the decoder drop the ones that it still holds.
+        const QByteArray key("\x00\x00\x01\x28\x01", 5);
+        QVERIFY(bytes.count(key) >= kFrames / kGroup - 1);
+        changeBehind(bytes, key, 9, 10, [](char byte) { return char(byte | 0x40); });
+        const QString path = writeFile(folder.path(), "withheld.ts", bytes);
+        const ExactComparison result = compareExactly(path, kTargets);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 2);
+        QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
+        FFVideo altered;
+        FFVideo video;
+        QVERIFY(altered.Open(QFile::encodeName(path).constData(), false, FFVideo::FF_ACCESS_READ));
+        QVERIFY(video.Open(QFile::encodeName(whole["hevc"]).constData(), false, FFVideo::FF_ACCESS_READ));
+        QVERIFY(altered.frameCount < video.frameCount);
+    }
+
+    void picturesInFrontOfAKeyPicture_areTheSame_whereRecordingsWereJoined()
+    {
+        // The second recording begins in the middle: what is decoded behind its first key picture and shown before it
+        // refers to pictures that are not there.
+        for (const char *name : {"hevc-open", "h264-open", "mpeg2"}) {
+            const QString second =
+                remuxed(name, {"-bsf:v", "noise=drop='lt(n,100)',setts=pts='PTS+220*3600':dts='DTS+220*3600'"});
+            const QByteArray tail = readFile(second);
+            QVERIFY(tail.size() > 10000);
+            const QString path = writeFile(folder.path(), "joined.ts", readFile(whole[name]) + tail);
+            const ExactComparison result = compareExactly(path, {110, 290, 330, 345, 450});
+            QCOMPARE(result.difference, QString());
+            QVERIFY2(result.delivered >= 3, qPrintable(QString::number(result.delivered)));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExactReaderRemuxed)
+#include "tst_exactreader_remuxed.moc"

@@ -1,0 +1,72 @@
+// What is worth trying. Nothing here makes a picture right or wrong; it only bounds what is decoded in vain.
+
+#include "video/exact/framesource.h"
+
+#include <algorithm>
+
+namespace quorvale {
+
+namespace {
+
+constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
+constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
+constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
+constexpr std::int64_t kLookedAtBehind = 33;    // pictures behind a target that a doubt must not be in
+
+} // namespace
+
+void FrameSource::announce(const std::vector<FrameNumber> &numbers)
+{
+    m_announced = numbers;
+    std::sort(m_announced.begin(), m_announced.end());
+    for (const FrameNumber number : numbers)
+        m_horizon = std::max(m_horizon, number);
+}
+
+// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything.
+void FrameSource::lookAtProspects()
+{
+    if (m_announced.empty())
+        return;
+    const std::int64_t last = m_announced.back().value();
+    while (pictures().pictureEnd().value() <= last + kLookedAtBehind && m_scan.readOn()) {
+    }
+    const auto refused = std::find_if(m_announced.rbegin(), m_announced.rend(),
+                                      [this](FrameNumber number) { return isSurelyRefused(number); });
+    if (refused != m_announced.rend()) {
+        const bool isWorthIt = m_announced.back() - *refused >= kWorthAfterBridge;
+        m_refusedUpTo = isWorthIt ? *refused : m_announced.back();
+    }
+    m_announced.clear();
+}
+
+// As far as can be told before numbers are known; pictures are as many as their numbers say, or a few more.
+bool FrameSource::isSurelyRefused(FrameNumber number) const
+{
+    const std::int64_t end = pictures().pictureEnd().value();
+    if (number.value() >= end)
+        return !pictures().isSound();
+    PictureIndex first(number.value());
+    while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
+        first = first - 1;
+    const PictureIndex last(std::min(end - kLookedAtBehind / 2, number.value() + kLookedAtBehind));
+    for (PictureIndex i = first; i < last; ++i) {
+        if (pictures().picture(i).doubts != 0)
+            return true;
+    }
+    return false;
+}
+
+// Whether up to `cost` pictures may be decoded that may be in vain. Once some were, no more than a part of the way to
+// the farthest picture that was asked for.
+bool FrameSource::mayTry(std::int64_t cost) const
+{
+    return m_inVain == 0 || m_inVain + cost <= m_horizon.value() / kSharedInVain;
+}
+
+bool FrameSource::mayBridge(std::int64_t cost) const
+{
+    return mayTry(cost) && cost <= m_horizon.value() / kBridgeShare;
+}
+
+} // namespace quorvale
