@@ -50,7 +50,7 @@ void TestProgrammeTextLocale::words_areAllThatADateMayBe()
     QStringList words;
     for (int days = -1; days <= 7; ++days) {
         const QDate date = today.addDays(days);
-        words.append(formatRecordingDate(date.day(), date.month(), date.year(), 0, today));
+        words.append(formatRecordingDate(date.day(), date.month(), date.year(), DateOrder::DayFirst, today));
     }
     words.removeDuplicates();
     words.sort();
