@@ -197,6 +197,6 @@ private:
     AudioPiece decodeAudio(AVFrame &piece);
     int finishAudio(AudioStatus status);
 
-    quorvale::ffmpeg::FramePtr m_spare; // receives what a packet completes beside its first picture
+    quorvale::ffmpeg::FramePtr m_spare;              // receives what a packet completes beside its first picture
     quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec
 };

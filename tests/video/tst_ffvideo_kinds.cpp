@@ -2,8 +2,8 @@
 
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
-#include "video/ffvideo.h"
 #include "video/ffmpeg/singleinput.h"
+#include "video/ffvideo.h"
 
 extern "C" {
 #include <libavformat/avformat.h>

@@ -112,7 +112,8 @@ private slots:
         QCOMPARE(video.accessMode, 2);
         QVERIFY(video.formatContext == nullptr);
         QVERIFY(video.videoCodec != nullptr); // left as it is
-        // What is known of the sound is this file's, not that of the one before: who would decode it, and no format yet.
+        // What is known of the sound is this file's, not that of the one before: who would decode it, and no format
+        // yet.
         QCOMPARE(video.audioDecoderName, decoder);
         QCOMPARE(video.audioChannels, channels);
         QCOMPARE(video.audioBitsPerSample, -1);

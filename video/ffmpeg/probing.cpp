@@ -15,9 +15,9 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-// Options for the decoders with which probing looks at the streams that are known by now, one set for each. Each stream's
-// pictures are held until all are known, so the bound of one picture is shared among them. Of streams that it meets only
-// later it knows no options; the bound on single pieces of memory is left for them.
+// Options for the decoders with which probing looks at the streams that are known by now, one set for each. Each
+// stream's pictures are held until all are known, so the bound of one picture is shared among them. Of streams that it
+// meets only later it knows no options; the bound on single pieces of memory is left for them.
 class ProbeOptions
 {
 public:
