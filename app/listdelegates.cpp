@@ -19,7 +19,7 @@ QString elidedPath(const QString &path, const QFontMetrics &metrics, int width)
 {
     if (metrics.horizontalAdvance(path) <= width)
         return path;
-    const int separator = path.lastIndexOf(QLatin1Char('/'));
+    const int separator = static_cast<int>(path.lastIndexOf(QLatin1Char('/')));
     const QString name = path.mid(separator);
     const int left = width - metrics.horizontalAdvance(name);
     if (separator <= 0 || left < metrics.horizontalAdvance(QChar(0x2026)))

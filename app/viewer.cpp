@@ -31,9 +31,7 @@ Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     makeAccessible();
     makeHints();
     makeProgrammeCommands();
-    auto *description = new DescriptionDocument(ui.detailsEdit); // owned by the field
-    description->setDefaultFont(ui.detailsEdit->font());
-    ui.detailsEdit->setDocument(description);
+    ui.detailsEdit->setDocument(new DescriptionDocument(ui.detailsEdit)); // owned by the field
     ui.detailsEdit->setReadOnly(true);
     show();
     makeRoomForDates();

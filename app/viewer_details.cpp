@@ -35,7 +35,6 @@ void Viewer::chooseProgramme(int index)
     showFromStart(ui.channelEdit, displayText(programme.channel));
     ui.detailsEdit->clear();
     quorvale::insertDescription(ui.detailsEdit->textCursor(), displayText(programme.description));
-    ui.detailsEdit->verticalScrollBar()->setValue(0);
     ui.dateEdit->setText(getFormattedDate(programme.day, programme.month, programme.year));
     ui.timeEdit->setText(formatStartTime(programme.hour, programme.minute, programme.second));
     ui.watchedEdit->setText(formatPlayPosition(programme.playPosition));

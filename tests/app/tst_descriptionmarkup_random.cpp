@@ -10,6 +10,8 @@
 #include <QTextTable>
 #include <QtTest>
 
+using namespace quorvale;
+
 namespace {
 
 constexpr int kDescriptions = 1000;

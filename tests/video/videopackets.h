@@ -1,6 +1,5 @@
 #pragma once
 
-#include "video/bitstream/packetscanner.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
@@ -15,7 +14,6 @@
 struct VideoPackets
 {
     std::vector<quorvale::ffmpeg::PacketPtr> packets;
-    std::unique_ptr<PacketScanner> scanner; ///< a fresh one; null for a codec that is not understood
     std::int64_t unitsInASecond = 0;
 };
 
@@ -30,7 +28,6 @@ inline VideoPackets readVideoPackets(const QString &path)
         throw std::runtime_error("the file has no streams");
     const int stream = quorvale::ffmpeg::findBestStream(context, AVMEDIA_TYPE_VIDEO, decoder);
     VideoPackets found;
-    found.scanner = makePacketScanner(*context->streams[stream]->codecpar);
     found.unitsInASecond = context->streams[stream]->time_base.den;
     for (quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
          av_read_frame(context, packet.get()) >= 0;) {
