@@ -1,20 +1,19 @@
 #include "fuzz/inputfile.h"
+#include "video/exact/exactreader.h"
 #include "video/ffvideo.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 
 // Where the bytes go that are read for the sake of reading them.
 volatile unsigned sink = 0;
 
-void readPicture(FFVideo &video, int number)
+// Every byte that was promised is there.
+void useAndFree(BridgeImage &image)
 {
-    BridgeImage image;
-    if (!video.Read(number, image))
-        return;
-    // Every byte that was promised is there.
     for (int plane = 0; plane < image.planes; ++plane) {
         const bool halved = plane > 0 && (image.format == FF_PIX_YUV420P || image.format == FF_PIX_YUVJ420P);
         const int rows = halved ? image.height / 2 : image.height;
@@ -23,6 +22,13 @@ void readPicture(FFVideo &video, int number)
     }
     for (const std::uint8_t *plane : image.data)
         delete[] plane;
+}
+
+void readPicture(FFVideo &video, int number)
+{
+    BridgeImage image;
+    if (video.Read(number, image))
+        useAndFree(image);
 }
 
 void readSound(FFVideo &video, int first, int last)
@@ -42,10 +48,9 @@ void readSound(FFVideo &video, int first, int last)
     }
 }
 
-void readRecording(const char *path, bool skips)
+void readRecording(const char *path)
 {
     FFVideo video;
-    video.setSkipAhead(skips);
     if (!video.Open(path, true, FFVideo::FF_ACCESS_READ))
         return;
     for (const int number : {0, 1, 7, 3, 2, 12, 0})
@@ -58,15 +63,21 @@ void readRecording(const char *path, bool skips)
         readPicture(video, number);
 }
 
-// Far enough apart for something to be skipped.
-void readThumbnails(const char *path)
+// Far enough apart, and to and fro, for something to be proven, entered and bridged.
+void readExactly(const char *path, bool announces)
 {
     FFVideo video;
-    video.setSkipAhead(true);
     if (!video.Open(path, true, FFVideo::FF_ACCESS_READ))
         return;
-    for (const int number : {30, 60, 61, 90, 120, 20, 150})
-        readPicture(video, number);
+    const std::vector<int> numbers = {30, 60, 61, 90, 120, 20, 150, 100000};
+    quorvale::ExactReader reader(video);
+    if (announces)
+        reader.announce(numbers);
+    for (const int number : numbers) {
+        BridgeImage image;
+        if (reader.read(number, image) == quorvale::ExactReader::Answer::Picture)
+            useAndFree(image);
+    }
 }
 
 } // namespace
@@ -75,8 +86,8 @@ void readThumbnails(const char *path)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
     const InputFile file(bytes, size);
-    readRecording(file.path(), false);
-    readRecording(file.path(), true);
-    readThumbnails(file.path());
+    readRecording(file.path());
+    readExactly(file.path(), false);
+    readExactly(file.path(), true);
     return 0;
 }

@@ -49,8 +49,6 @@ private slots:
     void add_connectsNothingToTheScannersSignals();
     void end_freesSeries_thatNobodyClaimed();
     void end_leavesSeries_thatWereClaimed();
-    void claim_forgetsTheSeries_data();
-    void claim_forgetsTheSeries();
     void end_stopsAtTheNextFile_inTheMiddleOfAScan();
     void end_endsIdleThreads_ofEarlierScans();
     void idleThreads_costNoDescriptor();
@@ -134,26 +132,6 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     for (const QPixmap *pixmap : std::as_const(mine))
         QVERIFY(pixmap->width() > 0);
     qDeleteAll(mine);
-}
-
-void TestScanThreads::claim_forgetsTheSeries_data()
-{
-    QTest::addColumn<int>("pictures");
-    QTest::newRow("empty") << 0;
-    QTest::newRow("one picture that could not be made") << 1;
-}
-
-void TestScanThreads::claim_forgetsTheSeries()
-{
-    QFETCH(const int, pictures);
-    const QVector<QPixmap *> series(pictures, nullptr);
-    QString path = QStringLiteral("/disk/") + QLatin1String(QTest::currentDataTag());
-    const Scan scan = start({});
-    emit scan.scanner->gotThumbs(path, series, series);
-    QVERIFY(!path.isDetached()); // Somebody keeps a copy,
-    ScanThreads::instance().claim(series, series);
-    QVERIFY(path.isDetached()); // and lets go of it.
-    QVERIFY(ScanThreads::instance().end(20000));
 }
 
 void TestScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()

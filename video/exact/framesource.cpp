@@ -9,7 +9,7 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kBehind = 16;    // pictures behind a target that must be without doubt
+constexpr std::int64_t kBehind = 16;    // pictures after a target that must be without doubt
 constexpr std::int64_t kNearStart = 24; // pictures that are decoded from the start rather than proven
 
 } // namespace

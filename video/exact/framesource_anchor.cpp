@@ -13,7 +13,7 @@ namespace {
 // remembers of it.
 constexpr std::int64_t kProof = 16;
 constexpr std::int64_t kProofAfterDamage = 32;
-constexpr std::int64_t kProofAfterDamageBehindOthers = 64; // than IDR, BLA and CRA pictures
+constexpr std::int64_t kProofAfterDamageFromOthers = 64; // than IDR, BLA and CRA pictures
 
 constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
@@ -21,12 +21,12 @@ constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything 
 constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
 constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
 
-std::int64_t proofBehind(RandomAccess kind, bool isBridge)
+std::int64_t proofFrom(RandomAccess kind, bool isBridge)
 {
     if (!isBridge)
         return kProof;
     const bool isClean = kind == RandomAccess::Idr || kind == RandomAccess::Bla || kind == RandomAccess::Cra;
-    return isClean ? kProofAfterDamage : kProofAfterDamageBehindOthers;
+    return isClean ? kProofAfterDamage : kProofAfterDamageFromOthers;
 }
 
 } // namespace
@@ -137,7 +137,7 @@ std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after,
             if (home.entryPoints().size() <= point)
                 break;
             const EntryPoint &found = home.entryPoints()[point];
-            const std::int64_t proof = proofBehind(pictures().picture(found.picture).randomAccess, isBridge);
+            const std::int64_t proof = proofFrom(pictures().picture(found.picture).randomAccess, isBridge);
             while (home.certainEnd() - found.place < proof && !home.isClosed() && m_scan.readOn()) {
             }
             if (found.picture > after && home.certainEnd() - found.place >= proof && passedOver-- == 0)

@@ -10,7 +10,7 @@ constexpr std::int64_t kSoundBehind = 16; // pictures between the entry point an
 
 } // namespace
 
-// Which of a file's last pictures exist is up to the decoder: it gets all that come behind the last one that is
+// Which of a file's last pictures exist is up to the decoder: it gets all that come after the last one that is
 // certain, and is not drained.
 FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
 {

@@ -11,7 +11,7 @@ namespace {
 constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
 constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
 constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
-constexpr std::int64_t kLookedAtBehind = 33;    // pictures behind a target that a doubt must not be in
+constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that a doubt must not be in
 
 } // namespace
 

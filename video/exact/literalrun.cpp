@@ -42,7 +42,7 @@ LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame)
         switch (m_worker->decoding.receive(frame)) {
         case Decoding::Output::Picture:
             m_failuresInARow = 0;
-            if (isInFront(pictures, Decoding::pictureOf(frame)))
+            if (isLeading(pictures, Decoding::pictureOf(frame)))
                 continue;
             m_shown.push_back(Decoding::pictureOf(frame));
             if (ffmpeg::isDamaged(frame))
@@ -82,7 +82,7 @@ bool LiteralRun::sendNext(const PictureList &pictures)
 }
 
 // Decoded after the entry point and output before it: it refers to what was not decoded.
-bool LiteralRun::isInFront(const PictureList &pictures, PictureIndex picture) const
+bool LiteralRun::isLeading(const PictureList &pictures, PictureIndex picture) const
 {
     return m_entry && m_shown.empty() && picture > *m_entry && picture < pictures.pictureEnd() &&
            pictures.picture(picture).isOutputBefore(pictures.picture(*m_entry));

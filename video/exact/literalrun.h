@@ -47,7 +47,7 @@ public:
 
 private:
     bool sendNext(const PictureList &pictures);
-    [[nodiscard]] bool isInFront(const PictureList &pictures, PictureIndex picture) const;
+    [[nodiscard]] bool isLeading(const PictureList &pictures, PictureIndex picture) const;
 
     std::unique_ptr<DecodingWorker> m_worker;
     ExactCounters &m_counters;

@@ -8,7 +8,7 @@ namespace {
 
 // Packets by which the flag of a corrupt one can be late: a packet is complete when the next one begins.
 constexpr std::int64_t kCorruptReach = 2;
-// Packets behind a picture that can still cast doubt on it, its own second field among them.
+// Packets after a picture that can still cast doubt on it, its own second field among them.
 constexpr std::int64_t kLookAhead = 3;
 
 } // namespace

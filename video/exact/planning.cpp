@@ -30,12 +30,12 @@ void addPackets(std::vector<PlannedPacket> &packets, const PictureList &pictures
 }
 
 // Pictures decoded after the entry point and output before it.
-void addInFront(RunPlan &plan, const PictureList &pictures, const EntryPoint &entry)
+void addLeading(RunPlan &plan, const PictureList &pictures, const EntryPoint &entry)
 {
     const PictureIndex end = std::min(pictures.pictureEnd(), entry.picture + 2 * kMostReordering);
     for (PictureIndex i = entry.picture + 1; i < end; ++i) {
         if (pictures.picture(i).isOutputBefore(pictures.picture(entry.picture)))
-            plan.inFront.push_back(i);
+            plan.leading.push_back(i);
     }
 }
 
@@ -57,7 +57,7 @@ std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex ent
     const CodedPicture &first = pictures.picture(entry);
     plan.ways = waysTo(pictures, first.firstPacket);
     plan.depth = rules.depth;
-    // Behind open recovery points sound streams hold memory commands about pictures before them, which would count as
+    // After open recovery points sound streams hold memory commands about pictures before them, which would count as
     // errors.
     plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
     return plan;
@@ -86,11 +86,11 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
         return std::nullopt;
     RunPlan plan;
     plan.start = std::move(*start);
-    addInFront(plan, pictures, entry);
+    addLeading(plan, pictures, entry);
     const PictureIndex target = stretch.at(place);
     const CodedPicture &wanted = pictures.picture(target);
     const CodedPicture &first = pictures.picture(entry.picture);
-    // Draining loses pictures in H.264, behind recovery points.
+    // Draining loses pictures in H.264, after recovery points.
     plan.drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
     const PictureIndex end =
         plan.drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
@@ -123,7 +123,7 @@ std::optional<RunPlan> planToEnd(const PictureList &pictures, const Stretch &str
         return std::nullopt;
     RunPlan plan;
     plan.start = std::move(*start);
-    addInFront(plan, pictures, entry);
+    addLeading(plan, pictures, entry);
     plan.start.strict = false; // The last packets may be torn.
     for (PictureIndex i = entry.picture; i < pictures.pictureEnd(); ++i)
         addPackets(plan.packets, pictures, i, true);

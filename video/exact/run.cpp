@@ -29,7 +29,7 @@ Run::Step Run::next(AVFrame &frame)
     for (;;) {
         const Decoding::Output output = m_worker.decoding.receive(frame);
         if (output == Decoding::Output::Failed) {
-            if (!isInFront(m_latest) || ++m_failures > kMostDamagedPictures)
+            if (!isLeading(m_latest) || ++m_failures > kMostDamagedPictures)
                 return Step::Failed;
             continue;
         }
@@ -46,7 +46,7 @@ Run::Step Run::next(AVFrame &frame)
             continue;
         }
         const PictureIndex picture = Decoding::pictureOf(frame);
-        if (isInFront(picture))
+        if (isLeading(picture))
             continue;
         if (m_received < m_plan.outputs.size() && (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
             return Step::Failed;
@@ -68,12 +68,12 @@ bool Run::sendNext()
     m_counters.picturesDecoded += beginsPicture ? 1 : 0;
     m_latest = packet.picture;
     // Before the entry point's own picture, what comes refers to what was not decoded.
-    return m_worker.decoding.send(*m_packet, packet.picture) || isInFront(packet.picture);
+    return m_worker.decoding.send(*m_packet, packet.picture) || isLeading(packet.picture);
 }
 
-bool Run::isInFront(PictureIndex picture) const
+bool Run::isLeading(PictureIndex picture) const
 {
-    return std::find(m_plan.inFront.begin(), m_plan.inFront.end(), picture) != m_plan.inFront.end();
+    return std::find(m_plan.leading.begin(), m_plan.leading.end(), picture) != m_plan.leading.end();
 }
 
 } // namespace quorvale

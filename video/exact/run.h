@@ -11,7 +11,7 @@ struct RunPlan
 {
     StartPlan start;
     std::vector<PlannedPacket> packets; ///< from the entry point on
-    std::vector<PictureIndex> inFront;  ///< may come out too: decoded after the entry point and output before it
+    std::vector<PictureIndex> leading;  ///< may come out too: decoded after the entry point and output before it
     std::vector<PictureIndex> outputs;  ///< must come out, in this order; what comes after them is not foreseen
     bool drains = false;                ///< the decoder is drained after the last packet
 };
@@ -30,14 +30,14 @@ public:
 
 private:
     bool sendNext();
-    [[nodiscard]] bool isInFront(PictureIndex picture) const;
+    [[nodiscard]] bool isLeading(PictureIndex picture) const;
 
     const RunPlan &m_plan;
     DecodingWorker &m_worker;
     ExactCounters &m_counters;
     ffmpeg::PacketPtr m_packet;
     PictureIndex m_latest; ///< the picture whose packet was sent last
-    int m_failures = 0;    ///< in what comes out in front
+    int m_failures = 0;    ///< in leading pictures
     std::size_t m_sent = 0;
     std::size_t m_received = 0;
     bool m_begun = false;
