@@ -47,7 +47,7 @@ said=$(desktop-file-validate "$entry" 2>&1) || fail "$said"
 [ -z "$said" ] || fail "$said"
 said=$(appstreamcli validate --no-net --pedantic "$metainfo" 2>&1) || fail "$said"
 said=$(appstreamcli validate-tree --no-net "$folder/usr" 2>&1) || fail "$said" # the entry that it launches is there
-grep -q "setDesktopFileName(QStringLiteral(\"$(basename "$entry" .desktop)\"))" "$source_root/app/main.cpp" ||
+grep -q "setDesktopFileName(QStringLiteral(\"$(basename "$entry" .desktop)\"))" "$source_root/app/program.cpp" ||
   fail "the program calls itself by another name than its entry"
 said=$(man --warnings --encoding=UTF-8 --local-file "$share/man/man1/quorvale.1.gz" 2>&1 >/dev/null) || fail "$said"
 [ -z "$said" ] || fail "manual page: $said"

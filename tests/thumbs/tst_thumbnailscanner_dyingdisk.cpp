@@ -77,8 +77,9 @@ private slots:
     void scan_keepsWhatItGot_whenTheFileShrinksWhileItIsRead()
     {
         fill(2);
-        const ReadHook hook(files.at(0), middle(), end(),
-                            [&] { return QFile::resize(files.at(0), 1000) ? 0 : EINVAL; });
+        const ReadHook hook(
+            files.at(0), beforeThirdPicture(), afterThirdPicture(),
+            [&] { return QFile::resize(files.at(0), 1000) ? 0 : EINVAL; }, kWhenDecoded);
         const ScanResult result = scan();
         QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
         QCOMPARE(result.errors, kUnreadable);
@@ -89,7 +90,8 @@ private slots:
     void scan_keepsWhatItGot_whenTheDiskFailsInTheMiddleOfAFile()
     {
         fill(2);
-        const ReadHook hook(files.at(0), middle(), end(), [] { return EIO; });
+        const ReadHook hook(
+            files.at(0), beforeThirdPicture(), afterThirdPicture(), [] { return EIO; }, kWhenDecoded);
         const ScanResult result = scan();
         QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
         QCOMPARE(result.errors, kUnreadable);
@@ -185,6 +187,12 @@ private:
     // Opening a file looks at its beginning and, for its length, at its last 250 kB: neither reaches what lies between.
     [[nodiscard]] qint64 middle() const { return QFileInfo(original).size() / 2; }
     [[nodiscard]] qint64 end() const { return middle() + 500000; }
+
+    // A file is read through once, to see what is in it; then the groups of the wanted pictures are read again. The
+    // third of them is number 500 of 720, all about equally large.
+    static constexpr int kWhenDecoded = 2;
+    [[nodiscard]] qint64 beforeThirdPicture() const { return QFileInfo(original).size() * 64 / 100; }
+    [[nodiscard]] qint64 afterThirdPicture() const { return QFileInfo(original).size() * 70 / 100; }
 
     void setUp(ThumbnailScanner &scanner) const
     {
