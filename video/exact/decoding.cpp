@@ -28,6 +28,7 @@ ffmpeg::DecoderPtr DecoderRecipe::make() const
     ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*m_parameters, m_timeBase, m_codec);
     if (!decoder)
         return nullptr;
+    m_budget->limit(*decoder);
     ffmpeg::keepTags(*decoder);
     return avcodec_open2(decoder.get(), m_codec, nullptr) < 0 ? nullptr : std::move(decoder);
 }

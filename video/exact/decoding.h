@@ -1,6 +1,7 @@
 #pragma once
 
 #include "video/exact/numbers.h"
+#include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg/pointers.h"
 
 #include <cstdint>
@@ -22,7 +23,8 @@ public:
     /// `parameters` are copied.
     DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
 
-    /// An opened decoder whose pictures carry tags; null where it cannot be opened.
+    /// An opened decoder whose pictures carry tags; null where it cannot be opened. All decoders of a recipe share the
+    /// memory that the pictures of one may take, and must not decode any longer than the recipe lives.
     [[nodiscard]] ffmpeg::DecoderPtr make() const;
 
 private:
@@ -34,6 +36,7 @@ private:
     std::unique_ptr<AVCodecParameters, Deleter> m_parameters;
     AVRational m_timeBase;
     const AVCodec *m_codec; ///< libavcodec's own
+    std::unique_ptr<ffmpeg::PictureBudget> m_budget = std::make_unique<ffmpeg::PictureBudget>();
 };
 
 /// One decoder. Every picture says by its tag which coded picture it is; which packet it comes out with says nothing.
