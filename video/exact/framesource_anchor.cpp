@@ -136,12 +136,12 @@ std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after,
             }
             if (home.entryPoints().size() <= point)
                 break;
-            const EntryPoint &found = home.entryPoints()[point];
+            const EntryPoint found = home.entryPoints()[point]; // Scanning adds points.
             const std::int64_t proof = proofFrom(pictures().picture(found.picture).randomAccess, isBridge);
             while (home.certainEnd() - found.place < proof && !home.isClosed() && m_scan.readOn()) {
             }
             if (found.picture > after && home.certainEnd() - found.place >= proof && passedOver-- == 0)
-                return Candidate{i, home.entryPoints()[point], proof};
+                return Candidate{i, found, proof};
         }
     }
 }
