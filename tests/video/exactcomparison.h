@@ -21,7 +21,7 @@ public:
     /// What can be seen of picture `number`, its size, format and strides; "none" past the end.
     [[nodiscard]] QByteArray picture(int number) const { return m_pictures.value(number, "none"); }
     /// The first picture that looks like this; -1 where none does.
-    [[nodiscard]] int numberOf(const QByteArray &picture) const { return m_pictures.indexOf(picture); }
+    [[nodiscard]] int numberOf(const QByteArray &picture) const { return int(m_pictures.indexOf(picture)); }
 
 private:
     QString m_path;

@@ -10,10 +10,10 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kFarAway = 60;      // pictures to a target, below which a test would cost more than it saves
-constexpr std::int64_t kCompared = 12;     // pictures that must look the same after a restart
-constexpr std::int64_t kWellBefore = 8;    // pictures that the running decoder had decoded before it
-constexpr std::int64_t kEffortDivisor = 2; // of the way to the target, at most
+constexpr std::int64_t kFarAway = 60;          // pictures to a target, below which a test would cost more than it saves
+constexpr std::int64_t kCompared = 12;         // pictures that must look the same after a restart
+constexpr std::int64_t kWellBefore = 8;        // pictures that the running decoder had decoded before it
+constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at most
 
 } // namespace
 
@@ -40,7 +40,7 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
                entry.picture > m_literal->position() && !m_literal->numberOf(entry.picture);
     });
     if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
-        point->place.value() + kCompared > place.value() / kEffortDivisor)
+        point->place.value() + kCompared > place.value() / kTestEffortDivisor)
         return;
     const EntryPoint tested = *point; // Scanning adds points.
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;

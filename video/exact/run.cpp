@@ -9,7 +9,7 @@ namespace quorvale {
 
 namespace {
 
-constexpr int kMostDamagedPictures = 64; // More of them are a decoder that fails without consuming anything.
+constexpr int kMostFailures = 64; // More of them are a decoder that fails without consuming anything.
 
 } // namespace
 
@@ -29,7 +29,7 @@ Run::Step Run::next(AVFrame &frame)
     for (;;) {
         const Decoding::Output output = m_worker.decoding.receive(frame);
         if (output == Decoding::Output::Failed) {
-            if (!isLeading(m_latest) || ++m_failures > kMostDamagedPictures)
+            if (!isLeading(m_latest) || ++m_failures > kMostFailures)
                 return Step::Failed;
             continue;
         }
