@@ -21,7 +21,7 @@ EmptyListHint::EmptyListHint(QAbstractItemView *view)
 void EmptyListHint::setText(const QString &text)
 {
     m_text = text;
-    m_view->setAccessibleDescription(text);
+    m_view->setAccessibleDescription(isShown() ? text : QString());
     m_view->viewport()->update();
 }
 
@@ -33,9 +33,10 @@ bool EmptyListHint::isShown() const
 // A view without rows paints nothing itself, so it does not matter that this comes first.
 bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
 {
-    if (isShown() && event->type() == QEvent::Paint)
+    // The kind comes first: other events also come while the view is destroyed, and is no view any more.
+    if (event->type() == QEvent::Paint && isShown())
         paint();
-    if (isShown() && event->type() == QEvent::ToolTip) {
+    if (event->type() == QEvent::ToolTip && isShown()) {
         const auto &help = static_cast<const QHelpEvent &>(*event);
         QToolTip::showText(help.globalPos(), Qt::convertFromPlainText(m_text, Qt::WhiteSpaceNormal), m_view);
         return true;

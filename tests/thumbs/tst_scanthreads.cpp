@@ -103,6 +103,7 @@ void TestScanThreads::add_connectsNothingToTheScannersSignals()
     auto *scanner = new CountingScanner;
     ScanThreads::instance().add(thread, scanner);
     QCOMPARE(scanner->listeners(), 0);
+    thread->start();                             // What it was given goes with it when it ends.
     QVERIFY(ScanThreads::instance().end(20000)); // which deletes both
 }
 
