@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 // What an ExactReader delivers, beside what decoding everything delivers.
 
 /// Every picture of a file, by its number, as a literal reader delivers it that makes one step after the other.
@@ -40,8 +42,10 @@ struct ExactComparison
     int unrepeatable = 0; ///< damaged pictures that come out differently from one literal reader to the next, too
 };
 
-/// Reads the pictures `targets` with a new ExactReader, in this order.
-[[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets);
+/// Reads the pictures `targets` with a new ExactReader, in this order. `processors`: they are announced, and the reader
+/// may decode that many at once.
+[[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,
+                                             std::optional<int> processors = {});
 
 /// The same for a file that is read literally only for this.
 [[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);

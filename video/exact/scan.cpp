@@ -27,11 +27,13 @@ Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASeco
 {
 }
 
-bool Scan::readOn()
+bool Scan::readOn(KeptPackets *kept)
 {
     for (int i = 0; i < kPacketsAtOnce && !m_failed && !m_pictures.isFinished(); ++i) {
         const VideoPackets::Status status = m_source.read(*m_packet);
         if (status == VideoPackets::Status::Read) {
+            if (kept)
+                kept->keep(m_pictures.packetEnd(), *m_packet);
             const AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
             m_pictures.append(
                 {m_packet->pos, m_packet->pts, m_packet->size}, unit,
