@@ -19,7 +19,7 @@ bool announcesExtradata(const AVPacket &packet)
 
 // MPEG-2 pictures are output by their types alone; with the others, display times are what order counts are checked by.
 Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond)
-    : m_source(std::move(location))
+    : m_source(std::move(location), true)
     , m_reader(makeAccessUnitReader(coding))
     , m_packet(ffmpeg::makePacket())
     , m_pictures(unitsInASecond, coding != VideoCoding::Mpeg2)

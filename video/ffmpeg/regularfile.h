@@ -9,6 +9,9 @@ namespace quorvale::ffmpeg {
 /// of these is waited for. Owned by the caller, who closes it with closeRegularFile.
 [[nodiscard]] AVIOContext *openRegularFile(const char *path);
 
+/// Says that `file`, opened with openRegularFile, will be read on from wherever it is read: see ReadAhead.
+void readAhead(AVIOContext &file);
+
 /// Closes `file`; null where it is null already.
 void closeRegularFile(AVIOContext *&file);
 
