@@ -67,7 +67,7 @@ private:
             ++m_position;
     }
 
-    void skipBehind(QLatin1String text)
+    void skipPast(QLatin1String text)
     {
         const auto found = int(m_text.indexOf(text, m_position));
         m_position = found < 0 ? m_end : std::min(m_end, found + int(text.size()));
@@ -78,7 +78,7 @@ private:
         skipSpace();
         if (isAt('!')) {
             const bool isComment = QStringView(m_text).mid(m_position).startsWith(QLatin1String("!--"));
-            skipBehind(QLatin1String(isComment ? "-->" : ">"));
+            skipPast(QLatin1String(isComment ? "-->" : ">"));
             return;
         }
         if (isAt('/')) {
@@ -91,7 +91,7 @@ private:
             if (isAtSpace())
                 readAttributes();
         }
-        skipBehind(QLatin1String(">"));
+        skipPast(QLatin1String(">"));
     }
 
     void readAttributes()

@@ -6,8 +6,8 @@
 
 namespace quorvale {
 
-// What differs between the toolkit's major versions, each difference under a name of its own. No other file of this
-// room asks for the version.
+// What differs between Qt's major versions, each difference under a name of its own. No other file of this room asks
+// for the version.
 
 /// Windows and pixmaps use the screen's own density. To be called before the application object is made; Qt 6 does it
 /// by itself. Qt 5 keeps to whole densities: it takes a screen's resolution for one where nobody chose any, and a
@@ -21,6 +21,7 @@ inline void useScreenDensity()
 }
 
 /// `stream` writes in the encoding of the user's locale: Qt 5's default, where Qt 6 would write UTF-8 in any locale.
+/// (On Linux Qt 6 takes UTF-8 for every locale's encoding.)
 inline void useLocaleEncoding([[maybe_unused]] QTextStream &stream)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)

@@ -141,7 +141,7 @@ void thumbnailWithPeer(const QString &path, const QString &folder)
     }
 }
 
-/// Reads the packets of the pictures up to what is looked at behind the last thumbnail; bytes of the file.
+/// Reads the packets of the pictures up to what is looked at after the last thumbnail; bytes of the file.
 std::int64_t readPackets(const QString &path)
 {
     AVFormatContext *context = nullptr;
@@ -283,7 +283,7 @@ int main(int argc, char **argv)
                                         "-b:v",          "8M",      "-maxrate", "10M",      "-bufsize",    "8M",
                                         "-c:a",          "ac3",     "-f",       "mpegts"};
     };
-    // All pictures in front of a wanted one are needed, and the rate runs high at first.
+    // All pictures before a wanted one are needed, and the rate runs high at first.
     const std::vector<std::string> withoutB = {"-c:v",          "libx264", "-preset", "veryfast", "-g",   "28",
                                                "-sc_threshold", "0",       "-bf",     "0",        "-b:v", "8M",
                                                "-c:a",          "ac3",     "-f",      "mpegts"};

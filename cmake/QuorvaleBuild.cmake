@@ -47,7 +47,7 @@ function(quorvale_add_room room)
   target_link_libraries(quorvale_${room} PRIVATE quorvale_flags)
   if(QUORVALE_SANITIZE)
     target_compile_options(quorvale_${room} PRIVATE ${quorvale_instrumentation})
-    # Most of compiling a file is reading the toolkit's headers. Read once for a room they take a third of the time; that
+    # Most of compiling a file is reading Qt's headers. Read once for a room they take a third of the time; that
     # each file compiles by itself is what all other builds show.
     set_target_properties(quorvale_${room} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
   endif()

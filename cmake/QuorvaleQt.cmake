@@ -1,4 +1,4 @@
-# Finds the toolkit and says which major version the house is built with: QUORVALE_QT is 5 or 6.
+# Finds Qt. QUORVALE_QT is the major version to build with, 5 or 6.
 
 if(NOT QUORVALE_QT)
   # A project that has chosen already gets what it chose.

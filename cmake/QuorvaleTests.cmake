@@ -1,4 +1,4 @@
-# Checks that find anything end the test; what the libraries below the toolkit keep until the end is no finding.
+# A sanitizer that finds something ends the test. What libraries below Qt keep until the end is no finding.
 set(QUORVALE_SANITIZER_ENVIRONMENT)
 if(QUORVALE_SANITIZE MATCHES address)
   list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
@@ -13,8 +13,8 @@ endif()
 # script/test runs every test once at least, and not every test twice. Each group is a target to build:
 #   thread_tests     what crosses threads, for ThreadSanitizer: label threads
 #   <room>_tests     those of one room
-#   plain_tests      all but those of what reads foreign bytes, without the toolkit: these have the label sanitized_only
-#   sanitized_tests  all but those of the tools, the packages and the house, and the longest: these are plain_only
+#   plain_tests      for a build without sanitizers: all but label sanitized_only (what reads foreign bytes and uses no Qt)
+#   sanitized_tests  for AddressSanitizer: all but label plain_only (the tools, the packages, the house, and the longest)
 add_custom_target(thread_tests)
 add_custom_target(plain_tests)
 add_custom_target(sanitized_tests)
@@ -111,8 +111,8 @@ function(quorvale_add_test test)
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()
   if(folder MATCHES "^(thumbs|platform|app)$")
-    # The toolkit keeps no frame pointers: without a slow walk up the stack, what it leaks cannot be told from ours. Who
-    # leaks stands among the first frames.
+    # Qt's libraries have no frame pointers: only a slow walk up the stack tells their leaks from ours. The first frames
+    # are enough.
     list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
   endif()
   set_tests_properties(${test} PROPERTIES

@@ -73,7 +73,7 @@ void TestMainWindowForm::form_holdsTheseObjects_inThisOrder()
     const auto named = [&](const QObject *parent) {
         QStringList found;
         for (const QObject *child : parent->children()) {
-            // The toolkit gives its own helpers names that begin with "qt_" or "_".
+            // Qt gives its own helpers names that begin with "qt_" or "_".
             const QString name = child->objectName();
             if (!name.isEmpty() && !name.startsWith("qt_") && !name.startsWith('_'))
                 found.append(describe(child));

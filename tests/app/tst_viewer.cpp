@@ -119,7 +119,7 @@ void TestViewer::slots_standInThisOrder()
     }
     QCOMPARE(signatures,
              QStringList({"About()", "Preferences()",
-                          // One toolkit calls it a vector, the other a list.
+                          // Qt 5 calls it a vector, Qt 6 a list.
                           QMetaObject::normalizedSignature("SetThumbs(QString,QVector<QPixmap*>,QVector<QPixmap*>)"),
                           "exportMeta()", "openDVR()", "scanDrives()", "selectDevice(QTreeWidgetItem*,int)",
                           "collatedScan()", "openFinder()", "chooseProgramme(int)", "scanDone()"}));

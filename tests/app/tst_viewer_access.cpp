@@ -24,7 +24,7 @@ QList<QLineEdit *> fieldsOf(const Ui_MainWindow &ui)
     return {ui.programmeEdit, ui.channelEdit, ui.dateEdit, ui.timeEdit, ui.fileSizeEdit, ui.watchedEdit};
 }
 
-// The width of a field whose text just fits. The toolkit recommends room for seventeen "x"; the rest of what it
+// The width of a field whose text just fits. Qt recommends room for seventeen "x"; the rest of what it
 // recommends lies around the text.
 int fittingWidth(const QLineEdit &field)
 {

@@ -20,7 +20,7 @@
 
 namespace {
 
-// Least contrast of text and what is behind it that people with weak eyes can read, by the guidelines for the web.
+// Least contrast of text and its background that people with weak eyes can read, by the guidelines for the web.
 constexpr double kReadable = 4.5;
 
 // Luminance from 0, black, to 1, white, as those guidelines define it.

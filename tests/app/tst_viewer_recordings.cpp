@@ -176,7 +176,7 @@ void TestViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
             texts.append(action->text());
         QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
         QTest::keyClick(menu, Qt::Key_Escape);
-        QTRY_VERIFY(!menu); // It leaves nothing behind in the window.
+        QTRY_VERIFY(!menu); // Nothing of it stays in the window.
     }
 }
 

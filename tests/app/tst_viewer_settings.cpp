@@ -91,7 +91,7 @@ private slots:
     void store_isNotTheSystemsOwn_whereAnotherIsTheDefault();
     void store_isTheSystemsOwn_unlessAnotherIsTheDefault();
     void emptyMountPoint_staysEmpty_afterARestart();
-    void file_isTheSameText_withEveryToolkit();
+    void file_isTheSameText_withEveryQt();
     void mountPoint_isRead_howeverItsLettersAreWritten_data();
     void mountPoint_isRead_howeverItsLettersAreWritten();
 };
@@ -456,8 +456,8 @@ void TestViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
     QCOMPARE(fixture.open().mountPoint, QString());
 }
 
-// A person may go from a program built with one toolkit to one built with the other, and back.
-void TestViewerSettings::file_isTheSameText_withEveryToolkit()
+// A person may go from a program built with one Qt to one built with the other, and back.
+void TestViewerSettings::file_isTheSameText_withEveryQt()
 {
     ViewerFixture fixture;
     fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");

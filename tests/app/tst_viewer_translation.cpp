@@ -37,7 +37,7 @@ public:
     QString translate(const char *context, const char *source, const char *, int) const override
     {
         if (QLatin1String(context) != QLatin1String("Viewer") && QLatin1String(context) != QLatin1String("MainWindow"))
-            return {}; // the toolkit's own
+            return {}; // Qt's own
         asked.insert({QLatin1String(context), QString::fromUtf8(source)});
         return QByteArray(source).isEmpty() ? QString() : marked(QString::fromUtf8(source));
     }

@@ -347,7 +347,7 @@ void TestDiskWatchLinux::watch_saysSoAndRunsOn_whenTheTableCannotBeOpened()
 
 int main(int argc, char **argv)
 {
-    whyNoMounts = enterPrivateMounts(); // before the toolkit starts a thread
+    whyNoMounts = enterPrivateMounts(); // before Qt starts a thread
     const QCoreApplication application(argc, argv);
     TestDiskWatchLinux test;
     return QTest::qExec(&test, argc, argv);

@@ -9,7 +9,7 @@ namespace tracedcalls {
 
 namespace {
 
-// Calls that look, or that handle a descriptor without changing what is behind it. Whatever is not named here counts as
+// Calls that look, or that handle a descriptor without changing its file. Whatever is not named here counts as
 // a change: a call that nobody thought of is found, not passed over.
 constexpr std::array kLooking = {
     "access",   "faccessat", "faccessat2",        "stat",      "lstat",      "fstat",      "newfstatat",
@@ -70,7 +70,7 @@ QList<QByteArray> linesAbout(const QByteArray &log, const QByteArray &folder)
 
 QStringList command(const QString &log)
 {
-    // -y names what is behind each descriptor; 4096 characters keep the longest path whole.
+    // -y names the file of each descriptor; 4096 characters keep the longest path whole.
     return {"strace", "-f", "-qq", "-y", "-s", "4096", "-e", "trace=%file,%desc", "-o", log};
 }
 

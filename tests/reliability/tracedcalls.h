@@ -9,7 +9,7 @@
 namespace tracedcalls {
 
 /// The words that run a program under strace, children included, with its calls written to `log`: put the program and
-/// its arguments behind them.
+/// its arguments after them.
 [[nodiscard]] QStringList command(const QString &log);
 
 /// Empty when programs can be traced here; otherwise why not.

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-/// A disk that misbehaves when told to. Linked into a test, it comes between the whole process (the toolkit and the
+/// A disk that misbehaves when told to. Linked into a test, it comes between the whole process (Qt and the
 /// FFmpeg libraries included) and the C library's calls about files below one folder; everything else passes through.
 /// Linux only.
 namespace faultydisk {

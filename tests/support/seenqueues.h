@@ -4,7 +4,7 @@
 
 /// An application whose event queues ThreadSanitizer sees.
 ///
-/// The toolkit as distributed is not built for that check, so whatever is handed over through its queues looks
+/// Qt as distributed is not built for that check, so whatever is handed over through its queues looks
 /// unguarded. In a build with ThreadSanitizer this says what the queues order, and no more than that:
 ///
 ///     a signal that a worker's thread emits      comes before   every event that the main thread handles later

@@ -17,7 +17,7 @@ inline constexpr std::size_t kPacketSize = 188;
 enum class Kind {
     BitsFlipped,           ///< single bits anywhere
     PacketHeadersDamaged,  ///< bits of the four bytes that say what a packet is: synchronisation, identifier, counter
-    PictureHeadersDamaged, ///< bytes behind start codes: sequences, parameter sets, pictures, slices
+    PictureHeadersDamaged, ///< bytes after start codes: sequences, parameter sets, pictures, slices
     BytesBurst,            ///< runs of up to 600 bytes replaced by noise
     PacketDropped,
     PacketsDropped, ///< 16 in a row
@@ -32,7 +32,7 @@ enum class Kind {
     Emptied,           ///< no byte is left
     ZeroedRun,         ///< a run of up to 64 KiB holds zeros
     ErrorsMarked,      ///< packets carry the transport's error indicator
-    TimeStampsChanged, ///< presentation and decode timestamps: noise, or far ahead, or far behind
+    TimeStampsChanged, ///< presentation and decode timestamps: noise, or far too early or late
 };
 
 inline constexpr std::array<Kind, 18> kAllKinds = {

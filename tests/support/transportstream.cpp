@@ -104,7 +104,7 @@ bool registerFirstStream(QByteArray &stream, const char *fourCharacters)
         const std::uint32_t crc = sectionChecksum(body);
         for (int shift = 24; shift >= 0; shift -= 8)
             body.append(static_cast<char>(crc >> shift & 0xFF));
-        stream.replace(section, body.size(), body); // what was stuffing behind the section gives way
+        stream.replace(section, body.size(), body); // what was stuffing after the section gives way
         patched = true;
     }
     return patched;

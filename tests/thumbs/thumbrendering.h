@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-/// Owns pixmaps and hands out pointers to them, as the cache behind the widget does.
+/// Owns pixmaps and hands out pointers to them, as the widget's cache does.
 class Series
 {
 public:
@@ -204,7 +204,7 @@ private:
     QEvent::Type type;
 };
 
-/// Counts the toolkit's warnings while it lives, and passes them on.
+/// Counts Qt's warnings while it lives, and passes them on.
 class WarningCounter
 {
 public:

@@ -17,7 +17,7 @@ namespace {
 
 using quorvale::ExactReader;
 
-// Room for two of a thumbnail scan's pictures and what is looked at behind them.
+// Room for two of a thumbnail scan's pictures and what is looked at after them.
 constexpr int kFrames = 330;
 constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
@@ -126,7 +126,7 @@ private slots:
         QFETCH(const QStringList, encoder);
         QFETCH(const int, group);
         constexpr int kProof = 16;
-        constexpr int kDelay = 6; // pictures that the decoder wants behind the one that it delivers
+        constexpr int kDelay = 6; // pictures that the decoder wants after the one that it delivers
         QVERIFY(!add("cost.ts", encoder, 480).isEmpty());
         const QVector<int> targets = {150, 267, 411};
         const ExactComparison result = compareExactly(LiteralPictures(paths["cost.ts"]), targets);

@@ -6,7 +6,7 @@
 
 namespace quorvale {
 
-// The loops behind ChromaRow (see yuv2rgbrow.h), which alone calls them; tests run each of them.
+// The loops of ChromaRow (see yuv2rgbrow.h), which alone calls them; tests run each of them.
 
 /// What chroma does to the pixels beside it: each channel is luma raised by `raise`, white at most, and then lowered by
 /// `lower`; one of the two is 0. An element serves the two pixels of a chroma sample and holds the amount twice, in

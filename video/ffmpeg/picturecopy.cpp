@@ -18,7 +18,7 @@ using Plane = std::unique_ptr<std::uint8_t[]>;
 
 // Bytes that may be read from `start` on. A cropped picture begins inside its buffer, and a row's padding can then
 // reach past the end.
-std::int64_t bytesBehind(const AVFrame &frame, int plane, const std::uint8_t *start)
+std::int64_t bytesAfter(const AVFrame &frame, int plane, const std::uint8_t *start)
 {
     // FFmpeg takes the frame as one that could be changed, and does not change it.
     const AVBufferRef *buffer = av_frame_get_plane_buffer(const_cast<AVFrame *>(&frame), plane);
@@ -43,12 +43,12 @@ Plane copyPlane(const AVFrame &frame, int plane, std::int32_t rows, std::int32_t
     Plane copy(new std::uint8_t[static_cast<std::size_t>(stride * rows)]);
 
     if (lineSize >= 0) {
-        copyBytes(copy.get(), start, stride * rows, bytesBehind(frame, plane, start));
+        copyBytes(copy.get(), start, stride * rows, bytesAfter(frame, plane, start));
         return copy;
     }
     for (std::int32_t row = 0; row < rows; ++row) {
         const std::uint8_t *line = start + row * lineSize;
-        const std::int64_t readable = row < bottomUpRows ? bytesBehind(frame, plane, line) : 0;
+        const std::int64_t readable = row < bottomUpRows ? bytesAfter(frame, plane, line) : 0;
         copyBytes(copy.get() + row * stride, line, stride, readable);
     }
     return copy;
