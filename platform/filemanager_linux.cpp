@@ -30,7 +30,7 @@ void FileManager::show(const QByteArray &path, const std::function<void()> &fail
         return;
     }
 
-    // A bare message: an interface object would first ask the file manager to describe itself, and wait for that.
+    // A bare message: an interface object would first ask the file manager to describe itself, and wait for the answer.
     QDBusMessage request = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
