@@ -172,7 +172,7 @@ void repeatSegment(Bytes &stream, SeededRandom &random)
         insert(stream, segment.first, repeated);
 }
 
-// Cuts before a packet that begins a unit, or before one that goes on with a unit.
+// Cuts before a packet that begins a unit, or before one that continues a unit.
 void truncateBeforePacket(Bytes &stream, SeededRandom &random, bool beginningAUnit)
 {
     std::vector<std::size_t> packets;

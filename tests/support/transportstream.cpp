@@ -38,7 +38,7 @@ std::uint32_t sectionChecksum(const QByteArray &bytes)
     return crc;
 }
 
-// Where the program map section begins that starts in a packet; -1 where none does.
+// Offset of the program map section that starts in a packet; -1 if none does.
 int programMapAt(const QByteArray &stream, int packet)
 {
     const int start = packet * kPacketSize;
