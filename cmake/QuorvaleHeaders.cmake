@@ -1,6 +1,6 @@
-# Most of compiling a test is reading Qt's headers, so these are read once for many. A compiler cache does
-# better, and does not see through precompiled headers: where there is one, every test reads its own, which also shows
-# if one forgot to include what it uses. The rooms always do. ThreadSanitizer looks at too few tests for it.
+# Most of compiling a test is reading Qt's headers, so these are precompiled for many tests. Not with a compiler cache,
+# which is better and cannot use precompiled headers: then every test reads its own, which also shows if one forgot to
+# include what it uses. Not for the rooms, nor for the few tests under ThreadSanitizer.
 
 set(quorvale_precompiles OFF)
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QUORVALE_SANITIZE MATCHES thread)

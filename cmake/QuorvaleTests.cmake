@@ -19,7 +19,7 @@ add_custom_target(thread_tests)
 add_custom_target(plain_tests)
 add_custom_target(sanitized_tests)
 
-# Streams that tests make are kept for all presets; script/test removes those that are not used any more.
+# Streams that tests make are kept for all presets; script/test removes those that are no longer used.
 set(quorvale_kept_streams "${quorvale_BINARY_DIR}/kept-streams")
 if(quorvale_BINARY_DIR MATCHES "^${quorvale_SOURCE_DIR}/build/")
   set(quorvale_kept_streams "${quorvale_SOURCE_DIR}/build/kept-streams")
@@ -54,15 +54,15 @@ function(quorvale_group_test test)
   set_tests_properties(${test} PROPERTIES LABELS "${arg_FOLDER};${arg_LABELS}")
 endfunction()
 
-set(quorvale_test_options -O0) # A test is compiled more often than it takes long.
+set(quorvale_test_options -O0) # Compiling a test takes longer than running it.
 add_library(quorvale_test_flags INTERFACE)
 if(QUORVALE_QT EQUAL 6)
-  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC takes that for the test's own doing. Qt 5 and clang look at it all.
+  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC blames the test. With Qt 5 and with clang the warning stays on.
   target_compile_options(quorvale_test_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-conversion>)
 endif()
 set(quorvale_test_definitions QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
 if(QUORVALE_SANITIZE)
-  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # memory and time are not what they are elsewhere
+  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # it takes more memory and time
 endif()
 quorvale_precompile(core_test COMPONENT Core OPTIONS ${quorvale_test_options} HEADERS ${quorvale_common_headers})
 quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_options}

@@ -1,4 +1,4 @@
-# Runs TEST by hand, as it were: without a settings folder of its own, in the home of someone who has settings. Fails where
+# Runs TEST as a person would: without a settings folder of its own, in the home of someone who has settings. Fails if
 # they have changed afterwards, or any file of the program has come to them.
 
 cmake_minimum_required(VERSION 3.21)
