@@ -1,4 +1,4 @@
-// The window's side of the thumbnails: one scan at a time, the cache of what it brings, and its end.
+// The window's side of the thumbnails: one scan at a time, its end, and the cache of its results.
 
 #include "app/viewer.h"
 
