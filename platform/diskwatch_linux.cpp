@@ -13,10 +13,10 @@
 
 namespace {
 
-/// Reads the whole table, to wait for the change that woke us to be complete.
+/// Reads the table from its start to its end.
 ///
-/// The kernel holds the table's lock from before a change until after its last step, and a reader waits for that lock.
-/// The text itself is not needed.
+/// Nobody needs the text. The kernel holds the table's lock from before a change until after its last step, and a
+/// reader waits for that lock: once this returns, the change that woke us is complete.
 void readThrough(QFile &table)
 {
     std::array<char, 4096> text{};

@@ -56,7 +56,7 @@ private:
     };
 
     QVector<Scan> m_scans;
-    SeriesList m_claimed; ///< without paths; an address can be in it again after its pixmap was deleted
+    SeriesList m_claimed; ///< without their paths; an address can come again when its pixmap was deleted
 };
 
 } // namespace quorvale

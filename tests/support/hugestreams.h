@@ -11,7 +11,7 @@ namespace hugestreams {
 /// A PNG picture.
 [[nodiscard]] QByteArray png(int width, int height);
 
-/// An MP4 file of `tracks` tracks of pictures, each of which claims `samples` samples; none of them exists.
+/// An MP4 file of `tracks` tracks of pictures, each of which claims `samples` samples; none of them is there.
 [[nodiscard]] QByteArray mp4(int tracks, quint32 samples);
 
 /// Patches every sequence of an MPEG-2 stream: adds `steps` (0 to 3) times 4096 to its width and to its height. False

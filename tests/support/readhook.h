@@ -4,11 +4,12 @@
 
 #include <functional>
 
-/// Comes between this process and its disk: a test learns of a read before it happens, and can make it fail.
+/// Stands between this process and its disk: a test learns of a read before it happens, and can make it fail.
 ///
-/// `act` runs once, on the thread that reads, when reading enters the bytes from `begin` up to, not including, `end`
-/// for the `entry`th time: before a read there that comes after a read elsewhere in the file. It may wait. It returns
-/// 0, and reading goes on, or an error number, with which this and every later read of the file fails.
+/// `act` runs once, on the thread that reads, before the first read of the file that begins at a byte from `begin` up
+/// to, not including, `end`: the first after reads elsewhere in it have let that part alone, for the `entry`th time. It
+/// may do what it likes, waiting included. It returns 0, and the file is read on as if nothing had been, or an error
+/// number, and from then on every read of the file fails with it.
 ///
 /// One hook at a time. It must outlive the threads that read the file, or their reading. Compile readhook.cpp into the
 /// test's executable: its read() then takes the place of the system's in all libraries.
