@@ -41,8 +41,8 @@ private:
     QSocketNotifier m_notifier;
 };
 
-// Spawned, not forked: a fork of this process would have to get on with the locks that other threads hold. True when
-// the shell has done its work.
+// Spawned, not forked: other threads may be anywhere, and a fork of this process would have to get on with what they
+// hold. True when the shell has done its work.
 bool runShell(QByteArray command, QByteArray argument, int output)
 {
     QByteArray shell("sh");

@@ -1,4 +1,4 @@
-// The form against the table of what it holds: every object, its class, its parent, its place, its properties.
+// The form's objects, compared with a table: the class, the parent, the place and the properties of each.
 
 #include "ui_mainwindow.h"
 

@@ -1,4 +1,4 @@
-// Reading is kind to people: names for screen readers, tab order, texts that do not fit, the system's keys.
+// Accessibility: names for screen readers, tab order, texts that do not fit, the system's keys.
 
 #include "tests/support/viewerfixture.h"
 

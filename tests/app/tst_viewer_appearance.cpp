@@ -55,7 +55,7 @@ Shades shadesOf(QWidget &widget, const QRect &part)
     return shades;
 }
 
-// What below `root` a person could not read, frames left out.
+// The widgets below `root` whose text a person could not read.
 QStringList unreadable(const QWidget &root)
 {
     QList<QWidget *> written;
@@ -151,7 +151,7 @@ void TestViewerAppearance::texts_areReadable_withAnyColours()
     }
     QCOMPARE(inDialogs, QStringList());
 
-    // The colours are those that were asked for, everywhere: nothing glares out of a dark window.
+    // The colours are those that were asked for, everywhere: no part of a dark window is bright.
     const double average = luminance(viewer.grab().toImage().scaled(1, 1, {}, Qt::SmoothTransformation).pixel(0, 0));
     QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
 }

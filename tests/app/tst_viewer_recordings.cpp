@@ -1,4 +1,4 @@
-// Handing recordings to other programs: a stand-in for the desktop's opener takes note of what it is asked for.
+// Giving recordings to other programs: a stand-in for the desktop's opener records what it is asked for.
 
 #include "app/recordingcommands.h"
 #include "tests/support/capturedoutput.h"

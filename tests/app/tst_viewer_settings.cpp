@@ -45,7 +45,7 @@ void retype(QLineEdit *field, const QString &text)
     QTest::keyClicks(field, text);
 }
 
-// Waits for the scan that loading a device starts: what it brings would count as well.
+// Waits for the scan that loading a device starts, because the test would count its results, too.
 bool scanIsOver(const Viewer &viewer)
 {
     constexpr int kScanMs = 60000; // far more than a scan takes
@@ -412,8 +412,8 @@ void TestViewerSettings::dialog_isDeleted_afterUse()
     QVERIFY(viewer.findChildren<QDialog *>().isEmpty());
 }
 
-// What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
-// there the system's store is always the person's own.
+// That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there the
+// system's store is always the person's own.
 void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
 {
     ViewerFixture fixture;

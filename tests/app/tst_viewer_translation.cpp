@@ -1,5 +1,5 @@
-// Everything that the window says can be translated: a translator that marks and lengthens every text shows which texts
-// pass it, and whether longer ones still have room.
+// Every text of the window can be translated. A translator that marks and lengthens texts shows which texts are not
+// passed to it, and whether longer ones still have room.
 
 #include "app/listhints.h"
 #include "app/picturestext.h"
@@ -103,7 +103,7 @@ QStringList unmarkedTexts(const QWidget &root, const QSet<QString> &data)
     return unmarked;
 }
 
-/// What has less room than its text takes.
+/// The widgets that have less room than their text needs.
 QStringList cutOffTexts(const QWidget &root)
 {
     QStringList texts;

@@ -27,7 +27,7 @@ QStringList under(const QString &directory, const QStringList &names)
     return paths;
 }
 
-/// Takes the rights of a user whom permissions hold for, while it lives: root may enter everything.
+/// Takes an ordinary user's rights while it lives: root may enter every directory.
 class OrdinaryUser
 {
 public:

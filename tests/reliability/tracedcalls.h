@@ -15,11 +15,10 @@ namespace tracedcalls {
 /// Empty when programs can be traced here; otherwise why not.
 [[nodiscard]] QByteArray whyNot();
 
-/// The calls in `log` that had to do with something below `folder` and are not known to leave it as it is. Failed ones
-/// count too.
+/// The calls in `log` about something below `folder` that are not known to leave it as it is. Failed ones count, too.
 [[nodiscard]] QList<QByteArray> changingCalls(const QByteArray &log, const QByteArray &folder);
 
-/// How many calls in `log` had to do with something below `folder`.
+/// How many calls in `log` are about something below `folder`.
 [[nodiscard]] int callsAbout(const QByteArray &log, const QByteArray &folder);
 
 } // namespace tracedcalls

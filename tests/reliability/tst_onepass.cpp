@@ -1,5 +1,5 @@
-// How the scanner goes over a recording on a slow disk: once, from its beginning on, and not beyond what it needs. Only
-// the groups of the wanted pictures are read again, a moment later, when the system still has them in memory.
+// How the scanner reads a recording on a slow disk: once, from its beginning, and no farther than it needs. Only the
+// groups of the wanted pictures are read again, soon after, when the system still has them in memory.
 
 #include "tests/support/faultydisk.h"
 #include "tests/support/teststreams.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests of the thumbnail widget share: series that own their pixmaps, and rendering for real.
+// Shared by the tests of the thumbnail widget: series that own their pixmaps, and rendering.
 
 #include "thumbs/multiframethumb.h"
 

@@ -23,8 +23,8 @@ constexpr QSize kSize = {160, 128}; // What is counted and compared does not dep
 
 } // namespace
 
-/// Made streams: every picture that is read exactly is that of decoding everything, in whatever order, and what is
-/// refused is refused for a reason.
+/// Made streams: every picture that is read exactly equals that of decoding everything, in any order, and pictures are
+/// refused only for a reason.
 class TestExactReader : public QObject
 {
     Q_OBJECT

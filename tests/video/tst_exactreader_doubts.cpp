@@ -12,8 +12,8 @@ constexpr int kGroup = 20;
 
 } // namespace
 
-/// What is not as it should be in a recording is decoded through, or what lies in it refused: what is delivered is the
-/// same, and the counters tell which way it came.
+/// Doubtful parts of a recording are bridged, or the pictures in them are refused. Delivered pictures are the same as
+/// by decoding everything, and the counters tell how they were read.
 class TestExactReaderDoubts : public QObject
 {
     Q_OBJECT

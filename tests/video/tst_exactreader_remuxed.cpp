@@ -24,9 +24,9 @@ void changeByteAfter(QByteArray &bytes, const QByteArray &mark, int first, int e
 
 } // namespace
 
-/// Recordings that were cut, joined or written anew by something that left no mark of it in the transport: only times,
-/// order numbers and the pictures' own headers tell. The pictures are the same as without skipping, and the counters
-/// tell which way they came.
+/// Recordings that were cut, joined or remuxed without a mark in the transport stream: only times, picture order counts
+/// and the pictures' own headers tell. The pictures equal those of decoding everything, and the counters tell how they
+/// were read.
 class TestExactReaderRemuxed : public QObject
 {
     Q_OBJECT
@@ -158,7 +158,7 @@ private slots:
     void timesThatWrap_areNoDoubt()
     {
         QFETCH(const QString, name);
-        // 33 bits of 90,000 a second: they begin anew some eight seconds after the start.
+        // 33 bits of 90,000 a second: they wrap about eight seconds after the start.
         const QString path = remuxed(name, {"-output_ts_offset", "95434", "-muxdelay", "0", "-muxpreload", "0"});
         const ExactComparison result = compareExactly(path, kTargets);
         QCOMPARE(result.difference, QString());

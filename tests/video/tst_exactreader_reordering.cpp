@@ -98,8 +98,8 @@ QByteArray withoutReorderingDepth(QByteArray set)
 
 } // namespace
 
-/// A recording in which pictures are reordered deeper from somewhere on. A decoder that was not told drops pictures
-/// until it has adapted: their packets are as sound as any, but they are fewer pictures.
+/// A recording in which pictures are reordered deeper from some place on. A decoder that was not told drops pictures
+/// until it has adapted: the packets are sound, but there are fewer pictures.
 class TestExactReaderReordering : public QObject
 {
     Q_OBJECT
