@@ -69,7 +69,7 @@ quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_option
   HEADERS ${quorvale_common_headers} <QtWidgets>)
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
+# Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to Qt's test library and to what
 # LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:
 # nobody's own settings are read or written.
 function(quorvale_add_test test)
