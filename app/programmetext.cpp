@@ -17,7 +17,7 @@ QString translated(const char *text)
     return QCoreApplication::translate("Viewer", text);
 }
 
-// Only within `today`'s year: on 1 January, the last day of the old year goes by its weekday.
+// Only within `today`'s year: on 1 January, the day before is shown by its weekday.
 bool isYesterday(int day, int month, int year, const QDate &recorded, const QDate &today)
 {
     if (today.year() != year)

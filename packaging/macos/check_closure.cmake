@@ -1,5 +1,5 @@
 # Fails if anything in a bundle names a library that is neither in the bundle nor the system's own. Such a bundle runs only
-# on the machine that made it, and its signature is valid all the same.
+# on the machine that made it, although its signature is valid.
 #
 #   cmake -DBUNDLE=Quorvale.app -P check_closure.cmake
 #

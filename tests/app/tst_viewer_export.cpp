@@ -76,7 +76,7 @@ void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
     QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
     const Viewer &viewer = fixture.open();
     const QTemporaryDir out;
-    // Compared after the dialog: a comparison that fails before would leave it open.
+    // Compared after the dialog: a comparison that fails in there would leave it open.
     struct
     {
         QString title, fileName, suffix, directory;

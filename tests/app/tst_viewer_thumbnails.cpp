@@ -1,4 +1,4 @@
-// The window and its thumbnails: one scan at a time, a cache by path, pictures for whoever is selected.
+// The window and its thumbnails: one scan at a time, a cache by path, pictures of the selected recording.
 
 #include "tests/support/seenqueues.h"
 #include "tests/support/viewerfixture.h"

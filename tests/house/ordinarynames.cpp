@@ -1,5 +1,5 @@
-// A program with ordinary names of its own includes every header that other code relies on. It only has to compile: the
-// headers declare no such name.
+// A program that has names of its own, ordinary ones, and includes every header that other code relies on: they bring
+// their own names and no others. It only has to compile.
 
 #include "app/viewer.h"
 #include "archive/archivediscovery.h"
@@ -12,7 +12,7 @@
 #include "thumbs/multiframethumb.h"
 #include "thumbs/thumbnailcache.h"
 
-// Other types than our own names would have.
+// Of other types than any name of the house would have.
 struct Own
 {
 };

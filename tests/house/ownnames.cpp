@@ -1,5 +1,5 @@
-// A program that uses our internal names for itself and includes the headers of video/. If one of them declared such a
-// name, this would not compile.
+// A program that gave its own meaning to names that the house uses inside, and includes the headers of video/ all the
+// same. A name that one of them brings along is a name that is declared twice here, and this does not compile.
 
 using Bytes = int;
 using ChromaBlock = int;

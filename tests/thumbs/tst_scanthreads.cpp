@@ -185,7 +185,7 @@ void TestScanThreads::idleThreads_costNoDescriptor()
 
 void TestScanThreads::end_givesUp_whenAReadHangs()
 {
-    // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
+    // waitingopen.cpp has a part in this test. Opening a pipe without a writer hangs, like opening a file on a
     // disk that does not answer.
     const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);

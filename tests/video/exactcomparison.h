@@ -6,7 +6,7 @@
 #include <QString>
 #include <QVector>
 
-// Compares what an ExactReader delivers with what decoding everything delivers.
+// What an ExactReader delivers, beside what decoding everything delivers.
 
 /// Every picture of a file, by its number, as a literal reader delivers it when it makes one step after the other.
 class LiteralPictures

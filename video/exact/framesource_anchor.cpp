@@ -17,7 +17,7 @@ constexpr std::int64_t kProofAfterDamageFromOthers = 64; // than IDR, BLA and CR
 
 constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
-constexpr std::int64_t kEffortDivisor = 12;      // or this part of decoding everything, if that is more
+constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
 constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
 constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
 
