@@ -1,16 +1,10 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
 #include "tests/video/exactcomparison.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-constexpr int kFrames = 400;
-constexpr int kGroup = 20;
-
-} // namespace
 
 /// What is not as it should be in a recording is decoded through, or what lies in it refused: what is delivered is the
 /// same, and the counters tell which way it came.
@@ -19,6 +13,9 @@ class TestExactReaderDoubts : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 400;
+    static constexpr int kGroup = 20;
+
     QTemporaryDir folder;
     QString h264;
     QString mpeg2;
@@ -243,5 +240,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderDoubts)
+TEST_CLASS(TestExactReaderDoubts, QCoreApplication)
 #include "tst_exactreader_doubts.moc"
