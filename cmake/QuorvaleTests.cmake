@@ -83,7 +83,7 @@ function(quorvale_add_test_executable name)
 endfunction()
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# Registers the class of tests in tests/<folder>/<name>.cpp with CTest, linked to the toolkit's test library and to what
+# Registers the class of tests in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what
 # LINK names. Tests run without a display and with a settings folder of their own: nobody's own settings are read or
 # written.
 #
@@ -132,7 +132,7 @@ function(quorvale_add_test test)
   quorvale_group_test(${test} FOLDER ${folder} TARGETS ${executable} LABELS ${arg_LABELS})
   set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
   file(MAKE_DIRECTORY "${settings}")
-  set(environment ${QUORVALE_SANITIZER_ENVIRONMENT})
+  set(environment "QTEST_FUNCTION_TIMEOUT=${arg_TIMEOUT}000" ${QUORVALE_SANITIZER_ENVIRONMENT}) # Qt's own is five minutes
   if(NOT folder STREQUAL tools) # whose tests look at how streams are made
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()

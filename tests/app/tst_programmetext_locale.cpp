@@ -5,7 +5,7 @@
 
 using namespace quorvale;
 
-/// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
+/// Dates where the system speaks German. A process of its own: Qt reads the system's locale once.
 class TestProgrammeTextLocale : public QObject
 {
     Q_OBJECT

@@ -5,9 +5,8 @@
 
 #include "tests/support/testclass.h"
 
-#include <QFileInfo>
-
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <string>
 
@@ -29,7 +28,7 @@ void printClasses(std::FILE *output)
 
 quorvale::TestClass::TestClass(const char *file, TestRun run)
 {
-    testClasses().emplace(QFileInfo(QString::fromUtf8(file)).completeBaseName().toStdString(), run);
+    testClasses().emplace(std::filesystem::path(file).stem().string(), run); // Qt may not be used yet.
 }
 
 int main(int argc, char **argv)

@@ -19,9 +19,21 @@ struct NoApplication
     NoApplication(int &, char **) {}
 };
 
+// Qt Test's hook for what has to happen before there is an application object.
+template <typename Tests>
+auto callInitMain(int) -> decltype(Tests::initMain())
+{
+    Tests::initMain();
+}
+template <typename Tests>
+void callInitMain(long)
+{
+}
+
 template <typename Tests, typename Application>
 int runTests(int argc, char **argv)
 {
+    callInitMain<Tests>(0);
     [[maybe_unused]] const Application application(argc, argv);
     if (QCoreApplication::instance())
         QCoreApplication::setAttribute(Qt::AA_Use96Dpi); // as QTEST_MAIN() does: texts are equally wide everywhere
