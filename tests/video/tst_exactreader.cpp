@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
@@ -17,8 +18,6 @@ namespace {
 
 using quorvale::ExactReader;
 
-// Room for two of a thumbnail scan's pictures and what is looked at after them.
-constexpr int kFrames = 330;
 constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
 } // namespace
@@ -30,6 +29,9 @@ class TestExactReader : public QObject
     Q_OBJECT
 
 private:
+    // Room for two of a thumbnail scan's pictures and what is looked at after them.
+    static constexpr int kFrames = 330;
+
     QTemporaryDir folder;
     QMap<QString, QString> paths;
     std::map<QString, std::unique_ptr<LiteralPictures>> decoded;
@@ -237,5 +239,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReader)
+TEST_CLASS(TestExactReader, QCoreApplication)
 #include "tst_exactreader.moc"
