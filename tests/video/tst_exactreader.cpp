@@ -79,7 +79,9 @@ private slots:
         add("h264.mp4", h264);
         add("hevc-open.ts", hevc + QStringList{"keyint=24:open-gop=1:bframes=4:b-pyramid=1:log-level=none"});
         add("hevc-closed.ts", hevc + QStringList{"keyint=24:open-gop=0:bframes=3:radl=2:log-level=none"});
+        // One of these has sub-layers, which depends on the version of x265.
         add("hevc-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=1:bframes=3:log-level=none"});
+        add("hevc-two-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=2:bframes=3:log-level=none"});
         add("mjpeg.avi", {"-c:v", "mjpeg"}, 60);
         for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
             QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));
