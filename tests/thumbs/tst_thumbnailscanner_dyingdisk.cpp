@@ -19,10 +19,6 @@ using namespace quorvale;
 
 namespace {
 
-const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
-
-using Numbers = std::vector<std::optional<unsigned>>;
-
 QByteArray whyNoMounts;
 
 std::string encode(const QString &path, int frames)

@@ -15,8 +15,6 @@ using namespace quorvale;
 
 namespace {
 
-using Numbers = std::vector<std::optional<unsigned>>;
-
 // What the pictures of recording number `recording` say.
 Numbers numbersOf(unsigned recording)
 {
@@ -133,7 +131,7 @@ private slots:
         QCOMPARE(finishing.load(), thread.get());
     }
 
-    // The halt arrives at the scanner while the first file is in hand, from the window's thread as ever: the worker
+    // The halt comes from the window's thread, as in the program, while the scanner works on the first file: the worker
     // waits for it there.
     void halt_takesEffectAtTheNextFile_whenTheWindowAsksForItDuringOne()
     {
