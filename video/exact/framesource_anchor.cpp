@@ -31,7 +31,7 @@ std::int64_t proofFrom(RandomAccess kind, bool isBridge)
 
 } // namespace
 
-// Decodes the beginning until a random access point has shown its number and is proven: the first anchor.
+// Decodes the beginning until the first random access point that can be counted from has shown its number.
 bool FrameSource::hasFirstAnchor()
 {
     if (!m_anchors.empty() || m_hopeless)
