@@ -66,7 +66,7 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// Memory at its peak since resetPeakMemory(), in MiB; 0 where the system does not say.
+/// Memory at its peak since resetPeakMemory(), in MiB; 0 if the system does not say.
 double peakMemory()
 {
     QFile status(QStringLiteral("/proc/self/status"));

@@ -32,7 +32,7 @@ private:
 /// What a comparison found.
 struct ExactComparison
 {
-    QString difference; ///< empty where every answer was right
+    QString difference; ///< empty if every answer was right
     quorvale::ExactCounters counters;
     int delivered = 0;    ///< pictures, all of them the right ones
     int pastEnd = 0;      ///< numbers that do not exist

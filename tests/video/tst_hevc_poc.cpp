@@ -174,7 +174,7 @@ private slots:
 
     void aCraThatBeginsTheStream_isCountedFromZero_whereTheParserTakesOneRangeOff()
     {
-        // 8.3.1: PicOrderCntMsb is 0 where NoRaslOutputFlag is 1. libavcodec takes the picture before to have had 0,
+        // 8.3.1: PicOrderCntMsb is 0 if NoRaslOutputFlag is 1. libavcodec takes the picture before to have had 0,
         // and the lsb 9 of 16 for -7. All counts after it are as much less, so that no order depends on it.
         Stream stream;
         const Slice cra = picture(hevcsyntax::Cra, 9);

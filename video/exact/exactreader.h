@@ -52,7 +52,7 @@ public:
     [[nodiscard]] ExactCounters counters() const;
 
 private:
-    std::unique_ptr<FrameSource> m_source; ///< null where the file is of another kind
+    std::unique_ptr<FrameSource> m_source; ///< null if the file is of another kind
     std::int32_t m_height;                 ///< see copyPicture()
 };
 

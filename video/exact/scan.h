@@ -16,7 +16,7 @@ public:
     /// `unitsInASecond`: of the stream's time base.
     Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond);
 
-    /// Reads some more packets. False where the file has ended, or cannot be read.
+    /// Reads some more packets. False if the file has ended, or cannot be read.
     bool readOn();
     [[nodiscard]] bool hasFailed() const { return m_failed; }
 

@@ -118,7 +118,7 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
     }
 }
 
-// The median of the latest steps between neighbours; 0 where there are none.
+// The median of the latest steps between neighbours; 0 if there are none.
 std::int64_t Stretch::usualStep(const PictureList &pictures, std::size_t end) const
 {
     std::vector<std::int64_t> steps;

@@ -27,7 +27,7 @@ bool restrictToItself(AVFormatContext &input)
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
-// What `file` is, as FFmpeg finds it by itself; null where it is nothing that FFmpeg knows, or claims what is absurd.
+// What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
 InputFormat *formatOf(AVIOContext &file, const char *path)
 {
     InputFormat *format = nullptr;
