@@ -3,6 +3,7 @@
 
 #include "bench/peerprocess.h"
 #include "tools/sampledisk/sampledisk.h"
+#include "tools/testpicture/ffmpegprocess.h"
 
 #include <benchmark/benchmark.h>
 
@@ -104,7 +105,7 @@ std::vector<std::string> ffmpegCommand(const Recording &recording)
                                      "1",      "-i", recording.path, "-filter_complex", filters};
     for (const char *output : {"[small]", "[large]"}) {
         for (const std::string &word :
-             {std::string("-map"), std::string(output), std::string("-vsync"), std::string("passthrough"),
+             {std::string("-map"), std::string(output), std::string(passthroughOption()), std::string("passthrough"),
               std::string("-frames:v"), std::to_string(kMostPictures), std::string("-pix_fmt"), std::string("rgb24"),
               std::string("-f"), std::string("rawvideo"), std::string("-y"), std::string("/dev/null")})
             command.push_back(word);

@@ -8,6 +8,7 @@
 #include "thumbs/thumbnailscanner.h"
 #include "thumbs/thumbnailsize.h"
 #include "tools/sampledisk/sampledisk.h"
+#include "tools/testpicture/ffmpegprocess.h"
 #include "tools/testpicture/numberedstream.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
@@ -124,8 +125,8 @@ void selectWithFFmpeg(const QString &path, const QString &folder)
         "1",  "-filter_complex", filter};
     for (const char *size : {"small", "large"}) {
         const std::string output = (folder + "/" + size + "-%d.ppm").toStdString();
-        arguments.insert(arguments.end(),
-                         {"-map", "[" + std::string(size) + "]", "-vsync", "passthrough", "-frames:v", "5", output});
+        arguments.insert(arguments.end(), {"-map", "[" + std::string(size) + "]", passthroughOption(), "passthrough",
+                                           "-frames:v", "5", output});
     }
     require(runFFmpeg(arguments).ok(), "the ffmpeg program fails");
 }

@@ -43,3 +43,13 @@ build() {
   }
   (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"})
 }
+
+# forget_unused FOLDER: notes the end of a run in the folder, and removes what none of the last four runs, this one
+# included, has made or used. Using a file is touching it.
+forget_unused() {
+  local folder=$1 fifth
+  [ -d "$folder" ] || return 0
+  touch "$folder/run-$(date +%s)"
+  fifth=$(printf '%s\n' "$folder"/run-* | sort -r | sed -n 5p)
+  [ -z "$fifth" ] || find "$folder" -type f ! -newer "$fifth" -delete
+}

@@ -1,6 +1,7 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 #include "video/saturate.h"
 
 extern "C" {
@@ -228,7 +229,7 @@ int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
 int FFVideo::finishAudio(AudioStatus status)
 {
     rewind(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
-    avcodec_flush_buffers(videoCodec);
+    ffmpeg::flush(*videoCodec);
     avcodec_flush_buffers(audioCodec);
     currentFrame = -1;
     endOfStream = false;

@@ -1,6 +1,7 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 #include "video/saturate.h"
 
 #include <limits>
@@ -85,7 +86,7 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
 void FFVideo::restartAtFirstByte()
 {
     av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
-    avcodec_flush_buffers(videoCodec);
+    ffmpeg::flush(*videoCodec);
     currentFrame = -1;
     endOfStream = false;
 }
@@ -99,7 +100,7 @@ bool FFVideo::seekTo(const KeyFrameEntry &row)
     const int flags = row.seekDts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
     if (av_seek_frame(formatContext, videoStream, row.seekDts, flags) < 0)
         return false;
-    avcodec_flush_buffers(videoCodec);
+    ffmpeg::flush(*videoCodec);
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "app/descriptiondocument.h"
 #include "app/descriptionmarkup.h"
 #include "tests/app/countedpictures.h"
+#include "tests/support/testclass.h"
 
 #include <QImage>
 #include <QTextCursor>
@@ -203,5 +204,5 @@ void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
     QCOMPARE(DescriptionDocument().resource(QTextDocument::ImageResource, url).value<QImage>().size(), QSize(1, 1));
 }
 
-QTEST_MAIN(TestDescriptionMarkup)
+TEST_CLASS(TestDescriptionMarkup, QApplication)
 #include "tst_descriptionmarkup.moc"

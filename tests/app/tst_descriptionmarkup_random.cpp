@@ -5,6 +5,7 @@
 #include "app/descriptionmarkup.h"
 #include "tests/app/countedpictures.h"
 #include "tests/support/seededrandom.h"
+#include "tests/support/testclass.h"
 
 #include <QTextCursor>
 #include <QTextTable>
@@ -152,5 +153,5 @@ void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
           mostMeasured);
 }
 
-QTEST_MAIN(TestDescriptionMarkupRandom)
+TEST_CLASS(TestDescriptionMarkupRandom, QApplication)
 #include "tst_descriptionmarkup_random.moc"

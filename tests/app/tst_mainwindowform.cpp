@@ -1,5 +1,6 @@
 // The form's objects, compared with a table: the class, the parent, the place and the properties of each.
 
+#include "tests/support/testclass.h"
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
@@ -254,5 +255,5 @@ void TestMainWindowForm::form_translatesItsTexts_inItsContext()
     QCOMPARE(m_ui.menuFile->title(), QString("MainWindow/File"));
 }
 
-QTEST_MAIN(TestMainWindowForm)
+TEST_CLASS(TestMainWindowForm, QApplication)
 #include "tst_mainwindowform.moc"

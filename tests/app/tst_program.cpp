@@ -191,10 +191,20 @@ void TestProgram::click_pausesThePictures_andAnotherResumesThem()
         comesTrue([&] { return shownNumber() == 300U; })); // The first one makes the place fit and is painted again.
     const auto timeField = [&] { return m_program->look().copy(m_layout.time); };
     const QImage withoutFocus = timeField();
-    QVERIFY(m_program->click(m_layout.pictures.center()));
-    QVERIFY(m_program->click(m_layout.time.center()));
-    QVERIFY(comesTrue([&] { return timeField() != withoutFocus; })); // So the click before has been handled, too.
-    const std::optional<unsigned> paused = shownNumber();
+    // A click that comes between the end of a picture's second and the painting of the next one leaves the place empty,
+    // since nothing is painted while paused. That is rare; the show is then resumed, and paused again.
+    std::optional<unsigned> paused;
+    for (const bool takesFocus : {true, false, true}) {
+        QVERIFY(m_program->click(m_layout.pictures.center()));
+        QVERIFY(m_program->click(takesFocus ? m_layout.time.center() : m_layout.rows.at(0)));
+        // So the click before has been handled, too.
+        QVERIFY(comesTrue([&] { return (timeField() != withoutFocus) == takesFocus; }));
+        paused = shownNumber();
+        if (paused)
+            break;
+        QVERIFY(m_program->click(m_layout.pictures.center()));
+        QVERIFY(comesTrue([&] { return shownNumber().has_value(); }));
+    }
     QVERIFY(paused);
     // No event says that nothing happens, so this waits for as long as two frames of a running show.
     for (int look = 0; look < 20; ++look) {

@@ -1,4 +1,5 @@
 #include "app/programmetext.h"
+#include "tests/support/testclass.h"
 
 #include <QtTest>
 
@@ -208,5 +209,5 @@ void TestProgrammeText::fileSize_changesUnit_at1GiB()
     QTEST(formatFileSize(kibibytes), "text");
 }
 
-QTEST_GUILESS_MAIN(TestProgrammeText)
+TEST_CLASS(TestProgrammeText, QCoreApplication)
 #include "tst_programmetext.moc"

@@ -1,4 +1,5 @@
 #include "app/programmetext.h"
+#include "tests/support/testclass.h"
 
 #include <QtTest>
 
@@ -67,5 +68,5 @@ void TestProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::YearFirst, today), QString("2016.03.08"));
 }
 
-QTEST_GUILESS_MAIN(TestProgrammeTextLocale)
+TEST_CLASS(TestProgrammeTextLocale, QCoreApplication)
 #include "tst_programmetext_locale.moc"

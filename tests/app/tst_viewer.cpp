@@ -1,5 +1,6 @@
 // The window as a whole: how it starts, what it is made of, how it follows disks, how it ends.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAbstractEventDispatcher>
@@ -256,5 +257,5 @@ void TestViewer::destroy_endsCleanly_whileARescanIsDue()
     QCOMPARE(fixture.settings().value("Main/mount_point").toString(), fixture.path());
 }
 
-QTEST_MAIN(TestViewer)
+TEST_CLASS(TestViewer, QApplication)
 #include "tst_viewer.moc"

@@ -1,5 +1,6 @@
 // Accessibility: names for screen readers, tab order, texts that do not fit, the system's keys.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAccessible>
@@ -204,5 +205,5 @@ void TestViewerAccess::items_carryNothingButTheirText()
     QVERIFY(!item->data(0, Qt::UserRole).isValid());
 }
 
-QTEST_MAIN(TestViewerAccess)
+TEST_CLASS(TestViewerAccess, QApplication)
 #include "tst_viewer_access.moc"

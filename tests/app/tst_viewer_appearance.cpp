@@ -2,6 +2,7 @@
 // once for each density, for a process has but one.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -156,5 +157,5 @@ void TestViewerAppearance::texts_areReadable_withAnyColours()
     QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
 }
 
-QTEST_MAIN(TestViewerAppearance)
+TEST_CLASS(TestViewerAppearance, QApplication)
 #include "tst_viewer_appearance.moc"

@@ -2,6 +2,7 @@
 
 #include "app/listhints.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAccessible>
@@ -262,5 +263,5 @@ void TestViewerHints::picturesTip_keepsThePath_andHasASecondLine()
     QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
 }
 
-QTEST_MAIN(TestViewerHints)
+TEST_CLASS(TestViewerHints, QApplication)
 #include "tst_viewer_hints.moc"

@@ -1,6 +1,7 @@
 // The keys for what only the mouse can do in the form.
 
 #include "app/windowkeys.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QMenu>
@@ -157,5 +158,5 @@ void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
     pictures->ClearThumbs();
 }
 
-QTEST_MAIN(TestViewerKeys)
+TEST_CLASS(TestViewerKeys, QApplication)
 #include "tst_viewer_keys.moc"

@@ -3,6 +3,7 @@
 #include "app/recordingcommands.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QClipboard>
@@ -270,5 +271,5 @@ void TestViewerRecordings::drag_leavesTheChosenRow()
     QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
 }
 
-QTEST_MAIN(TestViewerRecordings)
+TEST_CLASS(TestViewerRecordings, QApplication)
 #include "tst_viewer_recordings.moc"

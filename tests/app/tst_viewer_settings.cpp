@@ -3,6 +3,7 @@
 #include "app/programmetext.h"
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -481,5 +482,5 @@ void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
     QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
 }
 
-QTEST_MAIN(TestViewerSettings)
+TEST_CLASS(TestViewerSettings, QApplication)
 #include "tst_viewer_settings.moc"

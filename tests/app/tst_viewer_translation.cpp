@@ -6,6 +6,7 @@
 #include "app/recordingcommands.h"
 #include "archive/archivepaths.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -322,5 +323,5 @@ void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
         QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
 }
 
-QTEST_MAIN(TestViewerTranslation)
+TEST_CLASS(TestViewerTranslation, QApplication)
 #include "tst_viewer_translation.moc"

@@ -1,6 +1,7 @@
 #include "archive/archivediscovery.h"
 
 #include "tests/support/capturedoutput.h"
+#include "tests/support/testclass.h"
 #include "tests/support/testvolume.h"
 
 #include <QTemporaryDir>
@@ -234,5 +235,5 @@ void TestArchiveDiscovery::find_losesItsWay_afterAnEntryThatCannotBeEntered()
     QCOMPARE(found, QStringList(path("outer")));
 }
 
-QTEST_APPLESS_MAIN(TestArchiveDiscovery)
+TEST_CLASS(TestArchiveDiscovery, quorvale::NoApplication)
 #include "tst_archivediscovery.moc"

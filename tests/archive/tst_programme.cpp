@@ -2,6 +2,7 @@
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/recordbytes.h"
+#include "tests/support/testclass.h"
 
 #include <QTemporaryFile>
 #include <QtTest>
@@ -425,5 +426,5 @@ void TestProgramme::readCString_fillsUpWith0xFF_atEndOfFile()
     QCOMPARE(Programme::readCString(file.get()), "end" + filled(1022, '\xFF'));
 }
 
-QTEST_APPLESS_MAIN(TestProgramme)
+TEST_CLASS(TestProgramme, quorvale::NoApplication)
 #include "tst_programme.moc"

@@ -1,4 +1,5 @@
 #include "archive/recordingsindex.h"
+#include "tests/support/testclass.h"
 
 #include "tests/support/testvolume.h"
 
@@ -213,5 +214,5 @@ void TestRecordingsIndex::load_leavesNoFileOpen()
     QCOMPARE(openDescriptors(), before);
 }
 
-QTEST_APPLESS_MAIN(TestRecordingsIndex)
+TEST_CLASS(TestRecordingsIndex, quorvale::NoApplication)
 #include "tst_recordingsindex.moc"

@@ -62,3 +62,16 @@ grep -q "^error: no recorder disk in .*/none: " <<<"$(run none)" || fail "withou
 grep -q "/disks/disk is a recorder disk itself: looking for disks in .*/disks$" <<<"$(run disks/disk)" ||
   fail "a disk itself: $(run disks/disk)"
 [ "$(run disks)" = bootstrap ] || fail "a folder with a disk: $(run disks)"
+
+# What four runs have not used goes, and what the last of them used stays.
+mkdir kept
+touch -t 202001010000 kept/unused kept/run-1577836800
+touch -t 202001010100 kept/used
+for run in 1 2 3; do touch -t "20200102000$run" "kept/run-157792320$run"; done
+(
+  # shellcheck disable=SC1091 # a copy of the one beside it
+  . second/script/lib.sh
+  forget_unused kept
+)
+[ "$(ls kept | grep -v '^run-')" = used ] || fail "kept after four runs: $(ls kept)"
+[ "$(ls kept | grep -c '^run-')" = 4 ] || fail "runs that are remembered: $(ls kept)"

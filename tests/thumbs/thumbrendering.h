@@ -20,6 +20,8 @@
 #include <utility>
 #include <vector>
 
+constexpr QSize kFrame(80, 60);
+
 /// Owns pixmaps and hands out pointers to them, as the widget's cache does.
 class Series
 {

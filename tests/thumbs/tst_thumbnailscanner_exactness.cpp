@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
 #include "tests/thumbs/scanrun.h"
@@ -150,5 +151,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestThumbnailScannerExactness)
+TEST_CLASS(TestThumbnailScannerExactness, QApplication)
 #include "tst_thumbnailscanner_exactness.moc"

@@ -15,8 +15,6 @@ using namespace quorvale;
 
 namespace {
 
-using Numbers = std::vector<std::optional<unsigned>>;
-
 // Stands where the main window does: it is connected by the text of the signatures.
 class Window : public QObject
 {

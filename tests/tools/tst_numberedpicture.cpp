@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/numberedpicture.h"
 
 #include "tools/testpicture/blockcode.h"
@@ -173,5 +174,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestNumberedPicture)
+TEST_CLASS(TestNumberedPicture, QCoreApplication)
 #include "tst_numberedpicture.moc"

@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
@@ -17,8 +18,6 @@ namespace {
 
 using quorvale::ExactReader;
 
-// Room for two of a thumbnail scan's pictures and what is looked at after them.
-constexpr int kFrames = 330;
 constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
 } // namespace
@@ -30,6 +29,9 @@ class TestExactReader : public QObject
     Q_OBJECT
 
 private:
+    // Room for two of a thumbnail scan's pictures and what is looked at after them.
+    static constexpr int kFrames = 330;
+
     QTemporaryDir folder;
     QMap<QString, QString> paths;
     std::map<QString, std::unique_ptr<LiteralPictures>> decoded;
@@ -77,7 +79,9 @@ private slots:
         add("h264.mp4", h264);
         add("hevc-open.ts", hevc + QStringList{"keyint=24:open-gop=1:bframes=4:b-pyramid=1:log-level=none"});
         add("hevc-closed.ts", hevc + QStringList{"keyint=24:open-gop=0:bframes=3:radl=2:log-level=none"});
+        // One of these has sub-layers, which depends on the version of x265.
         add("hevc-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=1:bframes=3:log-level=none"});
+        add("hevc-two-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=2:bframes=3:log-level=none"});
         add("mjpeg.avi", {"-c:v", "mjpeg"}, 60);
         for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
             QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));
@@ -237,5 +241,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReader)
+TEST_CLASS(TestExactReader, QCoreApplication)
 #include "tst_exactreader.moc"

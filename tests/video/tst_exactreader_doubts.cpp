@@ -1,16 +1,10 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
 #include "tests/video/exactcomparison.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-constexpr int kFrames = 400;
-constexpr int kGroup = 20;
-
-} // namespace
 
 /// Doubtful parts of a recording are bridged, or the pictures in them are refused. Delivered pictures are the same as
 /// by decoding everything, and the counters tell how they were read.
@@ -19,6 +13,9 @@ class TestExactReaderDoubts : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 400;
+    static constexpr int kGroup = 20;
+
     QTemporaryDir folder;
     QString h264;
     QString mpeg2;
@@ -243,5 +240,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderDoubts)
+TEST_CLASS(TestExactReaderDoubts, QCoreApplication)
 #include "tst_exactreader_doubts.moc"

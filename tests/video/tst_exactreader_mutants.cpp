@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportmutant.h"
 #include "tests/video/exactcomparison.h"
@@ -133,5 +134,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderMutants)
+TEST_CLASS(TestExactReaderMutants, QCoreApplication)
 #include "tst_exactreader_mutants.moc"

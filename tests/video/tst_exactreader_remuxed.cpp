@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "video/ffvideo.h"
@@ -6,10 +7,6 @@
 #include <QtTest>
 
 namespace {
-
-constexpr int kFrames = 320;
-constexpr int kGroup = 20;
-const QVector<int> kTargets = {110, 260};
 
 // The byte after each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.
 void changeByteAfter(QByteArray &bytes, const QByteArray &mark, int first, int end, char (*change)(char))
@@ -32,6 +29,10 @@ class TestExactReaderRemuxed : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 320;
+    static constexpr int kGroup = 20;
+    inline static const QVector<int> kTargets = {110, 260};
+
     QTemporaryDir folder;
     QMap<QString, QString> whole;
 
@@ -219,5 +220,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderRemuxed)
+TEST_CLASS(TestExactReaderRemuxed, QCoreApplication)
 #include "tst_exactreader_remuxed.moc"

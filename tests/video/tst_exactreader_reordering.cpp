@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "video/ffmpeg/compat.h"
@@ -10,10 +11,8 @@
 
 namespace {
 
-constexpr int kFrames = 260;
 constexpr int kDeepFrom = 80; // From here on there are B pictures that refer to B pictures,
 constexpr int kDeepEnd = 120; // up to here. Elsewhere no B picture fits into a group.
-const QVector<int> kTargets = {60, 200};
 
 // The bits of a unit's beginning, where there is no byte yet that only prevents a start code.
 class Bits
@@ -105,6 +104,9 @@ class TestExactReaderReordering : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 260;
+    inline static const QVector<int> kTargets = {60, 200};
+
     QTemporaryDir folder;
     QString announced; // in the sequence parameter set
     QString sudden;
@@ -193,5 +195,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderReordering)
+TEST_CLASS(TestExactReaderReordering, QCoreApplication)
 #include "tst_exactreader_reordering.moc"

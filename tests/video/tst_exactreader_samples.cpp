@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
@@ -99,5 +100,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderSamples)
+TEST_CLASS(TestExactReaderSamples, QCoreApplication)
 #include "tst_exactreader_samples.moc"

@@ -1,5 +1,6 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/video/everypicture.h"
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
@@ -135,5 +136,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoClose)
+TEST_CLASS(TestFFVideoClose, QCoreApplication)
 #include "tst_ffvideo_close.moc"

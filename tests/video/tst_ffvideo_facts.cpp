@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
 
@@ -239,5 +240,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoFacts)
+TEST_CLASS(TestFFVideoFacts, QCoreApplication)
 #include "tst_ffvideo_facts.moc"

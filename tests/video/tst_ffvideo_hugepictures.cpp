@@ -3,6 +3,7 @@
 #include "tests/support/hugestreams.h"
 #include "tests/support/picture.h"
 #include "tests/support/processfacts.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
@@ -108,5 +109,5 @@ private:
     QByteArray h264;
 };
 
-QTEST_APPLESS_MAIN(TestFFVideoHugePictures)
+TEST_CLASS(TestFFVideoHugePictures, quorvale::NoApplication)
 #include "tst_ffvideo_hugepictures.moc"

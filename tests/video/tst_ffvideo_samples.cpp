@@ -1,5 +1,6 @@
 #include "tests/support/memorytraces.h"
 #include "tests/support/oracle.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 
@@ -199,5 +200,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoSamples)
+TEST_CLASS(TestFFVideoSamples, QCoreApplication)
 #include "tst_ffvideo_samples.moc"

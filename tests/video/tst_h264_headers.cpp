@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/h264syntax.h"
 #include "video/bitstream/accessunitreader.h"
 #include "video/bitstream/h264_sei.h"
@@ -334,5 +335,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestH264Headers)
+TEST_CLASS(TestH264Headers, quorvale::NoApplication)
 #include "tst_h264_headers.moc"

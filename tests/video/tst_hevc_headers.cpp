@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/hevcsyntax.h"
 #include "video/bitstream/accessunitreader.h"
 
@@ -316,5 +317,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestHevcHeaders)
+TEST_CLASS(TestHevcHeaders, quorvale::NoApplication)
 #include "tst_hevc_headers.moc"

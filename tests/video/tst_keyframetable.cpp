@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/keyframetable.h"
 
 #include <QtTest>
@@ -236,5 +237,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestKeyFrameTable)
+TEST_CLASS(TestKeyFrameTable, QCoreApplication)
 #include "tst_keyframetable.moc"

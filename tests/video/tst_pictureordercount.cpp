@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/streamset.h"
 #include "tests/video/videopackets.h"
@@ -200,5 +201,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPictureOrderCount)
+TEST_CLASS(TestPictureOrderCount, QCoreApplication)
 #include "tst_pictureordercount.moc"
