@@ -83,14 +83,13 @@ function(quorvale_add_test_executable name)
 endfunction()
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# Registers the class of tests in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what
-# LINK names. Tests run without a display and with a settings folder of their own: nobody's own settings are read or
-# written.
+# Registers the test class in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what LINK names.
+# Tests run without a display, and keep their settings in a folder of their own.
 #
-# What the file ends with decides where it goes. TEST_CLASS (tests/support/testclass.h): classes of a folder with the same
-# labels share the executable tst_<folder>[_<label>...], whose first argument is <name>; a target <name> builds it, too. A
-# main() or QTEST_MAIN: the executable <name>, for what replaces functions of the system or the linker, is what
-# ThreadSanitizer looks at, or happens before there is an application object.
+# If the file ends with TEST_CLASS (tests/support/testclass.h), the class shares the executable tst_<folder>[_<label>...]
+# with those of the same folder and labels: its first argument is <name>, and the target <name> builds it, too. If the file
+# has a main() or QTEST_MAIN, it is the executable <name>: for tests that replace functions, that ThreadSanitizer checks, or
+# that run before there is an application object.
 function(quorvale_add_test test)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;SOURCES;LABELS")
   get_filename_component(folder ${test} DIRECTORY)
