@@ -83,7 +83,7 @@ long &countOf(Counts &counts, What what)
     return counts.lists;
 }
 
-// Counts a call and asks what becomes of it: false, with errno set, where it fails.
+// Counts a call and asks for its verdict: false, with errno set, if it fails.
 bool mayPass(What what, const std::string &path, std::int64_t offset = -1)
 {
     Verdict verdict;
