@@ -190,8 +190,7 @@ QPointF MultiFrameThumb::placeOf(const QSize &picture) const
 void MultiFrameThumb::shrinkToHeight(int limit)
 {
     if (height() > limit) {
-        setFixedHeight(limit);
-        updateGeometry();
+        setFixedHeight(limit); // which tells the layout
     }
 }
 

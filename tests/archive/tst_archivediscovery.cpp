@@ -142,6 +142,7 @@ void TestArchiveDiscovery::find_passesOver_volumesWithoutIndex()
     QVERIFY(QDir(path()).mkpath("no folder"));
     QVERIFY(QDir(path()).mkpath("other folder/DVR2/RECSINFO"));
     QVERIFY(makeVolume("disk"));
+    QVERIFY(QDir(path()).mkpath("disk/DVR2"));
     QCOMPARE(findArchives(path()), QStringList(path("disk")));
 }
 

@@ -10,6 +10,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -52,6 +53,18 @@ public:
         int count = 0;
         for (const QFileInfo &descriptor : descriptors.entryInfoList(QDir::AllEntries | QDir::System))
             count += descriptor.symLinkTarget().contains(QLatin1String("socket:")) ? 1 : 0;
+        return count;
+    }
+
+    /// How many of its children have ended without its taking note.
+    [[nodiscard]] int zombies() const
+    {
+        const QByteArray children = ") Z " + QByteArray::number(processId()) + ' ';
+        int count = 0;
+        for (const QString &process : QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[1-9]*")}, QDir::Dirs)) {
+            QFile facts(QStringLiteral("/proc/%1/stat").arg(process));
+            count += facts.open(QIODevice::ReadOnly) && facts.readAll().contains(children) ? 1 : 0;
+        }
         return count;
     }
 
@@ -134,10 +147,12 @@ private slots:
     void folder_isOpened_whenNoFileManagerIsOnTheBus();
     void folder_isOpened_whenThereIsNoBus();
     void folder_isOpened_forANameInTheRoot();
+    void folders_areOpened_whileAnEarlierOnesOpenerLives();
     void nothingHappens_whenThereIsNoOpenerEither();
     void fileManager_isReached_afterTheBusWasRestarted();
     void fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted();
     void program_ends_whileTheFileManagerHasNotAnswered();
+    void program_waitsForABus_thatIsBeingConnectedTo();
 
 private:
     [[nodiscard]] QString folder(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
@@ -158,10 +173,13 @@ void TestFinderLinux::init()
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid() && QDir().mkpath(folder("bin")));
 
-    // A stand-in for the desktop's opener: one line for each time it is started, with what it was given.
+    // A stand-in for the desktop's opener: one line for each time it is started, with what it was given. Where there is
+    // a pipe for it, it lives until somebody has opened that for writing.
     QFile opener(folder("bin/xdg-open"));
     QVERIFY(opener.open(QIODevice::WriteOnly));
     opener.write("#!/bin/sh\necho \"$# $*\" >> '" + QFile::encodeName(folder("opened")) + "'\n");
+    opener.write("if [ -p '" + QFile::encodeName(folder("life")) + "' ]; then read x < '" +
+                 QFile::encodeName(folder("life")) + "'; fi\n");
     opener.close();
     QVERIFY(opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
 
@@ -352,6 +370,19 @@ void TestFinderLinux::folder_isOpened_forANameInTheRoot()
     QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///"}, kLongEnough);
 }
 
+void TestFinderLinux::folders_areOpened_whileAnEarlierOnesOpenerLives()
+{
+    QCOMPARE(mkfifo(QFile::encodeName(folder("life")).constData(), 0600), 0);
+    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+    probe.reveal("/first/1");
+    probe.reveal("/second/1");
+    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
+    QTRY_COMPARE_WITH_TIMEOUT(probe.zombies(), 0, kLongEnough); // The shells that started them have gone.
+    QFile life(folder("life"));
+    QVERIFY(life.open(QIODevice::WriteOnly));
+    QVERIFY(probe.end());
+}
+
 void TestFinderLinux::nothingHappens_whenThereIsNoOpenerEither()
 {
     QVERIFY(QFile::remove(folder("bin/xdg-open")));
@@ -417,6 +448,19 @@ void TestFinderLinux::program_ends_whileTheFileManagerHasNotAnswered()
     QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
     QVERIFY(probe.end());
     QCOMPARE(opened(), QList<QByteArray>());
+}
+
+void TestFinderLinux::program_waitsForABus_thatIsBeingConnectedTo()
+{
+    DeadBus deadBus(folder("dead"));
+    QVERIFY(deadBus.listens());
+    Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+    probe.reveal("/d/1");
+    QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
+    probe.closeWriteChannel();
+    QVERIFY(!probe.waitForFinished(500)); // and not for any time less than the bus takes
+    deadBus.end();
+    QVERIFY(probe.end());
 }
 
 QTEST_GUILESS_MAIN(TestFinderLinux)

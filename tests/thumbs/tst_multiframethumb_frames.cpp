@@ -22,6 +22,7 @@ private slots:
     void paint_drawsAtTheTopLeft_unlessCentred_data();
     void paint_drawsAtTheTopLeft_unlessCentred();
     void paint_centresTheScaledCopy();
+    void paint_halvesEachLength_onItsOwn();
 
     void paint_fixesTheHeight_atThatOfALowerFrame();
     void paint_keepsTheHeight_whenAHigherFrameFollows();
@@ -76,6 +77,7 @@ void TestMultiFrameThumbFrames::paint_drawsTheFrameItself_whereItFits()
     widget.resize(160, 90);
     widget.SetThumbs(series.pointers, series.pointers);
     QCOMPARE(rendered(widget), expectation({160, 90}, {0, 0}, *frame));
+    QVERIFY(!heightIsFixed(widget)); // No room was taken away.
 }
 
 void TestMultiFrameThumbFrames::paint_scalesSmoothly_whereThePixelsDoNotFit_data()
@@ -155,6 +157,13 @@ void TestMultiFrameThumbFrames::paint_centresTheScaledCopy()
     ShownThumb widget({120, 80}, solidSeries({200, 200}, {Qt::red}));
     widget.alignment = Qt::AlignCenter;
     QVERIFY(showsOnly(rendered(widget), QRect(20, 0, 80, 80), Qt::red));
+}
+
+void TestMultiFrameThumbFrames::paint_halvesEachLength_onItsOwn()
+{
+    ShownThumb widget({120, 80}, solidSeries({81, 41}, {Qt::red}));
+    widget.alignment = Qt::AlignCenter;
+    QVERIFY(showsOnly(rendered(widget), QRect(60 - 40, 40 - 20, 81, 41), Qt::red));
 }
 
 void TestMultiFrameThumbFrames::paint_fixesTheHeight_atThatOfALowerFrame()
