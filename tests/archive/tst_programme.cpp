@@ -52,6 +52,20 @@ Programme someProgramme()
     return programme;
 }
 
+// The record at the start of `bytes`, read over the fields of another one.
+Programme readFrom(const QByteArray &bytes)
+{
+    Programme programme = someProgramme();
+    const bool read = programme.read(fileHolding(bytes).get(), 0);
+    [&] { QVERIFY(read); }();
+    return programme;
+}
+
+QVector<int> recordedAt(const Programme &programme)
+{
+    return {programme.year, programme.month, programme.day, programme.hour, programme.minute, programme.second};
+}
+
 } // namespace
 
 class TestProgramme : public QObject
@@ -90,12 +104,7 @@ private slots:
 void TestProgramme::construct_givesMidnightOf1January1980_untilRead()
 {
     const Programme programme;
-    QCOMPARE(programme.year, 1980);
-    QCOMPARE(programme.month, 1);
-    QCOMPARE(programme.day, 1);
-    QCOMPARE(programme.hour, 0);
-    QCOMPARE(programme.minute, 0);
-    QCOMPARE(programme.second, 0);
+    QCOMPARE(recordedAt(programme), (QVector<int>{1980, 1, 1, 0, 0, 0}));
     QVERIFY(programme.channel.empty());
     QVERIFY(programme.title.empty());
     QVERIFY(programme.description.empty());
@@ -114,16 +123,8 @@ void TestProgramme::read_fillsEveryField_fromItsOffset()
     bytes.replace(1067, 5, QByteArray("News\0", 5));
     bytes.replace(2091, 14, QByteArray("<b>All</b> of\0", 14));
     bytes.replace(16390, 3, QByteArray("\x6A\x10\x0E", 3));
-    const File file = fileHolding(bytes);
-
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
-    QCOMPARE(programme.year, 2015);
-    QCOMPARE(programme.month, 1);
-    QCOMPARE(programme.day, 1);
-    QCOMPARE(programme.hour, 23);
-    QCOMPARE(programme.minute, 59);
-    QCOMPARE(programme.second, 58);
+    const Programme programme = readFrom(bytes);
+    QCOMPARE(recordedAt(programme), (QVector<int>{2015, 1, 1, 23, 59, 58}));
     QCOMPARE(programme.fileName, std::string("00A1.xy"));
     QCOMPARE(programme.channel, std::string("CH1"));
     QCOMPARE(programme.title, std::string("News"));
@@ -148,9 +149,7 @@ void TestProgramme::read_overwritesEarlierTexts_withShorterOnes()
 {
     RecordBytes record;
     record.fileName = record.channel = record.title = record.description = "";
-    const File file = fileHolding(record.bytes());
-    Programme programme = someProgramme();
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(record.bytes());
     QVERIFY(programme.fileName.empty());
     QVERIFY(programme.channel.empty());
     QVERIFY(programme.title.empty());
@@ -167,15 +166,8 @@ void TestProgramme::read_keepsFieldsUnchecked_whenTheyMakeNoSense()
     record.minute = 75;
     record.second = 255;
     record.title = "\xFF\xC3(";
-    const File file = fileHolding(record.bytes());
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
-    QCOMPARE(programme.year, 2047);
-    QCOMPARE(programme.month, 13);
-    QCOMPARE(programme.day, 200);
-    QCOMPARE(programme.hour, 99);
-    QCOMPARE(programme.minute, 75);
-    QCOMPARE(programme.second, 255);
+    const Programme programme = readFrom(record.bytes());
+    QCOMPARE(recordedAt(programme), (QVector<int>{2047, 13, 200, 99, 75, 255}));
     QCOMPARE(programme.title, std::string("\xFF\xC3("));
 }
 
@@ -245,9 +237,7 @@ void TestProgramme::read_startsChannelAt43_afterFileNameOf29Bytes()
     RecordBytes record;
     record.fileName = QByteArray(29, 'f');
     record.channel = "at 43";
-    const File file = fileHolding(record.bytes());
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(record.bytes());
     QCOMPARE(programme.fileName, filled(29, 'f'));
     QCOMPARE(programme.channel, std::string("at 43"));
     QCOMPARE(programme.title, std::string("Title"));
@@ -258,9 +248,7 @@ void TestProgramme::read_runsOnIntoChannel_whenFileNameHasNoTerminator()
     RecordBytes record;
     record.fileName = QByteArray(30, 'f');
     record.channel = QByteArray("chan\0rest\0", 10);
-    const File file = fileHolding(record.bytes());
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(record.bytes());
     QCOMPARE(programme.fileName, filled(30, 'f') + "chan");
     // Behind the terminator, at 48: a field of 1024 bytes is read from there, and so on.
     QCOMPARE(programme.channel, std::string("rest"));
@@ -290,9 +278,7 @@ void TestProgramme::read_doesNotSkip_afterOverlongField()
     QFETCH(QByteArray, title);
     QByteArray bytes = RecordBytes().bytes();
     RecordBytes::put(bytes, RecordBytes::kChannelOffset, fromChannelOn);
-    const File file = fileHolding(bytes);
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(bytes);
     QCOMPARE(programme.channel, filled(channelLength, 'X'));
     QCOMPARE(programme.title, title.toStdString());
 }
@@ -303,9 +289,7 @@ void TestProgramme::read_findsThePlayPosition_afterOverlongFields()
     record.fileName = QByteArray(16000, 'f');
     record.playPosition = 120;
     record.channel = record.title = record.description = "";
-    const File file = fileHolding(record.bytes());
-    Programme programme;
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(record.bytes());
     QCOMPARE(programme.fileName, filled(1025, 'f'));
     QCOMPARE(programme.description, filled(1025, 'f'));
     QCOMPARE(programme.playPosition, 120);
@@ -330,9 +314,7 @@ void TestProgramme::read_setsPlayPosition_fromMarker()
     bytes[16390] = 0x6A;
     bytes[16391] = static_cast<char>(low);
     bytes[16392] = static_cast<char>(high);
-    const File file = fileHolding(bytes);
-    Programme programme = someProgramme();
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(bytes);
     QCOMPARE(programme.playPosition, position);
 }
 
@@ -342,9 +324,7 @@ void TestProgramme::read_keepsPlayPosition_withoutMarker()
     bytes[16390] = 0x6B;
     bytes[16391] = 0x10;
     bytes[16392] = 0x0E;
-    const File file = fileHolding(bytes);
-    Programme programme = someProgramme();
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(bytes);
     QCOMPARE(programme.playPosition, 42);
 }
 
@@ -363,23 +343,14 @@ void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker()
     QFETCH(int, position);
     RecordBytes record;
     record.playPosition = 0x20;
-    const File file = fileHolding(record.bytes().left(size));
-    Programme programme = someProgramme();
-    QVERIFY(programme.read(file.get(), 0));
+    const Programme programme = readFrom(record.bytes().left(size));
     QCOMPARE(programme.playPosition, position);
 }
 
 void TestProgramme::read_takes0xFF_pastTheEndOfFile()
 {
-    const File file = fileHolding(RecordBytes().bytes().left(4));
-    Programme programme = someProgramme();
-    QVERIFY(programme.read(file.get(), 0));
-    QCOMPARE(programme.year, 2016);
-    QCOMPARE(programme.month, 256);
-    QCOMPARE(programme.day, 256);
-    QCOMPARE(programme.hour, 255);
-    QCOMPARE(programme.minute, 255);
-    QCOMPARE(programme.second, 255);
+    const Programme programme = readFrom(RecordBytes().bytes().left(4));
+    QCOMPARE(recordedAt(programme), (QVector<int>{2016, 256, 256, 255, 255, 255}));
     QCOMPARE(programme.fileName, filled(1025, '\xFF'));
     QCOMPARE(programme.channel, filled(1025, '\xFF'));
     QCOMPARE(programme.title, filled(1025, '\xFF'));

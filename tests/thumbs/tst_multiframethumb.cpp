@@ -177,10 +177,7 @@ void TestMultiFrameThumb::setThumbs_startsOver_whenPlaying()
 
 void TestMultiFrameThumb::clearThumbs_empties_whenPlaying()
 {
-    Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
     widget.ClearThumbs();
     QVERIFY(widget.thumbs1x.isEmpty());
     QVERIFY(widget.thumbs2x.isEmpty());
@@ -254,10 +251,7 @@ void TestMultiFrameThumb::setBusy_keepsTheRingsTimer_whenCalledTwice()
 
 void TestMultiFrameThumb::setBusyFalse_pauses_withTheRingsTimerRunning()
 {
-    Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
     widget.SetBusy(true);
     widget.SetBusy(false);
     QCOMPARE(widget.busy, false);

@@ -42,10 +42,7 @@ bool press(QWidget &widget, Qt::MouseButton button = Qt::LeftButton)
 void TestMultiFrameThumbEvents::timerEvent_showsFramesInOrder_andLoops()
 {
     const QVector<QColor> colours{Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta};
-    Series series = solidSeries(kFrame, colours);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, colours));
     for (int shown = 0; shown < 12; ++shown) {
         QCOMPARE(widget.frameIndex, shown % 5);
         QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), colours[shown % 5]));
@@ -55,10 +52,7 @@ void TestMultiFrameThumbEvents::timerEvent_showsFramesInOrder_andLoops()
 
 void TestMultiFrameThumbEvents::timerEvent_staysAtFrameZero_withASeriesOfOne()
 {
-    Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
     tick(widget, widget.frameTimerId);
     QCOMPARE(widget.frameIndex, 0);
     QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
@@ -120,10 +114,7 @@ void TestMultiFrameThumbEvents::mousePress_pausesAndResumes_withAnyButton()
 
 void TestMultiFrameThumbEvents::mousePress_resumesWithTheFollowingFrame()
 {
-    Series series = solidSeries(kFrame, {Qt::red, Qt::green, Qt::blue});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red, Qt::green, Qt::blue}));
     tick(widget, widget.frameTimerId);
     press(widget);
     QCOMPARE(widget.frameIndex, 1);
@@ -150,10 +141,7 @@ void TestMultiFrameThumbEvents::mousePress_startsAFrameTimer_whileBusy()
 
 void TestMultiFrameThumbEvents::mousePress_isHarmless_afterClearThumbs()
 {
-    Series series = solidSeries(kFrame, {Qt::red});
-    MultiFrameThumb widget(nullptr);
-    widget.resize(kFrame);
-    widget.SetThumbs(series.pointers, series.pointers);
+    ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
     widget.ClearThumbs();
     press(widget);
     QVERIFY(widget.frameTimerId >= 0);

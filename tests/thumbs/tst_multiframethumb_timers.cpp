@@ -47,16 +47,18 @@ bool runsCoarse(QWidget &widget, int id, int interval)
     });
 }
 
-/// Shows `widget` and lets everything that showing it paints be painted.
-bool shown(QWidget &widget)
+/// A widget on the screen, where everything that showing it paints has been painted.
+struct OnScreen : MultiFrameThumb
 {
-    widget.show();
-    if (!QTest::qWaitForWindowExposed(&widget)) {
-        return false;
+    OnScreen()
+    {
+        resize(80, 60);
+        show();
+        const bool exposed = QTest::qWaitForWindowExposed(this);
+        [&] { QVERIFY(exposed); }();
+        QTest::qWait(50);
     }
-    QTest::qWait(50);
-    return true;
-}
+};
 
 /// Notes the ring's angle at every paint and at every tick, before the widget sees either.
 class AngleNotes : public QObject
@@ -153,12 +155,9 @@ void TestMultiFrameThumbTimers::timers_areStopped_byADestroyedWidget()
 
 void TestMultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver()
 {
-    Series series;
-    series.add({80, 60}, Qt::red);
+    Series series = solidSeries({80, 60}, {Qt::red});
     series.add({80, 60}, Qt::green);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    OnScreen widget;
     widget.SetThumbs(series.pointers, series.pointers);
     QCOMPARE(widget.frameIndex, 0);
     const EventCounter paints(widget, QEvent::Paint);
@@ -170,11 +169,8 @@ void TestMultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver
 
 void TestMultiFrameThumbTimers::frameTimer_repaints_aSeriesOfOne()
 {
-    Series series;
-    series.add({80, 60}, Qt::red);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    Series series = solidSeries({80, 60}, {Qt::red});
+    OnScreen widget;
     const EventCounter paints(widget, QEvent::Paint);
     widget.SetThumbs(series.pointers, series.pointers);
     QTRY_COMPARE(paints.count, 1);
@@ -184,9 +180,7 @@ void TestMultiFrameThumbTimers::frameTimer_repaints_aSeriesOfOne()
 
 void TestMultiFrameThumbTimers::spinTimer_paintsEveryAngle_whileBusy()
 {
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    OnScreen widget;
     const AngleNotes notes(widget);
     widget.SetBusy(true);
     const QSet<int> all{0, 30, 60, 90, 120, 150, 180, 210, 240, 270, 300, 330};
@@ -199,9 +193,7 @@ void TestMultiFrameThumbTimers::spinTimer_paintsEveryAngle_whileBusy()
 
 void TestMultiFrameThumbTimers::spinTimer_onlyRepaints_afterSetBusyFalse()
 {
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    OnScreen widget;
     widget.SetBusy(true);
     widget.SetBusy(false);
     const EventCounter paints(widget, QEvent::Paint);
@@ -213,9 +205,7 @@ void TestMultiFrameThumbTimers::spinTimer_onlyRepaints_afterSetBusyFalse()
 void TestMultiFrameThumbTimers::slots_repaint_aShownWidget()
 {
     QVector<QPixmap *> none;
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    OnScreen widget;
     const EventCounter paints(widget, QEvent::Paint);
     widget.ClearThumbs();
     QTRY_COMPARE(paints.count, 1);
@@ -229,11 +219,8 @@ void TestMultiFrameThumbTimers::slots_repaint_aShownWidget()
 
 void TestMultiFrameThumbTimers::mousePress_doesNotRepaint()
 {
-    Series series;
-    series.add({80, 60}, Qt::red);
-    MultiFrameThumb widget(nullptr);
-    widget.resize(80, 60);
-    QVERIFY(shown(widget));
+    Series series = solidSeries({80, 60}, {Qt::red});
+    OnScreen widget;
     const EventCounter paints(widget, QEvent::Paint);
     widget.SetThumbs(series.pointers, series.pointers);
     QTRY_COMPARE(paints.count, 1);
