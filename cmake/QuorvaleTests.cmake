@@ -1,4 +1,4 @@
-# Checks that find anything end the test; what the libraries below the toolkit keep until the end is no finding.
+# A sanitizer that finds something ends the test. What libraries below Qt keep until the end is no finding.
 set(QUORVALE_SANITIZER_ENVIRONMENT)
 if(QUORVALE_SANITIZE MATCHES address)
   list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
@@ -13,13 +13,13 @@ endif()
 # script/test runs every test once at least, and not every test twice. Each group is a target to build:
 #   thread_tests     what crosses threads, for ThreadSanitizer: label threads
 #   <room>_tests     those of one room
-#   plain_tests      all but those of what reads foreign bytes, without the toolkit: these have the label sanitized_only
-#   sanitized_tests  all but those of the tools, the packages and the house, and the longest: these are plain_only
+#   plain_tests      for a build without sanitizers: all but label sanitized_only (what reads foreign bytes and uses no Qt)
+#   sanitized_tests  for AddressSanitizer: all but label plain_only (the tools, the packages, the house, and the longest)
 add_custom_target(thread_tests)
 add_custom_target(plain_tests)
 add_custom_target(sanitized_tests)
 
-# Streams that tests make are kept for all presets; script/test removes those that are not used any more.
+# Streams that tests make are kept for all presets; script/test removes those that are no longer used.
 set(quorvale_kept_streams "${quorvale_BINARY_DIR}/kept-streams")
 if(quorvale_BINARY_DIR MATCHES "^${quorvale_SOURCE_DIR}/build/")
   set(quorvale_kept_streams "${quorvale_SOURCE_DIR}/build/kept-streams")
@@ -54,15 +54,15 @@ function(quorvale_group_test test)
   set_tests_properties(${test} PROPERTIES LABELS "${arg_FOLDER};${arg_LABELS}")
 endfunction()
 
-set(quorvale_test_options -O0) # A test is compiled more often than it takes long.
+set(quorvale_test_options -O0) # Compiling a test takes longer than running it.
 add_library(quorvale_test_flags INTERFACE)
 if(QUORVALE_QT EQUAL 6)
-  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC takes that for the test's own doing. Qt 5 and clang look at it all.
+  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC blames the test. With Qt 5 and with clang the warning stays on.
   target_compile_options(quorvale_test_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-conversion>)
 endif()
 set(quorvale_test_definitions QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
 if(QUORVALE_SANITIZE)
-  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # memory and time are not what they are elsewhere
+  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # it takes more memory and time
 endif()
 quorvale_precompile(core_test COMPONENT Core OPTIONS ${quorvale_test_options} HEADERS ${quorvale_common_headers})
 quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_options}
@@ -137,8 +137,8 @@ function(quorvale_add_test test)
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()
   if(folder MATCHES "^(thumbs|platform|app)$")
-    # The toolkit keeps no frame pointers: without a slow walk up the stack, what it leaks cannot be told from ours. Who
-    # leaks stands among the first frames.
+    # Qt's libraries have no frame pointers: only a slow walk up the stack tells their leaks from ours. The first frames
+    # are enough.
     list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
   endif()
   set_tests_properties(${test} PROPERTIES

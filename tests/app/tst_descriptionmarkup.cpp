@@ -191,7 +191,7 @@ void TestDescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
     QCOMPARE(cellsIn(*document.rootFrame()), 0);
 }
 
-// A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is honest, and would be shown.
+// A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is true, and would be shown.
 void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
 {
     QImage picture(40, 30, QImage::Format_RGB32);

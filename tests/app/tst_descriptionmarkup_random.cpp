@@ -1,5 +1,5 @@
-// Descriptions made at random of what breaks parsers: however they come out, the words are those that Qt shows, and
-// the layout costs no more than it may.
+// Random descriptions, made of what breaks parsers: whatever they are, the words are those that Qt shows, and the cost
+// of the layout is bounded.
 
 #include "app/descriptiondocument.h"
 #include "app/descriptionmarkup.h"

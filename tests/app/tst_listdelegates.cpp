@@ -1,4 +1,4 @@
-// Rows wider than their list: which part of a path goes, and that no title costs a scroll bar.
+// Rows wider than their list: which part of a path is left out, and that no title makes a scroll bar.
 
 #include "app/listdelegates.h"
 #include "tests/support/testclass.h"
@@ -38,7 +38,7 @@ QImage rowOf(const Viewer &viewer, int row)
     return list->viewport()->grab(list->visualItemRect(list->topLevelItem(row))).toImage();
 }
 
-// Takes note of how rows are painted.
+// Records how rows are painted.
 class NotingStyle : public QProxyStyle
 {
 public:

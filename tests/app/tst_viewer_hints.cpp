@@ -1,4 +1,4 @@
-// What the window says where there is nothing to see: in empty lists and about pictures.
+// What the window says when there is nothing to see: in empty lists and about pictures.
 
 #include "app/listhints.h"
 #include "tests/support/modaldialog.h"

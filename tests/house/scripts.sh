@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts.sh SCRIPTS FOLDER: what holds for every command in SCRIPTS: -h helps and does nothing else, a checkout that was
-# moved after a build builds on, and a folder without a recorder disk is told before anything is built.
+# scripts.sh SCRIPTS FOLDER: tests every command in SCRIPTS: -h helps and does nothing else, a checkout that was moved
+# after a build still builds, and a folder without a recorder disk is reported before anything is built.
 set -euo pipefail
 scripts=$1 work=$2
 
@@ -51,7 +51,7 @@ second/script/builds
 [ "$(cat second/build/dev/copy)" = two ] || fail "after a move nothing was built"
 [ -e second/build/dev/kept ] || fail "after a move the build folder was emptied"
 said=$(second/script/builds)
-! grep -q 'anew' <<<"$said" || fail "it configures anew again and again: $said"
+! grep -q 'configuring it again' <<<"$said" || fail "it is configured again each time: $said"
 
 mkdir -p none/folder disks/disk/DVR/RECSINFO
 touch disks/disk/DVR/RECSINFO/RECS.INF

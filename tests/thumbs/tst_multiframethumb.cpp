@@ -9,7 +9,7 @@
 #include <functional>
 #include <type_traits>
 
-/// What the widget is made with, and what its slots promise. Time is driven by hand; no event loop runs here.
+/// The widget's initial state, and what its slots do. The test sends the timers' events; no event loop runs here.
 class TestMultiFrameThumb : public QObject
 {
     Q_OBJECT

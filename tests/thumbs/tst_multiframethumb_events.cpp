@@ -5,7 +5,7 @@
 #include <QMouseEvent>
 #include <QTest>
 
-/// What ticks and clicks do in each state. Time is driven by hand; no event loop runs here.
+/// What ticks and clicks do in each state. The test sends the timers' events; no event loop runs here.
 class TestMultiFrameThumbEvents : public QObject
 {
     Q_OBJECT

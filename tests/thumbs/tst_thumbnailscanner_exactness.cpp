@@ -19,7 +19,7 @@ struct Expected
     QByteArray errors;
 };
 
-// What a scanner emits that has nothing but an FFVideo.
+// What a scanner would emit that has only an FFVideo.
 Expected literalScan(const QString &path, int firstFrame, int frameStep)
 {
     Expected expected;
@@ -64,7 +64,7 @@ const char *const kCaptures[] = {
 
 } // namespace
 
-/// What the scanner emits, and says on stderr, is what a scanner would that decodes everything.
+/// The scanner emits, and writes to stderr, the same as a scanner that decodes everything.
 class TestThumbnailScannerExactness : public QObject
 {
     Q_OBJECT

@@ -265,7 +265,7 @@ private slots:
     }
 
 private:
-    // Scans twice: what the first pass leaves behind is caches, what the second adds is kept per recording.
+    // Scans twice: what the first pass leaves is caches, what the second adds is kept per recording.
     static void compareMemory(const QStringList &files)
     {
         const auto scan = [&files] {

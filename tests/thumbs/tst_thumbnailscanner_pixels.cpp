@@ -13,7 +13,7 @@ Q_DECLARE_METATYPE(NumberedStream)
 
 namespace {
 
-constexpr int kPicture = 5; // behind a few B pictures, before the ones that a decoder holds back
+constexpr int kPicture = 5; // after a few B pictures, before the ones that a decoder holds back
 
 enum class Conversion { HalvedRows, FullRows, Bytes };
 

@@ -31,7 +31,7 @@ constexpr Capture kCaptures[] = {
 
 } // namespace
 
-/// Real captures: every picture that is read exactly is that of decoding everything, in whatever order.
+/// Real captures: every picture that is read exactly equals that of decoding everything, in any order.
 class TestExactReaderSamples : public QObject
 {
     Q_OBJECT

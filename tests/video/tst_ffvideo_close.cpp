@@ -8,7 +8,7 @@
 #include <QFile>
 #include <QtTest>
 
-/// What closing leaves behind, and what becomes of a reader that opens another file.
+/// What closing leaves, and what becomes of a reader that opens another file.
 class TestFFVideoClose : public QObject
 {
     Q_OBJECT

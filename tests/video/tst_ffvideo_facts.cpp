@@ -15,7 +15,7 @@ constexpr std::int64_t kNoTimestamp = std::numeric_limits<std::int64_t>::min();
 
 } // namespace
 
-/// What the reader knows about a file once it is open, and before.
+/// What the reader knows about a file before and after it is opened.
 class TestFFVideoFacts : public QObject
 {
     Q_OBJECT

@@ -27,7 +27,7 @@ private slots:
         QVERIFY(dir.isValid());
         if (!processfacts::available())
             QSKIP("needs to see how much memory there is");
-        // What the libraries set aside for good comes first.
+        // First, what the libraries allocate once and keep.
         const QString small = makeStream(dir.path(), {"small.ts", {"-c:v", "mpeg2video", "-f", "mpegts"}, 12});
         const QString raw = makeStream(dir.path(), {"small.h264", {"-c:v", "libx264", "-bf", "0", "-f", "h264"}, 60});
         mpeg2 = readFile(small);

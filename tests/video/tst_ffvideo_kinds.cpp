@@ -1,4 +1,4 @@
-// Which kinds of files are opened. A name says nothing: every one here is called like a recording.
+// Which kinds of files are opened. Every file here has the name of a recording.
 
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"

@@ -1,4 +1,4 @@
-// A recording is one file. What passes for one and names others brings none of them in, and always comes to an end.
+// A recording is one file. A playlist in its place opens no other file, and reading it always ends.
 
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"

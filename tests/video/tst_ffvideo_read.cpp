@@ -27,7 +27,7 @@ constexpr int kNoLabel = -1;
 
 Q_DECLARE_METATYPE(Layout)
 
-/// What Read makes of each layout that a decoder can hand out.
+/// How Read copies each layout that a decoder can deliver.
 class TestFFVideoRead : public QObject
 {
     Q_OBJECT

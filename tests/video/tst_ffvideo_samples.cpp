@@ -31,7 +31,7 @@ const Capture kCaptures[] = {
 
 } // namespace
 
-/// Real captures, every picture of which is compared with what the ffmpeg program decodes, where that is defined.
+/// Real captures: compares every picture with the one that the ffmpeg program decodes, if its content is defined.
 class TestFFVideoSamples : public QObject
 {
     Q_OBJECT

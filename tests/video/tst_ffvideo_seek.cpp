@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(numberError(video, 99), QString());
     }
 
-    void read_repeatsTheLastPicture_onceRightBehindTheEndOfAGrowingTable()
+    void read_repeatsTheLastPicture_onceRightAfterTheEndOfAGrowingTable()
     {
         // The step that finds the end of the file is counted before it is known to bring nothing.
         FFVideo video;

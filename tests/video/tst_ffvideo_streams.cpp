@@ -74,8 +74,8 @@ private:
     void addWholeRows()
     {
         addRows({"mpeg2.ts", "mpeg2-b.ts", "mpeg2-b-interlaced.ts", "h264.ts", "h264-b-closed.ts", "h264-b-open.ts",
-                 "h264-b-interlaced.ts", "h264-intra.ts", "hevc.ts", "hevc-raw.265", "mpeg2-33-bit-wrap.ts",
-                 "hdmv.ts"});
+                 "h264-b-interlaced.ts", "h264-intra.ts", "hevc.ts", "hevc-idr.ts", "hevc-raw.265",
+                 "mpeg2-33-bit-wrap.ts", "hdmv.ts"});
     }
     void addDamagedRows()
     {

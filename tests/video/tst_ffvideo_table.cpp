@@ -38,7 +38,7 @@ private slots:
         }
     }
 
-    void seek_ends_whenTheTableNamesATimestampBehindTheEndOfTheFile()
+    void seek_ends_whenTheTableNamesATimestampAfterTheEndOfTheFile()
     {
         FFVideo indexed;
         QVERIFY(open(indexed, path, false));

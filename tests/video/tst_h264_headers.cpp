@@ -56,7 +56,7 @@ std::optional<h264::RecoveryPoint> recoveryPointIn(const QByteArray &sei)
 
 } // namespace
 
-/// What parameter sets, slice headers and supplemental enhancement information may hold, and what makes them damage.
+/// What parameter sets, slice headers and supplemental enhancement information may hold, and what counts as damage.
 class TestH264Headers : public QObject
 {
     Q_OBJECT

@@ -66,7 +66,7 @@ using Counts = std::vector<std::int64_t>;
 
 Q_DECLARE_METATYPE(Case)
 
-/// What parameter sets and slice segment headers may hold, what makes them damage, and what a picture refers to.
+/// What parameter sets and slice segment headers may hold, what counts as damage, and what a picture refers to.
 class TestHevcHeaders : public QObject
 {
     Q_OBJECT

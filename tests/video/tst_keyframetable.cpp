@@ -89,7 +89,7 @@ private slots:
         QCOMPARE(table.entries[0].frame, 0);
     }
 
-    void addEntry_changesNothing_forARowThatDoesNotLieBehindTheLast()
+    void addEntry_changesNothing_forARowThatDoesNotLieAfterTheLast()
     {
         HeldTable table;
         InitialiseKFT(&table, "x", -1);

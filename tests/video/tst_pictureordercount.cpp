@@ -116,7 +116,7 @@ QVector<int> decodedOrder(const VideoPackets &video, AVCodecContext *decoder)
 
 } // namespace
 
-/// What access units say of whole recordings, held against libavcodec's parser and decoder.
+/// Compares what access units say of whole recordings with libavcodec's parser and decoder.
 class TestPictureOrderCount : public QObject
 {
     Q_OBJECT
