@@ -229,6 +229,8 @@ private slots:
         video.keyFrames.entries[4].frame = 43;
         video.keyFrames.entries[4].frameDts += 3 * 3600;
         QCOMPARE(numberError(video, 46), QString());
+        QVERIFY(video.seekToNearestKeyFrame(46, 0));
+        QCOMPARE(video.currentFrame, 30);
     }
 
     void seek_decodesEveryPacketInFull_beforeAPictureThatIsIntraButNoKey()
