@@ -19,8 +19,8 @@ std::unique_ptr<ScanThreads> theInstance;
 // Runs while the application object is being destroyed: a scan that made a pixmap later would abort the process.
 void endAtExit()
 {
-    if (theInstance && !theInstance->end())
-        theInstance.release(); // NOLINT(bugprone-unused-return-value): a thread that hangs still refers to it.
+    if (theInstance)
+        theInstance->end(); // A thread that hangs does without it.
     theInstance.reset();
 }
 
@@ -45,10 +45,10 @@ void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }
 
-void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2)
+void ScanThreads::claim(const QVector<QPixmap *> &x1)
 {
     if (!x1.isEmpty())
-        m_claimed.append({QString(), x1, x2});
+        m_claimed.append(x1);
 }
 
 // Addresses can repeat, so a series counts as claimed as often as its addresses were claimed. The others have no owner.
@@ -56,12 +56,7 @@ void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
 {
     SeriesList unclaimed;
     for (const ThumbnailEntry &series : emitted) {
-        const auto claimed = std::find_if(m_claimed.begin(), m_claimed.end(), [&](const ThumbnailEntry &entry) {
-            return entry.x1 == series.x1 && entry.x2 == series.x2;
-        });
-        if (claimed != m_claimed.end())
-            m_claimed.erase(claimed);
-        else
+        if (!m_claimed.removeOne(series.x1))
             unclaimed.append(series);
     }
     deleteThumbnails(unclaimed);

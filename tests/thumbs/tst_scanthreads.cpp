@@ -124,7 +124,7 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     QVector<QPixmap *> mine;
     connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
             [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
-                ScanThreads::instance().claim(x1, x2);
+                ScanThreads::instance().claim(x1);
                 mine = x1 + x2;
             });
     scan.thread->start();

@@ -52,11 +52,7 @@ private slots:
     }
     void open_takes_containersOfAllKinds()
     {
-        QFETCH(QString, format);
-        QFETCH(QStringList, encoder);
-        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
-                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
-                                                QStringList{"-f", format});
+        const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
@@ -81,11 +77,7 @@ private slots:
     }
     void open_refuses_whatIsNoVideo()
     {
-        QFETCH(QString, format);
-        QFETCH(QStringList, encoder);
-        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
-                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
-                                                QStringList{"-f", format});
+        const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
@@ -142,6 +134,16 @@ private slots:
     }
 
 private:
+    // The recording that the row describes.
+    [[nodiscard]] QString made() const
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        return makeWithFFmpeg(dir.path(), "a.ts",
+                              QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
+                                  QStringList{"-f", format});
+    }
+
     const QTemporaryDir dir;
 };
 
