@@ -146,8 +146,9 @@ void TestMultiFrameThumbTimers::timers_areStopped_byADestroyedWidget()
         QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(frameTimer) >= 0);
         QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(spinTimer) >= 0);
     }
-    QCOMPARE(QAbstractEventDispatcher::instance()->remainingTime(frameTimer), -1);
-    QCOMPARE(QAbstractEventDispatcher::instance()->remainingTime(spinTimer), -1);
+    // Qt 6.11 answers with another negative number than -1.
+    QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(frameTimer) < 0);
+    QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(spinTimer) < 0);
 }
 
 void TestMultiFrameThumbTimers::frameTimer_showsTheNextFrame_whenItsSecondIsOver()
