@@ -64,10 +64,17 @@ void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted_data()
     QTest::addColumn<int>("firstNumber");
     QTest::addColumn<int>("look");
     QTest::addColumn<QString>("option");
-    QTest::newRow("more pictures") << 4 << 0 << 0 << "2";
-    QTest::newRow("other numbers") << 3 << 1 << 0 << "2";
-    QTest::newRow("other colours") << 3 << 0 << 1 << "2";
-    QTest::newRow("another option") << 3 << 0 << 0 << "3";
+    QTest::addColumn<QString>("name");
+    QTest::newRow("more pictures") << 4 << 0 << 0 << "2"
+                                   << "other.ts";
+    QTest::newRow("other numbers") << 3 << 1 << 0 << "2"
+                                   << "other.ts";
+    QTest::newRow("other colours") << 3 << 0 << 1 << "2"
+                                   << "other.ts";
+    QTest::newRow("another option") << 3 << 0 << 0 << "3"
+                                    << "other.ts";
+    QTest::newRow("another container") << 3 << 0 << 0 << "2"
+                                       << "other.mkv";
 }
 
 void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
@@ -76,6 +83,7 @@ void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
     QFETCH(const int, firstNumber);
     QFETCH(const int, look);
     QFETCH(const QString, option);
+    QFETCH(const QString, name);
     NumberedStream wanted = stream("other.ts");
     wanted.encoderArguments.insert(wanted.encoderArguments.begin(), {"-q:v", "2"});
     const std::string usual = keptstreams::fileFor(wanted);
@@ -83,6 +91,7 @@ void TestKeptStreams::stream_isMadeAnew_whereAnythingElseIsWanted()
     wanted.firstNumber = static_cast<unsigned>(firstNumber);
     wanted.look = static_cast<unsigned>(look);
     wanted.encoderArguments[1] = option.toStdString();
+    wanted.path = path(name).toStdString();
     QVERIFY(keptstreams::fileFor(wanted) != usual);
     QVERIFY(encodeNumberedStream(wanted).ok());
     QCOMPARE(kept().size(), 2);

@@ -10,7 +10,7 @@
 /// time of change: what is old is not needed any more.
 namespace quorvale::keptstreams {
 
-/// The kept file of `stream`, whose `path` does not count; empty where nothing is kept.
+/// The kept file of `stream`, of whose `path` only the ending counts; empty where nothing is kept.
 [[nodiscard]] std::string fileFor(const NumberedStream &stream);
 
 /// Copies the kept file to `path`. False where there is none yet.
