@@ -137,8 +137,9 @@ private slots:
             QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(frameTimer) >= 0);
             QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(spinTimer) >= 0);
         }
-        QCOMPARE(QAbstractEventDispatcher::instance()->remainingTime(frameTimer), -1);
-        QCOMPARE(QAbstractEventDispatcher::instance()->remainingTime(spinTimer), -1);
+        // Qt 6.11 answers with another negative number than -1.
+        QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(frameTimer) < 0);
+        QVERIFY(QAbstractEventDispatcher::instance()->remainingTime(spinTimer) < 0);
     }
 
     void frameTimer_showsTheNextFrame_whenItsSecondIsOver()

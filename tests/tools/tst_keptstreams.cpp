@@ -41,10 +41,14 @@ private slots:
         QTest::addColumn<int>("firstNumber");
         QTest::addColumn<int>("look");
         QTest::addColumn<QString>("option");
-        QTest::newRow("more pictures") << 4 << 0 << 0 << "2";
-        QTest::newRow("other numbers") << 3 << 1 << 0 << "2";
-        QTest::newRow("other colours") << 3 << 0 << 1 << "2";
-        QTest::newRow("another option") << 3 << 0 << 0 << "3";
+        QTest::addColumn<QString>("name");
+        const QString name = "other.ts";
+        QTest::newRow("more pictures") << 4 << 0 << 0 << "2" << name;
+        QTest::newRow("other numbers") << 3 << 1 << 0 << "2" << name;
+        QTest::newRow("other colours") << 3 << 0 << 1 << "2" << name;
+        QTest::newRow("another option") << 3 << 0 << 0 << "3" << name;
+        QTest::newRow("another container") << 3 << 0 << 0 << "2"
+                                           << "other.mkv";
     }
 
     void stream_isMadeAnew_whereAnythingElseIsWanted()
@@ -53,6 +57,7 @@ private slots:
         QFETCH(const int, firstNumber);
         QFETCH(const int, look);
         QFETCH(const QString, option);
+        QFETCH(const QString, name);
         NumberedStream wanted = stream("other.ts");
         wanted.encoderArguments.insert(wanted.encoderArguments.begin(), {"-q:v", "2"});
         const std::string usual = keptstreams::fileFor(wanted);
@@ -60,6 +65,7 @@ private slots:
         wanted.firstNumber = static_cast<unsigned>(firstNumber);
         wanted.look = static_cast<unsigned>(look);
         wanted.encoderArguments[1] = option.toStdString();
+        wanted.path = path(name).toStdString();
         QVERIFY(keptstreams::fileFor(wanted) != usual);
         QVERIFY(encodeNumberedStream(wanted).ok());
         QCOMPARE(kept().size(), 2);
