@@ -139,7 +139,10 @@ private slots:
         QVERIFY(stream.next(picture(hevcsyntax::IdrNLp, 0)).onePicture);
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 7)), std::int64_t{7});
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 14)), std::int64_t{14});
-        QCOMPARE(stream.countOf(picture(nalUnitType, 5, temporalId)), std::int64_t{21});
+        const AccessUnit unit = stream.next(picture(nalUnitType, 5, temporalId));
+        QCOMPARE(unit.pictureOrderCount, std::int64_t{21});
+        QCOMPARE(unit.isPrevTid0Pic, next == 28);
+        QCOMPARE(unit.maxPicOrderCntLsb, std::uint32_t{16});
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 12)), std::int64_t{next});
     }
 

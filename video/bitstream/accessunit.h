@@ -44,6 +44,8 @@ struct AccessUnit
     /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself
     /// (RefPicSetStCurrBefore, RefPicSetStCurrAfter, RefPicSetLtCurr).
     std::vector<std::int64_t> references;
+    bool isPrevTid0Pic = false;          ///< HEVC: the counts of pictures after it are told from this one's (8.3.1)
+    std::uint32_t maxPicOrderCntLsb = 0; ///< HEVC: MaxPicOrderCntLsb; from counts less than half of it away
 
     /// H.262: holds both fields of one frame, one after the other, each with a picture header of its own. onePicture is
     /// false then, but what else stands here is true of the frame.

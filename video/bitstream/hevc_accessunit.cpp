@@ -92,6 +92,8 @@ void AccessUnitReader::describe(const SliceHeader &slice, const PictureOrderCoun
     // The pictures of a lower temporal sub-layer serve the higher ones, whatever their type.
     unit.isReference = !isSubLayerNonReference(slice.nalUnitType) || slice.temporalId < sps.maxSubLayersMinus1;
     unit.referencesAreKnown = findReferences(slice, sps, picture.count, unit.references);
+    unit.isPrevTid0Pic = picture.isPrevTid0Pic;
+    unit.maxPicOrderCntLsb = sps.maxPicOrderCntLsb();
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)

@@ -4,6 +4,8 @@
 #include "video/exact/doubts.h"
 #include "video/exact/numbers.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -27,6 +29,18 @@ struct PacketCircumstances
     bool newExtradata = false; ///< the container announces other parameters
 };
 
+/// What an HEVC picture says about those that it needs.
+struct KnownReferences
+{
+    static constexpr std::size_t kMost = 8; ///< NumPicTotalCurr (ITU-T H.265, 7.4.7.1)
+
+    /// How many pictures before this one, in decode order, each of them is; 0: no further one.
+    std::array<std::uint8_t, kMost> distances{};
+    bool areKnown = false;               ///< those are all
+    bool isPrevTid0Pic = false;          ///< see AccessUnit
+    std::uint32_t maxPicOrderCntLsb = 0; ///< see AccessUnit
+};
+
 /// One coded picture: a packet, or the two packets of a frame coded as fields.
 struct CodedPicture
 {
@@ -39,6 +53,7 @@ struct CodedPicture
     RandomAccess randomAccess = RandomAccess::None;
     bool isReference = true;
     bool setsParameters = false; ///< a decoder that was not shown it may not know the parameters of later ones
+    KnownReferences references;
 
     [[nodiscard]] PacketIndex lastPacket() const { return firstPacket + (packets - 1); }
     [[nodiscard]] bool isOutputBefore(const CodedPicture &other) const
@@ -47,7 +62,7 @@ struct CodedPicture
     }
 };
 
-/// All packets of a video that were scanned so far, and the pictures that they are. About 60 bytes a picture.
+/// All packets of a video that were scanned so far, and the pictures that they are. About 90 bytes a picture.
 class PictureList
 {
 public:
@@ -80,6 +95,8 @@ public:
 private:
     [[nodiscard]] bool completesFrame(const AccessUnit &unit) const;
     void addPicture(const ScannedPacket &packet, const AccessUnit &unit);
+    [[nodiscard]] KnownReferences referencesOf(const AccessUnit &unit) const;
+    [[nodiscard]] std::uint8_t distanceTo(std::int64_t pictureOrderCount) const;
     void checkDecodeTime(std::int64_t dts);
     void castCorruption(bool corrupt);
 
