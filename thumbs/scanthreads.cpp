@@ -39,7 +39,7 @@ ScanThreads &ScanThreads::instance()
 void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
 {
     const auto emitted = std::make_shared<SeriesList>();
-    scanner->noteSeriesIn(emitted);
+    scanner->noteSeriesIn(noteFor(emitted));
     m_scans.append({thread, scanner, emitted});
     thread->setEventDispatcher(new PostedEvents); // owned by the thread
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
@@ -51,11 +51,22 @@ void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &
         m_claimed.append({QString(), x1, x2});
 }
 
+// The same list for the scanner. When it lets go of it, on its own thread, what it has emitted is on its way already:
+// this is looked at after that, and nothing has to be connected.
+std::shared_ptr<ScanThreads::SeriesList> ScanThreads::noteFor(const std::shared_ptr<SeriesList> &emitted)
+{
+    const auto lookAtIt = [this, emitted](SeriesList *) {
+        QMetaObject::invokeMethod(
+            this, [this, emitted] { forgetClaimed(*emitted); }, Qt::QueuedConnection);
+    };
+    return {emitted.get(), lookAtIt};
+}
+
 // A series was claimed as often as its pixmaps' addresses were; the others are still on their way to somebody.
-void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
+void ScanThreads::forgetClaimed(SeriesList &emitted)
 {
     SeriesList unclaimed;
-    for (const ThumbnailEntry &series : emitted) {
+    for (const ThumbnailEntry &series : std::as_const(emitted)) {
         const auto claimed = std::find_if(m_claimed.begin(), m_claimed.end(), [&](const ThumbnailEntry &entry) {
             return entry.x1 == series.x1 && entry.x2 == series.x2;
         });
@@ -64,7 +75,7 @@ void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
         else
             unclaimed.append(series);
     }
-    deleteThumbnails(unclaimed);
+    emitted = unclaimed;
 }
 
 bool ScanThreads::end(int patienceMs)
@@ -83,7 +94,8 @@ bool ScanThreads::end(int patienceMs)
     for (const Scan &scan : std::as_const(m_scans)) {
         delete scan.scanner.data();
         delete scan.thread.data();
-        deleteUnclaimed(*scan.emitted);
+        forgetClaimed(*scan.emitted);
+        deleteThumbnails(*scan.emitted); // which empties it
     }
     m_scans.clear();
     m_claimed.clear();
