@@ -44,8 +44,8 @@ public:
 
     /// Number of pictures, once the end of the file was decoded.
     [[nodiscard]] std::optional<FrameNumber> end() const { return m_fileEnd; }
-    /// Whether the whole file was scanned, and nothing in it is doubtful.
-    [[nodiscard]] bool isSound() const { return m_scan.pictures().isFinished() && m_scan.pictures().isSound(); }
+    /// Whether the whole file was scanned, and nothing is doubtful from its first random access point on.
+    [[nodiscard]] bool isSound() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:

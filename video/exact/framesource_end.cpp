@@ -10,6 +10,21 @@ constexpr std::int64_t kSoundBehind = 16; // pictures between the entry point an
 
 } // namespace
 
+// Most recordings begin in the middle of a group: what comes before the first random access point is doubtful.
+bool FrameSource::isSound() const
+{
+    if (!pictures().isFinished() || m_scan.stretches().count() == 0)
+        return pictures().isFinished() && pictures().isSound();
+    const Stretch &only = m_scan.stretches().at(0);
+    if (m_scan.stretches().count() > 1 || !only.endsFile())
+        return pictures().isSound();
+    for (PictureIndex i = only.end(); i < pictures().pictureEnd(); ++i) {
+        if ((pictures().picture(i).doubts & ~kLastOfFile) != 0)
+            return false;
+    }
+    return true;
+}
+
 // Which of a file's last pictures exist is up to the decoder: it gets all that come after the last one that is
 // certain, and is not drained.
 FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
