@@ -21,6 +21,9 @@ using quorvale::ExactReader;
 constexpr int kFrames = 330;
 constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
+// Pictures that are decoded for pictures 150 and 300. They can only be lowered.
+const QMap<QString, int> kMostDecoded = {};
+
 } // namespace
 
 /// Made streams: every picture that is read exactly is that of decoding everything, in whatever order, and what is
@@ -102,6 +105,17 @@ private slots:
             QCOMPARE(result.difference, QString());
             QVERIFY2(result.refused == 0 || mayRefuse(name), qPrintable(QString::number(result.refused)));
         }
+    }
+
+    void twoThumbnails_costNoMoreThanEver_data() { everyPicture_isTheSame_inAnyOrder_data(); }
+    void twoThumbnails_costNoMoreThanEver()
+    {
+        QFETCH(const QString, name);
+        const ExactComparison result = compareExactly(literal(name), {150, 300});
+        QCOMPARE(result.difference, QString());
+        qInfo("%lld decoded, %d refused", static_cast<long long>(result.counters.picturesDecoded), result.refused);
+        QVERIFY2(kMostDecoded.contains(name), "a stream without a figure");
+        QVERIFY(result.counters.picturesDecoded <= kMostDecoded[name]);
     }
 
     void work_isBoundedByTheGroupsOfTheWantedPictures_data()

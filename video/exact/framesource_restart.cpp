@@ -20,8 +20,8 @@ constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at m
 // Where to begin for the picture at `place`. Points that promise nothing are put to a test first.
 std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex place)
 {
-    const auto exact = entryPointFor(stretchOf(anchor), place, anchor.point.place, false);
-    const auto any = entryPointFor(stretchOf(anchor), place, anchor.point.place, true);
+    const auto exact = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, false);
+    const auto any = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, true);
     const bool isFar = place - (exact ? exact->place : anchor.point.place) > kFarAway;
     if (any && any->isInexact && m_inexact == Trust::Unknown && isFar && &anchor == &m_anchors.front())
         testRestart(anchor, place);

@@ -30,7 +30,7 @@ void PictureList::append(const ScannedPacket &packet, const AccessUnit &unit, co
     m_latest = unit;
 
     const PictureIndex current = pictureEnd() - 1;
-    if (!unit.onePicture)
+    if (!unit.onePicture && !unit.bothFields)
         doubt(current, kNotOnePicture);
     if (unit.mayWithholdOutput)
         doubt(current, kOutputWithheld);
@@ -64,9 +64,10 @@ void PictureList::addPicture(const ScannedPacket &packet, const AccessUnit &unit
     picture.sequence = m_sequence;
     picture.randomAccess = unit.randomAccess;
     picture.isReference = unit.isReference;
+    picture.isFieldPair = unit.bothFields;
     picture.references = referencesOf(unit);
     m_pictures.push_back(picture);
-    if (m_needsDisplayTimes && packet.pts == ScannedPacket::kUnknown)
+    if (m_needsDisplayTimes && packet.pts == kNoTimestamp)
         doubt(pictureEnd() - 1, kNoDisplayTime);
 }
 
@@ -103,11 +104,11 @@ std::uint8_t PictureList::distanceTo(std::int64_t pictureOrderCount) const
 
 void PictureList::checkDecodeTime(std::int64_t dts)
 {
-    if (dts == ScannedPacket::kUnknown)
+    if (dts == kNoTimestamp)
         return;
     // Times come from the file: the difference of two is formed without a sign, and is then as large as it gets.
     const std::uint64_t step = static_cast<std::uint64_t>(dts) - static_cast<std::uint64_t>(m_lastDts);
-    const bool isFirst = m_lastDts == ScannedPacket::kUnknown;
+    const bool isFirst = m_lastDts == kNoTimestamp;
     const bool steady = isFirst || (dts >= m_lastDts && step <= static_cast<std::uint64_t>(m_second));
     m_lastDts = dts;
     if (!steady)

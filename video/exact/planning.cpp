@@ -91,8 +91,10 @@ std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex ent
     return plan;
 }
 
-std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from, bool allowInexact)
+std::optional<EntryPoint> entryPointFor(const PictureList &pictures, const Stretch &stretch, OutputIndex place,
+                                        OutputIndex from, bool allowInexact)
 {
+    PictureIndex checked = stretch.at(place) + 1; // from here on no field pairs
     const std::vector<EntryPoint> &points = stretch.entryPoints();
     auto point = std::upper_bound(points.begin(), points.end(), place,
                                   [](OutputIndex wanted, const EntryPoint &p) { return wanted < p.place; });
@@ -100,8 +102,13 @@ std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex plac
         --point;
         if (point->place < from)
             break;
-        if (point->picture <= stretch.at(place) && (allowInexact || !point->isInexact))
-            return *point;
+        if (point->picture > stretch.at(place) || (point->isInexact && !allowInexact))
+            continue;
+        for (; !allowInexact && checked > point->picture; checked = checked - 1) {
+            if (pictures.picture(checked - 1).isFieldPair)
+                return std::nullopt;
+        }
+        return *point;
     }
     return std::nullopt;
 }

@@ -18,9 +18,9 @@ struct PlanningRules
 };
 
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
-/// is none. `allowInexact`: also one that promises nothing.
-[[nodiscard]] std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from,
-                                                      bool allowInexact);
+/// is none. `allowInexact`: also one that promises nothing, itself or with what is decoded from it on.
+[[nodiscard]] std::optional<EntryPoint> entryPointFor(const PictureList &pictures, const Stretch &stretch,
+                                                      OutputIndex place, OutputIndex from, bool allowInexact);
 
 /// To begin at `entry`. Nothing where too many other pictures set parameters first.
 [[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,
