@@ -16,7 +16,7 @@ namespace {
 
 std::unique_ptr<ScanThreads> theInstance;
 
-// Runs while the application object is being destroyed: later, a pixmap made by a scan would abort the process.
+// Runs while the application object is being destroyed: a scan that made a pixmap later would abort the process.
 void endAtExit()
 {
     if (theInstance && !theInstance->end())
@@ -51,18 +51,18 @@ void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &
         m_claimed.append({QString(), x1, x2});
 }
 
-// The same list for the scanner. When it lets go of it, on its own thread, what it has emitted is on its way already:
-// this is looked at after that, and nothing has to be connected.
+// The same list for the scanner. The scanner lets go of it on its own thread, after it has posted all of its series: the
+// call that is posted then comes after them, and nothing has to be connected.
 std::shared_ptr<ScanThreads::SeriesList> ScanThreads::noteFor(const std::shared_ptr<SeriesList> &emitted)
 {
-    const auto lookAtIt = [this, emitted](SeriesList *) {
+    const auto postForget = [this, emitted](SeriesList *) {
         QMetaObject::invokeMethod(
             this, [this, emitted] { forgetClaimed(*emitted); }, Qt::QueuedConnection);
     };
-    return {emitted.get(), lookAtIt};
+    return {emitted.get(), postForget};
 }
 
-// A series was claimed as often as its pixmaps' addresses were; the others are still on their way to somebody.
+// Addresses can repeat, so a series counts as claimed as often as its addresses were claimed. The others have no owner.
 void ScanThreads::forgetClaimed(SeriesList &emitted)
 {
     SeriesList unclaimed;

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/h264syntax.h"
 #include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
@@ -322,5 +323,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestH264Poc)
+TEST_CLASS(TestH264Poc, quorvale::NoApplication)
 #include "tst_h264_poc.moc"

@@ -6,10 +6,10 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kNear = 64;   // packets that are read through rather than sought
-constexpr int kMostBeforeByte = 16;  // packets that may come first where a demultiplexer is entered at a byte
-constexpr int kMostBeforeTime = 512; // and at a time, which an index may know of a group's first picture alone
-constexpr int kZeroBytesAtFront = 3; // of a start code, which may have gone to the packet before
+constexpr std::int64_t kNear = 64;   // up to so many packets ahead, reading is quicker than seeking
+constexpr int kMostBeforeByte = 16;  // other packets that may come first after a seek to a byte
+constexpr int kMostBeforeTime = 512; // and to a time: an index may hold only the first picture of a group
+constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to the packet before
 
 } // namespace
 
@@ -62,7 +62,7 @@ bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, 
         return m_source.describe(packet).checksum == scanned.checksum;
     if (packet.pts == kNoTimestamp || scanned.pts == kNoTimestamp)
         return packet.pts == scanned.pts;
-    // How often the timestamps have begun anew is known only to who has read all of the file.
+    // How often the timestamps have wrapped is known only after reading the whole file.
     const int bits = m_source.location().timestampBits;
     const std::uint64_t step = static_cast<std::uint64_t>(packet.pts) - static_cast<std::uint64_t>(scanned.pts);
     return bits >= 64 ? step == 0 : step % (std::uint64_t{1} << bits) == 0;

@@ -22,9 +22,9 @@ struct VideoLocation
     std::string path;
     int streamId = 0; ///< the container's own number for the stream
     int streamIndex = 0;
-    int timestampBits = 64; ///< after which the container's timestamps begin anew
+    int timestampBits = 64; ///< with which the container's timestamps wrap
     Entrance entrance = Entrance::AnyByte;
-    bool tellsByTimes = true; ///< a packet has the same times wherever reading began; else its bytes tell which it is
+    bool tellsByTimes = true; ///< a packet has the same times wherever reading began; else its bytes identify it
 };
 
 /// The packets of one video stream, read by a demultiplexer of its own.
@@ -40,7 +40,7 @@ public:
 
     /// The next packet of the stream, into `packet`. The file is opened with the first call.
     Status read(AVPacket &packet);
-    /// Goes on at the `position` of a scanned packet, or somewhat before: false where that cannot be done.
+    /// Continues at the `position` of a scanned packet, or somewhat before; false if that fails.
     bool goTo(std::int64_t position);
     /// What is kept of a packet that was read.
     [[nodiscard]] ScannedPacket describe(const AVPacket &packet) const;
