@@ -1,14 +1,9 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-constexpr int kFrames = 330;
-
-} // namespace
 
 /// What recordings are kept in besides transport streams: containers with an index, where a picture is found again by
 /// its time and known by its bytes.
@@ -17,6 +12,8 @@ class TestExactReaderContainers : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 330;
+
     QTemporaryDir folder;
     QMap<QString, QString> streams; // by codec
 
@@ -99,5 +96,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderContainers)
+TEST_CLASS(TestExactReaderContainers, QCoreApplication)
 #include "tst_exactreader_containers.moc"

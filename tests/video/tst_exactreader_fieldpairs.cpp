@@ -1,17 +1,10 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/h262fieldpairs.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-constexpr int kFrames = 320;
-constexpr int kProof = 16;
-constexpr int kTest = 33; // pictures that a restart test may take
-
-} // namespace
 
 /// MPEG-2 with both fields of a frame in one packet. What a decoder that begins at such a frame makes of it is tried
 /// once in a file, and the file is read plainly where it is not what the decoder makes of it that comes from the start.
@@ -20,6 +13,10 @@ class TestExactReaderFieldPairs : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 320;
+    static constexpr int kProof = 16;
+    static constexpr int kTest = 33; // pictures that a restart test may take
+
     QTemporaryDir folder;
 
     QString make(const QString &name, const H262FieldPairs &pairs)
@@ -75,5 +72,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderFieldPairs)
+TEST_CLASS(TestExactReaderFieldPairs, QCoreApplication)
 #include "tst_exactreader_fieldpairs.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "video/exact/neededpictures.h"
@@ -9,10 +10,10 @@ namespace {
 
 using namespace quorvale;
 
-constexpr std::uint32_t kMaxPicOrderCntLsb = 256;
+constexpr std::uint32_t kCountRange = 256;
 
 // HEVC pictures that say what they refer to, in decode order.
-class Written
+class WrittenPictures
 {
 public:
     AccessUnit &add(std::int64_t count, const std::vector<std::int64_t> &references)
@@ -25,7 +26,7 @@ public:
         unit.references = references;
         unit.referencesAreKnown = true;
         unit.isPrevTid0Pic = true;
-        unit.maxPicOrderCntLsb = kMaxPicOrderCntLsb;
+        unit.maxPicOrderCntLsb = kCountRange;
         m_units.push_back(unit);
         return m_units.back();
     }
@@ -52,9 +53,9 @@ private:
 };
 
 // I P B B P B B P B B, every P the second one after the P that it refers to
-Written twoChains()
+WrittenPictures twoChains()
 {
-    Written stream;
+    WrittenPictures stream;
     stream.add(0, {});
     stream.add(3, {0});
     stream.add(1, {0, 3});
@@ -76,14 +77,14 @@ private slots:
     void whatIsNotReached_isLeftOut()
     {
         QCOMPARE(twoChains().needed(), QStringLiteral("0 6 12"));
-        Written stream = twoChains();
+        WrittenPictures stream = twoChains();
         stream.add(10, {9, 12});
         QCOMPARE(stream.needed(), QStringLiteral("0 3 6 9 12 10"));
     }
 
     void theEntryPointItself_isAllThatIsNeededForIt()
     {
-        Written stream;
+        WrittenPictures stream;
         stream.add(0, {});
         QCOMPARE(stream.needed(), QStringLiteral("0"));
     }
@@ -91,7 +92,7 @@ private slots:
     void randomAccessPointsOnTheWay_stay()
     {
         // They tell which of the pictures after them are skipped.
-        Written stream = twoChains();
+        WrittenPictures stream = twoChains();
         stream.add(20, {});
         stream.add(15, {12});
         QCOMPARE(stream.needed(), QStringLiteral("0 6 12 20 15"));
@@ -110,7 +111,7 @@ private slots:
     void everythingIsNeeded()
     {
         QFETCH(const int, fault);
-        Written stream = twoChains();
+        WrittenPictures stream = twoChains();
         AccessUnit &last = stream.add(15, {12});
         if (fault == 0)
             last.referencesAreKnown = false;
@@ -139,7 +140,7 @@ private slots:
         // Of a count only the lowest bits are coded; the rest follows from the picture before, if that was decoded.
         QFETCH(const int, step);
         QFETCH(const bool, tells);
-        Written stream;
+        WrittenPictures stream;
         stream.add(0, {});
         stream.add(step / 2, {0});
         stream.add(step, {0});
@@ -148,7 +149,7 @@ private slots:
 
     void picturesOfHigherSubLayers_tellNoCounts()
     {
-        Written stream;
+        WrittenPictures stream;
         stream.add(0, {});
         stream.add(100, {0}).isPrevTid0Pic = false;
         stream.add(150, {100});
@@ -192,5 +193,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestNeededPictures)
+TEST_CLASS(TestNeededPictures, QCoreApplication)
 #include "tst_neededpictures.moc"

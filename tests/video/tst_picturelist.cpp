@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/exact/picturelist.h"
 
 #include <QtTest>
@@ -6,12 +7,12 @@ using namespace quorvale;
 
 namespace {
 
-constexpr std::int64_t kSecond = 90000; // units
-constexpr std::int64_t kStep = 3600;    // between pictures
+constexpr std::int64_t kUnitsInASecond = 90000; // units
+constexpr std::int64_t kUnitsBetween = 3600;    // between pictures
 constexpr int kPictures = 12;
 constexpr int kOdd = 6; // the picture that is not like the others
 
-AccessUnit soundUnit(int number)
+AccessUnit unitWithoutDoubt(int number)
 {
     AccessUnit unit;
     unit.onePicture = true;
@@ -25,14 +26,14 @@ AccessUnit soundUnit(int number)
 template <typename Change>
 PictureList listWith(Change change, bool needsDisplayTimes = true)
 {
-    PictureList pictures(kSecond, needsDisplayTimes);
+    PictureList pictures(kUnitsInASecond, needsDisplayTimes);
     for (int number = 0; number < kPictures; ++number) {
         ScannedPacket packet;
-        packet.pts = number * kStep;
+        packet.pts = number * kUnitsBetween;
         packet.size = 1000;
         PacketCircumstances circumstances;
-        circumstances.dts = number * kStep;
-        AccessUnit unit = soundUnit(number);
+        circumstances.dts = number * kUnitsBetween;
+        AccessUnit unit = unitWithoutDoubt(number);
         if (number == kOdd)
             change(packet, unit, circumstances);
         pictures.append(packet, unit, circumstances);
@@ -103,9 +104,10 @@ private slots:
         QTest::addColumn<qint64>("dts");
         QTest::addColumn<QVector<int>>("expected");
         QTest::newRow("none") << qint64(kNoTimestamp) << QVector<int>();
-        QTest::newRow("the same as before") << qint64((kOdd - 1) * kStep) << QVector<int>();
-        QTest::newRow("back, and on again") << qint64((kOdd - 2) * kStep) << QVector<int>{kOdd};
-        QTest::newRow("too far, and back") << qint64(kOdd * kStep + kSecond) << QVector<int>{kOdd, kOdd + 1};
+        QTest::newRow("the same as before") << qint64((kOdd - 1) * kUnitsBetween) << QVector<int>();
+        QTest::newRow("back, and on again") << qint64((kOdd - 2) * kUnitsBetween) << QVector<int>{kOdd};
+        QTest::newRow("too far, and back")
+            << qint64(kOdd * kUnitsBetween + kUnitsInASecond) << QVector<int>{kOdd, kOdd + 1};
         QTest::newRow("as far as there is") << qint64(INT64_MAX) << QVector<int>{kOdd, kOdd + 1};
     }
     void decodeTimes_mustNotGoBackOrJump()
@@ -137,5 +139,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPictureList)
+TEST_CLASS(TestPictureList, QCoreApplication)
 #include "tst_picturelist.moc"

@@ -104,6 +104,7 @@ private:
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
+    bool m_byReferenceSets = true;    ///< see PlanningRules; not any more after a run that failed
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
     std::vector<FrameNumber> m_announced; ///< until their prospects were looked at

@@ -130,7 +130,7 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
         plan.drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
 
     NeededPictures needed(entry.picture, end);
-    if (rules.leavesOut && !(rules.isHevc && needed.leaveOutUnreached(pictures)))
+    if (rules.leavesOut && !(rules.isHevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
         leaveOutUnreferenced(needed, pictures, {entry.picture, target, end}, rules);
     for (PictureIndex i = entry.picture; i < end; ++i)
         addPackets(plan.packets, pictures, i, needed.isNeeded(i));
