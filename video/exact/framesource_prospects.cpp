@@ -11,6 +11,7 @@ namespace {
 constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
 constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
 constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
+constexpr std::int64_t kWorthAnEnd = 100;       // pictures of a file whose end is found by less than all of them
 constexpr std::int64_t kLongestWay =
     300; // pictures from an entry point that are no dearer than going on from the start
 constexpr std::int64_t kLookedAtBehind = 33; // pictures after a target that a doubt must not be in
@@ -47,7 +48,7 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const std::int64_t end = pictures().pictureEnd().value();
     if (number.value() >= end)
-        return !isSound();
+        return !isSound() || (!pictures().isSound() && end < kWorthAnEnd);
     PictureIndex first(number.value());
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
