@@ -12,9 +12,8 @@ constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part th
 constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
 constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
 constexpr std::int64_t kWorthAnEnd = 100;       // pictures of a file whose end is found by less than all of them
-constexpr std::int64_t kLongestWay =
-    300; // pictures from an entry point that are no dearer than going on from the start
-constexpr std::int64_t kLookedAtBehind = 33; // pictures after a target that a doubt must not be in
+constexpr std::int64_t kLongestWay = 300;       // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that a doubt must not be in
 
 } // namespace
 
