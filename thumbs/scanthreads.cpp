@@ -39,7 +39,7 @@ ScanThreads &ScanThreads::instance()
 void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
 {
     const auto emitted = std::make_shared<SeriesList>();
-    scanner->noteSeriesIn(emitted);
+    scanner->noteSeriesIn(noteFor(emitted));
     m_scans.append({thread, scanner, emitted});
     thread->setEventDispatcher(new PostedEvents); // owned by the thread
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
@@ -51,15 +51,26 @@ void ScanThreads::claim(const QVector<QPixmap *> &x1)
         m_claimed.append(x1);
 }
 
+// The same list for the scanner. The scanner lets go of it on its own thread, after it has posted all of its series: the
+// call that is posted then comes after them, and nothing has to be connected.
+std::shared_ptr<ScanThreads::SeriesList> ScanThreads::noteFor(const std::shared_ptr<SeriesList> &emitted)
+{
+    const auto postForget = [this, emitted](SeriesList *) {
+        QMetaObject::invokeMethod(
+            this, [this, emitted] { forgetClaimed(*emitted); }, Qt::QueuedConnection);
+    };
+    return {emitted.get(), postForget};
+}
+
 // Addresses can repeat, so a series counts as claimed as often as its addresses were claimed. The others have no owner.
-void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
+void ScanThreads::forgetClaimed(SeriesList &emitted)
 {
     SeriesList unclaimed;
-    for (const ThumbnailEntry &series : emitted) {
+    for (const ThumbnailEntry &series : std::as_const(emitted)) {
         if (!m_claimed.removeOne(series.x1))
             unclaimed.append(series);
     }
-    deleteThumbnails(unclaimed);
+    emitted = unclaimed;
 }
 
 bool ScanThreads::end(int patienceMs)
@@ -78,7 +89,8 @@ bool ScanThreads::end(int patienceMs)
     for (const Scan &scan : std::as_const(m_scans)) {
         delete scan.scanner.data();
         delete scan.thread.data();
-        deleteUnclaimed(*scan.emitted);
+        forgetClaimed(*scan.emitted);
+        deleteThumbnails(*scan.emitted); // which empties it
     }
     m_scans.clear();
     m_claimed.clear();

@@ -17,6 +17,7 @@ public:
         std::int64_t count = 0;            ///< PicOrderCntVal
         bool startsSequence = false;       ///< IRAP picture with NoRaslOutputFlag 1
         bool followsEndOfSequence = false; ///< the first one after an end of sequence
+        bool isPrevTid0Pic = false;        ///< the counts of pictures after it are told from this one's
     };
 
     /// The picture with this header of its first slice segment.

@@ -16,11 +16,6 @@ DecoderRecipe::DecoderRecipe(const AVCodecParameters &parameters, AVRational tim
         m_parameters.reset();
 }
 
-void DecoderRecipe::Deleter::operator()(AVCodecParameters *parameters) const
-{
-    avcodec_parameters_free(&parameters);
-}
-
 ffmpeg::DecoderPtr DecoderRecipe::make() const
 {
     if (!m_parameters)

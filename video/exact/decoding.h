@@ -28,12 +28,7 @@ public:
     [[nodiscard]] ffmpeg::DecoderPtr make() const;
 
 private:
-    struct Deleter
-    {
-        void operator()(AVCodecParameters *parameters) const;
-    };
-
-    std::unique_ptr<AVCodecParameters, Deleter> m_parameters;
+    ffmpeg::ParametersPtr m_parameters;
     AVRational m_timeBase;
     const AVCodec *m_codec; ///< libavcodec's own
     std::unique_ptr<ffmpeg::PictureBudget> m_budget = std::make_unique<ffmpeg::PictureBudget>();

@@ -44,8 +44,8 @@ public:
 
     /// Number of pictures, once the end of the file was decoded.
     [[nodiscard]] std::optional<FrameNumber> end() const { return m_fileEnd; }
-    /// Whether the whole file was scanned, and nothing in it is doubtful.
-    [[nodiscard]] bool isSound() const { return m_scan.pictures().isFinished() && m_scan.pictures().isSound(); }
+    /// Whether the whole file was scanned, and nothing is doubtful from its first random access point on.
+    [[nodiscard]] bool isSound() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:
@@ -104,6 +104,7 @@ private:
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
+    bool m_byReferenceSets = true;    ///< see PlanningRules; not any more after a run that failed
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
     std::vector<FrameNumber> m_announced; ///< until their prospects were looked at

@@ -11,6 +11,8 @@ namespace {
 constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
 constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
 constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
+constexpr std::int64_t kWorthAnEnd = 100;       // pictures of a file whose end is found by less than all of them
+constexpr std::int64_t kLongestWay = 300;       // pictures from an entry point; from the start on is no dearer
 constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that a doubt must not be in
 
 } // namespace
@@ -45,10 +47,12 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const std::int64_t end = pictures().pictureEnd().value();
     if (number.value() >= end)
-        return !pictures().isSound();
+        return !isSound() || (!pictures().isSound() && end < kWorthAnEnd);
     PictureIndex first(number.value());
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
+    if (number.value() - first.value() > kLongestWay)
+        return true;
     const PictureIndex last(std::min(end - kLookedAtBehind / 2, number.value() + kLookedAtBehind));
     for (PictureIndex i = first; i < last; ++i) {
         if (pictures().picture(i).doubts != 0)
