@@ -77,6 +77,8 @@ long &countOf(Counts &counts, What what)
         return counts.seeks;
     case What::Look:
         return counts.looks;
+    case What::Tell:
+        return counts.tells;
     case What::List:
         break;
     }
@@ -84,10 +86,10 @@ long &countOf(Counts &counts, What what)
 }
 
 // Counts a call and asks for its verdict: false, with errno set, if it fails.
-bool mayPass(What what, const std::string &path, std::int64_t offset = -1)
+bool mayPass(What what, const std::string &path, std::int64_t offset = -1, std::int64_t bytes = -1)
 {
     Verdict verdict;
-    Call call{what, path, false, offset};
+    Call call{what, path, false, offset, bytes};
     {
         const std::lock_guard lock(guard());
         State *state = active;
@@ -167,7 +169,7 @@ template <typename Offset>
 ssize_t readAt(const char *name, int descriptor, void *buffer, size_t size, Offset offset)
 {
     const std::string known = watched(descriptor);
-    if (!known.empty() && !mayPass(What::Read, known, offset))
+    if (!known.empty() && !mayPass(What::Read, known, offset, static_cast<std::int64_t>(size)))
         return -1;
     const ssize_t bytes = real<ssize_t(int, void *, size_t, Offset)>(name)(descriptor, buffer, size, offset);
     if (!known.empty())
@@ -205,7 +207,7 @@ size_t readStream(void *buffer, size_t size, size_t count, FILE *file)
             content = state->content;
     }
     if (content)
-        content({What::Read, known, false, offset}, static_cast<unsigned char *>(buffer), got * size);
+        content({What::Read, known, false, offset, -1}, static_cast<unsigned char *>(buffer), got * size);
     return got;
 }
 
@@ -330,7 +332,8 @@ ssize_t read(int descriptor, void *buffer, size_t size)
     if (known.empty())
         return function(descriptor, buffer, size);
     const auto tell = faultydisk::real<off64_t(int, off64_t, int)>("lseek64");
-    if (!faultydisk::mayPass(faultydisk::What::Read, known, tell(descriptor, 0, SEEK_CUR)))
+    if (!faultydisk::mayPass(faultydisk::What::Read, known, tell(descriptor, 0, SEEK_CUR),
+                             static_cast<std::int64_t>(size)))
         return -1;
     const ssize_t bytes = function(descriptor, buffer, size);
     faultydisk::noteRead(bytes);
@@ -355,6 +358,22 @@ off_t lseek(int descriptor, off_t offset, int whence) noexcept
 off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
 {
     return faultydisk::seek("lseek64", descriptor, offset, whence);
+}
+
+int posix_fadvise(int descriptor, off_t begin, off_t bytes, int advice) noexcept
+{
+    const std::string known = faultydisk::watched(descriptor);
+    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+        return errno;
+    return faultydisk::real<int(int, off_t, off_t, int)>("posix_fadvise")(descriptor, begin, bytes, advice);
+}
+
+int posix_fadvise64(int descriptor, off64_t begin, off64_t bytes, int advice) noexcept
+{
+    const std::string known = faultydisk::watched(descriptor);
+    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+        return errno;
+    return faultydisk::real<int(int, off64_t, off64_t, int)>("posix_fadvise64")(descriptor, begin, bytes, advice);
 }
 
 int stat(const char *path, struct stat *facts) noexcept

@@ -50,6 +50,7 @@ std::string fileFor(const NumberedStream &stream)
     std::string text = QUORVALE_STREAM_MAKER + ffmpegVersion(); // the hash of the sources that draw the pictures
     for (const std::string &argument : ffmpegArguments(recipe))
         text += argument + '\n';
+    text += fs::path(stream.path).extension().string() + '\n'; // says which container, where no argument does
     for (const unsigned number : {static_cast<unsigned>(stream.frames), stream.firstNumber, stream.look})
         text += std::to_string(number) + '\n';
     char name[17] = "";

@@ -47,7 +47,7 @@ bool hasStartCodes(const AVCodecParameters &parameters)
            parameters.extradata[0] != 1;
 }
 
-std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
+std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
 {
     if (!video.formatContext || !video.videoCodec || video.videoStream < 0)
         return nullptr;
@@ -68,13 +68,14 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
     location.tellsByTimes = isOneOf({"mpegts", "mpeg"}, format);
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
     return std::make_unique<FrameSource>(location, *coding, second,
-                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec));
+                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec),
+                                         aheadLimits(pictureBytesOf(*stream.codecpar), processors));
 }
 
 } // namespace
 
-ExactReader::ExactReader(const FFVideo &video)
-    : m_source(makeSource(video))
+ExactReader::ExactReader(const FFVideo &video, int processors)
+    : m_source(makeSource(video, processors))
     , m_height(video.height)
 {
 }

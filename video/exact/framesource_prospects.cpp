@@ -3,6 +3,7 @@
 #include "video/exact/framesource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvale {
 
@@ -19,27 +20,32 @@ constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that 
 
 void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 {
+    dropAhead();
     m_announced = numbers;
     std::sort(m_announced.begin(), m_announced.end());
+    m_announced.erase(std::unique(m_announced.begin(), m_announced.end()), m_announced.end());
     for (const FrameNumber number : numbers)
         m_horizon = std::max(m_horizon, number);
 }
 
-// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything.
+// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything. What
+// is read is kept: where the disk fails on the way, the pictures before that can still be had.
 void FrameSource::lookAtProspects()
 {
-    if (m_announced.empty())
-        return;
-    const std::int64_t last = m_announced.back().value();
-    while (pictures().pictureEnd().value() <= last + kLookedAtBehind && m_scan.readOn()) {
+    for (const FrameNumber number : std::exchange(m_announced, {})) {
+        while (pictures().pictureEnd().value() <= number.value() + kLookedAtBehind && m_scan.readOn(&m_kept)) {
+        }
+        if (m_scan.hasFailed() || !isSurelyRefused(number)) {
+            m_toLoad.push_back(number);
+            continue;
+        }
+        m_toLoad.clear();
+        const bool isWorthIt = m_horizon - number >= kWorthAfterBridge;
+        m_refusedUpTo = isWorthIt ? number : m_horizon;
+        if (!isWorthIt)
+            break;
     }
-    const auto refused = std::find_if(m_announced.rbegin(), m_announced.rend(),
-                                      [this](FrameNumber number) { return isSurelyRefused(number); });
-    if (refused != m_announced.rend()) {
-        const bool isWorthIt = m_announced.back() - *refused >= kWorthAfterBridge;
-        m_refusedUpTo = isWorthIt ? *refused : m_announced.back();
-    }
-    m_announced.clear();
+    loadAhead();
 }
 
 // As far as can be told before numbers are known; pictures are as many as their numbers say, or a few more.

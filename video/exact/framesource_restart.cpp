@@ -4,6 +4,7 @@
 #include "video/ffmpeg/compat.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace quorvale {
@@ -65,10 +66,12 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
     all.primeFrom = PictureIndex();
     const OutputIndex last = point.place + (kCompared - 1);
     const std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
-    const std::unique_ptr<DecodingWorker> worker = makeWorker();
-    if (!plan || !worker)
+    std::unique_ptr<LoadedPackets> packets = plan ? load(*plan) : nullptr;
+    ffmpeg::DecoderPtr decoder = m_recipe.make();
+    if (!packets || !decoder)
         return false;
-    Run run(*plan, *worker, m_counters);
+    DecodingWorker worker(std::move(packets), std::move(decoder));
+    Run run(*plan, worker, m_counters);
     return std::all_of(expected.begin(), expected.end(), [&](const FrameChecksum &checksum) {
         return run.next(*m_nextFrame) == Run::Step::Picture && checksumOf(*m_nextFrame) == checksum;
     });

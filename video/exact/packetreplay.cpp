@@ -15,8 +15,11 @@ constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to t
 
 bool PacketReplay::read(const PlannedPacket &wanted, const WaysIn &ways, AVPacket &packet)
 {
+    const bool fromStart = ways.front() < 0;
+    if (fromStart && m_kept.read(wanted, ways, packet))
+        return true;
     const std::int64_t ahead = wanted.index - m_next;
-    if (!m_lost && ahead >= 0 && ahead <= kNear)
+    if (!m_lost && ahead >= 0 && (ahead <= kNear || fromStart))
         return skipTo(wanted, packet);
     for (const std::int64_t way : ways) {
         if (enter(wanted, way, packet))

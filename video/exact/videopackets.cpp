@@ -1,6 +1,7 @@
 #include "video/exact/videopackets.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/regularfile.h"
 #include "video/ffmpeg/singleinput.h"
 
 extern "C" {
@@ -32,6 +33,8 @@ bool VideoPackets::open()
     if (!ffmpeg::openSingleInput(input, m_location.path.c_str()))
         return false;
     m_input.reset(input);
+    if (m_readsAhead)
+        ffmpeg::readAhead(*input->pb);
     return true;
 }
 

@@ -33,8 +33,10 @@ class VideoPackets
 public:
     enum class Status { Read, EndOfFile, Failed };
 
-    explicit VideoPackets(VideoLocation location)
+    /// `readsAhead`: the packets will be read one after the other, and the system is told so.
+    explicit VideoPackets(VideoLocation location, bool readsAhead = false)
         : m_location(std::move(location))
+        , m_readsAhead(readsAhead)
     {
     }
 
@@ -51,6 +53,7 @@ private:
     [[nodiscard]] bool isWanted(const AVPacket &packet) const;
 
     VideoLocation m_location;
+    bool m_readsAhead;
     ffmpeg::InputPtr m_input;
 };
 

@@ -52,18 +52,19 @@ int PictureBudget::lend(AVCodecContext *decoder, AVFrame *picture, int flags)
 
     const std::int64_t bytes = bytesOf(*picture);
     const bool isUsual = std::int64_t{picture->width} * picture->height <= kUsualPixels;
-    const bool fits = *budget.m_bytes + bytes <= (isUsual ? kUsualBytes : kMostBytes);
+    // Taken first: decoders on other threads may ask at the same time.
+    const bool fits = (*budget.m_bytes += bytes) <= (isUsual ? kUsualBytes : kMostBytes);
     auto *lent =
         fits ? new (std::nothrow) Lent{picture->buf[0], bytes, budget.m_bytes} : nullptr; // owned by the buffer
     AVBufferRef *wrapped =
         lent ? av_buffer_create(picture->buf[0]->data, picture->buf[0]->size, takeBack, lent, 0) : nullptr;
     if (!wrapped) {
         delete lent;
+        *budget.m_bytes -= bytes;
         av_frame_unref(picture);
         return AVERROR(ENOMEM);
     }
     picture->buf[0] = wrapped;
-    *budget.m_bytes += bytes;
     return 0;
 }
 

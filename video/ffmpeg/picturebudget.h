@@ -17,7 +17,8 @@ namespace quorvale::ffmpeg {
 ///   larger               512 MiB     21 of 3840x2160 with 10 bits, 10 of 7680x4320 with 8, of 4:2:0
 ///
 /// Television has 4 references of 1920x1080, and 6 of the largest pictures.
-/// Belongs to the decoder's owner, and lives until the decoder is freed; pictures may live longer.
+/// Decoders that share a budget may run on several threads. It belongs to their owner, and lives until they are freed;
+/// pictures may live longer.
 class PictureBudget
 {
 public:

@@ -9,6 +9,9 @@ namespace quorvale::ffmpeg {
 /// closes it with closeRegularFile.
 [[nodiscard]] AVIOContext *openRegularFile(const char *path);
 
+/// Says that `file`, opened with openRegularFile, will be read on from wherever it is read: see ReadAhead.
+void readAhead(AVIOContext &file);
+
 /// Closes `file` and makes it null; it may be null already.
 void closeRegularFile(AVIOContext *&file);
 
