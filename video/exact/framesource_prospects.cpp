@@ -8,10 +8,12 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
-constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
-constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
-constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that a doubt must not be in
+constexpr std::int64_t kSharedInVain = 10;                   // of the plain way, the part that may be decoded in vain
+constexpr std::int64_t kBridgeShare = 2;                     // of the plain way, the part that all bridges may cost
+constexpr std::int64_t kForeseenBridgeShare = 3;             // likewise, as far as can be told before the first of them
+constexpr std::int64_t kWorthAfterBridge = 300;              // pictures for which reading exactly is taken up again
+constexpr std::int64_t kLookedAtBehind = 33;                 // pictures after a target that a doubt must not be in
+constexpr std::int64_t kScannedBehind = 2 * kLookedAtBehind; // so that what casts a doubt on them was seen
 
 } // namespace
 
@@ -29,7 +31,7 @@ void FrameSource::lookAtProspects()
     if (m_announced.empty())
         return;
     const std::int64_t last = m_announced.back().value();
-    while (pictures().pictureEnd().value() <= last + kLookedAtBehind && m_scan.readOn()) {
+    while (pictures().pictureEnd().value() <= last + kScannedBehind && m_scan.readOn()) {
     }
     const auto refused = std::find_if(m_announced.rbegin(), m_announced.rend(),
                                       [this](FrameNumber number) { return isSurelyRefused(number); });
@@ -54,7 +56,37 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
         if (pictures().picture(i).doubts != 0)
             return true;
     }
-    return false;
+    return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeShare;
+}
+
+// The pictures that all bridges to picture `end` decode, at least. What is doubtful before the first anchor needs none.
+std::int64_t FrameSource::bridgesBefore(PictureIndex end) const
+{
+    std::int64_t cost = 0;
+    PictureIndex entry; // the last random access point without a doubt
+    PictureIndex begin; // of the bridge
+    PictureIndex sound; // from it on, nothing is doubtful yet
+    bool isDoubted = true;
+    bool isSound = false;
+    bool hasAnchor = false;
+    for (PictureIndex i; i < end; ++i) {
+        const CodedPicture &picture = pictures().picture(i);
+        if (picture.doubts != 0) {
+            begin = isDoubted ? begin : entry;
+            isDoubted = true;
+            isSound = false;
+        } else if (picture.randomAccess != RandomAccess::None) {
+            entry = i;
+            sound = isSound ? sound : i;
+            isSound = true;
+        }
+        if (isDoubted && isSound && i - sound >= proofFrom(pictures().picture(sound).randomAccess, hasAnchor)) {
+            cost += hasAnchor ? i - begin : 0;
+            hasAnchor = true;
+            isDoubted = false;
+        }
+    }
+    return hasAnchor && isDoubted ? cost + (end - begin) : cost;
 }
 
 // Whether up to `cost` pictures may be decoded that may be in vain. Once some were, no more than a part of the way to
@@ -66,7 +98,7 @@ bool FrameSource::mayTry(std::int64_t cost) const
 
 bool FrameSource::mayBridge(std::int64_t cost) const
 {
-    return mayTry(cost) && cost <= m_horizon.value() / kBridgeShare;
+    return mayTry(cost) && m_onBridges + cost <= m_horizon.value() / kBridgeShare;
 }
 
 } // namespace quorvale
