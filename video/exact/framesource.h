@@ -115,6 +115,8 @@ private:
 
     void lookAtProspects();
     [[nodiscard]] bool isSurelyRefused(FrameNumber number) const;
+    [[nodiscard]] std::int64_t bridgesBefore(PictureIndex end) const;
+    [[nodiscard]] static std::int64_t proofFrom(RandomAccess kind, bool isBridge);
     [[nodiscard]] bool mayTry(std::int64_t cost) const;
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
@@ -141,8 +143,9 @@ private:
 
     std::vector<FrameNumber> m_announced; ///< ascending; until their prospects were looked at
     std::optional<FrameNumber> m_refusedUpTo;
-    FrameNumber m_horizon;     ///< the farthest picture that was asked for
-    std::int64_t m_inVain = 0; ///< pictures that were decoded for nothing
+    FrameNumber m_horizon;        ///< the farthest picture that was asked for
+    std::int64_t m_inVain = 0;    ///< pictures that were decoded for nothing
+    std::int64_t m_onBridges = 0; ///< pictures that were decoded on bridges
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;
