@@ -2,6 +2,7 @@
 // every byte a file name may hold can be asked for. Answers each with the line "returned" when the call is over. Ends
 // with its input.
 
+#include "platform/descriptorlimit.h"
 #include "platform/finder.h"
 
 #include <QByteArray>
@@ -38,6 +39,7 @@ void readPaths()
 
 int main(int argc, char **argv)
 {
+    quorvale::raiseDescriptorLimit(); // as the program does
     const QCoreApplication application(argc, argv);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, readPaths);
