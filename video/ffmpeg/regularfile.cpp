@@ -23,6 +23,9 @@ constexpr int kBufferBytes = 32768; // as FFmpeg's own files have
 class Descriptor
 {
 public:
+    // Where `off_t` has 32 bits, files larger than 2 GiB could not be opened.
+    static_assert(sizeof(off_t) >= sizeof(std::int64_t), "_FILE_OFFSET_BITS is to be 64");
+
     // Where there is a file to wait for, as with a pipe that nobody writes to, O_NONBLOCK does not wait.
     explicit Descriptor(const char *path)
         : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
@@ -64,8 +67,11 @@ int readFile(void *opaque, std::uint8_t *buffer, int size)
 std::int64_t seekInFile(void *opaque, std::int64_t offset, int whence)
 {
     const Descriptor &file = *static_cast<const Descriptor *>(opaque);
-    const bool asksForSize = (whence & AVSEEK_SIZE) != 0;
-    const std::int64_t result = asksForSize ? file.size() : lseek(file.number(), offset, whence & ~AVSEEK_FORCE);
+    if ((whence & AVSEEK_SIZE) != 0) {
+        const std::int64_t size = file.size();
+        return size < 0 ? AVERROR(EIO) : size; // It was regular when it was opened.
+    }
+    const std::int64_t result = lseek(file.number(), offset, whence & ~AVSEEK_FORCE);
     return result < 0 ? AVERROR(errno) : result;
 }
 
