@@ -2,14 +2,17 @@
 
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/ffvideo.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 }
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -47,6 +50,16 @@ private slots:
         QTest::newRow("Ogg") << "ogg" << QStringList{"-c:v", "libtheora"};
         QTest::newRow("NUT") << "nut" << QStringList{"-c:v", "rawvideo"};
         QTest::newRow("MXF") << "mxf" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("GXF") << "gxf" << QStringList{"-c:v", "mpeg2video", "-s", "720x576", "-r", "25"};
+        QTest::newRow("fragmented MP4") << "mp4"
+                                        << QStringList{"-c:v", "libx264", "-movflags", "frag_keyframe+empty_moov"};
+        QTest::newRow("raw MJPEG") << "mjpeg" << QStringList{"-c:v", "mjpeg"};
+        QTest::newRow("WTV") << "wtv" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("QuickTime with animation") << "mov" << QStringList{"-c:v", "qtrle"};
+        QTest::newRow("AVI with a computer's screen") << "avi" << QStringList{"-c:v", "zmbv"};
+        QTest::newRow("FLV with a computer's screen") << "flv" << QStringList{"-c:v", "flashsv"};
+        QTest::newRow("FLV with a computer's screen, later") << "flv" << QStringList{"-c:v", "flashsv2"};
+        QTest::newRow("AVI with JPEG-LS") << "avi" << QStringList{"-c:v", "jpegls", "-pix_fmt", "bgr24"};
         QTest::newRow("YUV4MPEG2") << "yuv4mpegpipe" << QStringList{"-pix_fmt", "yuv420p"};
     }
     void open_takes_containersOfAllKinds()
@@ -59,10 +72,85 @@ private slots:
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
-        QCOMPARE(video.width, 96);
+        QCOMPARE(video.width, encoder.contains("720x576") ? 768 : 96);
         Picture picture;
         const bool isCopied = video.Read(1, picture);
         QVERIFY(isCopied || video.lastError == FFVideo::FF_ERROR_LAYOUT);
+    }
+
+    void open_takes_soundOfAllKinds_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QStringList>("encoder");
+        QTest::addColumn<bool>("isDecoded");
+        QTest::newRow("MP2") << "mpegts" << QStringList{"-c:a", "mp2"} << true;
+        QTest::newRow("AC-3") << "mpegts" << QStringList{"-c:a", "ac3"} << true;
+        QTest::newRow("E-AC-3") << "mpegts" << QStringList{"-c:a", "eac3"} << true;
+        QTest::newRow("AAC") << "mpegts" << QStringList{"-c:a", "aac"} << true;
+        QTest::newRow("AAC in LATM") << "mpegts" << QStringList{"-c:a", "aac", "-mpegts_flags", "latm"} << true;
+        QTest::newRow("DTS") << "mpegts" << QStringList{"-c:a", "dca", "-strict", "-2"} << true;
+        QTest::newRow("SMPTE 302M") << "mpegts"
+                                    << QStringList{"-c:a", "s302m", "-strict", "-2", "-ar", "48000", "-ac", "2"}
+                                    << true;
+        QTest::newRow("Opus") << "mpegts" << QStringList{"-c:a", "libopus"} << true;
+        QTest::newRow("PCM") << "vob" << QStringList{"-c:a", "pcm_dvd", "-ar", "48000", "-ac", "2"} << true;
+        QTest::newRow("SBC") << "nut" << QStringList{"-c:a", "sbc"} << true;
+        QTest::newRow("WavPack") << "matroska" << QStringList{"-c:a", "wavpack"} << true;
+        // Nothing here decodes a game's sound; the pictures are there all the same.
+        QTest::newRow("a game's") << "nut" << QStringList{"-c:a", "roq_dpcm", "-ar", "22050", "-ac", "1"} << false;
+    }
+    void open_takes_soundOfAllKinds()
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        QFETCH(bool, isDecoded);
+        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
+                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-f", "lavfi",
+                                                        "-i", "sine=r=48000:d=1", "-c:v", "mpeg2video"} +
+                                                encoder + QStringList{"-f", format});
+        QVERIFY(!path.isEmpty());
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.hasAudio, isDecoded);
+        QCOMPARE(video.audioStream >= 0, isDecoded);
+        QCOMPARE(video.audioCodec != nullptr, isDecoded);
+        Picture picture;
+        QVERIFY(video.Read(1, picture));
+    }
+
+    // What is lossless by FFmpeg's own word and refused is on this list, with all decoders that FFmpeg has.
+    void decoders_ofAllThatIsLossless_areWanted()
+    {
+        static const QStringList others = {// single pictures, and animations of the web
+                                           "alias_pix", "apng", "bmp", "brender_pix", "cri", "dds", "dpx", "exr",
+                                           "fits", "gif", "jpegxl", "jpegxl_anim", "pam", "pbm", "pcx", "pfm", "pgm",
+                                           "pgmyuv", "pgx", "phm", "ppm", "psd", "qdraw", "qoi", "sgi", "sunrast",
+                                           "targa", "tiff", "wbmp", "webp", "xbm", "xpm", "xwd",
+                                           // drawings, games, and pointers into the program's memory
+                                           "svg", "bmv_video", "cdtoons", "dxa", "wrapped_avframe"};
+        void *position = nullptr;
+        int lossless = 0;
+        while (const AVCodec *codec = av_codec_iterate(&position)) {
+            const AVCodecDescriptor *facts = avcodec_descriptor_get(codec->id);
+            const bool isOurs = (codec->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID)) == 0;
+            if (!av_codec_is_decoder(codec) || codec->type != AVMEDIA_TYPE_VIDEO || !facts || !isOurs ||
+                (facts->props & AV_CODEC_PROP_LOSSLESS) == 0)
+                continue;
+            ++lossless;
+            QVERIFY2(quorvale::ffmpeg::isWanted(*codec) != others.contains(facts->name), codec->name);
+        }
+        QVERIFY(lossless > 50);
+    }
+
+    void decoders_thatNeedADevice_areNotWanted()
+    {
+        void *position = nullptr;
+        while (const AVCodec *codec = av_codec_iterate(&position)) {
+            static const QRegularExpression device(
+                "_(qsv|cuvid|v4l2m2m|mediacodec|mmal|amf|vaapi|videotoolbox|rkmpp|oh|mf)$");
+            if (device.match(codec->name).hasMatch())
+                QVERIFY2(!quorvale::ffmpeg::isWanted(*codec), codec->name);
+        }
     }
 
     void open_refuses_whatIsNoVideo_data()

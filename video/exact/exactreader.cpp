@@ -3,6 +3,7 @@
 #include "video/exact/framesource.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/picturecopy.h"
+#include "video/ffmpeg/picturelimits.h"
 #include "video/ffvideo.h"
 
 #include <cstring>
@@ -35,10 +36,16 @@ bool canBeEntered(const AVInputFormat &format)
     return false;
 }
 
+// Whether there is memory for these pictures in other decoders, beside that of `video`.
+bool isSmallEnough(const AVCodecContext &video)
+{
+    return std::int64_t{video.width} * video.height <= ffmpeg::kMostPixelsUncounted;
+}
+
 std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
 {
     if (!video.formatContext || !video.videoCodec || video.videoStream < 0 ||
-        !canBeEntered(*video.formatContext->iformat))
+        !canBeEntered(*video.formatContext->iformat) || !isSmallEnough(*video.videoCodec))
         return nullptr;
     const AVStream &stream = *video.formatContext->streams[video.videoStream];
     const std::optional<VideoCoding> coding = codingOf(stream.codecpar->codec_id);
@@ -47,7 +54,8 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
     const VideoLocation location = {video.formatContext->url, stream.id, stream.index, stream.pts_wrap_bits};
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
     return std::make_unique<FrameSource>(location, *coding, second,
-                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec));
+                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec,
+                                                       ffmpeg::PictureBudget::of(*video.videoCodec)));
 }
 
 } // namespace
