@@ -7,8 +7,8 @@ class QAbstractItemView;
 
 namespace quorvale {
 
-/// What a list says while it has no row: painted in its empty area, heard as the list's description, and shown as a
-/// tool tip where it has no room. The list gets no item.
+/// What a list says while it has no row: painted in its empty area, read out as the list's description, and shown as a
+/// tool tip if it has no room. The list gets no item.
 class EmptyListHint : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     /// `view` owns this.
     explicit EmptyListHint(QAbstractItemView *view);
 
-    /// To be said from now on; nothing is said when `text` is empty. Whoever fills the list sets an empty text.
+    /// Shows `text` from now on; an empty one shows nothing. Whoever fills the list sets an empty text.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 

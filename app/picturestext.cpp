@@ -31,7 +31,7 @@ QString noPicturesText(PicturesTurn turn, bool scanRuns)
 {
     if (turn == PicturesTurn::ThisScan)
         return scanRuns ? QCoreApplication::translate("Viewer", "pictures are being made") : noPictures();
-    // A scan that runs is never replaced: the device has to be loaded once more after it.
+    // A running scan is never replaced: the device must be loaded again after it.
     return scanRuns
                ? QCoreApplication::translate("Viewer", "other pictures are being made: click the device again later")
                : QCoreApplication::translate("Viewer", "click the device again to have pictures made");

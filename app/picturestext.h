@@ -4,14 +4,14 @@
 
 struct ThumbnailEntry;
 
-// What is said about a recording's moving pictures: to screen readers, and below the path in their tool tip.
+// Texts about a recording's moving pictures, for screen readers and for the tool tip, below the path.
 
 namespace quorvale {
 
-/// Whether the latest scan is one that goes, or went, by this recording.
+/// Whether this recording is one of the latest scan's.
 enum class PicturesTurn { ThisScan, NoScan };
 
-/// How many pictures of the recording there are to see; a frame that could not be read is none.
+/// How many pictures of the recording can be seen; a frame that could not be read does not count.
 [[nodiscard]] QString picturesText(const ThumbnailEntry &series);
 
 /// Why a recording has no series of pictures.

@@ -25,10 +25,10 @@ void playRecording(const Recording &recording, QWidget &window);
 /// Shows the main file in the desktop's file manager. A message over `window` says when there is none.
 void showRecording(const Recording &recording, QWidget &window);
 
-/// The description as it reads, without its markup.
+/// The text of the description, without its markup.
 [[nodiscard]] QString plainDescription(const Recording &recording);
 
-/// All files of the recording, for whoever takes them; null when there is none. Owned by the caller.
+/// All files of the recording, to be dragged out; null when there is none. Owned by the caller.
 [[nodiscard]] QMimeData *recordingFiles(const Recording &recording);
 
 } // namespace quorvale

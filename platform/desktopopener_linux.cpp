@@ -18,7 +18,7 @@ namespace quorvale {
 
 namespace {
 
-/// Waits at the reading end of a pipe for a word of failure, or for the other end to close without one.
+/// Waits at the reading end of a pipe for a report of failure, or for the other end to close without one.
 class FailureReport : public QObject
 {
 public:
@@ -71,9 +71,9 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 
 } // namespace
 
-/// The desktop's opener is started as a program: Qt's own way to it belongs to the main thread, may wait for the bus,
-/// on some window systems does nothing, and never says how it went. A shell puts it into the background and ends at
-/// once, so that nobody has to wait for an opener that lives as long as its window.
+/// The desktop's opener is started as a program: Qt's own function needs the main thread, may wait for the bus, does
+/// nothing on some window systems, and never reports failure. A shell puts the opener into the background and ends at
+/// once, because some openers live as long as their window.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];

@@ -19,6 +19,9 @@ namespace quorvale::ffmpeg {
 /// The most pixels that a picture may have which `codec` decodes.
 [[nodiscard]] std::int64_t mostPixelsOf(const AVCodec &codec);
 
+/// Has the decoder forget what it was sent: the next picture is of a packet that is sent after this.
+void flush(AVCodecContext &decoder);
+
 /// Whether the decoder refuses what is damaged, instead of making the best of it, as it does at first.
 void setStrict(AVCodecContext &decoder, bool strict);
 

@@ -26,7 +26,7 @@ public:
     // Where `off_t` has 32 bits, files larger than 2 GiB could not be opened.
     static_assert(sizeof(off_t) >= sizeof(std::int64_t), "_FILE_OFFSET_BITS is to be 64");
 
-    // Where there is a file to wait for, as with a pipe that nobody writes to, O_NONBLOCK does not wait.
+    // O_NONBLOCK: opening a pipe does not wait for a writer.
     explicit Descriptor(const char *path)
         : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
     {
