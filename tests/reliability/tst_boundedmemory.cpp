@@ -176,6 +176,9 @@ void TestBoundedMemory::headers_areRefused_thatClaimTables_data()
     HugeMp4 hidden = samples;
     hidden.isHidden = true;
     QTest::newRow("samples, inside the sample description") << hidden;
+    HugeMp4 nested = samples;
+    nested.isNested = true;
+    QTest::newRow("samples, before a track inside the track") << nested;
     HugeMp4 sound;
     sound.tracks = 10;
     sound.isSound = true;

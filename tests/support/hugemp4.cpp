@@ -46,7 +46,8 @@ QByteArray track(const HugeMp4 &file, int id)
     const QByteArray edit = number(file.samples) + number(0) + number(1 << 16);
     const QByteArray edits = box("edts", fullBox("elst", number(quint32(file.edits)) + edit.repeated(file.edits)));
     return box("trak", fullBox("tkhd", number(0) + number(0) + number(quint32(id)) + zeros.left(72)) +
-                           (file.edits > 0 ? edits : QByteArray()) + box("mdia", media));
+                           (file.edits > 0 ? edits : QByteArray()) + box("mdia", media) +
+                           (file.isNested ? box("trak", {}) : QByteArray()));
 }
 
 QByteArray header(const HugeMp4 &file)

@@ -15,6 +15,7 @@ struct HugeMp4
     int fragments = 0;         ///< after the header
     quint32 samplesInFragment = 0;
     bool isHidden = false; ///< the table of samples stands inside the sample description
+    bool isNested = false; ///< after its tables, each track has another one inside
 
     [[nodiscard]] QByteArray bytes() const;
 };

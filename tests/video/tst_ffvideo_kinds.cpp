@@ -54,7 +54,6 @@ private slots:
         QTest::newRow("GXF") << "gxf" << QStringList{"-c:v", "mpeg2video", "-s", "720x576", "-r", "25"};
         QTest::newRow("fragmented MP4") << "mp4"
                                         << QStringList{"-c:v", "libx264", "-movflags", "frag_keyframe+empty_moov"};
-        QTest::newRow("raw MJPEG") << "mjpeg" << QStringList{"-c:v", "mjpeg"};
         QTest::newRow("WTV") << "wtv" << QStringList{"-c:v", "mpeg2video"};
         QTest::newRow("QuickTime with animation") << "mov" << QStringList{"-c:v", "qtrle"};
         QTest::newRow("AVI with a computer's screen") << "avi" << QStringList{"-c:v", "zmbv"};
@@ -83,28 +82,22 @@ private slots:
     {
         QTest::addColumn<QString>("format");
         QTest::addColumn<QStringList>("encoder");
-        QTest::addColumn<bool>("isDecoded");
-        QTest::newRow("MP2") << "mpegts" << QStringList{"-c:a", "mp2"} << true;
-        QTest::newRow("AC-3") << "mpegts" << QStringList{"-c:a", "ac3"} << true;
-        QTest::newRow("E-AC-3") << "mpegts" << QStringList{"-c:a", "eac3"} << true;
-        QTest::newRow("AAC") << "mpegts" << QStringList{"-c:a", "aac"} << true;
-        QTest::newRow("AAC in LATM") << "mpegts" << QStringList{"-c:a", "aac", "-mpegts_flags", "latm"} << true;
-        QTest::newRow("DTS") << "mpegts" << QStringList{"-c:a", "dca", "-strict", "-2"} << true;
+        QTest::newRow("MP2") << "mpegts" << QStringList{"-c:a", "mp2"};
+        QTest::newRow("AC-3") << "mpegts" << QStringList{"-c:a", "ac3"};
+        QTest::newRow("E-AC-3") << "mpegts" << QStringList{"-c:a", "eac3"};
+        QTest::newRow("AAC") << "mpegts" << QStringList{"-c:a", "aac"};
+        QTest::newRow("AAC in LATM") << "mpegts" << QStringList{"-c:a", "aac", "-mpegts_flags", "latm"};
+        QTest::newRow("DTS") << "mpegts" << QStringList{"-c:a", "dca", "-strict", "-2"};
         QTest::newRow("SMPTE 302M") << "mpegts"
-                                    << QStringList{"-c:a", "s302m", "-strict", "-2", "-ar", "48000", "-ac", "2"}
-                                    << true;
-        QTest::newRow("Opus") << "mpegts" << QStringList{"-c:a", "libopus"} << true;
-        QTest::newRow("PCM") << "vob" << QStringList{"-c:a", "pcm_dvd", "-ar", "48000", "-ac", "2"} << true;
-        QTest::newRow("SBC") << "nut" << QStringList{"-c:a", "sbc"} << true;
-        QTest::newRow("WavPack") << "matroska" << QStringList{"-c:a", "wavpack"} << true;
-        // Nothing here decodes a game's sound; the pictures are there all the same.
-        QTest::newRow("a game's") << "nut" << QStringList{"-c:a", "roq_dpcm", "-ar", "22050", "-ac", "1"} << false;
+                                    << QStringList{"-c:a", "s302m", "-strict", "-2", "-ar", "48000", "-ac", "2"};
+        QTest::newRow("Opus") << "mpegts" << QStringList{"-c:a", "libopus"};
+        QTest::newRow("PCM") << "vob" << QStringList{"-c:a", "pcm_dvd", "-ar", "48000", "-ac", "2"};
+        QTest::newRow("WavPack") << "matroska" << QStringList{"-c:a", "wavpack"};
     }
     void open_takes_soundOfAllKinds()
     {
         QFETCH(QString, format);
         QFETCH(QStringList, encoder);
-        QFETCH(bool, isDecoded);
         const QString path = makeWithFFmpeg(dir.path(), "a.ts",
                                             QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-f", "lavfi",
                                                         "-i", "sine=r=48000:d=1", "-c:v", "mpeg2video"} +
@@ -112,9 +105,27 @@ private slots:
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
-        QCOMPARE(video.hasAudio, isDecoded);
-        QCOMPARE(video.audioStream >= 0, isDecoded);
-        QCOMPARE(video.audioCodec != nullptr, isDecoded);
+        QVERIFY(video.hasAudio && video.audioCodec);
+        Picture picture;
+        QVERIFY(video.Read(1, picture));
+    }
+
+    void open_takesThePictures_ofWhatSoundsLikeAGame()
+    {
+        const QString made = makeWithFFmpeg(dir.path(), "a.ts",
+                                            {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-f", "lavfi", "-i",
+                                             "sine=d=1", "-c:v", "mpeg4", "-c:a", "pcm_u8", "-f", "avi"});
+        QByteArray content = readFile(made);
+        const int format = int(content.indexOf("strf", content.indexOf("auds"))) + 8;
+        QVERIFY(format > 8);
+        content.replace(format, 2, QByteArray("\x65\x01", 2)); // XMA, of a console, in the place of PCM
+        const QString path = writeFile(dir.path(), "game.ts", content);
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.formatContext->nb_streams, 2U);
+        QCOMPARE(video.formatContext->streams[1]->codecpar->codec_id, AV_CODEC_ID_XMA1);
+        QVERIFY(!video.hasAudio && !video.audioCodec);
+        QVERIFY(video.audioStream < 0);
         Picture picture;
         QVERIFY(video.Read(1, picture));
     }

@@ -21,7 +21,7 @@ constexpr const char *kContainers[] = {
     // what recorders write: transport and program streams, and their older relatives
     "mpegts,mpeg,pva,wtv,ty,dhav,nuv",
     // elementary streams, as recorders and cutting tools take them out of those
-    "mpegvideo,m4v,h261,h263,h264,hevc,vvc,cavsvideo,avs2,avs3,vc1,vc1test,dirac,obu,av1,ivf,mjpeg",
+    "mpegvideo,m4v,h261,h263,h264,hevc,vvc,cavsvideo,avs2,avs3,vc1,vc1test,dirac,obu,av1,ivf",
     // what recordings are kept in, and come from cameras and the web in
     "mov,mp4,matroska,webm,avi,flv,live_flv,asf,asf_o,ogg,nut,rm,nsv,dv",
     // what studios exchange
@@ -64,7 +64,7 @@ constexpr const char *kSoundCodecs[] = {
     "mp1,mp2,mp3,mp3adu,mp3on4,aac,aac_latm,ac3,eac3,ac4,dts,truehd,mlp,s302m,dolby_e,mp4als,mpegh_3d_audio",
     // telephones, cameras and the web
     "opus,vorbis,speex,amr_nb,amr_wb,gsm,gsm_ms,ilbc,qcelp,evrc,g723_1,g729,nellymoser,wmav1,wmav2,wmapro,wmavoice,"
-    "qdm2,qdmc,ra_144,ra_288,cook,sipr,siren,atrac1,atrac3,atrac3p,atrac9,imc,iac,mace3,mace6,truespeech,on2avc,"
+    "qdm2,qdmc,ra_144,ra_288,cook,sipr,siren,atrac1,atrac3,atrac3p,atrac9,imc,iac,mace3,mace6,truespeech,avc,"
     "dvaudio,musepack7,musepack8,metasound,twinvq,sbc,aptx,aptx_hd,codec2,sonic",
     // without loss
     "flac,alac,ape,tak,shorten,wmalossless,tta,wavpack,ralf,atrac3al,atrac3pal,dsd_lsbf,dsd_lsbf_planar,dsd_msbf,"

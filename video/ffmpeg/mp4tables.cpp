@@ -9,6 +9,7 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <utility>
 
 namespace quorvale::ffmpeg {
 
@@ -28,6 +29,7 @@ constexpr std::int64_t kMostHeaderBytes = 64 * kMiB;
 constexpr std::int64_t kMostDescribingBytes = 16 * kMiB; // of texts and a picture of the cover
 constexpr int kMostBoxes = 250'000;                      // twelve hours in fragments of two seconds
 constexpr int kMostTracks = 32;
+constexpr std::int64_t kMostRuns = 1'000'000; // of chunks with the same number of samples
 constexpr int kDeepest = 8;
 
 // What FFmpeg keeps of each sample, of each fragment, and of each track in a fragment.
@@ -106,10 +108,7 @@ private:
             readBoxes(end, depth + 1);
             return;
         case boxType("trak"):
-            ++m_tracks;
-            m_track = {};
-            readBoxes(end, depth + 1);
-            count(m_track.indexEntries());
+            readTrack(end, depth);
             return;
         case boxType("moof"):
             ++m_fragments;
@@ -160,9 +159,8 @@ private:
             avio_skip(&m_file, 4);
             m_track.chunks = std::max<std::int64_t>(m_track.chunks, avio_rb32(&m_file));
             return;
-        case boxType("elst"): // 8.6.6: version and flags, entry_count
-            avio_skip(&m_file, 4);
-            m_track.edits += avio_rb32(&m_file);
+        case boxType("elst"):
+            readEdits(end);
             return;
         case boxType("stsc"):
             readChunkRuns(end);
@@ -180,6 +178,33 @@ private:
         }
     }
 
+    // One may stand inside another in a broken file.
+    void readTrack(std::int64_t end, int depth)
+    {
+        ++m_tracks;
+        const Mp4Track outer = std::exchange(m_track, {});
+        readBoxes(end, depth + 1);
+        count(m_track.indexEntries());
+        m_track = outer;
+    }
+
+    // 8.6.6: version and flags, entry_count, then segment_duration, media_time and media_rate of each edit. Those with
+    // media_time -1 are empty.
+    void readEdits(std::int64_t end)
+    {
+        const bool isLong = avio_r8(&m_file) == 1;
+        avio_skip(&m_file, 3);
+        const std::int64_t claimed = avio_rb32(&m_file);
+        const std::int64_t edits = std::min(claimed, (end - avio_tell(&m_file)) / (isLong ? 20 : 12));
+        for (std::int64_t edit = 0; edit < edits && avio_feof(&m_file) == 0; ++edit) {
+            avio_skip(&m_file, isLong ? 8 : 4);
+            const std::uint64_t time = isLong ? avio_rb64(&m_file) : avio_rb32(&m_file);
+            const bool isEmpty = isLong ? time == UINT64_MAX : time == UINT32_MAX;
+            m_track.edits += isEmpty ? 0 : 1;
+            avio_skip(&m_file, 4);
+        }
+    }
+
     void noteHandler(std::uint32_t type)
     {
         m_track.isSound = m_track.isSound || type == boxType("soun");
@@ -191,6 +216,8 @@ private:
     {
         avio_skip(&m_file, 4);
         const std::int64_t runs = std::min<std::int64_t>(avio_rb32(&m_file), (end - avio_tell(&m_file)) / 12);
+        m_runs += std::max<std::int64_t>(runs, 0);
+        m_isJudged = m_isJudged && m_runs <= kMostRuns;
         for (std::int64_t run = 0; run < runs && m_isJudged && avio_feof(&m_file) == 0; ++run) {
             const std::int64_t first = avio_rb32(&m_file);
             m_track.runs.push_back({first, avio_rb32(&m_file)});
@@ -238,6 +265,7 @@ private:
     Mp4Track m_track; ///< the one whose boxes are read
     std::int64_t m_samples = 0;
     std::int64_t m_fragments = 0;
+    std::int64_t m_runs = 0;
     int m_tracks = 0;
     int m_boxes = 0;
     bool m_isJudged = true; ///< false: there is too much, or what cannot be told

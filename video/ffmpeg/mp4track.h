@@ -17,7 +17,7 @@ struct Mp4Track
 
     std::int64_t samples = 0;        ///< sample_count of stsz
     std::int64_t chunks = 0;         ///< entry_count of stco
-    std::int64_t edits = 0;          ///< entry_count of elst
+    std::int64_t edits = 0;          ///< in elst, less the empty ones
     std::vector<ChunkRun> runs;      ///< of stsc
     int timeTables = 0;              ///< how many stts there are
     int descriptions = 0;            ///< sample entries in all stsd
