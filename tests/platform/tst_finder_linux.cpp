@@ -8,7 +8,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -40,6 +45,7 @@ private slots:
     void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError();
     void folder_isOpened_whenNoFileManagerIsOnTheBus();
     void folder_isOpened_whenThereIsNoBus();
+    void opener_mayHaveAsManyDescriptors_asTheProgramBeganWith();
     void folder_isOpened_forANameInTheRoot();
     void folders_areOpened_whileAnEarlierOnesOpenerLives();
     void nothingHappens_whenThereIsNoOpenerEither();
@@ -51,6 +57,7 @@ private slots:
 private:
     [[nodiscard]] QString folder(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
     [[nodiscard]] QList<QByteArray> opened() const;
+    [[nodiscard]] bool writeOpener(const QByteArray &command) const;
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<SessionBus> m_bus;
@@ -67,15 +74,22 @@ void TestFinderLinux::init()
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid() && QDir().mkpath(folder("bin")));
 
-    // A stand-in for the desktop's opener: one line for each time it is started, with what it was given.
-    QFile opener(folder("bin/xdg-open"));
-    QVERIFY(opener.open(QIODevice::WriteOnly));
-    opener.write("#!/bin/sh\necho \"$# $*\" >> '" + QFile::encodeName(folder("opened")) + "'\n");
-    opener.close();
-    QVERIFY(opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    // One line for each time it is started, with what it was given.
+    QVERIFY(writeOpener("echo \"$# $*\""));
 
     m_bus = std::make_unique<SessionBus>(m_folder->path());
     QVERIFY(m_bus->start());
+}
+
+/// A stand-in for the desktop's opener, which logs what `command` says.
+bool TestFinderLinux::writeOpener(const QByteArray &command) const
+{
+    QFile opener(folder("bin/xdg-open"));
+    if (!opener.open(QIODevice::WriteOnly))
+        return false;
+    opener.write("#!/bin/sh\n" + command + " >> '" + QFile::encodeName(folder("opened")) + "'\n");
+    opener.close();
+    return opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 void TestFinderLinux::cleanup()
@@ -252,6 +266,21 @@ void TestFinderLinux::folder_isOpened_whenThereIsNoBus()
     Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
     probe.reveal("/d/DVR/RECS/a b.ts");
     QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
+}
+
+// Programs that wait with select() break with more; it is inherited by what the opener starts.
+void TestFinderLinux::opener_mayHaveAsManyDescriptors_asTheProgramBeganWith()
+{
+    QVERIFY(writeOpener("ulimit -S -n"));
+    rlimit own = {};
+    QCOMPARE(getrlimit(RLIMIT_NOFILE, &own), 0);
+    const rlimit few{300, own.rlim_max}; // passed on to the probe
+    QVERIFY(own.rlim_max > 300);
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
+    probe.reveal("/d/1");
+    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
 }
 
 void TestFinderLinux::folder_isOpened_forANameInTheRoot()

@@ -3,6 +3,7 @@
 #include "video/exact/framesource.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/picturecopy.h"
+#include "video/ffmpeg/picturelimits.h"
 #include "video/ffvideo.h"
 
 #include <algorithm>
@@ -47,9 +48,15 @@ bool hasStartCodes(const AVCodecParameters &parameters)
            parameters.extradata[0] != 1;
 }
 
+// Whether there is memory for these pictures in other decoders, beside that of `video`.
+bool isSmallEnough(const AVCodecContext &video)
+{
+    return std::int64_t{video.width} * video.height <= ffmpeg::kMostPixelsUncounted;
+}
+
 std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
 {
-    if (!video.formatContext || !video.videoCodec || video.videoStream < 0)
+    if (!video.formatContext || !video.videoCodec || video.videoStream < 0 || !isSmallEnough(*video.videoCodec))
         return nullptr;
     const AVStream &stream = *video.formatContext->streams[video.videoStream];
     const AVInputFormat &format = *video.formatContext->iformat;
@@ -68,7 +75,8 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
     location.tellsByTimes = isOneOf({"mpegts", "mpeg"}, format);
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
     return std::make_unique<FrameSource>(location, *coding, second,
-                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec),
+                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec,
+                                                       ffmpeg::PictureBudget::of(*video.videoCodec)),
                                          aheadLimits(pictureBytesOf(*stream.codecpar), processors));
 }
 
