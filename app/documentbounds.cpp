@@ -16,7 +16,7 @@ namespace {
 
 constexpr qreal kLargestLength = 1000; // pixels, points or percent
 constexpr int kCharactersInALine = 32; // in a narrow column each has a line of its own
-constexpr int kDeepest = 40;           // beyond this, more levels make no difference to a cost
+constexpr int kDeepest = 40;           // more levels do not change the cost
 
 bool isLarge(qreal length)
 {

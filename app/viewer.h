@@ -71,7 +71,7 @@ public:
     QString selectedDevice;                 ///< absolute path of the device shown; empty when there is none
     QString mountPoint;                     ///< the directory whose sub-directories may be recorder disks
     int currentProgramme = -1;              ///< the programme in the details panel; -1 when there is none
-    std::string devicePath = "/";     ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
+    std::string devicePath = "/";     ///< the bytes of `selectedDevice` when it was loaded; base of all recording paths
     QList<QString> openedDirectories; ///< added by hand, in that order, duplicates included
     Ui_MainWindow ui;
     int scanTimerId = -1;                    ///< of the rescan that is due, -1 when none is

@@ -51,7 +51,7 @@ void Viewer::getThumbnails()
 
 void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2)
 {
-    ScanThreads::instance().claim(x1, x2);
+    ScanThreads::instance().claim(x1);
     thumbnailCache.append({path, x1, x2});
     if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
         ui.thumbnailLabel->SetThumbs(x1, x2);

@@ -15,6 +15,9 @@ endif()
 
 add_library(quorvale_flags INTERFACE)
 target_compile_features(quorvale_flags INTERFACE cxx_std_17)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(quorvale_flags INTERFACE _FILE_OFFSET_BITS=64) # Recordings are larger than 2 GiB.
+endif()
 target_compile_options(quorvale_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments> # QtTest's macros

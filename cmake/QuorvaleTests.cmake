@@ -83,25 +83,28 @@ function(quorvale_add_test_executable name)
 endfunction()
 
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# Registers the class of tests in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what
-# LINK names. Tests run without a display and with a settings folder of their own: nobody's own settings are read or
-# written.
+# Registers the test class in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what LINK names.
+# Tests run without a display, and keep their settings in a folder of their own.
+# One that may take longer than two minutes has the label long.
 #
-# What the file ends with decides where it goes. TEST_CLASS (tests/support/testclass.h): classes of a folder with the same
-# labels share the executable tst_<folder>[_<label>...], whose first argument is <name>; a target <name> builds it, too. A
-# main() or QTEST_MAIN: the executable <name>, for what replaces functions of the system or the linker, is what
-# ThreadSanitizer looks at, or happens before there is an application object.
+# If the file ends with TEST_CLASS (tests/support/testclass.h), the class shares the executable tst_<folder>[_<label>...]
+# with those of the same folder and labels: its first argument is <name>, and the target <name> builds it, too. If the file
+# has a main() or QTEST_MAIN, it is the executable <name>: for tests that replace functions, that ThreadSanitizer checks, or
+# that run before there is an application object.
 function(quorvale_add_test test)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;SOURCES;LABELS")
   get_filename_component(folder ${test} DIRECTORY)
   get_filename_component(name ${test} NAME)
-  if(NOT arg_TIMEOUT)
+  set(length)
+  if(arg_TIMEOUT)
+    set(length long) # script/test --quick leaves it out
+  else()
     set(arg_TIMEOUT 120)
   endif()
 
   file(STRINGS "${quorvale_SOURCE_DIR}/tests/${test}.cpp" shares REGEX "^TEST_CLASS\\(")
   if(shares)
-  string(REPLACE ";" "_" executable "tst_${folder};${arg_LABELS}")
+    string(REPLACE ";" "_" executable "tst_${folder};${arg_LABELS}")
     string(REGEX REPLACE "_$" "" executable "${executable}")
     if(NOT TARGET ${executable})
       quorvale_add_test_executable(${executable} quorvale_testclass ${arg_LINK})
@@ -129,7 +132,7 @@ function(quorvale_add_test test)
     target_sources(${executable} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
   endif()
 
-  quorvale_group_test(${test} FOLDER ${folder} TARGETS ${executable} LABELS ${arg_LABELS})
+  quorvale_group_test(${test} FOLDER ${folder} TARGETS ${executable} LABELS ${arg_LABELS} ${length})
   set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
   file(MAKE_DIRECTORY "${settings}")
   set(environment "QTEST_FUNCTION_TIMEOUT=${arg_TIMEOUT}000" ${QUORVALE_SANITIZER_ENVIRONMENT}) # Qt's own is five minutes

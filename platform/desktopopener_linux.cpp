@@ -1,5 +1,6 @@
 #include "platform/desktopopener.h"
 
+#include "platform/descriptorlimit.h"
 #include "platform/filemanager_linux.h"
 
 #include <QObject>
@@ -41,6 +42,13 @@ private:
     QSocketNotifier m_notifier;
 };
 
+// The shell's own command for the limit that programs expect which wait with select().
+QByteArray lowerLimit()
+{
+    const std::uint64_t limit = descriptorLimitAtStart();
+    return limit > 0 ? "ulimit -S -n " + QByteArray::number(qulonglong{limit}) + "; " : QByteArray();
+}
+
 // Spawned, not forked: other threads may be anywhere, and a fork of this process would have to get on with what they
 // hold. True when the shell has done its work.
 bool runShell(QByteArray command, QByteArray argument, int output)
@@ -75,7 +83,9 @@ void openWithDesktop(const QByteArray &path, QObject *context, std::function<voi
         return;
     }
     new FailureReport(ends[0], context, failed); // owned by the context; deletes itself
-    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1 || printf x; } &", fileUri(path).toLatin1(), ends[1]) && failed)
+    if (!runShell(lowerLimit() + "{ xdg-open \"$0\" >/dev/null 2>&1 || printf x; } &", fileUri(path).toLatin1(),
+                  ends[1]) &&
+        failed)
         failed();
     close(ends[1]);
 }

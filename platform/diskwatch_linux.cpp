@@ -7,22 +7,20 @@
 #include <QSocketNotifier>
 
 #include <poll.h>
+#include <unistd.h>
 
-#include <array>
 #include <cstdio>
 
 namespace {
 
-/// Reads the table from its start to its end.
+/// Waits until the change that woke us is complete.
 ///
-/// Nobody needs the text. The kernel holds the table's lock from before a change until after its last step, and a
-/// reader waits for that lock: once this returns, the change that woke us is complete.
-void readThrough(QFile &table)
+/// The kernel holds the table's lock from before a change until after its last step, and who begins to read the table
+/// waits for that lock. Nobody needs the text.
+void awaitChange(const QFile &table)
 {
-    std::array<char, 4096> text{};
-    bool more = table.seek(0);
-    while (more)
-        more = table.read(text.data(), text.size()) > 0;
+    char text = 0;
+    static_cast<void>(pread(table.handle(), &text, 1, 0));
 }
 
 /// Tells the kernel that every change up to now has been noticed.
@@ -45,7 +43,7 @@ public:
     explicit Source(NewDiskNotifier *notifier)
         : m_notifier(notifier)
     {
-        if (!m_table.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        if (!m_table.open(QIODevice::ReadOnly)) {
             std::fprintf(stderr, "DiskWatch: cannot open %s (%s), disks that come and go are not noticed\n",
                          qPrintable(m_table.fileName()), qPrintable(m_table.errorString()));
             return;
@@ -60,7 +58,7 @@ private:
     /// change after the acknowledgement wakes us again, so nothing is lost.
     void tableChanged()
     {
-        readThrough(m_table);
+        awaitChange(m_table);
         acknowledge(m_table);
         if (m_notifier)
             emit m_notifier->disksChanged();

@@ -171,9 +171,7 @@ QPixmap MultiFrameThumb::scaledTo(const QSize &fitting, const QPixmap &frame) co
 {
     const qreal ratio = devicePixelRatioF();
     const QSize pixels(qCeil(fitting.width() * ratio), qCeil(fitting.height() * ratio));
-    QPixmap copy = frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    copy.setDevicePixelRatio(1); // its rectangle is given when it is drawn
-    return copy;
+    return frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QPointF MultiFrameThumb::placeOf(const QSize &picture) const
@@ -189,15 +187,13 @@ QPointF MultiFrameThumb::placeOf(const QSize &picture) const
 void MultiFrameThumb::shrinkToHeight(int limit)
 {
     if (height() > limit) {
-        setFixedHeight(limit);
-        updateGeometry();
+        setFixedHeight(limit); // which tells the layout
     }
 }
 
 void MultiFrameThumb::paintBusyRing(QPainter &painter)
 {
-    const int ratio = pixelRatio();
-    highDensity = ratio > 1;
+    highDensity = pixelRatio() > 1;
     painter.setRenderHint(QPainter::Antialiasing);
 
     const int size = std::min(width() / 4, height() / 4);
@@ -215,7 +211,6 @@ void MultiFrameThumb::paintBusyRing(QPainter &painter)
         picture = generatePixmap(highDensity ? 2 * size : size);
         QPixmapCache::insert(key, picture);
     }
-    picture.setDevicePixelRatio(ratio);
     painter.translate(QPoint(width() / 2 - size / 2, height() / 2 - size / 2));
     painter.drawPixmap(QRect(0, 0, size, size), picture);
 }

@@ -37,7 +37,9 @@ PictureSeries::Outcome PictureSeries::readExactly(int frame, BridgeImage &image)
     case ExactReader::Answer::PastEnd:
         return missingPicture(frame, image);
     case ExactReader::Answer::NotProven:
+        break;
     case ExactReader::Answer::Failed:
+        m_exact.reset(); // which gives its memory back, of which the two have as much as one
         break;
     }
     return Outcome::Unknown;

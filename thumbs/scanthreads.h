@@ -31,8 +31,10 @@ public:
     /// object, and connects nothing to the scanner's signals.
     void add(QThread *thread, ThumbnailScanner *scanner);
 
-    /// Says that the series of these pixmaps has arrived and has an owner.
-    void claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2);
+    /// Says that the series with these small pixmaps has arrived and has an owner. Both the series and the claim are
+    /// forgotten when the scanner has gone, which is after all of its series have arrived.
+    void claim(const QVector<QPixmap *> &x1);
+    [[nodiscard]] int openClaims() const { return int(m_claimed.size()); }
 
     /// Asks every scan to halt at its next file, ends the threads and waits for them, together up to `patienceMs`
     /// milliseconds, then deletes scanners, threads and every series that nobody claimed. False when a thread did not
@@ -46,7 +48,8 @@ signals:
 private:
     using SeriesList = QVector<ThumbnailEntry>;
 
-    void deleteUnclaimed(const SeriesList &emitted);
+    std::shared_ptr<SeriesList> noteFor(const std::shared_ptr<SeriesList> &emitted);
+    void forgetClaimed(SeriesList &emitted);
 
     struct Scan
     {
@@ -56,7 +59,7 @@ private:
     };
 
     QVector<Scan> m_scans;
-    SeriesList m_claimed; ///< without their paths; an address can come again when its pixmap was deleted
+    QVector<QVector<QPixmap *>> m_claimed; ///< an address can come again when its pixmap was deleted
 };
 
 } // namespace quorvale

@@ -146,7 +146,7 @@ public:
     /// Replaces the table by a copy of `table`; false for null. For a closed reader, before Open.
     bool SetKeyTable(const KeyFrameTable *table);
 
-    /// Makes picture `target` the current one; false where it cannot be reached.
+    /// Makes picture `target` the current one; false if it cannot be reached.
     bool seekToFrame(int target);
     /// Makes the key picture `stepsBack` rows before the nearest one at or before `target` the current one, or an
     /// earlier one where it cannot be reached, or `target` itself where that is ahead without a seek.
@@ -198,5 +198,5 @@ private:
     int finishAudio(AudioStatus status);
 
     quorvale::ffmpeg::FramePtr m_spare;              // receives what a packet completes beside its first picture
-    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec
+    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec and of whoever reads the file beside it
 };

@@ -19,7 +19,7 @@ namespace quorvale {
     return static_cast<std::int32_t>(value);
 }
 
-/// `value` without its fraction, saturated; 0 where `value` is not a number.
+/// `value` without its fraction, saturated; 0 if `value` is not a number.
 [[nodiscard]] constexpr std::int32_t truncateToInt32(float value)
 {
     using Range = std::numeric_limits<std::int32_t>;

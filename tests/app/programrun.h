@@ -53,7 +53,7 @@ public:
     [[nodiscard]] bool showsRing(const QImage &look) const;
     /// The pixels of the place where the pictures are.
     [[nodiscard]] QImage picture(const QImage &look) const;
-    /// The number in the picture that is shown; nothing where there is none.
+    /// The number in the picture that is shown; nothing if there is none.
     [[nodiscard]] std::optional<unsigned> shownNumber(const QImage &look) const;
 
 private:

@@ -123,8 +123,7 @@ void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
     ViewerFixture fixture;
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
     record.fileName = "long";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("short")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record, fixture.titled("short")});
     QListWidget *list = viewer.ui.summaryList;
     QVERIFY(QTest::qWaitForWindowExposed(&viewer));
     QVERIFY(!list->horizontalScrollBar()->isVisible());

@@ -122,8 +122,7 @@ void TestViewerAccess::keys_areTheSystemsOwn()
 void TestViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Short")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("Short")});
     for (QLineEdit *field : fieldsOf(viewer.ui)) {
         field->setText("Short");
         QCOMPARE(tipAt(field, field->rect().center()), QString());
@@ -158,8 +157,7 @@ void TestViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
     const QString title = QString("word").repeated(60);
     RecordBytes record = fixture.titled(title.toUtf8());
     record.fileName = "long";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("Short")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record, fixture.titled("Short")});
     QListWidget *list = viewer.ui.summaryList;
     const auto tipOf = [list](int row) {
         return tipAt(list->viewport(), QPoint(10, list->visualItemRect(list->item(row)).center().y()));
@@ -197,8 +195,7 @@ void TestViewerAccess::tip_showsMarkup_asItIs()
 void TestViewerAccess::items_carryNothingButTheirText()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     const QTreeWidgetItem *item = viewer.ui.deviceList->topLevelItem(0);
     QCOMPARE(item->columnCount(), 1);
     QVERIFY(item->toolTip(0).isEmpty());

@@ -158,8 +158,7 @@ void TestViewerHints::hint_isShownWhole_asATip()
 void TestViewerHints::programmeHint_saysThatADiskCannotBeRead()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.ui.summaryList->clear(); // as at a start with such a disk
     QVERIFY(QDir(fixture.path("disk")).removeRecursively());
     viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
@@ -194,8 +193,7 @@ void TestViewerHints::programmeHint_asksForAClick_onADeviceThatHasCome()
 void TestViewerHints::pictures_areBeingMade_whileTheScanRuns()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     QVERIFY(viewer.thumbnailScanRunning); // until events are handled
     QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
     viewer.ui.summaryList->setCurrentRow(1);
@@ -205,8 +203,7 @@ void TestViewerHints::pictures_areBeingMade_whileTheScanRuns()
 void TestViewerHints::pictures_areCounted_onceTheyAreThere()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     const auto series = [](int count) { // owned by the window's cache
         QVector<QPixmap *> pictures(5);
         for (int i = 0; i < count; ++i)
@@ -225,8 +222,7 @@ void TestViewerHints::pictures_areCounted_onceTheyAreThere()
 void TestViewerHints::pictures_cannotBeHad_afterTheScan()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     QTRY_VERIFY(!viewer.thumbnailScanRunning);
     QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
     QVERIFY(viewer.ui.thumbnailLabel->busy);
@@ -254,8 +250,7 @@ void TestViewerHints::pictures_wantAnotherClick_whenTheScanWentBySomethingElse()
 void TestViewerHints::picturesTip_keepsThePath_andHasASecondLine()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), viewer.recordingFile(0));
     QTextDocument tip;
     tip.setHtml(tipOf(viewer.ui.thumbnailLabel));

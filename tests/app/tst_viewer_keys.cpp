@@ -130,8 +130,7 @@ void TestViewerKeys::menuKey_leavesATitleWithItsOwnKey()
 void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&viewer));
     MultiFrameThumb *pictures = viewer.ui.thumbnailLabel;

@@ -275,8 +275,7 @@ void TestViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
     record.year = 2016;
     record.month = 7;
     record.day = 3;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record});
     QCOMPARE(viewer.ui.dateEdit->text(), QString("03.07.2016"));
     QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
         fields.dateFormat->setFocus();
@@ -314,8 +313,7 @@ void TestViewerSettings::dialog_changesAndStoresNothing_untouched()
 void TestViewerSettings::dialog_refillsThePanel_evenUntouched()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.ui.programmeEdit->setText("edited");
     viewer.ui.dateEdit->setText("edited");
     viewer.ui.timeEdit->setText("edited");
@@ -328,8 +326,7 @@ void TestViewerSettings::dialog_refillsThePanel_evenUntouched()
 void TestViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(scanIsOver(viewer));
     const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
     const auto series = [](int width) { return QVector<QPixmap *>{new QPixmap(width, 10)}; }; // owned by the cache
@@ -344,8 +341,7 @@ void TestViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
 void TestViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(scanIsOver(viewer));
     MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
     QPixmap picture(16, 12);
@@ -376,8 +372,7 @@ void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs()
     record.year = date.year();
     record.month = date.month();
     record.day = date.day();
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({record});
     const QString before = viewer.ui.dateEdit->text();
     QVERIFY(inDialog(viewer,
                      [](QDialog &, const SettingsDialog &fields) { QTest::keyClick(fields.dateFormat, Qt::Key_Up); }));
@@ -394,8 +389,7 @@ void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs()
 void TestViewerSettings::dialog_startsNoScan()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, "/elsewhere"); }));
     QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
     QCOMPARE(viewer.scanTimerId, -1);

@@ -279,8 +279,7 @@ void TestViewerTranslation::commandsOnProgrammes_areTranslated()
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
     qputenv("PATH", "/nonexistent");                               // and nobody's player.
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QListWidget *list = viewer.ui.summaryList;
     QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
     QCoreApplication::sendEvent(list, &event);

@@ -19,7 +19,7 @@ public:
     /// The display's name, as programs want it in DISPLAY.
     [[nodiscard]] QString name() const { return m_name; }
 
-    /// The visible window of this title; empty where there is none.
+    /// The visible window of this title; empty if there is none.
     [[nodiscard]] QByteArray window(const QString &title) const;
     /// The visible window of a program of this class, by which a desktop finds the menu entry that it belongs to.
     [[nodiscard]] QByteArray windowOfClass(const QString &programClass) const;

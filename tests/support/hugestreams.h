@@ -11,9 +11,6 @@ namespace hugestreams {
 /// A PNG picture.
 [[nodiscard]] QByteArray png(int width, int height);
 
-/// An MP4 file of `tracks` tracks of pictures, each of which claims `samples` samples; none of them is there.
-[[nodiscard]] QByteArray mp4(int tracks, quint32 samples);
-
 /// Patches every sequence of an MPEG-2 stream: adds `steps` (0 to 3) times 4096 to its width and to its height. False
 /// where no sequence was found.
 bool widenMpeg2(QByteArray &stream, int steps);

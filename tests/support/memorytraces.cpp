@@ -4,7 +4,9 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 
 #include <algorithm>
@@ -69,9 +71,10 @@ QVector<QByteArray> checksumsIn(GetBuffer getBuffer, const QString &path)
 
 QVector<int> picturesWithTracesOfMemory(const QString &path)
 {
-    static QMap<QString, QVector<int>> known;
-    if (known.contains(path))
-        return known[path];
+    static QMap<QPair<QString, QDateTime>, QVector<int>> known;
+    const QPair<QString, QDateTime> file(path, QFileInfo(path).lastModified()); // Tests write another one in its place.
+    if (known.contains(file))
+        return known[file];
     const QVector<QByteArray> usual = checksumsIn(avcodec_default_get_buffer2, path);
     const QVector<QByteArray> black = checksumsIn(getBlackBuffer, path);
     QVector<int> numbers;
@@ -79,6 +82,6 @@ QVector<int> picturesWithTracesOfMemory(const QString &path)
         if (usual.value(number) != black.value(number))
             numbers.append(number);
     }
-    known[path] = numbers;
+    known[file] = numbers;
     return numbers;
 }

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// Path of a real capture; nothing where the folder with captures is absent on this machine.
+/// Path of a real capture; nothing if the folder with captures is absent on this machine.
 [[nodiscard]] std::optional<QString> samplePath(const QString &name);
 
 /// A small numbered stream to be made: 320x240, 25 pictures in a second unless the encoder's options say otherwise.

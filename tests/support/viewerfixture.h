@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <memory>
 
@@ -45,6 +46,14 @@ public:
         viewer.reset();
         viewer = std::make_unique<Viewer>();
         return *viewer;
+    }
+
+    /// The window on a disk with these programmes.
+    Viewer &openDisk(const QList<RecordBytes> &records)
+    {
+        const bool created = TestVolume::create(path("disk"), records);
+        [&] { QVERIFY(created); }();
+        return open();
     }
 
     void close() { viewer.reset(); }

@@ -49,6 +49,7 @@ private slots:
     void add_connectsNothingToTheScannersSignals();
     void end_freesSeries_thatNobodyClaimed();
     void end_leavesSeries_thatWereClaimed();
+    void series_areForgotten_whenTheirScannerHasGone();
     void end_stopsAtTheNextFile_inTheMiddleOfAScan();
     void end_endsIdleThreads_ofEarlierScans();
     void idleThreads_costNoDescriptor();
@@ -124,7 +125,7 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     QVector<QPixmap *> mine;
     connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
             [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
-                ScanThreads::instance().claim(x1, x2);
+                ScanThreads::instance().claim(x1);
                 mine = x1 + x2;
             });
     scan.thread->start();
@@ -133,6 +134,26 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     for (const QPixmap *pixmap : std::as_const(mine))
         QVERIFY(pixmap->width() > 0);
     qDeleteAll(mine);
+}
+
+void TestScanThreads::series_areForgotten_whenTheirScannerHasGone()
+{
+    // One disk after the other, for as long as a session lasts.
+    int arrived = 0;
+    for (int disk = 0; disk < 20; ++disk) {
+        const Scan scan = start({m_recording, m_recording, m_recording});
+        connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
+                [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
+                    ScanThreads::instance().claim(x1);
+                    qDeleteAll(x1 + x2);
+                    ++arrived;
+                });
+        scan.thread->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!scan.scanner, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(ScanThreads::instance().openClaims(), 0, 20000);
+    }
+    QCOMPARE(arrived, 60);
+    QVERIFY(ScanThreads::instance().end(20000)); // What was forgotten is not freed once more.
 }
 
 void TestScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()

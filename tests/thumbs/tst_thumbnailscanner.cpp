@@ -253,6 +253,7 @@ private slots:
         scanner.frameStep = 300;
         QSignalSpy finished(&scanner, &ThumbnailScanner::finished);
         scanner.process();
+        QCOMPARE(finished.count(), 0); // The event loop comes between a file and whatever is next.
         QTRY_COMPARE(finished.count(), 1);
         QCOMPARE(scanner.index, 1);
     }

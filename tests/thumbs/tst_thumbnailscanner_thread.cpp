@@ -135,19 +135,10 @@ private slots:
     // waits for it there.
     void halt_takesEffectAtTheNextFile_whenTheWindowAsksForItDuringOne()
     {
-        QSemaphore reading;
-        QSemaphore asked;
-        connect(
-            scanner, &ThumbnailScanner::gotThumbs, scanner,
-            [&] {
-                reading.release();
-                asked.acquire();
-            },
-            Qt::DirectConnection);
-        thread->start();
-        reading.acquire();
+        Hold hold;
+        startAndHold(hold);
         QVERIFY(QMetaObject::invokeMethod(scanner, "halt", Qt::QueuedConnection));
-        asked.release();
+        hold.goOn.release();
         QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
         QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "finished"}));
         QCOMPARE(window->numbers, (std::vector<Numbers>{numbersOf(0)}));
@@ -182,19 +173,10 @@ private slots:
 
     void quit_endsTheThreadBetweenTwoFiles()
     {
-        QSemaphore reading;
-        QSemaphore asked;
-        connect(
-            scanner, &ThumbnailScanner::gotThumbs, scanner,
-            [&] {
-                reading.release();
-                asked.acquire();
-            },
-            Qt::DirectConnection);
-        thread->start();
-        reading.acquire();
+        Hold hold;
+        startAndHold(hold);
         thread->quit();
-        asked.release();
+        hold.goOn.release();
         QVERIFY(thread->wait(60000));
         QCoreApplication::processEvents();
         QCOMPARE(window->events, QStringList{"gotThumbs " + files.at(0)});
@@ -234,6 +216,25 @@ private slots:
     }
 
 private:
+    struct Hold
+    {
+        QSemaphore sent;
+        QSemaphore goOn;
+    };
+    // Comes back when the first series has been sent; the worker waits there.
+    void startAndHold(Hold &hold)
+    {
+        connect(
+            scanner, &ThumbnailScanner::gotThumbs, scanner,
+            [&] {
+                hold.sent.release();
+                hold.goOn.acquire();
+            },
+            Qt::DirectConnection);
+        thread->start();
+        hold.sent.acquire();
+    }
+
     QTemporaryDir dir;
     QStringList files;
     std::unique_ptr<Window> window;

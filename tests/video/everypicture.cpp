@@ -20,7 +20,7 @@ constexpr int kStepFactor = 8;
 constexpr int kStepFactor = 1;
 #endif
 
-// The checksum of picture `number`; empty where it is refused. A layout that Read does not copy is looked at in the
+// The checksum of picture `number`; empty if it is refused. A layout that Read does not copy is looked at in the
 // decoder's frame.
 QByteArray checksumOf(FFVideo &video, int number)
 {

@@ -34,12 +34,13 @@ private:
 /// What a comparison found.
 struct ExactComparison
 {
-    QString difference; ///< empty where every answer was right
+    QString difference; ///< empty if every answer was right
     quorvale::ExactCounters counters;
     int delivered = 0;    ///< pictures, all of them the right ones
     int pastEnd = 0;      ///< numbers that do not exist
     int refused = 0;      ///< answers that were not proven
-    int unrepeatable = 0; ///< damaged pictures that come out differently from one literal reader to the next, too
+    int unrepeatable = 0; ///< damaged pictures that come out differently from one literal reader to the next, too, or
+                          ///< show what was in memory before
 };
 
 /// Reads the pictures `targets` with a new ExactReader, in this order. `processors`: they are announced, and the reader

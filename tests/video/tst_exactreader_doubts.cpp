@@ -99,6 +99,25 @@ private slots:
         QVERIFY(result.counters.picturesDecoded < 260);
     }
 
+    void packetsThatTheTunerFlagged_areBridged_data() { lostPackets_areBridged_data(); }
+    void packetsThatTheTunerFlagged_areBridged()
+    {
+        // transport_error_indicator (ITU-T H.222.0, 2.4.3.3); the bytes are sound, which nobody knows.
+        QFETCH(const QString, path);
+        QFETCH(const int, type);
+        const QString flagged = changed(path, [&](QByteArray &bytes) {
+            const int at = videoPacket(bytes, type, 0.45, 2) * transportstream::kPacketSize + 1;
+            bytes[at] = char(bytes.at(at) | 0x80);
+        });
+        const ExactComparison result = compareExactly(flagged, {100, 300, 380});
+        QCOMPARE(result.difference, QString());
+        report(result);
+        QCOMPARE(result.delivered, 3);
+        QCOMPARE(result.counters.runs, 4);
+        QVERIFY(result.counters.picturesDecoded > 100);
+        QVERIFY(result.counters.picturesDecoded < 260);
+    }
+
     void aRepeatedStretch_isBridged()
     {
         for (const QString &path : {h264, mpeg2, hevc}) {
@@ -171,9 +190,10 @@ private slots:
         QFETCH(const QString, path);
         QFETCH(const int, type);
         int refused = 0;
-        for (int place = 0; place < 8; ++place) {
+        // Most of such damage is decoded without a complaint; which is not, depends on the encoder's version, too.
+        for (int place = 0; place < 8 || (refused == 0 && place < 80); ++place) {
             const QString damaged = changed(path, [&](QByteArray &bytes) {
-                const int packet = videoPacket(bytes, type, 0.74 + 0.003 * place, 2);
+                const int packet = videoPacket(bytes, type, 0.74 + 0.0004 * place, 2);
                 for (int i = 20; i < 180; ++i)
                     bytes[packet * transportstream::kPacketSize + i] = char(i * 37 % 251 + 4);
             });

@@ -69,7 +69,7 @@ private:
 };
 
 // An H.264 sequence parameter set of the main profile, without the part at its end that says how far pictures are
-// reordered; as long as before. Empty where it is another one.
+// reordered; as long as before. Empty if it is another one.
 QByteArray withoutReorderingDepth(QByteArray set)
 {
     Bits bits(set);

@@ -10,7 +10,7 @@
 /// modification time: an old file is no longer needed.
 namespace quorvale::keptstreams {
 
-/// The kept file of `stream`, whose `path` does not matter; empty if nothing is kept.
+/// The kept file of `stream`, of whose `path` only the ending counts; empty if nothing is kept.
 [[nodiscard]] std::string fileFor(const NumberedStream &stream);
 
 /// Copies the kept file to `path`. False where there is none yet.

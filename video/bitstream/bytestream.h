@@ -28,7 +28,7 @@ public:
     {
     }
 
-    /// The next unit, start_code_prefix_one_3bytes and trailing_zero_8bits left out; false where there is none. May be
+    /// The next unit, start_code_prefix_one_3bytes and trailing_zero_8bits left out; false if there is none. May be
     /// empty.
     bool next(Bytes &found)
     {

@@ -35,7 +35,7 @@ struct DecodingWorker
     {
     }
 
-    /// Prepares the decoder for the entry point's packets. False where the primers' are not found again.
+    /// Prepares the decoder for the entry point's packets. False if the primers' are not found again.
     bool start(const StartPlan &plan, ExactCounters &counters);
 
     std::unique_ptr<PacketSource> packets; ///< never null

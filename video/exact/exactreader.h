@@ -19,7 +19,7 @@ class FrameSource;
 /// need, and refuses rather than being wrong. See docs/exact-reading.md.
 ///
 /// Has a demultiplexer and decoders of its own; the FFVideo is left alone and may be closed. MPEG-2, H.264 and HEVC
-/// with start codes, in files that can be entered at any byte.
+/// with start codes, in files that can be entered in the middle.
 ///
 /// Not thread-safe: one reader belongs to one thread at a time, which reads all of the file. Pictures that were
 /// announced are decoded ahead on threads of the reader's own, from memory; they end with it at the latest, and whoever
@@ -52,12 +52,12 @@ public:
 
     /// How many pictures there are, once an answer was PastEnd or the last one was read.
     [[nodiscard]] std::optional<std::int64_t> pictureCount() const;
-    /// Whether all of the file was looked at, and nothing in it is doubtful.
+    /// Whether all of the file was looked at, and nothing is doubtful from its first random access point on.
     [[nodiscard]] bool isSound() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:
-    std::unique_ptr<FrameSource> m_source; ///< null where the file is of another kind
+    std::unique_ptr<FrameSource> m_source; ///< null if the file is of another kind
     std::int32_t m_height;                 ///< see copyPicture()
 };
 

@@ -164,6 +164,7 @@ PlanningRules FrameSource::rules(const Anchor &anchor) const
     PlanningRules rules;
     rules.isH264 = m_coding == VideoCoding::H264;
     rules.isHevc = m_coding == VideoCoding::Hevc;
+    rules.byReferenceSets = m_byReferenceSets;
     rules.depth = anchor.depth;
     if (m_worker)
         rules.primeFrom = m_worker->knowsUpTo;
@@ -209,6 +210,11 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
         return Status::Found;
     }
     m_worker.reset();
+    if (m_coding == VideoCoding::Hevc && m_byReferenceSets) {
+        // A decoder may miss pictures that are still in a set, but that neither this picture nor the wanted one needs.
+        m_byReferenceSets = false;
+        return hop(anchor, place);
+    }
     m_inVain += m_counters.picturesDecoded - before;
     anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(entry->place), entry->place);
     return Status::NotProven;

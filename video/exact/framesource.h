@@ -56,8 +56,8 @@ public:
 
     /// Number of pictures, once the end of the file was decoded.
     [[nodiscard]] std::optional<FrameNumber> end() const { return m_fileEnd; }
-    /// Whether the whole file was scanned, and nothing in it is doubtful.
-    [[nodiscard]] bool isSound() const { return m_scan.pictures().isFinished() && m_scan.pictures().isSound(); }
+    /// Whether the whole file was scanned, and nothing is doubtful from its first random access point on.
+    [[nodiscard]] bool isSound() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:
@@ -115,6 +115,8 @@ private:
 
     void lookAtProspects();
     [[nodiscard]] bool isSurelyRefused(FrameNumber number) const;
+    [[nodiscard]] std::int64_t bridgesBefore(PictureIndex end) const;
+    [[nodiscard]] static std::int64_t proofFrom(RandomAccess kind, bool isBridge);
     [[nodiscard]] bool mayTry(std::int64_t cost) const;
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
@@ -136,12 +138,14 @@ private:
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
+    bool m_byReferenceSets = true;    ///< see PlanningRules; not any more after a run that failed
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
     std::vector<FrameNumber> m_announced; ///< ascending; until their prospects were looked at
     std::optional<FrameNumber> m_refusedUpTo;
-    FrameNumber m_horizon;     ///< the farthest picture that was asked for
-    std::int64_t m_inVain = 0; ///< pictures that were decoded for nothing
+    FrameNumber m_horizon;        ///< the farthest picture that was asked for
+    std::int64_t m_inVain = 0;    ///< pictures that were decoded for nothing
+    std::int64_t m_onBridges = 0; ///< pictures that were decoded on bridges
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;

@@ -19,9 +19,13 @@ constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first st
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
 constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
 constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
+constexpr std::int64_t kBeyondBridge = 64;               // pictures that a bridge may be longer than it looked
 constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
 
-std::int64_t proofFrom(RandomAccess kind, bool isBridge)
+} // namespace
+
+// Pictures that a candidate must show to be as foreseen.
+std::int64_t FrameSource::proofFrom(RandomAccess kind, bool isBridge)
 {
     if (!isBridge)
         return kProof;
@@ -29,9 +33,7 @@ std::int64_t proofFrom(RandomAccess kind, bool isBridge)
     return isClean ? kProofAfterDamage : kProofAfterDamageFromOthers;
 }
 
-} // namespace
-
-// Decodes the beginning until a random access point has shown its number and is proven: the first anchor.
+// Decodes the beginning until the first random access point that can be counted from has shown its number.
 bool FrameSource::hasFirstAnchor()
 {
     if (!m_anchors.empty() || m_hopeless)
@@ -83,10 +85,10 @@ bool FrameSource::bridge(Anchor &from)
                                              from.numberAt(entry->place), start->ways);
     m_literalFromStart = false;
     const std::int64_t before = m_counters.picturesDecoded;
-    if (searchAnchor(trouble, true, entry->picture.value() + effort))
-        return true;
-    m_inVain += m_counters.picturesDecoded - before;
-    return false;
+    const bool isFound = searchAnchor(trouble, true, entry->picture.value() + std::min(effort, cost + kBeyondBridge));
+    m_onBridges += m_counters.picturesDecoded - before;
+    m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
+    return isFound;
 }
 
 // Decodes on until a random access point after picture `after` is proven, but not beyond coded picture `effort`.

@@ -10,6 +10,21 @@ constexpr std::int64_t kSoundAfterEntry = 16; // pictures between the entry poin
 
 } // namespace
 
+// Most recordings begin in the middle of a group: what comes before the first random access point is doubtful.
+bool FrameSource::isSound() const
+{
+    if (!pictures().isFinished() || m_scan.stretches().count() == 0)
+        return pictures().isFinished() && pictures().isSound();
+    const Stretch &only = m_scan.stretches().at(0);
+    if (m_scan.stretches().count() > 1 || !only.endsFile())
+        return pictures().isSound();
+    for (PictureIndex i = only.end(); i < pictures().pictureEnd(); ++i) {
+        if ((pictures().picture(i).doubts & ~kLastOfFile) != 0)
+            return false;
+    }
+    return true;
+}
+
 // The decoder decides which of a file's last pictures exist: it gets all packets from a point well before the last
 // certain picture to the end, and is not drained.
 FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)

@@ -21,8 +21,8 @@ constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at m
 // The entry point for the picture at `place`. Points that promise nothing are tested first.
 std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex place)
 {
-    const auto exact = entryPointFor(stretchOf(anchor), place, anchor.point.place, false);
-    const auto any = entryPointFor(stretchOf(anchor), place, anchor.point.place, true);
+    const auto exact = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, false);
+    const auto any = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, true);
     const bool isFar = place - (exact ? exact->place : anchor.point.place) > kFarAway;
     if (any && any->isInexact && m_inexact == Trust::Unknown && isFar && &anchor == &m_anchors.front())
         testRestart(anchor, place);

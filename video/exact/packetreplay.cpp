@@ -7,7 +7,8 @@ namespace quorvale {
 namespace {
 
 constexpr std::int64_t kNear = 64;   // up to so many packets ahead, reading is quicker than seeking
-constexpr int kMostBeforeEntry = 16; // other packets that may come first after a seek
+constexpr int kMostBeforeByte = 16;  // other packets that may come first after a seek to a byte
+constexpr int kMostBeforeTime = 512; // and to a time: an index may hold only the first picture of a group
 constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to the packet before
 
 } // namespace
@@ -41,9 +42,10 @@ bool PacketReplay::skipTo(const PlannedPacket &wanted, AVPacket &packet)
 bool PacketReplay::enter(const PlannedPacket &wanted, std::int64_t position, AVPacket &packet)
 {
     m_lost = true;
-    if (position < 0 || !m_source.goToByte(position))
+    if (position < 0 || !m_source.goTo(position))
         return false;
-    for (int i = 0; i < kMostBeforeEntry && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
+    const int most = m_source.location().entrance == Entrance::AnyByte ? kMostBeforeByte : kMostBeforeTime;
+    for (int i = 0; i < most && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
         if (isSame(packet, wanted.packet, kZeroBytesAtFront)) {
             m_next = wanted.index + 1;
             m_lost = false;
@@ -59,7 +61,9 @@ bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, 
     const int missing = scanned.size - packet.size;
     if (missing < 0 || missing > allowedAtFront)
         return false;
-    if (packet.pts == AV_NOPTS_VALUE || scanned.pts == AV_NOPTS_VALUE)
+    if (!m_source.location().tellsByTimes)
+        return m_source.describe(packet).checksum == scanned.checksum;
+    if (packet.pts == kNoTimestamp || scanned.pts == kNoTimestamp)
         return packet.pts == scanned.pts;
     // How often the timestamps have wrapped is known only after reading the whole file.
     const int bits = m_source.location().timestampBits;

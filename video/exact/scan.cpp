@@ -36,7 +36,7 @@ bool Scan::readOn(KeptPackets *kept)
                 kept->keep(m_pictures.packetEnd(), *m_packet);
             const AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
             m_pictures.append(
-                {m_packet->pos, m_packet->pts, m_packet->size}, unit,
+                m_source.describe(*m_packet), unit,
                 {m_packet->dts, (m_packet->flags & AV_PKT_FLAG_CORRUPT) != 0, announcesExtradata(*m_packet)});
         } else if (status == VideoPackets::Status::EndOfFile) {
             m_pictures.finish();

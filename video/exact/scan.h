@@ -17,7 +17,7 @@ public:
     /// `unitsInASecond`: of the stream's time base.
     Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond);
 
-    /// Reads some more packets, which `kept` gets, too. False where the file has ended, or cannot be read.
+    /// Reads some more packets, which `kept` gets, too. False if the file has ended, or cannot be read.
     bool readOn(KeptPackets *kept = nullptr);
     [[nodiscard]] bool hasFailed() const { return m_failed; }
 

@@ -22,8 +22,7 @@ Stretch::Stretch(const PictureList &pictures, PictureIndex first)
     : m_order{first}
     , m_end(first + 1)
 {
-    const bool isInexact = pictures.picture(first).randomAccess == RandomAccess::InexactRecoveryPoint;
-    m_entryPoints.push_back({first, OutputIndex(), isInexact});
+    m_entryPoints.push_back({first, OutputIndex(), pictures.picture(first).promisesNothing()});
 }
 
 void Stretch::append(PictureList &pictures, PictureIndex picture)
@@ -102,10 +101,10 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
     const std::int64_t usual = usualStep(pictures, end);
     for (std::size_t i = from; i < end; ++i) {
         const std::int64_t pts = pictures.picture(m_order[i]).pts;
-        if (pts == ScannedPacket::kUnknown)
+        if (pts == kNoTimestamp)
             continue;
         const std::int64_t earlier = pictures.picture(m_order[m_lastTimed]).pts;
-        if (m_lastTimed < i && earlier != ScannedPacket::kUnknown) {
+        if (m_lastTimed < i && earlier != kNoTimestamp) {
             const std::int64_t step = stepBetween(earlier, pts);
             const auto places = static_cast<std::int64_t>(i - m_lastTimed);
             // Pictures shown for two or three fields pass; a lost or a doubled one does not.
@@ -118,14 +117,14 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
     }
 }
 
-// The median of the latest steps between neighbours; 0 where there are none.
+// The median of the latest steps between neighbours; 0 if there are none.
 std::int64_t Stretch::usualStep(const PictureList &pictures, std::size_t end) const
 {
     std::vector<std::int64_t> steps;
     for (std::size_t i = std::max<std::size_t>(end, kUsualStepsSeen) - kUsualStepsSeen + 1; i < end; ++i) {
         const std::int64_t earlier = pictures.picture(m_order[i - 1]).pts;
         const std::int64_t later = pictures.picture(m_order[i]).pts;
-        if (earlier != ScannedPacket::kUnknown && later != ScannedPacket::kUnknown)
+        if (earlier != kNoTimestamp && later != kNoTimestamp)
             steps.push_back(stepBetween(earlier, later));
     }
     if (steps.empty())
@@ -148,8 +147,7 @@ void Stretch::noteEntryPoints(const PictureList &pictures, std::size_t from)
 {
     for (std::size_t i = from; i < m_certainEnd.place() && !m_waitingPoints.empty(); ++i) {
         if (m_order[i] == m_waitingPoints.front()) {
-            const bool isInexact = pictures.picture(m_order[i]).randomAccess == RandomAccess::InexactRecoveryPoint;
-            m_entryPoints.push_back({m_order[i], OutputIndex(i), isInexact});
+            m_entryPoints.push_back({m_order[i], OutputIndex(i), pictures.picture(m_order[i]).promisesNothing()});
             m_waitingPoints.erase(m_waitingPoints.begin());
         }
     }

@@ -10,6 +10,12 @@ struct AVPacket;
 
 namespace quorvale {
 
+/// Where a demultiplexer can begin in the middle of a file.
+enum class Entrance {
+    AnyByte, ///< containers that are found again from anywhere: broadcasts, raw streams
+    Times,   ///< containers with an index
+};
+
 /// Which stream of which file.
 struct VideoLocation
 {
@@ -17,6 +23,8 @@ struct VideoLocation
     int streamId = 0; ///< the container's own number for the stream
     int streamIndex = 0;
     int timestampBits = 64; ///< with which the container's timestamps wrap
+    Entrance entrance = Entrance::AnyByte;
+    bool tellsByTimes = true; ///< a packet has the same times wherever reading began; else its bytes identify it
 };
 
 /// The packets of one video stream, read by a demultiplexer of its own.
@@ -34,8 +42,10 @@ public:
 
     /// The next packet of the stream, into `packet`. The file is opened with the first call.
     Status read(AVPacket &packet);
-    /// Continues at byte `position`; false if that fails.
-    bool goToByte(std::int64_t position);
+    /// Continues at the `position` of a scanned packet, or somewhat before; false if that fails.
+    bool goTo(std::int64_t position);
+    /// What is kept of a packet that was read.
+    [[nodiscard]] ScannedPacket describe(const AVPacket &packet) const;
     [[nodiscard]] const VideoLocation &location() const { return m_location; }
 
 private:

@@ -3,14 +3,18 @@
 #include <memory>
 
 struct AVCodecContext;
+struct AVCodecParameters;
 struct AVFormatContext;
 struct AVFrame;
+struct AVMurMur3;
 struct AVPacket;
 
 namespace quorvale::ffmpeg {
 
 void release(AVFormatContext *input);
 void release(AVCodecContext *decoder);
+void release(AVCodecParameters *parameters);
+void release(AVMurMur3 *hash);
 void release(AVFrame *frame);
 void release(AVPacket *packet);
 
@@ -26,6 +30,7 @@ using Owner = std::unique_ptr<Object, Deleter<Object>>;
 
 using InputPtr = Owner<AVFormatContext>; ///< an input opened with openSingleInput
 using DecoderPtr = Owner<AVCodecContext>;
+using ParametersPtr = Owner<AVCodecParameters>;
 using FramePtr = Owner<AVFrame>;
 using PacketPtr = Owner<AVPacket>;
 

@@ -26,6 +26,9 @@ constexpr int kBufferBytes = 32768; // as FFmpeg's own files have
 class Descriptor
 {
 public:
+    // Where `off_t` has 32 bits, files larger than 2 GiB could not be opened.
+    static_assert(sizeof(off_t) >= sizeof(std::int64_t), "_FILE_OFFSET_BITS is to be 64");
+
     // O_NONBLOCK: opening a pipe does not wait for a writer.
     explicit Descriptor(const char *path)
         : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
@@ -85,7 +88,7 @@ std::int64_t seekInFile(void *opaque, std::int64_t offset, int whence)
     OpenFile &file = *static_cast<OpenFile *>(opaque);
     if ((whence & AVSEEK_SIZE) != 0) {
         const std::int64_t size = file.descriptor.size();
-        return size < 0 ? AVERROR(errno) : size;
+        return size < 0 ? AVERROR(EIO) : size; // It was regular when it was opened.
     }
     const std::int64_t position = lseek(file.descriptor.number(), offset, whence & ~AVSEEK_FORCE);
     if (position < 0)
