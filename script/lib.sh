@@ -19,14 +19,15 @@ die() {
   exit 1
 }
 
-# forget_other_place FOLDER: what CMake has noted in the build folder FOLDER goes, if the folder was somewhere else then:
-# CMake refuses to work on in a checkout that was moved or copied. What else is in the folder stays.
+# forget_other_place FOLDER: what CMake has noted in the build folder FOLDER goes, if the folder was somewhere else then,
+# and so do the builds below it: CMake refuses to work on in a checkout that was moved or copied. What else is in the folder
+# stays.
 forget_other_place() {
   local noted
   noted=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$1/CMakeCache.txt" 2>/dev/null || true)
   if [ -n "$noted" ] && ! [ "$noted" -ef "$1" ]; then
     say "$1 was made as $noted: configuring it anew"
-    rm -rf "$1/CMakeCache.txt" "$1/CMakeFiles"
+    find "$1" -name CMakeCache.txt -execdir rm -rf CMakeCache.txt CMakeFiles \;
   fi
 }
 
