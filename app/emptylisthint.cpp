@@ -16,13 +16,23 @@ EmptyListHint::EmptyListHint(QAbstractItemView *view)
     , m_view(view)
 {
     view->viewport()->installEventFilter(this);
+    const QAbstractItemModel *rows = view->model();
+    connect(rows, &QAbstractItemModel::rowsInserted, this, &EmptyListHint::describe);
+    connect(rows, &QAbstractItemModel::rowsRemoved, this, &EmptyListHint::describe);
+    connect(rows, &QAbstractItemModel::modelReset, this, &EmptyListHint::describe);
 }
 
 void EmptyListHint::setText(const QString &text)
 {
     m_text = text;
-    m_view->setAccessibleDescription(isShown() ? text : QString());
+    describe();
     m_view->viewport()->update();
+}
+
+void EmptyListHint::describe() const
+{
+    if (m_view)
+        m_view->setAccessibleDescription(isShown() ? m_text : QString());
 }
 
 bool EmptyListHint::isShown() const

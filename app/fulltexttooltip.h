@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSet>
 
 class QAbstractItemView;
 class QLineEdit;
@@ -20,11 +21,16 @@ public:
 
     void watch(QLineEdit *field);
     void watch(QAbstractItemView *view);
+    /// Its rows are paths.
+    void watchPaths(QAbstractItemView *view);
     /// Shows the tool tip that `widget` has, a path, as the text it is, with the widget's accessible description below.
     void showTipAndDescriptionOf(QWidget *widget);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QSet<const QObject *> m_viewsOfPaths;
 };
 
 } // namespace quorvale

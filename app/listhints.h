@@ -11,8 +11,9 @@ namespace quorvale {
 /// Whether the devices listed are those of the mount point as it is set now.
 enum class MountPointScan { Done, Due };
 
-/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most. `usualPlace`: where this system mounts
-/// disks, or empty where that is not known.
+/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most, and not at all while its scan is due:
+/// a place that has just been typed may be one that does not answer. `usualPlace`: where this system mounts disks, or
+/// empty where that is not known.
 [[nodiscard]] QString noDeviceText(const QString &mountPoint, MountPointScan scan, const QString &usualPlace);
 
 /// The first directory of `candidates` that exists; empty when none does.

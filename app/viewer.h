@@ -118,5 +118,5 @@ private:
 
     quorvale::EmptyListHint *deviceHint = nullptr;
     quorvale::EmptyListHint *programmeHint = nullptr;
-    QStringList filesOfScan; ///< all that the latest scan goes by; empty once what it brought has been freed
+    QStringList filesAwaited; ///< recordings that the scan which runs has not come by yet
 };

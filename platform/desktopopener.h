@@ -9,8 +9,9 @@ class QObject;
 namespace quorvale {
 
 /// Opens the file or folder at `path` with the program that the desktop has for it, and does not wait for it. `failed`
-/// is called when there is none or it ends with an error, which may be long after; on the calling thread, whose event
-/// loop has to run, and not once `context` is gone. The program outlives this one.
+/// is called when there is none or it fails within seconds: a program that ends with an error later has opened the
+/// file. On the calling thread, whose event loop has to run, and not once `context` is gone. The program outlives this
+/// one.
 ///
 /// `path`: absolute, the bytes that the file system knows.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed);

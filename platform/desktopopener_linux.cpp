@@ -2,6 +2,7 @@
 
 #include "platform/filemanager_linux.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -17,6 +18,8 @@ namespace quorvale {
 
 namespace {
 
+constexpr int kEarlyMs = 10000; // A program that ends with an error after that has opened the file.
+
 /// Waits at the reading end of a pipe for a word of failure, or for the other end to close without one.
 class FailureReport : public QObject
 {
@@ -30,7 +33,7 @@ public:
             m_notifier.setEnabled(false);
             deleteLater();
             char word = 0;
-            if (read(m_descriptor, &word, 1) == 1 && failed)
+            if (read(m_descriptor, &word, 1) == 1 && !m_early.hasExpired() && failed)
                 failed();
         });
     }
@@ -39,6 +42,7 @@ public:
 private:
     int m_descriptor;
     QSocketNotifier m_notifier;
+    QDeadlineTimer m_early{kEarlyMs};
 };
 
 // Spawned, not forked: other threads may be anywhere, and a fork of this process would have to get on with what they
@@ -65,7 +69,9 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 
 /// The desktop's opener is started as a program: Qt's own way to it belongs to the main thread, may wait for the bus,
 /// on some window systems does nothing, and never says how it went. A shell puts it into the background and ends at
-/// once, so that nobody has to wait for an opener that lives as long as its window.
+/// once, so that nobody has to wait for an opener that lives as long as its window. Of its codes, 2 to 4 say that the
+/// file or a program for it is missing, or that it failed, and those from 126 on that there is no opener; any other is
+/// the program's own.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];
@@ -75,7 +81,9 @@ void openWithDesktop(const QByteArray &path, QObject *context, std::function<voi
         return;
     }
     new FailureReport(ends[0], context, failed); // owned by the context; deletes itself
-    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1 || printf x; } &", fileUri(path).toLatin1(), ends[1]) && failed)
+    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1; case $? in 2|3|4|12?) printf x;; esac; } &",
+                  fileUri(path).toLatin1(), ends[1]) &&
+        failed)
         failed();
     close(ends[1]);
 }
