@@ -43,7 +43,7 @@ bool EmptyListHint::isShown() const
 // A view without rows paints nothing itself, so it does not matter that this comes first.
 bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
 {
-    // The kind comes first: other events also come while the view is destroyed, and is no view any more.
+    // The type is tested first: other events also come while the view is being destroyed and is no longer a view.
     if (event->type() == QEvent::Paint && isShown())
         paint();
     if (event->type() == QEvent::ToolTip && isShown()) {
@@ -57,7 +57,7 @@ bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
 void EmptyListHint::paint() const
 {
     QWidget *area = m_view->viewport();
-    // A path has few places to break at, and its end counts.
+    // A path has few places to break at, and its end must be readable.
     QTextOption wrapping(Qt::AlignHCenter);
     wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     wrapping.setTextDirection(m_view->layoutDirection());

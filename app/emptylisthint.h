@@ -8,8 +8,8 @@ class QAbstractItemView;
 
 namespace quorvale {
 
-/// What a list says while it has no row: painted in its empty area, heard as the list's description, and shown as a
-/// tool tip where it has no room. The list gets no item.
+/// What a list says while it has no row: painted in its empty area, read out as the list's description, and shown as a
+/// tool tip if it has no room. The list gets no item.
 class EmptyListHint : public QObject
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
     /// `view` owns this.
     explicit EmptyListHint(QAbstractItemView *view);
 
-    /// To be said from now on, whenever there is no row; nothing is said when `text` is empty.
+    /// Shows `text` from now on, whenever there is no row; an empty one shows nothing.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 

@@ -36,7 +36,7 @@ bool isCutOff(const QAbstractItemView &view, const QModelIndex &index)
     return QStyledItemDelegate().sizeHint(option, index).width() > shown.width();
 }
 
-// What comes from a recorder's disk is shown as it is, not as markup.
+// Texts from a recorder's disk are shown as they are, not as markup.
 bool showTip(const QHelpEvent &event, const QString &text, QWidget *widget, const QRect &area)
 {
     QToolTip::showText(event.globalPos(), Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal), widget, area);

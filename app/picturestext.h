@@ -4,11 +4,11 @@
 
 struct ThumbnailEntry;
 
-// What is said about a recording's moving pictures: to screen readers, and below the path in their tool tip.
+// Texts about a recording's moving pictures, for screen readers and for the tool tip, below the path.
 
 namespace quorvale {
 
-/// How many pictures of the recording there are to see; a frame that could not be read is none.
+/// How many pictures of the recording can be seen; a frame that could not be read does not count.
 [[nodiscard]] QString picturesText(const ThumbnailEntry &series);
 
 /// Why a recording has no series of pictures. `awaited`: the scan that runs has not come by it yet.

@@ -55,7 +55,7 @@ std::optional<Recording> ProgrammeListCommands::recordingAt(const QPoint &place)
     return index.isValid() ? m_recordingOf(index.row()) : std::nullopt;
 }
 
-// What the pointer does arrives at the viewport, keys at the list itself.
+// Events of the pointer arrive at the viewport, those of keys at the list itself.
 bool ProgrammeListCommands::eventFilter(QObject *watched, QEvent *event)
 {
     const bool atList = watched == m_list;
@@ -116,7 +116,7 @@ bool ProgrammeListCommands::handleMouse(const QMouseEvent &event)
     case QEvent::MouseMove:
         if (!m_press || !(event.buttons() & Qt::LeftButton))
             return false;
-        // The list would choose the rows that the pointer comes by.
+        // The list itself would select the rows that the pointer crosses.
         return (event.pos() - m_press->place).manhattanLength() < QApplication::startDragDistance() || drag();
     default:
         m_press.reset();

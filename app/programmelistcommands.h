@@ -14,8 +14,8 @@ class QMouseEvent;
 
 namespace quorvale {
 
-/// What the programme list offers beyond choosing a programme: a context menu, Return and a double click to play it,
-/// and its files to be dragged out, for copying alone. A row may be without a recording; then nothing of it happens.
+/// Commands of the programme list: a context menu, Return and a double click to play a programme, and dragging its
+/// files out, for copying only. They do nothing in a row without a recording.
 class ProgrammeListCommands : public QObject
 {
     Q_OBJECT

@@ -21,13 +21,13 @@ namespace quorvale {
 
 namespace {
 
-// Does not wait: a player may fail long after it was asked for.
+// Does not wait for the user: a player may fail long after it was started.
 void tell(QWidget &window, const QString &text)
 {
     auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Quorvale"), QString(), QMessageBox::Ok,
                                 &window); // deletes itself when it is closed
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setTextFormat(Qt::PlainText); // A path is no markup.
+    box->setTextFormat(Qt::PlainText); // a path is not markup
     box->setText(text);
     box->open();
 }

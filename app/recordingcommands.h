@@ -26,11 +26,11 @@ void playRecording(const Recording &recording, QWidget &window);
 /// file manager.
 void showRecording(const Recording &recording, QWidget &window);
 
-/// The description as it reads, without its markup.
+/// The text of the description, without its markup.
 [[nodiscard]] QString plainDescription(const Recording &recording);
 
-/// All files of the recording, for whoever takes them; null when there is none, and where their name is not UTF-8.
-/// Owned by the caller.
+/// All files of the recording, to be dragged out; null when there is none, and where their name is not UTF-8. Owned by
+/// the caller.
 [[nodiscard]] QMimeData *recordingFiles(const Recording &recording);
 
 } // namespace quorvale

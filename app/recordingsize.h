@@ -9,7 +9,7 @@ namespace quorvale {
 
 /// The files of the recording whose main file is `mainFile`: that one and the pieces that follow it, its path with 1,
 /// 2, 3, ... appended, up to the first number that has no file. None when there is no main file. One look at the disk a
-/// file and one behind the last.
+/// file and one after the last.
 QFileInfoList recordingPieces(const QString &mainFile);
 
 /// The size in KiB of the recording whose main file is `mainFile`, all pieces together. Each file counts in whole KiB.

@@ -27,8 +27,8 @@ enum class MountPointScan;
 
 /// The main window: the devices, the programmes of the selected one, and the details of the selected programme.
 ///
-/// A programme is always meant by its index in `programmes`. The state is open to the window's own parts and to tests;
-/// it is touched by the main thread alone. Constructing a Viewer shows it, loads the settings, looks for devices and
+/// A programme is identified by its index in `programmes`. The state is public for the window's own parts and for
+/// tests; only the main thread touches it. Constructing a Viewer shows it, loads the settings, looks for devices and
 /// loads the first; destroying it saves the settings.
 class Viewer : public QMainWindow
 {
@@ -54,7 +54,7 @@ public:
     /// Frees the whole cache. The caller empties the widget before control returns to the event loop.
     void deleteThumbs();
 
-    /// The main file of the programme `row`, which must be in the list. The text that names this recording everywhere.
+    /// The main file of the programme `row`, which must be in the list. This text identifies the recording everywhere.
     [[nodiscard]] QString recordingFile(int row) const;
     /// A recording's date as seen today, in the order `dateFormat`.
     QString getFormattedDate(int day, int month, int year);
@@ -81,7 +81,7 @@ public:
 
 public slots:
     void About();
-    /// Lets the user change the two settings; whatever the dialog holds when it is closed counts.
+    /// Lets the user change the two settings; however the dialog is closed, its content counts.
     void Preferences();
     /// Takes over one recording's pixmaps and shows them if that recording is selected.
     void SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2);
@@ -118,5 +118,5 @@ private:
 
     quorvale::EmptyListHint *deviceHint = nullptr;
     quorvale::EmptyListHint *programmeHint = nullptr;
-    QStringList filesAwaited; ///< recordings that the scan which runs has not come by yet
+    QStringList filesAwaited; ///< recordings that the running scan has not reached yet
 };

@@ -1,4 +1,4 @@
-// What the window says where there is nothing to see: no device, no programme, no picture yet.
+// What the window says when there is nothing to see: no device, no programme, no picture yet.
 
 #include "app/viewer.h"
 
@@ -17,7 +17,7 @@ void Viewer::makeHints()
     programmeHint = new EmptyListHint(ui.summaryList); // owned by the list
 }
 
-// An empty list alone makes this look at the mount point: a disk that does not answer is not asked in vain.
+// Looks at the mount point only if the list is empty: the disk may not answer.
 void Viewer::hintAtDevices(MountPointScan scan)
 {
     if (ui.deviceList->topLevelItemCount() > 0) {

@@ -1,4 +1,4 @@
-// The window's side of the thumbnails: one scan at a time, the cache of what it brings, and its end.
+// The window's side of the thumbnails: one scan at a time, its end, and the cache of its results.
 
 #include "app/viewer.h"
 
@@ -11,7 +11,7 @@ using namespace quorvale;
 
 namespace {
 
-constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: behind most opening titles
+constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: after most opening titles
 constexpr int kFrameStep = 150;
 
 } // namespace
@@ -45,7 +45,7 @@ void Viewer::getThumbnails()
     connect(scanner, SIGNAL(finished()), this, SLOT(scanDone()));
     connect(scanner, SIGNAL(finished()), scanner, SLOT(deleteLater()));
     connect(scanThread, SIGNAL(finished()), scanThread, SLOT(deleteLater()));
-    // The thread stays behind, idle, when the scan is done; it ends with the program.
+    // When the scan is done the thread stays, idle; it ends with the program.
     scanThread->start(QThread::InheritPriority);
 }
 

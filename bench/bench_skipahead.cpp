@@ -8,6 +8,7 @@
 #include "thumbs/thumbnailscanner.h"
 #include "thumbs/thumbnailsize.h"
 #include "tools/sampledisk/sampledisk.h"
+#include "tools/testpicture/ffmpegprocess.h"
 #include "tools/testpicture/numberedstream.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
@@ -124,8 +125,8 @@ void selectWithFFmpeg(const QString &path, const QString &folder)
         "1",  "-filter_complex", filter};
     for (const char *size : {"small", "large"}) {
         const std::string output = (folder + "/" + size + "-%d.ppm").toStdString();
-        arguments.insert(arguments.end(),
-                         {"-map", "[" + std::string(size) + "]", "-vsync", "passthrough", "-frames:v", "5", output});
+        arguments.insert(arguments.end(), {"-map", "[" + std::string(size) + "]", passthroughOption(), "passthrough",
+                                           "-frames:v", "5", output});
     }
     require(runFFmpeg(arguments).ok(), "the ffmpeg program fails");
 }
@@ -141,7 +142,7 @@ void thumbnailWithPeer(const QString &path, const QString &folder)
     }
 }
 
-/// Reads the packets of the pictures up to what is looked at behind the last thumbnail; bytes of the file.
+/// Reads the packets of the pictures up to what is looked at after the last thumbnail; bytes of the file.
 std::int64_t readPackets(const QString &path)
 {
     AVFormatContext *context = nullptr;
@@ -283,7 +284,7 @@ int main(int argc, char **argv)
                                         "-b:v",          "8M",      "-maxrate", "10M",      "-bufsize",    "8M",
                                         "-c:a",          "ac3",     "-f",       "mpegts"};
     };
-    // All pictures in front of a wanted one are needed, and the rate runs high at first.
+    // All pictures before a wanted one are needed, and the rate runs high at first.
     const std::vector<std::string> withoutB = {"-c:v",          "libx264", "-preset", "veryfast", "-g",   "28",
                                                "-sc_threshold", "0",       "-bf",     "0",        "-b:v", "8M",
                                                "-c:a",          "ac3",     "-f",      "mpegts"};

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kEarlyMs = 10000; // A program that ends with an error after that has opened the file.
 
-/// Waits at the reading end of a pipe for a word of failure, or for the other end to close without one.
+/// Waits at the reading end of a pipe for a report of failure, or for the other end to close without one.
 class FailureReport : public QObject
 {
 public:
@@ -67,11 +67,10 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 
 } // namespace
 
-/// The desktop's opener is started as a program: Qt's own way to it belongs to the main thread, may wait for the bus,
-/// on some window systems does nothing, and never says how it went. A shell puts it into the background and ends at
-/// once, so that nobody has to wait for an opener that lives as long as its window. Of its codes, 2 to 4 say that the
-/// file or a program for it is missing, or that it failed, and those from 126 on that there is no opener; any other is
-/// the program's own.
+/// The desktop's opener is started as a program: Qt's own function needs the main thread, may wait for the bus, does
+/// nothing on some window systems, and never reports failure. A shell puts the opener into the background and ends at
+/// once, because some openers live as long as their window. The opener's codes 2 to 4 mean that the file or a program
+/// for it is missing or failed, those from 126 on that there is no opener; others are the program's own.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];

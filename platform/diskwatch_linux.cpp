@@ -28,7 +28,7 @@ void readThrough(QFile &table)
 /// Tells the kernel that every change up to now has been noticed.
 void acknowledge(const QFile &table)
 {
-    // Asking is what resets the condition; the answer, and even a failure to get one, changes nothing here.
+    // The call itself resets the condition; its result, even a failure, changes nothing here.
     pollfd question{table.handle(), POLLPRI, 0};
     static_cast<void>(poll(&question, 1, 0));
 }
@@ -38,7 +38,7 @@ void acknowledge(const QFile &table)
 /// Watches the mount table of this process.
 ///
 /// The kernel raises an exceptional condition on an open mount table at every mount and unmount. A file watcher would
-/// get nothing here: the table is no file that anybody writes.
+/// get no events: nobody writes to the table.
 class DiskWatch::Source
 {
 public:
@@ -55,9 +55,9 @@ public:
     }
 
 private:
-    /// A disk that is mounted in a shared folder appears in every copy of that folder, and each raises the condition.
-    /// Waiting until the change is complete and acknowledging it as a whole makes that one signal. What changes after
-    /// the acknowledgement wakes us again, so nothing is lost.
+    /// A disk that is mounted in a shared folder appears in every copy of that folder, and each copy raises the
+    /// condition. To make one signal of them, this waits until the change is complete and acknowledges it as a whole. A
+    /// change after the acknowledgement wakes us again, so nothing is lost.
     void tableChanged()
     {
         readThrough(m_table);
@@ -68,7 +68,7 @@ private:
 
     QPointer<NewDiskNotifier> m_notifier; // the window deletes the notifier first, then the watch
     QFile m_table{QStringLiteral("/proc/self/mountinfo")};
-    std::unique_ptr<QSocketNotifier> m_exception; // goes before the descriptor it listens to
+    std::unique_ptr<QSocketNotifier> m_exception; // destroyed before the descriptor it listens to
 };
 
 DiskWatch::DiskWatch(NewDiskNotifier *notifier)

@@ -16,7 +16,7 @@ namespace {
 
 std::unique_ptr<ScanThreads> theInstance;
 
-// Runs while the application object is being destroyed: later, a pixmap made by a scan would abort the process.
+// Runs while the application object is being destroyed: a scan that made a pixmap later would abort the process.
 void endAtExit()
 {
     if (theInstance && !theInstance->end())
@@ -51,7 +51,7 @@ void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &
         m_claimed.append({QString(), x1, x2});
 }
 
-// A series was claimed as often as its pixmaps' addresses were; the others are still on their way to somebody.
+// Addresses can repeat, so a series counts as claimed as often as its addresses were claimed. The others have no owner.
 void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
 {
     SeriesList unclaimed;

@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// How a picture is scaled to a thumbnail: to exactly `size`, or to the largest size of its own shape within it.
+/// How a picture is scaled to a thumbnail: to exactly `size`, or to the largest size of its own shape inside it.
 struct ThumbnailSize
 {
     QSize size;

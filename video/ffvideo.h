@@ -27,9 +27,9 @@ enum FFAudioFormat : std::int32_t {
 /// Reads one video file by picture number.
 ///
 /// Opening finds the best video stream and, where there is one, the best audio stream, and records the facts below.
-/// Pictures are counted as the decoder hands them out when it is fed the file from its start; at the end of the file
-/// it is not drained, so the pictures it still holds back do not exist. A table of key pictures, filled while
-/// decoding, is what seeking goes by.
+/// Pictures are counted as the decoder outputs them when it gets every packet from the file's start. At the end of the
+/// file it is not drained: pictures that it still holds back do not exist. Seeking uses a table of key pictures, which
+/// is filled while decoding.
 ///
 /// Everything the fields point to belongs to the object. Not thread-safe: one FFVideo belongs to one thread at a time.
 class FFVideo

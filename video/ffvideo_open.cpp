@@ -113,7 +113,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     return true;
 }
 
-// Whether a table was loaded or set. Rows that Close discarded do not count, a completeness that it left behind does.
+// Whether a table was loaded or set. Rows that Close discarded do not count, a completeness that it left does.
 bool FFVideo::hasTable() const
 {
     return keyFrames.complete || rowsHeld(&keyFrames) > 0;

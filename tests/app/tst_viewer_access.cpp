@@ -1,5 +1,6 @@
-// Reading is kind to people: names for screen readers, tab order, texts that do not fit, the system's keys.
+// Accessibility: names for screen readers, tab order, texts that do not fit, the system's keys.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAccessible>
@@ -24,7 +25,7 @@ QList<QLineEdit *> fieldsOf(const Ui_MainWindow &ui)
     return {ui.programmeEdit, ui.channelEdit, ui.dateEdit, ui.timeEdit, ui.fileSizeEdit, ui.watchedEdit};
 }
 
-// The width of a field whose text just fits. The toolkit recommends room for seventeen "x"; the rest of what it
+// The width of a field whose text just fits. Qt recommends room for seventeen "x"; the rest of what it
 // recommends lies around the text.
 int fittingWidth(const QLineEdit &field)
 {
@@ -204,5 +205,5 @@ void TestViewerAccess::items_carryNothingButTheirText()
     QVERIFY(!item->data(0, Qt::UserRole).isValid());
 }
 
-QTEST_MAIN(TestViewerAccess)
+TEST_CLASS(TestViewerAccess, QApplication)
 #include "tst_viewer_access.moc"

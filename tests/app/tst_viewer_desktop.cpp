@@ -2,6 +2,7 @@
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QMessageBox>
@@ -139,5 +140,5 @@ void TestViewerDesktop::aboutBox_saysThis()
     QCOMPARE(text, QString("Quorvale\nDVR browser\n") + QChar(0xA9) + QString(" 2016 The Quorvale Project\n"));
 }
 
-QTEST_MAIN(TestViewerDesktop)
+TEST_CLASS(TestViewerDesktop, QApplication)
 #include "tst_viewer_desktop.moc"

@@ -1,5 +1,6 @@
 // The details panel of a real window on a real volume.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QScopeGuard>
@@ -250,5 +251,5 @@ void TestViewerDetails::keys_walkThroughTheList()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-QTEST_MAIN(TestViewerDetails)
+TEST_CLASS(TestViewerDetails, QApplication)
 #include "tst_viewer_details.moc"

@@ -1,6 +1,7 @@
 // The window's devices: found below the mount point, added by hand, clicked, reloaded.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QFileDialog>
@@ -353,5 +354,5 @@ void TestViewerDevices::open_changesNothing_whenCancelled()
     QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
 }
 
-QTEST_MAIN(TestViewerDevices)
+TEST_CLASS(TestViewerDevices, QApplication)
 #include "tst_viewer_devices.moc"

@@ -1,6 +1,7 @@
 // The export entry of the menu, with its file dialog.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QFileDialog>
@@ -17,7 +18,7 @@ void saveAs(QFileDialog &dialog, const QString &path)
     QTest::keyClick(name, Qt::Key_Return);
 }
 
-RecordBytes news()
+RecordBytes newsRecord()
 {
     RecordBytes record;
     record.title = "News";
@@ -51,9 +52,9 @@ void TestViewerExport::export_writesTheSelectedProgramme()
 {
     ViewerFixture fixture;
     fixture.settings().setValue("Main/dateformat", "ymd");
-    RecordBytes other = news();
+    RecordBytes other = newsRecord();
     other.title = "Other";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {other, news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {other, newsRecord()}));
     Viewer &viewer = fixture.open();
     viewer.ui.summaryList->setCurrentRow(1);
     const QTemporaryDir out;
@@ -73,7 +74,7 @@ void TestViewerExport::export_writesTheSelectedProgramme()
 void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord()}));
     const Viewer &viewer = fixture.open();
     const QTemporaryDir out;
     // Compared after the dialog: a comparison that fails in there would leave it open.
@@ -128,7 +129,7 @@ void TestViewerExport::export_asksNothing_withoutProgramme()
 void TestViewerExport::export_writesNothing_whenCancelled()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord()}));
     const Viewer &viewer = fixture.open();
     const QTemporaryDir out;
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
@@ -143,7 +144,7 @@ void TestViewerExport::export_writesNothing_whenCancelled()
 void TestViewerExport::export_replacesAFile_afterAsking()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord()}));
     const Viewer &viewer = fixture.open();
     const QTemporaryDir out;
     const QString path = out.filePath("there.txt");
@@ -165,7 +166,7 @@ void TestViewerExport::export_replacesAFile_afterAsking()
 void TestViewerExport::export_isSilent_whenTheFileCannotBeOpened()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord()}));
     const Viewer &viewer = fixture.open();
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, "/dev/null/impossible"); });
     WhenModal<QMessageBox> message([](QMessageBox &box) { box.reject(); });
@@ -178,9 +179,9 @@ void TestViewerExport::export_isSilent_whenTheFileCannotBeOpened()
 void TestViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses()
 {
     ViewerFixture fixture;
-    RecordBytes other = news();
+    RecordBytes other = newsRecord();
     other.title = "Other";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), other}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord(), other}));
     const Viewer &viewer = fixture.open();
     QCOMPARE(viewer.currentProgramme, 0);
     const QTemporaryDir out;
@@ -206,7 +207,7 @@ void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone()
     QFETCH(int, programmesLeft);
     QFETCH(int, selected);
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), news()}));
+    QVERIFY(TestVolume::create(fixture.path("disk"), {newsRecord(), newsRecord()}));
     Viewer &viewer = fixture.open();
     const QTemporaryDir out;
     WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
@@ -219,5 +220,5 @@ void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone()
     QVERIFY(QDir(out.path()).isEmpty());
 }
 
-QTEST_MAIN(TestViewerExport)
+TEST_CLASS(TestViewerExport, QApplication)
 #include "tst_viewer_export.moc"

@@ -1,8 +1,9 @@
-// What the window says where there is nothing to see: in empty lists and about pictures.
+// What the window says when there is nothing to see: in empty lists and about pictures.
 
 #include "app/emptylisthint.h"
 #include "app/listhints.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAccessible>
@@ -330,5 +331,5 @@ void TestViewerHints::picturesTip_keepsThePath_andHasASecondLine()
     QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
 }
 
-QTEST_MAIN(TestViewerHints)
+TEST_CLASS(TestViewerHints, QApplication)
 #include "tst_viewer_hints.moc"

@@ -1,8 +1,9 @@
-// Handing recordings to other programs: a stand-in for the desktop's opener takes note of what it is asked for.
+// Giving recordings to other programs: a stand-in for the desktop's opener records what it is asked for.
 
 #include "app/recordingcommands.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QClipboard>
@@ -203,7 +204,7 @@ void TestViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
             texts.append(action->text());
         QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
         QTest::keyClick(menu, Qt::Key_Escape);
-        QTRY_VERIFY(!menu); // It leaves nothing behind in the window.
+        QTRY_VERIFY(!menu); // Nothing of it stays in the window.
     }
 }
 
@@ -323,5 +324,5 @@ void TestViewerRecordings::drag_leavesTheChosenRow()
     QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
 }
 
-QTEST_MAIN(TestViewerRecordings)
+TEST_CLASS(TestViewerRecordings, QApplication)
 #include "tst_viewer_recordings.moc"

@@ -3,6 +3,7 @@
 #include "app/programmetext.h"
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -45,7 +46,7 @@ void retype(QLineEdit *field, const QString &text)
     QTest::keyClicks(field, text);
 }
 
-// Waits for the scan that loading a device starts: what it brings would count as well.
+// Waits for the scan that loading a device starts, because the test would count its results, too.
 bool scanIsOver(const Viewer &viewer)
 {
     constexpr int kScanMs = 60000; // far more than a scan takes
@@ -91,7 +92,7 @@ private slots:
     void store_isNotTheSystemsOwn_whereAnotherIsTheDefault();
     void store_isTheSystemsOwn_unlessAnotherIsTheDefault();
     void emptyMountPoint_staysEmpty_afterARestart();
-    void file_isTheSameText_withEveryToolkit();
+    void file_isTheSameText_withEveryQt();
     void mountPoint_isRead_howeverItsLettersAreWritten_data();
     void mountPoint_isRead_howeverItsLettersAreWritten();
 };
@@ -412,8 +413,8 @@ void TestViewerSettings::dialog_isDeleted_afterUse()
     QVERIFY(viewer.findChildren<QDialog *>().isEmpty());
 }
 
-// What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
-// there the system's store is always the person's own.
+// That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there the
+// system's store is always the person's own.
 void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
 {
     ViewerFixture fixture;
@@ -456,8 +457,8 @@ void TestViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
     QCOMPARE(fixture.open().mountPoint, QString());
 }
 
-// A person may go from a program built with one toolkit to one built with the other, and back.
-void TestViewerSettings::file_isTheSameText_withEveryToolkit()
+// A person may go from a program built with one Qt to one built with the other, and back.
+void TestViewerSettings::file_isTheSameText_withEveryQt()
 {
     ViewerFixture fixture;
     fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
@@ -481,5 +482,5 @@ void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
     QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
 }
 
-QTEST_MAIN(TestViewerSettings)
+TEST_CLASS(TestViewerSettings, QApplication)
 #include "tst_viewer_settings.moc"

@@ -1,6 +1,7 @@
 #include "archive/archivediscovery.h"
 
 #include "tests/support/capturedoutput.h"
+#include "tests/support/testclass.h"
 #include "tests/support/testvolume.h"
 
 #include <QTemporaryDir>
@@ -27,7 +28,7 @@ QStringList under(const QString &directory, const QStringList &names)
     return paths;
 }
 
-/// Takes the rights of a user whom permissions hold for, while it lives: root may enter everything.
+/// Takes an ordinary user's rights while it lives: root may enter every directory.
 class OrdinaryUser
 {
 public:
@@ -83,9 +84,9 @@ private slots:
     void find_ignoresCaseOfTheFolder_butNotOfTheIndex();
     void find_givesAVolumeTwice_whenTwoOfItsFoldersMatch();
     void find_givesCleanAbsolutePaths_fromAnUntidyMountPoint();
-    void find_goesOnSilently_behindABrokenLink();
+    void find_goesOnSilently_afterABrokenLink();
     void find_findsNothing_inADirectoryWithoutPermission();
-    void find_losesItsWay_behindAnEntryThatCannotBeEntered();
+    void find_losesItsWay_afterAnEntryThatCannotBeEntered();
 
 private:
     [[nodiscard]] QString path(const QString &name = QString()) const;
@@ -194,7 +195,7 @@ void TestArchiveDiscovery::find_givesCleanAbsolutePaths_fromAnUntidyMountPoint()
     QCOMPARE(found, QStringList(expected));
 }
 
-void TestArchiveDiscovery::find_goesOnSilently_behindABrokenLink()
+void TestArchiveDiscovery::find_goesOnSilently_afterABrokenLink()
 {
     QVERIFY(QFile::link(path("nowhere"), path("broken")));
     QVERIFY(makeVolume("disk"));
@@ -213,7 +214,7 @@ void TestArchiveDiscovery::find_findsNothing_inADirectoryWithoutPermission()
     QCOMPARE(findArchives(path()), QStringList(path("open")));
 }
 
-void TestArchiveDiscovery::find_losesItsWay_behindAnEntryThatCannotBeEntered()
+void TestArchiveDiscovery::find_losesItsWay_afterAnEntryThatCannotBeEntered()
 {
     // The mount point may be listed but not searched, so none of its entries can be entered:
     //   outer/mount/a, b    the walker stays in mount, looks around there, goes up to outer;
@@ -234,5 +235,5 @@ void TestArchiveDiscovery::find_losesItsWay_behindAnEntryThatCannotBeEntered()
     QCOMPARE(found, QStringList(path("outer")));
 }
 
-QTEST_APPLESS_MAIN(TestArchiveDiscovery)
+TEST_CLASS(TestArchiveDiscovery, quorvale::NoApplication)
 #include "tst_archivediscovery.moc"

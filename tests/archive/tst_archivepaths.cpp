@@ -1,4 +1,5 @@
 #include "archive/archivepaths.h"
+#include "tests/support/testclass.h"
 
 #include "tests/support/testvolume.h"
 
@@ -70,5 +71,5 @@ void TestArchivePaths::holdsArchive_asksForUpperCase_whateverTheFolderIsCalled()
     QCOMPARE(holdsArchive(volume.path()), sameName);
 }
 
-QTEST_APPLESS_MAIN(TestArchivePaths)
+TEST_CLASS(TestArchivePaths, quorvale::NoApplication)
 #include "tst_archivepaths.moc"

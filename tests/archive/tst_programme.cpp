@@ -2,6 +2,7 @@
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/recordbytes.h"
+#include "tests/support/testclass.h"
 
 #include <QTemporaryFile>
 #include <QtTest>
@@ -76,10 +77,10 @@ private slots:
     void read_setsPlayPosition_fromMarker_data();
     void read_setsPlayPosition_fromMarker();
     void read_keepsPlayPosition_withoutMarker();
-    void read_givesNegativePosition_whenFileEndsBehindMarker_data();
-    void read_givesNegativePosition_whenFileEndsBehindMarker();
+    void read_givesNegativePosition_whenFileEndsAfterMarker_data();
+    void read_givesNegativePosition_whenFileEndsAfterMarker();
     void read_takes0xFF_pastTheEndOfFile();
-    void readCString_stopsBehindTerminator();
+    void readCString_stopsAfterTerminator();
     void readCString_keepsBytesAsTheyAre();
     void readCString_stopsAt1025Bytes_withoutTerminator_data();
     void readCString_stopsAt1025Bytes_withoutTerminator();
@@ -229,12 +230,12 @@ void TestProgramme::read_fails_silently_pastTheEndOfFile()
     const File file = fileHolding(RecordBytes().bytes());
     Programme programme = someProgramme();
     CapturedOutput errors(stderr);
-    const bool readBehind = programme.read(file.get(), 32768);
-    const bool readFarBehind = programme.read(file.get(), LONG_MAX - 32768);
+    const bool readAfterEnd = programme.read(file.get(), 32768);
+    const bool readFarAfterEnd = programme.read(file.get(), LONG_MAX - 32768);
     const bool readTwoBytes = programme.read(file.get(), 32766);
     QCOMPARE(errors.text().replace("Error seeking to programme offset\n", ""), QByteArray());
-    QVERIFY(!readBehind);
-    QVERIFY(!readFarBehind);
+    QVERIFY(!readAfterEnd);
+    QVERIFY(!readFarAfterEnd);
     QVERIFY(!readTwoBytes);
     QVERIFY(sameFields(programme, someProgramme()));
 }
@@ -261,9 +262,9 @@ void TestProgramme::read_runsOnIntoChannel_whenFileNameHasNoTerminator()
     Programme programme;
     QVERIFY(programme.read(file.get(), 0));
     QCOMPARE(programme.fileName, filled(30, 'f') + "chan");
-    // Behind the terminator, at 48: a field of 1024 bytes is read from there, and so on.
+    // After the terminator, at 48: a field of 1024 bytes is read from there, and so on.
     QCOMPARE(programme.channel, std::string("rest"));
-    // 48 + 1024 = 1072 lies behind "Title" at 1067; 1072 is its terminator.
+    // 48 + 1024 = 1072 lies after "Title" at 1067; 1072 is its terminator.
     QCOMPARE(programme.title, std::string());
     // 1072 + 1024 = 2096, five bytes into "Description" at 2091.
     QCOMPARE(programme.description, std::string("iption"));
@@ -347,7 +348,7 @@ void TestProgramme::read_keepsPlayPosition_withoutMarker()
     QCOMPARE(programme.playPosition, 42);
 }
 
-void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker_data()
+void TestProgramme::read_givesNegativePosition_whenFileEndsAfterMarker_data()
 {
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("position");
@@ -356,7 +357,7 @@ void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker_data()
     QTest::newRow("marker missing") << 16390 << 42;
 }
 
-void TestProgramme::read_givesNegativePosition_whenFileEndsBehindMarker()
+void TestProgramme::read_givesNegativePosition_whenFileEndsAfterMarker()
 {
     QFETCH(int, size);
     QFETCH(int, position);
@@ -386,7 +387,7 @@ void TestProgramme::read_takes0xFF_pastTheEndOfFile()
     QCOMPARE(programme.playPosition, 42);
 }
 
-void TestProgramme::readCString_stopsBehindTerminator()
+void TestProgramme::readCString_stopsAfterTerminator()
 {
     const File file = fileHolding(QByteArray("one\0\0two\0", 9));
     QCOMPARE(Programme::readCString(file.get()), std::string("one"));
@@ -425,5 +426,5 @@ void TestProgramme::readCString_fillsUpWith0xFF_atEndOfFile()
     QCOMPARE(Programme::readCString(file.get()), "end" + filled(1022, '\xFF'));
 }
 
-QTEST_APPLESS_MAIN(TestProgramme)
+TEST_CLASS(TestProgramme, quorvale::NoApplication)
 #include "tst_programme.moc"

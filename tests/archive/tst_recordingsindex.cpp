@@ -1,4 +1,5 @@
 #include "archive/recordingsindex.h"
+#include "tests/support/testclass.h"
 
 #include "tests/support/testvolume.h"
 
@@ -52,7 +53,7 @@ int openDescriptors()
     return count;
 }
 
-// What this process has asked the system to read so far, without this look, which is of so many bytes itself.
+// How many bytes this process has asked the system to read so far, without those that this function reads itself.
 struct SystemReads
 {
     SystemReads()
@@ -131,7 +132,7 @@ void TestRecordingsIndex::load_neverReadsTheFirst32KiB()
     QCOMPARE(programmes->front().title, std::string("record 1"));
 }
 
-// A buffer between the system and the reader would fetch pages that nobody looks at, on a disk that may be slow.
+// A buffer would fetch pages that nobody needs, from a disk that may be slow.
 void TestRecordingsIndex::load_readsOnlyWhatItNeeds_inTwoPiecesARecord()
 {
     if (SystemReads().calls == 0)
@@ -185,7 +186,7 @@ void TestRecordingsIndex::load_givesAnEmptyList_whenTheIndexIsADirectory()
     QVERIFY(!programmes || programmes->empty());
 }
 
-// Opening a pipe waits for who writes to it, and nobody does.
+// Opening a pipe waits for a writer, and there is none.
 void TestRecordingsIndex::load_givesNothing_andWaitsForNobody_whenTheIndexIsAPipe()
 {
     const QTemporaryDir volume;
@@ -213,5 +214,5 @@ void TestRecordingsIndex::load_leavesNoFileOpen()
     QCOMPARE(openDescriptors(), before);
 }
 
-QTEST_APPLESS_MAIN(TestRecordingsIndex)
+TEST_CLASS(TestRecordingsIndex, quorvale::NoApplication)
 #include "tst_recordingsindex.moc"

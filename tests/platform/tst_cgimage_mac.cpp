@@ -83,7 +83,7 @@ void TestCGImageMac::pixmap_keepsAlphaAndTakesPremultipliedColoursAsTheyAre_wher
     QVERIFY(pixmap.hasAlphaChannel());
     const QRgb pixel = pixmap.toImage().convertToFormat(QImage::Format_ARGB32).pixel(0, 0);
     QCOMPARE(qAlpha(pixel), 128);
-    // The toolkit keeps its pixmaps premultiplied, which costs up to one step of rounding here.
+    // Qt keeps its pixmaps premultiplied, which costs up to one step of rounding here.
     QVERIFY2(qAbs(qRed(pixel) - 128) <= 1, qPrintable(QString::number(qRed(pixel))));
     QCOMPARE(qGreen(pixel), 0);
     QCOMPARE(qBlue(pixel), 0);

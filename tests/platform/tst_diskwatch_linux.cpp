@@ -39,8 +39,8 @@ public:
     int calls = 0;
 };
 
-/// Lets the event loop look at its sources, a few times over. The kernel has raised its condition before a mount
-/// returns, so what is pending is handled here, and a condition that is not reset would be handled again.
+/// Lets the event loop handle its sources a few times. The kernel raises its condition before a mount returns, so all
+/// pending events are handled here, and a condition that is not reset would be handled again.
 void handleWhatIsPending()
 {
     for (int i = 0; i < 5; ++i)
@@ -146,7 +146,7 @@ void TestDiskWatchLinux::watch_raisesOneSignal_whenADiskAppearsInManyPlacesAtOnc
     Listener listener(notifier);
     const DiskWatch watch(&notifier);
     for (int round = 0; round < 50; ++round) {
-        // From another thread, so that the event loop is looking while the kernel adds one line after the other.
+        // From another thread, so that the event loop runs while the kernel adds one line after the other.
         listener.calls = 0;
         std::unique_ptr<Mount> disk;
         std::thread mounting([&disk, &volume] { disk.reset(new Mount(Mount::disk(volume))); });
@@ -347,7 +347,7 @@ void TestDiskWatchLinux::watch_saysSoAndRunsOn_whenTheTableCannotBeOpened()
 
 int main(int argc, char **argv)
 {
-    whyNoMounts = enterPrivateMounts(); // before the toolkit starts a thread
+    whyNoMounts = enterPrivateMounts(); // before Qt starts a thread
     const QCoreApplication application(argc, argv);
     TestDiskWatchLinux test;
     return QTest::qExec(&test, argc, argv);

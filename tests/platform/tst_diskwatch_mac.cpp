@@ -178,10 +178,10 @@ void TestDiskWatchMac::watch_releasesItsSession_whichTheSystemKeeps()
     QCOMPARE(fakes::liveObjects(), m_objectsBefore + 1);
 }
 
-// The window ends like this: first the notifier, then the watch, and the system knows of neither.
+// The window ends like this: first the notifier, then the watch; the system is told of neither.
 void TestDiskWatchMac::events_doNothing_afterTheNotifierIsGone()
 {
-    // Memory of the test's own, to have something else in it when the notifier has gone.
+    // The notifier is made in the test's own memory, so that it can be overwritten after the notifier's end.
     alignas(NewDiskNotifier) std::array<std::byte, sizeof(NewDiskNotifier)> memory;
     auto *notifier = new (memory.data()) NewDiskNotifier;
     const Listener listener(*notifier);

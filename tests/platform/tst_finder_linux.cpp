@@ -67,7 +67,7 @@ private:
     QByteArray m_output;
 };
 
-/// A bus that takes connections and never says a word.
+/// A bus that accepts connections and never answers.
 class DeadBus
 {
 public:
@@ -94,7 +94,7 @@ public:
         return poll(&question, 1, 0) == 1;
     }
 
-    /// Whoever waited is told that nobody is there.
+    /// Closes the socket, so that waiting clients learn that nobody is there.
     void end()
     {
         if (m_socket >= 0)

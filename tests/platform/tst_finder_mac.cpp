@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kLongEnough = 30000;
 
-/// GNUstep's settings, sockets and logs in `folder`, and its objects' names in the file system: no service has to run.
+/// An environment that keeps GNUstep's settings, sockets, logs and names of objects in `folder`: it needs no service.
 QProcessEnvironment environmentIn(const QString &folder)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -22,8 +22,8 @@ QProcessEnvironment environmentIn(const QString &folder)
     return environment;
 }
 
-/// GNUstep's notification centre. A program that finds none starts one as a daemon, which waits for its last client and
-/// then outlives the test, for its folder has gone by then. This one ends with the object.
+/// GNUstep's notification centre. A program that finds none starts a daemon, which outlives the test because its folder
+/// is gone before its last client. This one ends with the object.
 class NotificationCentre
 {
 public:

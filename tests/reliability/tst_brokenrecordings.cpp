@@ -1,7 +1,7 @@
-// A thousand broken recordings: the scanner ends on each, with the signals it should, and with no more work than a
-// bound says. Work is counted, not timed.
+// A thousand broken recordings: the scanner ends on each, with the right signals and with bounded work. Work is
+// counted, not timed.
 //
-// Plainly run, every sixth is tried; QUORVALE_LONG_TESTS=1 tries them all, and real captures broken in the same ways.
+// By default every sixth is tried; QUORVALE_LONG_TESTS=1 tries them all, and real captures broken in the same ways.
 // The most that any of them took is printed at the end.
 
 #include "tests/support/decoderwork.h"
@@ -27,16 +27,16 @@ constexpr std::uint64_t kSeedsPerKind = 12; // times 18 kinds times 5 streams: 1
 constexpr std::uint64_t kShare = 6;
 constexpr std::uint64_t kSeedsPerCapture = 2;
 
-// The bounds of a scan's work. A picture takes a packet of the transport stream or more, so a scan that decodes as
-// often as there are packets has gone back, in the end, far too often; probing may look at a little beside. Bytes are
-// read several times: for probing, from the file's end for its duration, for the pictures, and once more where a
-// recording ends before the picture that is looked for.
+// The bounds of a scan's work. A picture takes at least one packet of the transport stream, so a scan that decodes more
+// often than there are packets has gone back far too often; probing adds a few. Bytes are read several times: for
+// probing, at the file's end for its duration, for the pictures, and again if a recording ends before the wanted
+// picture.
 constexpr double kDecodingsPerPacket = 1;
 constexpr double kFewDecodings = 100;
 constexpr double kReadingsPerByte = 12;
 constexpr double kFewBytes = 1024 * 1024;
 
-// What the process may hold, libraries and pixmaps included. A memory checker keeps what was freed for a while.
+// Memory of the process, libraries and pixmaps included. AddressSanitizer keeps freed memory for a while.
 #ifdef QUORVALE_SANITIZED
 constexpr qint64 kMostResidentKiB = 1024 * 1024;
 #else
@@ -75,7 +75,7 @@ struct Most
     }
 };
 
-// What came of one scan of one file.
+// The results of one scan of one file.
 struct Outcome
 {
     bool finished = false;

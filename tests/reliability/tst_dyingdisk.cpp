@@ -1,5 +1,5 @@
-// The window on a disk that fails, hangs or goes. What the main thread asks of a disk is counted: where it asks
-// nothing, nothing can hold the window up.
+// The window on a disk that fails, hangs or disappears. Counts the main thread's calls: where it asks nothing of the
+// disk, the disk cannot stop the window.
 
 #include "tests/support/faultydisk.h"
 #include "tests/support/teststreams.h"
@@ -95,14 +95,14 @@ Viewer &TestDyingDisk::openOn(ViewerFixture &fixture, const QStringList &names) 
     return viewer;
 }
 
-// As the window does it: whoever deletes pictures empties the widget before events are handled again.
+// As in the window: after pictures are deleted, the widget is emptied before events are handled again.
 void TestDyingDisk::forgetPictures(Viewer &viewer)
 {
     viewer.deleteThumbs();
     viewer.ui.thumbnailLabel->ClearThumbs();
 }
 
-// The system may want the pictures painted whenever events are handled. Here it always does.
+// The system may ask for a repaint whenever events are handled. Here it always does.
 bool TestDyingDisk::waitForScan(const Viewer &viewer)
 {
     const auto paintedAndDone = [&] {
@@ -201,7 +201,7 @@ void TestDyingDisk::description_readsNoFile_data()
     QTest::newRow("table with a background") << QByteArray("<table background=\"%1\"><tr><td>text</td></tr></table>");
 }
 
-// A file that nobody writes to would hold up whoever opens it until the end of time.
+// Opening a pipe without a writer would never return.
 void TestDyingDisk::description_readsNoFile()
 {
     QFETCH(QByteArray, markup);

@@ -1,5 +1,5 @@
-// How the scanner goes over a recording on a slow disk: once, from its beginning on, and not beyond what it needs. Only
-// the groups of the wanted pictures are read again, a moment later, when the system still has them in memory.
+// How the scanner reads a recording on a slow disk: once, from its beginning, and no farther than it needs. Only the
+// groups of the wanted pictures are read again, soon after, when the system still has them in memory.
 
 #include "tests/support/faultydisk.h"
 #include "tests/support/teststreams.h"
@@ -64,7 +64,7 @@ void TestOnePass::scan_readsOnceAndEachWantedGroupAgain()
     QCOMPARE(pictures, 5);
     // Two more demultiplexers are opened, and one of them goes to each picture.
     QVERIFY2(scan.seeks <= opening.seeks + 2 + 5, qPrintable(QString::number(scan.seeks)));
-    // Up to the last picture, and what is looked at behind it: half of the recording. Then five groups of it, and the
+    // Up to the last picture, and what is looked at after it: half of the recording. Then five groups of it, and the
     // beginning.
     QVERIFY2(scan.bytesRead <= opening.bytesRead + size * 6 / 10 + size / 10,
              qPrintable(QStringLiteral("%1 of %2").arg(scan.bytesRead).arg(size)));

@@ -29,7 +29,7 @@ struct State
     Counts elsewhere;
 };
 
-// Calls come before anything here is constructed and after it has been destroyed, so both are plain, and kept.
+// Calls come before anything here is constructed and after it would be destroyed, so these are plain or never deleted.
 std::atomic<State *> active{nullptr};
 std::mutex &guard()
 {
@@ -83,7 +83,7 @@ long &countOf(Counts &counts, What what)
     return counts.lists;
 }
 
-// Counts a call and asks what becomes of it: false, with errno set, where it fails.
+// Counts a call and asks for its verdict: false, with errno set, if it fails.
 bool mayPass(What what, const std::string &path, std::int64_t offset = -1)
 {
     Verdict verdict;
@@ -175,7 +175,7 @@ ssize_t readAt(const char *name, int descriptor, void *buffer, size_t size, Offs
     return bytes;
 }
 
-// The C library's calls below a FILE are its own, and nothing can come between: the FILE's own ones are looked at.
+// Nothing can come between a FILE and the calls that the C library makes for it: the calls on the FILE are watched.
 FILE *openStream(const char *name, const char *path, const char *mode)
 {
     const std::string known = watched(path);
@@ -303,7 +303,7 @@ size_t fread(void *buffer, size_t size, size_t count, FILE *file)
     return faultydisk::readStream(buffer, size, count, file);
 }
 
-// What the compiler calls instead where it checks the buffer's size.
+// What the compiler calls instead if it checks the buffer's size.
 size_t __fread_chk(void *buffer, size_t, size_t size, size_t count, FILE *file) // NOLINT(bugprone-reserved-identifier)
 {
     return fread(buffer, size, count, file);

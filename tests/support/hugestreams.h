@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 
-/// Files that claim pictures of sizes which no recorder makes. There is nothing in the pictures.
+/// Files that claim pictures of sizes that no recorder makes. The pictures are empty.
 namespace hugestreams {
 
 /// A raw H.264 stream of `pictures` key pictures; `width` and `height` are multiples of 16.

@@ -23,7 +23,7 @@ struct TestStream
     int sarDenominator = 1;
 };
 
-/// Makes the stream in `folder` and returns its path; empty, with the encoder's words on stderr, where that fails.
+/// Makes the stream in `folder` and returns its path; empty, with the encoder's message on stderr, if that fails.
 [[nodiscard]] QString makeStream(const QString &folder, const TestStream &stream);
 
 /// Makes a stream of generated sound or pictures with the ffmpeg program's own arguments; its path, or empty.

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-/// Surgery on MPEG transport streams of 188-byte packets.
+/// Edits MPEG transport streams of 188-byte packets.
 namespace transportstream {
 
 inline constexpr int kPacketSize = 188;

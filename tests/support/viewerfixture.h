@@ -11,8 +11,8 @@
 #include <memory>
 
 /// A folder for recorder volumes, a folder for settings of its own, and a window on them.
-/// The settings of whoever runs the test are neither read nor written, on any system: the window is told to keep its
-/// own in a text file, for on macOS the system's store cannot be moved elsewhere.
+/// The settings of whoever runs the test are neither read nor written, on any system: the window keeps its own in a
+/// text file, because on macOS the system's store cannot be moved.
 class ViewerFixture
 {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests of the thumbnail widget share: series that own their pixmaps, and rendering for real.
+// Shared by the tests of the thumbnail widget: series that own their pixmaps, and rendering.
 
 #include "thumbs/multiframethumb.h"
 
@@ -20,7 +20,9 @@
 #include <utility>
 #include <vector>
 
-/// Owns pixmaps and hands out pointers to them, as the cache behind the widget does.
+constexpr QSize kFrame(80, 60);
+
+/// Owns pixmaps and hands out pointers to them, as the widget's cache does.
 class Series
 {
 public:
@@ -217,7 +219,7 @@ private:
     QEvent::Type type;
 };
 
-/// Counts the toolkit's warnings while it lives, and passes them on.
+/// Counts Qt's warnings while it lives, and passes them on.
 class WarningCounter
 {
 public:

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
@@ -8,7 +9,7 @@
 #include <functional>
 #include <type_traits>
 
-/// What the widget is made with, and what its slots promise. Time is driven by hand; no event loop runs here.
+/// The widget's initial state, and what its slots do. The test sends the timers' events; no event loop runs here.
 class TestMultiFrameThumb : public QObject
 {
     Q_OBJECT
@@ -35,10 +36,6 @@ private slots:
     void setBusyFalse_pauses_withTheRingsTimerRunning();
     void setBusyFalse_doesNotPause_aRunningShow();
 };
-
-namespace {
-constexpr QSize kFrame(80, 60);
-} // namespace
 
 void TestMultiFrameThumb::construct_setsEveryField_toItsInitialValue()
 {
@@ -282,5 +279,5 @@ void TestMultiFrameThumb::setBusyFalse_doesNotPause_aRunningShow()
     QCOMPARE(widget.spinTimerId, -1);
 }
 
-QTEST_MAIN(TestMultiFrameThumb)
+TEST_CLASS(TestMultiFrameThumb, QApplication)
 #include "tst_multiframethumb.moc"

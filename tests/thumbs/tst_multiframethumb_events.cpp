@@ -1,10 +1,11 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
 #include <QMouseEvent>
 #include <QTest>
 
-/// What ticks and clicks do in each state. Time is driven by hand; no event loop runs here.
+/// What ticks and clicks do in each state. The test sends the timers' events; no event loop runs here.
 class TestMultiFrameThumbEvents : public QObject
 {
     Q_OBJECT
@@ -28,8 +29,6 @@ private slots:
 };
 
 namespace {
-constexpr QSize kFrame(80, 60);
-
 bool press(QWidget &widget, Qt::MouseButton button = Qt::LeftButton)
 {
     QMouseEvent event(QEvent::MouseButtonPress, QPointF(5, 5), widget.mapToGlobal(QPoint(5, 5)), button, button,
@@ -205,5 +204,5 @@ void TestMultiFrameThumbEvents::seriesOfDifferentLengths_areNeverReadPastTheirEn
     }
 }
 
-QTEST_MAIN(TestMultiFrameThumbEvents)
+TEST_CLASS(TestMultiFrameThumbEvents, QApplication)
 #include "tst_multiframethumb_events.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
@@ -272,5 +273,5 @@ void TestMultiFrameThumbFrames::paint_warnsOfNothing_whenItResizesAShownWidget()
     QCOMPARE(warnings.count(), 0);
 }
 
-QTEST_MAIN(TestMultiFrameThumbFrames)
+TEST_CLASS(TestMultiFrameThumbFrames, QApplication)
 #include "tst_multiframethumb_frames.moc"

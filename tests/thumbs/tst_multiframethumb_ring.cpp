@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
@@ -329,5 +330,5 @@ void TestMultiFrameThumbRing::ring_paintsNothing_whereItHasNoRoom()
     QCOMPARE(warnings.count(), 0);
 }
 
-QTEST_MAIN(TestMultiFrameThumbRing)
+TEST_CLASS(TestMultiFrameThumbRing, QApplication)
 #include "tst_multiframethumb_ring.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
@@ -246,5 +247,5 @@ void TestMultiFrameThumbTimers::mousePress_doesNotRepaint()
     QCOMPARE(paints.count, 2);
 }
 
-QTEST_MAIN(TestMultiFrameThumbTimers)
+TEST_CLASS(TestMultiFrameThumbTimers, QApplication)
 #include "tst_multiframethumb_timers.moc"

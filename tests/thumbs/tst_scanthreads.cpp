@@ -1,4 +1,4 @@
-// How scans end: at the program's end, in the middle of one, and with series that nobody took over.
+// How scans end: at the program's end, in the middle of a scan, and with series that nobody claimed.
 
 #include "thumbs/scanthreads.h"
 
@@ -164,7 +164,7 @@ void TestScanThreads::end_endsIdleThreads_ofEarlierScans()
         QVERIFY(!scan.thread);
 }
 
-// Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
+// A process may have as few as 1,024 descriptors; a day of clicking devices must not use them up.
 void TestScanThreads::idleThreads_costNoDescriptor()
 {
     if (!processfacts::available())
@@ -185,7 +185,7 @@ void TestScanThreads::idleThreads_costNoDescriptor()
 
 void TestScanThreads::end_givesUp_whenAReadHangs()
 {
-    // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
+    // waitingopen.cpp has a part in this test. Opening a pipe without a writer hangs, like opening a file on a
     // disk that does not answer.
     const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);

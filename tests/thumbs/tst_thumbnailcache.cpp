@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "thumbs/thumbnailcache.h"
 
 #include <QtTest>
@@ -72,5 +73,5 @@ void TestThumbnailCache::delete_doesNothing_toAnEmptyCache()
     QVERIFY(cache.isEmpty());
 }
 
-QTEST_MAIN(TestThumbnailCache)
+TEST_CLASS(TestThumbnailCache, QApplication)
 #include "tst_thumbnailcache.moc"

@@ -19,10 +19,6 @@ using namespace quorvale;
 
 namespace {
 
-const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
-
-using Numbers = std::vector<std::optional<unsigned>>;
-
 QByteArray whyNoMounts;
 
 std::string encode(const QString &path, int frames)
@@ -38,7 +34,7 @@ std::string encode(const QString &path, int frames)
 const Numbers kAll = {100, 300, 500, 700};
 
 // As many of the pictures as were read before something happened to the file.
-void compareWithSome(const Series &series)
+void compareWithSome(const ScannedSeries &series)
 {
     const Numbers numbers = numbersIn(series.large);
     QVERIFY(!numbers.empty() && numbers.size() < kAll.size());

@@ -15,8 +15,6 @@ using namespace quorvale;
 
 namespace {
 
-using Numbers = std::vector<std::optional<unsigned>>;
-
 // Stands where the main window does: it is connected by the text of the signatures.
 class Window : public QObject
 {
@@ -124,7 +122,7 @@ private slots:
         QCOMPARE(finishing.load(), thread.get());
     }
 
-    // The halt arrives at the scanner while the first file is in hand, from the window's thread as ever: the worker
+    // The halt comes from the window's thread, as in the program, while the scanner works on the first file: the worker
     // waits for it there.
     void halt_takesEffectAtTheNextFile_whenTheWindowAsksForItDuringOne()
     {

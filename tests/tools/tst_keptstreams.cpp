@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/keptstreams.h"
 
 #include "tests/support/testvolume.h"
@@ -128,5 +129,5 @@ void TestKeptStreams::nothing_isKept_withoutAFolder()
     QCOMPARE(kept().size(), 1);
 }
 
-QTEST_GUILESS_MAIN(TestKeptStreams)
+TEST_CLASS(TestKeptStreams, QCoreApplication)
 #include "tst_keptstreams.moc"

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Under a memory checker a sought picture costs many times as much, and every way through the code is taken by a few of
-// them: only so many are sought there. Reading forwards stays complete.
+// Under AddressSanitizer a sought picture costs many times as much, and a few of them reach all of the code: only so
+// many are sought there. All are still read forwards.
 #ifdef QUORVALE_SANITIZED
 constexpr int kStepFactor = 8;
 #else

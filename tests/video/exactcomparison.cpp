@@ -119,7 +119,7 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
 
 ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
 {
-    // The pictures that are asked for are all that has to be known.
+    // Only the pictures that are asked for need to be known.
     const int last = *std::max_element(targets.begin(), targets.end());
     return compareExactly(LiteralPictures(path, last + 2), targets);
 }

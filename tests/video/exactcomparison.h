@@ -8,7 +8,7 @@
 
 // What an ExactReader delivers, beside what decoding everything delivers.
 
-/// Every picture of a file, by its number, as a literal reader delivers it that makes one step after the other.
+/// Every picture of a file, by its number, as a literal reader delivers it when it makes one step after the other.
 class LiteralPictures
 {
 public:

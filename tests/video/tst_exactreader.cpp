@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
@@ -17,19 +18,20 @@ namespace {
 
 using quorvale::ExactReader;
 
-// Room for two of a thumbnail scan's pictures and what is looked at behind them.
-constexpr int kFrames = 330;
 constexpr QSize kSize = {160, 128}; // What is counted and compared does not depend on it.
 
 } // namespace
 
-/// Made streams: every picture that is read exactly is that of decoding everything, in whatever order, and what is
-/// refused is refused for a reason.
+/// Made streams: every picture that is read exactly equals that of decoding everything, in any order, and pictures are
+/// refused only for a reason.
 class TestExactReader : public QObject
 {
     Q_OBJECT
 
 private:
+    // Room for two of a thumbnail scan's pictures and what is looked at after them.
+    static constexpr int kFrames = 330;
+
     QTemporaryDir folder;
     QMap<QString, QString> paths;
     std::map<QString, std::unique_ptr<LiteralPictures>> decoded;
@@ -77,7 +79,9 @@ private slots:
         add("h264.mp4", h264);
         add("hevc-open.ts", hevc + QStringList{"keyint=24:open-gop=1:bframes=4:b-pyramid=1:log-level=none"});
         add("hevc-closed.ts", hevc + QStringList{"keyint=24:open-gop=0:bframes=3:radl=2:log-level=none"});
+        // One of these has sub-layers, which depends on the version of x265.
         add("hevc-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=1:bframes=3:log-level=none"});
+        add("hevc-two-layers.ts", hevc + QStringList{"keyint=24:temporal-layers=2:bframes=3:log-level=none"});
         add("mjpeg.avi", {"-c:v", "mjpeg"}, 60);
         for (auto path = paths.constBegin(); path != paths.constEnd(); ++path)
             QVERIFY2(!path.value().isEmpty() && QFile(path.value()).size() > 10000, qPrintable(path.key()));
@@ -126,7 +130,7 @@ private slots:
         QFETCH(const QStringList, encoder);
         QFETCH(const int, group);
         constexpr int kProof = 16;
-        constexpr int kDelay = 6; // pictures that the decoder wants behind the one that it delivers
+        constexpr int kDelay = 6; // pictures that the decoder wants after the one that it delivers
         QVERIFY(!add("cost.ts", encoder, 480).isEmpty());
         const QVector<int> targets = {150, 267, 411};
         const ExactComparison result = compareExactly(LiteralPictures(paths["cost.ts"]), targets);
@@ -237,5 +241,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReader)
+TEST_CLASS(TestExactReader, QCoreApplication)
 #include "tst_exactreader.moc"

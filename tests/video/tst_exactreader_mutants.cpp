@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportmutant.h"
 #include "tests/video/exactcomparison.h"
@@ -19,17 +20,17 @@ int numberFromEnvironment(const char *name, int otherwise)
     return ok ? number : otherwise;
 }
 
-// Damage that changes what the decoder does without a trace in the packets: no transport packet is lost, no time is
-// off, no order number is wrong. A slice header that lost its sense in a picture that is not decoded is an example:
-// the decoder would have delivered one picture less.
+// Some damage changes what the decoder does without a trace in the packets: no transport packet is lost, no time and no
+// picture order count is wrong. An example is a damaged slice header in a picture that is not decoded: the decoder
+// would have delivered one picture less.
 bool canHide(Kind kind)
 {
     return kind == Kind::BitsFlipped || kind == Kind::PictureHeadersDamaged || kind == Kind::BytesBurst ||
            kind == Kind::ZeroedRun;
 }
 
-// How many of the mutants with seeds up to `last` have a picture that is not the right one. Which ones they are changes
-// with the encoders' versions; that there are more of them must not happen.
+// How many of the mutants with seeds up to `last` have a wrong picture. Which ones depends on the encoders' versions;
+// there must not be more.
 struct Hidden
 {
     std::uint64_t last;
@@ -133,5 +134,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderMutants)
+TEST_CLASS(TestExactReaderMutants, QCoreApplication)
 #include "tst_exactreader_mutants.moc"

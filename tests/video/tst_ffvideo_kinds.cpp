@@ -1,6 +1,7 @@
-// Which kinds of files are opened. A name says nothing: every one here is called like a recording.
+// Which kinds of files are opened. Every file here has the name of a recording.
 
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/ffvideo.h"
@@ -144,5 +145,5 @@ private:
     const QTemporaryDir dir;
 };
 
-QTEST_APPLESS_MAIN(TestFFVideoKinds)
+TEST_CLASS(TestFFVideoKinds, quorvale::NoApplication)
 #include "tst_ffvideo_kinds.moc"

@@ -1,5 +1,6 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/decodecounter.h"
 #include "tests/video/everypicture.h"
@@ -11,9 +12,6 @@
 #include <QtTest>
 
 namespace {
-
-constexpr int kFrames = 100;
-constexpr int kGroup = 10; // pictures from one key picture to the next
 
 // Decode timestamp of the packet with which the decoder delivers a picture after a seek backward to `dts`; the seek and
 // the packets are done by hand.
@@ -42,6 +40,9 @@ class TestFFVideoSeek : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 100;
+    static constexpr int kGroup = 10; // pictures from one key picture to the next
+
     QTemporaryDir folder;
     QString path;
     QVector<QByteArray> expected;
@@ -183,7 +184,7 @@ private slots:
         QCOMPARE(numberError(video, 99), QString());
     }
 
-    void read_repeatsTheLastPicture_onceRightBehindTheEndOfAGrowingTable()
+    void read_repeatsTheLastPicture_onceRightAfterTheEndOfAGrowingTable()
     {
         // The step that finds the end of the file is counted before it is known to bring nothing.
         FFVideo video;
@@ -326,5 +327,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoSeek)
+TEST_CLASS(TestFFVideoSeek, QCoreApplication)
 #include "tst_ffvideo_seek.moc"

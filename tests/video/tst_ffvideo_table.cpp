@@ -1,5 +1,6 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/decodecounter.h"
 #include "tests/video/everypicture.h"
@@ -8,13 +9,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-constexpr int kFrames = 100;
-constexpr int kGroup = 10; // pictures from one key picture to the next
-
-} // namespace
-
 /// How a reader fills its table, takes one over and gives it away. The stream is the one of tst_ffvideo_seek: no B
 /// pictures, a key picture every ten.
 class TestFFVideoTable : public QObject
@@ -22,6 +16,9 @@ class TestFFVideoTable : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 100;
+    static constexpr int kGroup = 10; // pictures from one key picture to the next
+
     QTemporaryDir folder;
     QString path;
     QString shorter;
@@ -67,7 +64,7 @@ private slots:
         }
     }
 
-    void seek_ends_whenTheTableNamesATimestampBehindTheEndOfTheFile()
+    void seek_ends_whenTheTableNamesATimestampAfterTheEndOfTheFile()
     {
         FFVideo indexed;
         QVERIFY(open(indexed, path, false));
@@ -187,5 +184,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoTable)
+TEST_CLASS(TestFFVideoTable, QCoreApplication)
 #include "tst_ffvideo_table.moc"

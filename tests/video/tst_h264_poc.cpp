@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/h264syntax.h"
 #include "video/bitstream/accessunitreader.h"
 #include "video/ffmpeg/compat.h"
@@ -372,5 +373,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestH264Poc)
+TEST_CLASS(TestH264Poc, quorvale::NoApplication)
 #include "tst_h264_poc.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/hevcsyntax.h"
 #include "tests/video/nalunits.h"
@@ -283,5 +284,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestHevcPoc)
+TEST_CLASS(TestHevcPoc, QCoreApplication)
 #include "tst_hevc_poc.moc"

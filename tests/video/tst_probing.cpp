@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
@@ -101,5 +102,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestProbing)
+TEST_CLASS(TestProbing, QCoreApplication)
 #include "tst_probing.moc"

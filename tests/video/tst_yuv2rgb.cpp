@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/yuv2rgb.h"
 
 #include <QtTest>
@@ -83,5 +84,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestYuv2Rgb)
+TEST_CLASS(TestYuv2Rgb, QCoreApplication)
 #include "tst_yuv2rgb.moc"

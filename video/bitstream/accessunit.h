@@ -30,7 +30,7 @@ struct AccessUnit
     PictureStructure structure = PictureStructure::Frame;
     RandomAccess randomAccess = RandomAccess::None;
     bool isReference = true; ///< other pictures may refer to it; false only where none does
-    /// Picture order counts start anew. H.264: IDR, memory_management_control_operation 5; HEVC: IDR, BLA, and a CRA
+    /// Picture order counts start again. H.264: IDR, memory_management_control_operation 5; HEVC: IDR, BLA, and a CRA
     /// that begins the stream or follows an end of sequence.
     bool startsSequence = false;
     /// Within one coded video sequence pictures are output by ascending count. For H.262, which has none, made from

@@ -19,9 +19,9 @@ public:
 
     static constexpr std::int64_t kLargestSet = 4096; ///< bytes; larger ones count as changed and are not kept
 
-    /// Takes note of `set`, the current one of `key` from now on.
+    /// Makes `set` the current one of `key`.
     Novelty note(std::uint32_t key, Bytes set);
-    /// The same for the set with an id in a NAL unit of this type, told to the access unit that holds it.
+    /// The same for the set with an id in a NAL unit of this type; sets the flags of the access unit that holds it.
     void note(std::uint8_t nalUnitType, std::uint32_t id, Bytes set, AccessUnit &unit);
 
 private:

@@ -54,7 +54,7 @@ Decoding::Output Decoding::receive(AVFrame &frame)
 
 void Decoding::flush()
 {
-    avcodec_flush_buffers(m_decoder.get());
+    ffmpeg::flush(*m_decoder);
 }
 
 void Decoding::setStrict(bool strict)

@@ -17,7 +17,7 @@ constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at m
 
 } // namespace
 
-// Where to begin for the picture at `place`. Points that promise nothing are put to a test first.
+// The entry point for the picture at `place`. Points that promise nothing are tested first.
 std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex place)
 {
     const auto exact = entryPointFor(stretchOf(anchor), place, anchor.point.place, false);
@@ -28,8 +28,8 @@ std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex plac
     return m_inexact == Trust::Yes ? any : exact;
 }
 
-// A second decoder begins at the first such point that the decoder which began at the file's start has not come to
-// yet. What both make of it and of the pictures after it must be the same.
+// A second decoder begins at a point that promises nothing, the first one that the decoder from the file's start has
+// not reached yet. Both must output the same pictures from there on.
 void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
 {
     if (!beginFromStart())
@@ -42,7 +42,7 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
     if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
         point->place.value() + kCompared > place.value() / kTestEffortDivisor)
         return;
-    const EntryPoint tested = *point; // Scanning adds points.
+    const EntryPoint tested = *point; // a copy: scanning adds points
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
 }
 

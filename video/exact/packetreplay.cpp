@@ -6,9 +6,9 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kNear = 64;   // packets that are read through rather than sought
-constexpr int kMostBeforeEntry = 16; // packets that may come first where a demultiplexer is entered
-constexpr int kZeroBytesAtFront = 3; // of a start code, which may have gone to the packet before
+constexpr std::int64_t kNear = 64;   // up to so many packets ahead, reading is quicker than seeking
+constexpr int kMostBeforeEntry = 16; // other packets that may come first after a seek
+constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to the packet before
 
 } // namespace
 
@@ -58,7 +58,7 @@ bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, 
         return false;
     if (packet.pts == AV_NOPTS_VALUE || scanned.pts == AV_NOPTS_VALUE)
         return packet.pts == scanned.pts;
-    // How often the timestamps have begun anew is known only to who has read all of the file.
+    // How often the timestamps have wrapped is known only after reading the whole file.
     const int bits = m_source.location().timestampBits;
     const std::uint64_t step = static_cast<std::uint64_t>(packet.pts) - static_cast<std::uint64_t>(scanned.pts);
     return bits >= 64 ? step == 0 : step % (std::uint64_t{1} << bits) == 0;

@@ -18,7 +18,7 @@ struct PlanningRules
 };
 
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
-/// is none. /// `allowInexact`: also one that promises nothing.
+/// is none. `allowInexact`: also one that promises nothing.
 [[nodiscard]] std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from,
                                                       bool allowInexact);
 

@@ -17,7 +17,7 @@ bool announcesExtradata(const AVPacket &packet)
 
 } // namespace
 
-// MPEG-2 pictures are output by their types alone; with the others, display times are what order counts are checked by.
+// MPEG-2 pictures are output by their types alone; for the others, display times check the picture order counts.
 Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond)
     : m_source(std::move(location))
     , m_reader(makeAccessUnitReader(coding))

@@ -8,9 +8,9 @@ namespace {
 
 constexpr std::size_t kReordering = kMostReordering;
 constexpr std::size_t kJudgedAtOnce = 8;    // places
-constexpr std::size_t kUsualStepsSeen = 40; // places that tell the usual distance of display times
+constexpr std::size_t kUsualStepsSeen = 40; // places from which the usual distance of display times is taken
 
-// Times come from the file; a difference that does not fit wraps, and is not steady either way.
+// Times come from the file; a difference that does not fit wraps, and is not steady in any case.
 std::int64_t stepBetween(std::int64_t earlier, std::int64_t later)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
@@ -42,13 +42,13 @@ void Stretch::append(PictureList &pictures, PictureIndex picture)
     const std::size_t depth = m_order.size() - *place;
     m_order.insert(m_order.begin() + static_cast<std::ptrdiff_t>(*place), picture);
     noteDepth(picture, depth);
-    // All that is decoded before it is output before it, too.
+    // Everything decoded before it is also output before it.
     if (depth == 0 && pictures.picture(picture).randomAccess != RandomAccess::None)
         m_waitingPoints.push_back(picture);
     judge(pictures, false);
 }
 
-// Nothing where another picture has the place, or it is too far away.
+// Nothing if another picture has the place, or if the place is too far away.
 std::optional<std::size_t> Stretch::findPlace(const PictureList &pictures, PictureIndex picture) const
 {
     const CodedPicture &inserted = pictures.picture(picture);
@@ -85,7 +85,7 @@ void Stretch::close(PictureList &pictures, PictureIndex end)
     judge(pictures, true);
 }
 
-// At the end of what is known, pictures are still missing in between.
+// The last places are not final: pictures that are not scanned yet may come between.
 void Stretch::judge(PictureList &pictures, bool toTheEnd)
 {
     const std::size_t final = m_order.size() > kReordering ? m_order.size() - kReordering : 0;
@@ -108,7 +108,7 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
         if (m_lastTimed < i && earlier != ScannedPacket::kUnknown) {
             const std::int64_t step = stepBetween(earlier, pts);
             const auto places = static_cast<std::int64_t>(i - m_lastTimed);
-            // Pictures shown for two fields and for three still pass; a lost or a doubled one does not.
+            // Pictures shown for two or three fields pass; a lost or a doubled one does not.
             const bool steady = step > 0 && (usual <= 0 || (step / places >= usual / 2 && //
                                                             step / places <= usual + usual / 4 * 3));
             if (!steady)

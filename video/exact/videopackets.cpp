@@ -22,7 +22,7 @@ bool VideoPackets::open()
     return true;
 }
 
-// By the container's own number: where streams are found as they come, their order depends on where reading begins.
+// By the container's own number: a demultiplexer may number streams as it finds them, which depends on where it begins.
 bool VideoPackets::isWanted(const AVPacket &packet) const
 {
     const AVStream &stream = *m_input->streams[packet.stream_index];

@@ -16,7 +16,7 @@ struct VideoLocation
     std::string path;
     int streamId = 0; ///< the container's own number for the stream
     int streamIndex = 0;
-    int timestampBits = 64; ///< after which the container's timestamps begin anew
+    int timestampBits = 64; ///< with which the container's timestamps wrap
 };
 
 /// The packets of one video stream, read by a demultiplexer of its own.
@@ -32,7 +32,7 @@ public:
 
     /// The next packet of the stream, into `packet`. The file is opened with the first call.
     Status read(AVPacket &packet);
-    /// Goes on at byte `position`: false where that cannot be done.
+    /// Continues at byte `position`; false if that fails.
     bool goToByte(std::int64_t position);
     [[nodiscard]] const VideoLocation &location() const { return m_location; }
 

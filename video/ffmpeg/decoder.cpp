@@ -19,6 +19,15 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
     return decoder;
 }
 
+void flush(AVCodecContext &decoder)
+{
+    avcodec_flush_buffers(&decoder);
+    // From FFmpeg 7.1 on, HEVC pictures that were ready and not taken are handed out all the same.
+    const FramePtr stale = makeFrame();
+    while (avcodec_receive_frame(&decoder, stale.get()) == 0)
+        av_frame_unref(stale.get());
+}
+
 void setStrict(AVCodecContext &decoder, bool strict)
 {
     if (strict)

@@ -14,6 +14,9 @@ namespace quorvale::ffmpeg {
 /// one that it will be opened with.
 [[nodiscard]] DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
 
+/// Has the decoder forget what it was sent: the next picture is of a packet that is sent after this.
+void flush(AVCodecContext &decoder);
+
 /// Whether the decoder refuses what is damaged, instead of making the best of it, as it does at first.
 void setStrict(AVCodecContext &decoder, bool strict);
 

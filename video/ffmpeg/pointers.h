@@ -14,7 +14,7 @@ void release(AVCodecContext *decoder);
 void release(AVFrame *frame);
 void release(AVPacket *packet);
 
-/// Gives an object of FFmpeg's back by the function that FFmpeg has for its kind.
+/// Frees an object of FFmpeg's with FFmpeg's own function.
 template <typename Object>
 struct Deleter
 {

@@ -23,7 +23,7 @@ constexpr int kBufferBytes = 32768; // as FFmpeg's own files have
 class Descriptor
 {
 public:
-    // Where there is a file to wait for, as with a pipe that nobody writes to, O_NONBLOCK does not wait.
+    // O_NONBLOCK: opening a pipe does not wait for a writer.
     explicit Descriptor(const char *path)
         : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
     {
