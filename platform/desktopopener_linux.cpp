@@ -70,7 +70,7 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 /// The desktop's opener is started as a program: Qt's own function needs the main thread, may wait for the bus, does
 /// nothing on some window systems, and never reports failure. A shell puts the opener into the background and ends at
 /// once, because some openers live as long as their window. The opener's codes 2 to 4 mean that the file or a program
-/// for it is missing or failed, those from 126 on that there is no opener; others are the program's own.
+/// for it is missing or failed, 126 and 127 that there is no opener; others are the program's own.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];
@@ -80,7 +80,7 @@ void openWithDesktop(const QByteArray &path, QObject *context, std::function<voi
         return;
     }
     new FailureReport(ends[0], context, failed); // owned by the context; deletes itself
-    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1; case $? in 2|3|4|12?) printf x;; esac; } &",
+    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1; case $? in 2|3|4|126|127) printf x;; esac; } &",
                   fileUri(path).toLatin1(), ends[1]) &&
         failed)
         failed();
