@@ -154,6 +154,19 @@ inline QPixmap manyColoured(const QSize &size)
     return QPixmap::fromImage(image);
 }
 
+/// A picture of `size` that gets redder to the right and greener downwards: made smaller, to at most 200 pixels a side,
+/// no two of its pixels have the same colour either.
+inline QPixmap slopes(const QSize &size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            image.setPixel(x, y, qRgb(255 * x / (size.width() - 1), 255 * y / (size.height() - 1), 0));
+        }
+    }
+    return QPixmap::fromImage(image);
+}
+
 /// How many colours `image` shows inside of `rect`, in the picture's own pixels.
 inline int coloursIn(const QImage &image, const QRect &rect)
 {
