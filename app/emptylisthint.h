@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 class QAbstractItemView;
@@ -17,7 +18,7 @@ public:
     /// `view` owns this.
     explicit EmptyListHint(QAbstractItemView *view);
 
-    /// Shows `text` from now on; an empty one shows nothing. Whoever fills the list sets an empty text.
+    /// Shows `text` from now on, whenever there is no row; an empty one shows nothing.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 
@@ -26,9 +27,10 @@ protected:
 
 private:
     [[nodiscard]] bool isShown() const;
+    void describe() const;
     void paint() const;
 
-    QAbstractItemView *m_view;
+    QPointer<QAbstractItemView> m_view; ///< null while it is being destroyed, when its model still says that rows go
     QString m_text;
 };
 

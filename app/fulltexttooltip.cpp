@@ -55,6 +55,12 @@ void FullTextToolTip::watch(QAbstractItemView *view)
     view->viewport()->installEventFilter(this);
 }
 
+void FullTextToolTip::watchPaths(QAbstractItemView *view)
+{
+    m_viewsOfPaths.insert(view);
+    watch(view);
+}
+
 void FullTextToolTip::showTipAndDescriptionOf(QWidget *widget)
 {
     widget->installEventFilter(this);
@@ -71,8 +77,11 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
 
     if (auto *view = qobject_cast<QAbstractItemView *>(watched->parent())) {
         const QModelIndex index = view->indexAt(help.pos());
-        return index.isValid() && isCutOff(*view, index) &&
-               showTip(help, index.data().toString(), view->viewport(), view->visualRect(index));
+        if (!index.isValid() || !isCutOff(*view, index))
+            return false;
+        const QString text = index.data().toString();
+        return showTip(help, m_viewsOfPaths.contains(view) ? pathInText(text) : text, view->viewport(),
+                       view->visualRect(index));
     }
     auto *widget = qobject_cast<QWidget *>(watched);
     if (!widget || widget->toolTip().isEmpty())

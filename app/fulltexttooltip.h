@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSet>
 
 class QAbstractItemView;
 class QLineEdit;
@@ -19,11 +20,16 @@ public:
 
     void watch(QLineEdit *field);
     void watch(QAbstractItemView *view);
+    /// Its rows are paths.
+    void watchPaths(QAbstractItemView *view);
     /// Shows the tool tip of `widget`, a path, as plain text, with the widget's accessible description below it.
     void showTipAndDescriptionOf(QWidget *widget);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QSet<const QObject *> m_viewsOfPaths;
 };
 
 } // namespace quorvale

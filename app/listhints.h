@@ -11,8 +11,9 @@ namespace quorvale {
 /// Whether the list of devices is that of the current mount point.
 enum class MountPointScan { Done, Due };
 
-/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most. `usualPlace`: where this system mounts
-/// disks, or empty if that is not known.
+/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most, and not at all while its scan is due:
+/// a place that has just been typed may not answer. `usualPlace`: where this system mounts disks, or empty if that is
+/// not known.
 [[nodiscard]] QString noDeviceText(const QString &mountPoint, MountPointScan scan, const QString &usualPlace);
 
 /// The first directory of `candidates` that exists; empty when none does.

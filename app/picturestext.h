@@ -8,13 +8,10 @@ struct ThumbnailEntry;
 
 namespace quorvale {
 
-/// Whether this recording is one of the latest scan's.
-enum class PicturesTurn { ThisScan, NoScan };
-
 /// How many pictures of the recording can be seen; a frame that could not be read does not count.
 [[nodiscard]] QString picturesText(const ThumbnailEntry &series);
 
-/// Why a recording has no series of pictures.
-[[nodiscard]] QString noPicturesText(PicturesTurn turn, bool scanRuns);
+/// Why a recording has no series of pictures. `awaited`: the scan that runs has not come by it yet.
+[[nodiscard]] QString noPicturesText(bool awaited);
 
 } // namespace quorvale

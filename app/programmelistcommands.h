@@ -36,9 +36,15 @@ private:
     bool openMenu(const QContextMenuEvent &event, bool fromKeyboard);
     bool drag();
 
+    struct Press
+    {
+        QPoint place;
+        Recording recording; ///< The list may be scrolled until it is dragged.
+    };
+
     QListWidget *m_list;
     RecordingOf m_recordingOf;
-    std::optional<QPoint> m_dragFrom; ///< where the left button was pressed on a row and not released yet
+    std::optional<Press> m_press; ///< of the left button, on a row, and not released yet
 };
 
 } // namespace quorvale

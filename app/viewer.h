@@ -118,5 +118,5 @@ private:
 
     quorvale::EmptyListHint *deviceHint = nullptr;
     quorvale::EmptyListHint *programmeHint = nullptr;
-    QStringList filesOfScan; ///< all recordings of the latest scan; empty once its thumbnails have been freed
+    QStringList filesAwaited; ///< recordings that the running scan has not reached yet
 };

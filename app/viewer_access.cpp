@@ -41,7 +41,7 @@ void Viewer::makeAccessible()
         fullText->watch(field);
     }
     fullText->watch(ui.summaryList);
-    fullText->watch(ui.deviceList);
+    fullText->watchPaths(ui.deviceList);
     fullText->showTipAndDescriptionOf(ui.thumbnailLabel);
 
     ui.summaryList->setAccessibleName(tr("Programmes"));

@@ -61,6 +61,7 @@ void Viewer::scanDisk()
     auto index = readRecordingsIndex(devicePath);
     if (!index) {
         programmeHint->setText(quorvale::unreadableDeviceText(selectedDevice));
+        describePictures();
         return;
     }
 

@@ -25,18 +25,17 @@ void Viewer::hintAtDevices(MountPointScan scan)
         return;
     }
     using namespace quorvale;
-    deviceHint->setText(noDeviceText(mountPoint, scan, firstDirectoryOf(usualMountPoints())));
+    const QString usualPlace = scan == MountPointScan::Done ? firstDirectoryOf(usualMountPoints()) : QString();
+    deviceHint->setText(noDeviceText(mountPoint, scan, usualPlace));
 }
 
 void Viewer::describePictures()
 {
-    using quorvale::PicturesTurn;
     QString text;
     if (currentProgramme >= 0) {
         const QString path = recordingFile(currentProgramme);
         const std::optional<ThumbnailEntry> series = findThumbnails(thumbnailCache, path);
-        const PicturesTurn turn = filesOfScan.contains(path) ? PicturesTurn::ThisScan : PicturesTurn::NoScan;
-        text = series ? quorvale::picturesText(*series) : quorvale::noPicturesText(turn, thumbnailScanRunning);
+        text = series ? quorvale::picturesText(*series) : quorvale::noPicturesText(filesAwaited.contains(path));
     }
     ui.thumbnailLabel->setAccessibleDescription(text);
 }

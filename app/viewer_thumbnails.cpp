@@ -28,7 +28,7 @@ void Viewer::getThumbnails()
         files.append(recordingFile(static_cast<int>(row)));
 
     thumbnailScanRunning = true;
-    filesOfScan = files;
+    filesAwaited = files;
     describePictures();
     scanner = new ThumbnailScanner; // deletes itself when it has finished
     scanner->files = files;
@@ -55,17 +55,19 @@ void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x
     thumbnailCache.append({path, x1, x2});
     if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
         ui.thumbnailLabel->SetThumbs(x1, x2);
+    // Those before it have had their turn, too: the scan goes by its list.
+    filesAwaited = filesAwaited.mid(filesAwaited.indexOf(path) + 1);
     describePictures();
 }
 
 void Viewer::scanDone()
 {
     thumbnailScanRunning = false;
+    filesAwaited.clear();
     describePictures();
 }
 
 void Viewer::deleteThumbs()
 {
     deleteThumbnails(thumbnailCache);
-    filesOfScan.clear();
 }

@@ -9,8 +9,9 @@ class QObject;
 namespace quorvale {
 
 /// Opens the file or folder at `path` with the program that the desktop has for it, and does not wait for that program,
-/// which may outlive this one. `failed` is called if there is none, or once it ends with an error, which may be much
-/// later: on the calling thread, whose event loop must run, and only while `context` lives.
+/// which may outlive this one. `failed` is called if there is none, or if it fails within seconds: a program that ends
+/// with an error later has opened the file. It is called on the calling thread, whose event loop must run, and only
+/// while `context` lives.
 ///
 /// `path`: absolute, the bytes that the file system knows.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed);

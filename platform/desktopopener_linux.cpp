@@ -3,6 +3,7 @@
 #include "platform/descriptorlimit.h"
 #include "platform/filemanager_linux.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -18,6 +19,8 @@ namespace quorvale {
 
 namespace {
 
+constexpr int kEarlyMs = 10000; // A program that ends with an error after that has opened the file.
+
 /// Waits at the reading end of a pipe for a report of failure, or for the other end to close without one.
 class FailureReport : public QObject
 {
@@ -31,7 +34,7 @@ public:
             m_notifier.setEnabled(false);
             deleteLater();
             char word = 0;
-            if (read(m_descriptor, &word, 1) == 1 && failed)
+            if (read(m_descriptor, &word, 1) == 1 && !m_early.hasExpired() && failed)
                 failed();
         });
     }
@@ -40,6 +43,7 @@ public:
 private:
     int m_descriptor;
     QSocketNotifier m_notifier;
+    QDeadlineTimer m_early{kEarlyMs};
 };
 
 // The shell's own command for the limit that programs expect which wait with select().
@@ -73,7 +77,8 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 
 /// The desktop's opener is started as a program: Qt's own function needs the main thread, may wait for the bus, does
 /// nothing on some window systems, and never reports failure. A shell puts the opener into the background and ends at
-/// once, because some openers live as long as their window.
+/// once, because some openers live as long as their window. The opener's codes 2 to 4 mean that the file or a program
+/// for it is missing or failed, 126 and 127 that there is no opener; others are the program's own.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];
@@ -83,9 +88,9 @@ void openWithDesktop(const QByteArray &path, QObject *context, std::function<voi
         return;
     }
     new FailureReport(ends[0], context, failed); // owned by the context; deletes itself
-    if (!runShell(lowerLimit() + "{ xdg-open \"$0\" >/dev/null 2>&1 || printf x; } &", fileUri(path).toLatin1(),
-                  ends[1]) &&
-        failed)
+    const QByteArray command =
+        lowerLimit() + "{ xdg-open \"$0\" >/dev/null 2>&1; case $? in 2|3|4|126|127) printf x;; esac; } &";
+    if (!runShell(command, fileUri(path).toLatin1(), ends[1]) && failed)
         failed();
     close(ends[1]);
 }

@@ -19,14 +19,14 @@ die() {
   exit 1
 }
 
-# forget_other_place FOLDER: removes CMake's cache from the build folder FOLDER if it was made under another path, because
-# CMake refuses to continue in a checkout that was moved or copied. The rest of the folder stays.
+# forget_other_place FOLDER: removes CMake's cache from the build folder FOLDER, and from builds within it, if it was made
+# under another path, because CMake refuses to continue in a checkout that was moved or copied. The rest stays.
 forget_other_place() {
   local noted
   noted=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$1/CMakeCache.txt" 2>/dev/null || true)
   if [ -n "$noted" ] && ! [ "$noted" -ef "$1" ]; then
     say "$1 was made as $noted: configuring it again"
-    rm -rf "$1/CMakeCache.txt" "$1/CMakeFiles"
+    find "$1" -name CMakeCache.txt -execdir rm -rf CMakeCache.txt CMakeFiles \;
   fi
 }
 

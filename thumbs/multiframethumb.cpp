@@ -142,7 +142,9 @@ int MultiFrameThumb::paintFrame(QPainter &painter)
     }
     const QSize fitting = frame->size().scaled(size(), Qt::KeepAspectRatio).expandedTo({1, 1});
     const QPixmap copy = scaledTo(fitting, *frame);
-    painter.drawPixmap(QRectF(placeOf(fitting), fitting), copy, QRectF(copy.rect()));
+    // Pixel for pixel: where its place ends within a pixel of the screen, that pixel is filled as well.
+    const QRectF place(placeOf(fitting), QSizeF(copy.size()) / devicePixelRatioF());
+    painter.drawPixmap(place, copy, QRectF(copy.rect()));
     return fitting.height();
 }
 

@@ -51,8 +51,8 @@ void ScanThreads::claim(const QVector<QPixmap *> &x1)
         m_claimed.append(x1);
 }
 
-// The same list for the scanner. The scanner lets go of it on its own thread, after it has posted all of its series: the
-// call that is posted then comes after them, and nothing has to be connected.
+// The same list for the scanner. The scanner lets go of it on its own thread, after it has posted all of its series:
+// the call that is posted then comes after them, and nothing has to be connected.
 std::shared_ptr<ScanThreads::SeriesList> ScanThreads::noteFor(const std::shared_ptr<SeriesList> &emitted)
 {
     const auto postForget = [this, emitted](SeriesList *) {

@@ -269,8 +269,7 @@ void TestViewerTranslation::hints_areTranslated()
           noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
           noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
           emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
-          picturesText({"file", two, two}), noPicturesText(PicturesTurn::ThisScan, true),
-          noPicturesText(PicturesTurn::NoScan, true), noPicturesText(PicturesTurn::NoScan, false)})
+          picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
         QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
 }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts.sh SCRIPTS FOLDER: tests every command in SCRIPTS: -h helps and does nothing else, a checkout that was moved
-# after a build still builds, and a folder without a recorder disk is reported before anything is built.
+# scripts.sh SCRIPTS FOLDER: tests every command in SCRIPTS: -h helps and does nothing else, a checkout that was moved or
+# copied after a build still builds, and a folder without a recorder disk is reported before anything is built.
 set -euo pipefail
 scripts=$1 work=$2
 
@@ -50,6 +50,14 @@ touch second/build/dev/kept
 second/script/builds
 [ "$(cat second/build/dev/copy)" = two ] || fail "after a move nothing was built"
 [ -e second/build/dev/kept ] || fail "after a move the build folder was emptied"
+mkdir second/build/dev/inner
+echo noted >second/build/dev/inner/CMakeCache.txt
+cp -R second third
+echo three >third/original
+third/script/builds
+[ "$(cat third/build/dev/copy)" = three ] || fail "in a copy nothing was built"
+[ "$(cat second/build/dev/copy)" = two ] || fail "a copy builds where it was copied from"
+[ ! -e third/build/dev/inner/CMakeCache.txt ] || fail "a build within the build still knows its old place"
 said=$(second/script/builds)
 ! grep -q 'configuring it again' <<<"$said" || fail "it is configured again each time: $said"
 

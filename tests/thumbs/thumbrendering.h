@@ -142,13 +142,14 @@ inline bool showsOnly(const QImage &image, const QRect &rect, const QColor &colo
     return true;
 }
 
-/// A picture of `size` in which no two pixels have the same colour.
-inline QPixmap manyColoured(const QSize &size)
+/// A picture of `size` that gets redder to the right and greener downwards: made smaller, to at most 200 pixels a side,
+/// no two of its pixels have the same colour.
+inline QPixmap slopes(const QSize &size)
 {
     QImage image(size, QImage::Format_RGB32);
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x) {
-            image.setPixel(x, y, qRgb(0, 0, 0) + uint(y * size.width() + x));
+            image.setPixel(x, y, qRgb(255 * x / (size.width() - 1), 255 * y / (size.height() - 1), 0));
         }
     }
     return QPixmap::fromImage(image);

@@ -7,7 +7,7 @@
 #include <QScreen>
 #include <QTest>
 
-#include <cmath>
+#include <QtMath>
 
 namespace {
 const QColor kBackground(10, 20, 30);
@@ -101,22 +101,32 @@ private slots:
         QCOMPARE(widget.height(), 240);
     }
 
-    // As many dots as its place in the widget has on this screen: not one is lost.
-    void scaledFrame_hasEveryPixelOfItsPlace_onADenseScreen()
+    // As many dots as its place in the widget has on this screen, each once: also where that place ends within a dot.
+    void scaledFrame_hasEveryPixelOfItsPlace_data()
     {
-        if (!isDense())
-            return; // The standard frame is shown, dot for dot or made smaller.
-        const QSize size = QSize(80, 60) * int(m_ratio);
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("even") << QSize(60, 44);
+        QTest::newRow("odd") << QSize(61, 45);
+    }
+
+    void scaledFrame_hasEveryPixelOfItsPlace()
+    {
+        QFETCH(QSize, size);
+        const QSize pixels(qCeil(size.width() * m_ratio), qCeil(size.height() * m_ratio));
         Series series;
-        series.add(manyColoured(size))->setDevicePixelRatio(2);
+        const QPixmap *frame = series.add(slopes(4 * size));
+        series.pointers[0]->setDevicePixelRatio(2);
         MultiFrameThumb widget(nullptr);
-        widget.resize(80, 100);
+        widget.resize(size);
         widget.SetThumbs(series.pointers, series.pointers);
         QImage image = rendered(widget);
         image.setDevicePixelRatio(1);
-        QCOMPARE(paintedRect(image), QRect({0, 0}, size));
-        QCOMPARE(coloursIn(image, QRect({0, 0}, size)), size.width() * size.height());
-        QCOMPARE(widget.height(), 60);
+        QCOMPARE(image.size(), pixels);
+        QCOMPARE(coloursIn(image, image.rect()), pixels.width() * pixels.height());
+        QImage expected = frame->scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).toImage();
+        expected.setDevicePixelRatio(1);
+        QCOMPARE(image.convertToFormat(QImage::Format_RGB32), expected.convertToFormat(QImage::Format_RGB32));
+        QCOMPARE(widget.height(), size.height());
     }
 
     void frame_fixesTheHeight_atItsPixels()

@@ -46,7 +46,7 @@ std::string fileFor(const NumberedStream &stream)
     if (!folder || !*folder)
         return {};
     NumberedStream recipe = stream;
-    recipe.path = fs::path(stream.path).extension().string(); // It says which container is meant.
+    recipe.path = fs::path(stream.path).extension().string();   // It says which container is meant.
     std::string text = QUORVALE_STREAM_MAKER + ffmpegVersion(); // the hash of the sources that draw the pictures
     for (const std::string &argument : ffmpegArguments(recipe))
         text += argument + '\n';
