@@ -13,9 +13,9 @@ namespace {
 
 using namespace h264;
 
-constexpr std::uint32_t kISlice = 2;             // slice_type modulo 5, table 7-6
-constexpr std::uint32_t kRecoveryPoint = 6;      // payloadType, D.1.1
-constexpr std::uint8_t kReservedTrailing = 0x80; // rbsp_trailing_bits(), at a byte's beginning
+constexpr std::uint32_t kISlice = 2;         // slice_type modulo 5, table 7-6
+constexpr std::uint32_t kRecoveryPoint = 6;  // payloadType, D.1.1
+constexpr std::uint8_t kTrailingBits = 0x80; // rbsp_trailing_bits(), at a byte's beginning
 
 struct SliceFacts
 {
@@ -168,11 +168,11 @@ UnitEditor::ByteVector H264Editor::changed(const ByteVector &unit, const UnitShi
         }
         if (isSlice(nal)) {
             if (const std::optional<SliceFacts> slice = readSlice(nal, rbsp)) {
-                // recovery_frame_cnt 0, exact_match_flag 1, broken_link_flag 0, changing_slice_group_idc 0
+                // recovery_frame_cnt 0, exact_match_flag 0, broken_link_flag 0, changing_slice_group_idc 0
                 if (changes.forgesRecoveryPoints && !hasSlice && slice->isIntra && !hasRecoveryPoint &&
                     nal.type == NalUnitType::NonIdrSlice)
                     append(result, static_cast<std::uint8_t>(NalUnitType::Sei),
-                           {kRecoveryPoint, 1, 0xC4, kReservedTrailing});
+                           {kRecoveryPoint, 1, 0x84, kTrailingBits});
                 const Sps &sps = *slice->sps;
                 rbsp.overwriteBits(slice->frameNumAt, sps.log2MaxFrameNum,
                                    (slice->frameNum + shift.frameNum) % sps.maxFrameNum());
