@@ -3,6 +3,7 @@
 
 #include "bench/peerprocess.h"
 #include "tools/sampledisk/sampledisk.h"
+#include "tools/testpicture/ffmpegprocess.h"
 
 #include <benchmark/benchmark.h>
 
@@ -104,7 +105,7 @@ std::vector<std::string> ffmpegCommand(const Recording &recording)
                                      "1",      "-i", recording.path, "-filter_complex", filters};
     for (const char *output : {"[small]", "[large]"}) {
         for (const std::string &word :
-             {std::string("-map"), std::string(output), std::string("-vsync"), std::string("passthrough"),
+             {std::string("-map"), std::string(output), std::string(passthroughOption()), std::string("passthrough"),
               std::string("-frames:v"), std::to_string(kMostPictures), std::string("-pix_fmt"), std::string("rgb24"),
               std::string("-f"), std::string("rawvideo"), std::string("-y"), std::string("/dev/null")})
             command.push_back(word);
@@ -197,7 +198,7 @@ int main(int argc, char **argv)
         return 1;
     }
     const auto compare = [](const char *name, const char *program, ProcessCost (*peer)()) {
-        // Each takes a while: fewer repetitions than the command line asks of everybody.
+        // Each takes a while: fewer repetitions than the command line asks for.
         benchmark::RegisterBenchmark(name, sampleDisk, program, peer)
             ->UseManualTime()
             ->Iterations(1)

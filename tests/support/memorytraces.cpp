@@ -4,7 +4,9 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 
 #include <algorithm>
@@ -14,8 +16,8 @@ namespace ffmpeg = quorvale::ffmpeg;
 
 namespace {
 
-// FFmpeg gives a decoder black buffers at first, and later those of earlier pictures as they are. This makes them
-// black.
+// FFmpeg gives a decoder black buffers at first, and later the unchanged buffers of earlier pictures. This makes them
+// black again.
 int getBlackBuffer(AVCodecContext *decoder, AVFrame *frame, int flags)
 {
     const int status = avcodec_default_get_buffer2(decoder, frame, flags);
@@ -55,7 +57,7 @@ QVector<QByteArray> checksumsIn(GetBuffer getBuffer, const QString &path)
     for (bool drained = false; !drained;) {
         const bool read = av_read_frame(opened, packet.get()) >= 0;
         if (!read || packet->stream_index == stream) {
-            avcodec_send_packet(decoder.get(), read ? packet.get() : nullptr); // A broken packet brings no picture.
+            avcodec_send_packet(decoder.get(), read ? packet.get() : nullptr); // a broken packet gives no picture
             while (avcodec_receive_frame(decoder.get(), frame.get()) >= 0)
                 checksums.append(checksum(*frame));
         }
@@ -69,9 +71,10 @@ QVector<QByteArray> checksumsIn(GetBuffer getBuffer, const QString &path)
 
 QVector<int> picturesWithTracesOfMemory(const QString &path)
 {
-    static QMap<QString, QVector<int>> known;
-    if (known.contains(path))
-        return known[path];
+    static QMap<QPair<QString, QDateTime>, QVector<int>> known;
+    const QPair<QString, QDateTime> file(path, QFileInfo(path).lastModified()); // Tests write another one in its place.
+    if (known.contains(file))
+        return known[file];
     const QVector<QByteArray> usual = checksumsIn(avcodec_default_get_buffer2, path);
     const QVector<QByteArray> black = checksumsIn(getBlackBuffer, path);
     QVector<int> numbers;
@@ -79,6 +82,6 @@ QVector<int> picturesWithTracesOfMemory(const QString &path)
         if (usual.value(number) != black.value(number))
             numbers.append(number);
     }
-    known[path] = numbers;
+    known[file] = numbers;
     return numbers;
 }

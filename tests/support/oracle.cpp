@@ -32,13 +32,9 @@ QVector<QByteArray> pictureChecksums(const QString &path)
     if (known.contains(path))
         return known[path];
 
-    // One line a picture: stream, dts, pts, duration, size, checksum. What tells the program to leave the pictures as
-    // they come was renamed with its version 5.1.
-    QByteArray text;
-    for (const char *option : {"-fps_mode", "-vsync"}) {
-        if (text.isEmpty())
-            text = outputOf({"-threads", "1", "-i", path, "-map", "0:v:0", option, "passthrough", "-f", "framemd5"});
-    }
+    // One line a picture: stream, dts, pts, duration, size, checksum.
+    const QByteArray text =
+        outputOf({"-threads", "1", "-i", path, "-map", "0:v:0", passthroughOption(), "passthrough", "-f", "framemd5"});
     QVector<QByteArray> checksums;
     for (const QByteArray &line : text.split('\n')) {
         if (!line.isEmpty() && !line.startsWith('#'))

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/support/passthrough.h"
 #include "tests/thumbs/expectedrgb.h"
+#include "tools/testpicture/ffmpegprocess.h"
 
 #include <QProcess>
 #include <QStringList>
@@ -15,9 +15,10 @@ inline RawPicture rawPicture(const QString &path, int number, const QString &pix
     ffmpeg.start(QStringLiteral("ffmpeg"),
                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-threads"), QStringLiteral("1"),
                   QStringLiteral("-i"), path, QStringLiteral("-map"), QStringLiteral("0:v:0"), QStringLiteral("-vf"),
-                  QStringLiteral("select=eq(n\\,%1)").arg(number), passthroughOption(), QStringLiteral("passthrough"),
-                  QStringLiteral("-frames:v"), QStringLiteral("1"), QStringLiteral("-pix_fmt"), pixelFormat,
-                  QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-")});
+                  QStringLiteral("select=eq(n\\,%1)").arg(number), quorvale::passthroughOption(),
+                  QStringLiteral("passthrough"), QStringLiteral("-frames:v"), QStringLiteral("1"),
+                  QStringLiteral("-pix_fmt"), pixelFormat, QStringLiteral("-f"), QStringLiteral("rawvideo"),
+                  QStringLiteral("-")});
     ffmpeg.waitForFinished(60000);
     return {size.width(), size.height(), ffmpeg.readAllStandardOutput()};
 }

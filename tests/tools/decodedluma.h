@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/support/passthrough.h"
 #include "tools/testpicture/blockcode.h"
+#include "tools/testpicture/ffmpegprocess.h"
 
 #include <QByteArray>
 #include <QProcess>
@@ -20,7 +20,7 @@ inline std::vector<std::optional<unsigned>> decodedNumbers(const QString &path, 
     ffmpeg.setStandardInputFile(QProcess::nullDevice());
     ffmpeg.start(QStringLiteral("ffmpeg"),
                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path, QStringLiteral("-map"),
-                  QStringLiteral("0:v:0"), QStringLiteral("-vf"), filters, passthroughOption(),
+                  QStringLiteral("0:v:0"), QStringLiteral("-vf"), filters, quorvale::passthroughOption(),
                   QStringLiteral("passthrough"), QStringLiteral("-pix_fmt"), QStringLiteral("gray"),
                   QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-")});
     std::vector<std::optional<unsigned>> numbers;

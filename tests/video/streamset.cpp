@@ -20,7 +20,8 @@ QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const
     };
     const QStringList mpeg2{"-c:v", "mpeg2video", "-q:v", "3", "-g", "12"};
     const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-g", "24"};
-    const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "keyint=24:log-level=none"};
+    const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params"};
+    const QString groups = "keyint=24:log-level=none";
     add("mpeg2.ts", mpeg2 + QStringList{"-bf", "0"});
     add("mpeg2-b.ts", mpeg2 + QStringList{"-bf", "2"});
     add("mpeg2-b-interlaced.ts", mpeg2 + QStringList{"-bf", "2", "-c:a", "mp2"}, true, true);
@@ -29,8 +30,9 @@ QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const
     add("h264-b-open.ts", h264 + QStringList{"-bf", "3", "-x264-params", "open-gop=1"});
     add("h264-b-interlaced.ts", h264 + QStringList{"-bf", "3", "-x264-params", "tff=1"}, true);
     add("h264-intra.ts", h264 + QStringList{"-g", "1"});
-    add("hevc.ts", hevc);
-    add("hevc-raw.265", hevc + QStringList{"-f", "hevc"});
+    add("hevc.ts", hevc + QStringList{groups});
+    add("hevc-idr.ts", hevc + QStringList{groups + ":open-gop=0"});
+    add("hevc-raw.265", hevc + QStringList{groups + ":open-gop=0", "-f", "hevc"});
     add("mpeg2-33-bit-wrap.ts",
         mpeg2 + QStringList{"-bf", "0", "-output_ts_offset", "95441.7", "-muxdelay", "0", "-muxpreload", "0"});
     return paths;

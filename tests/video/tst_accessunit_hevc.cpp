@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/accessunitcases.h"
 
 #include <QtTest>
@@ -17,13 +18,17 @@ UnitCoding hevcStreams()
     UnitStream open{"hevc-open.ts", encoder("bframes=4:b-pyramid=1:open-gop=1")};
     open.fewestUnreferred = 20; // some of the B pictures
     open.mostUnreferred = 60;
+    // How many sub-layers there are is what newer versions of x265 are told; older ones are told whether there are any.
     UnitStream layers{"hevc-layers.ts", encoder("temporal-layers=1")};
     layers.fewestUnreferred = 20; // of the highest sub-layer alone
     layers.mostUnreferred = 60;
+    UnitStream twoLayers = layers;
+    twoLayers.fileName = "hevc-two-layers.ts";
+    twoLayers.encoder = encoder("temporal-layers=2");
     UnitCoding coding;
     coding.coding = VideoCoding::Hevc;
     coding.name = "hevc";
-    coding.streams = {{"hevc.ts", encoder("slices=2:open-gop=0")}, open, layers};
+    coding.streams = {{"hevc.ts", encoder("slices=2:open-gop=0")}, open, layers, twoLayers};
     coding.endOfSequence = QByteArray("\0\0\1\x48\x01\x80", 6);
     coding.parameterSets = {{"VPS", 32}, {"SPS", 33}, {"PPS", 34}};
     return coding;
@@ -83,11 +88,13 @@ private slots:
             rasl += unit.isRasl ? 1 : 0;
         }
         QVERIFY(rasl >= 6);
-        const VideoPackets layered = readVideoPackets(pathOf("hevc-layers.ts"));
-        const std::unique_ptr<AccessUnitReader> other = makeReader();
-        std::set<int> subLayers;
-        for (const ffmpeg::PacketPtr &packet : layered.packets)
-            subLayers.insert(other->read(packet->data, std::size_t(packet->size)).temporalId);
+        std::set<int> subLayers; // of the one of these streams that has any
+        for (const char *name : {"hevc-layers.ts", "hevc-two-layers.ts"}) {
+            const VideoPackets layered = readVideoPackets(pathOf(name));
+            const std::unique_ptr<AccessUnitReader> other = makeReader();
+            for (const ffmpeg::PacketPtr &packet : layered.packets)
+                subLayers.insert(other->read(packet->data, std::size_t(packet->size)).temporalId);
+        }
         QCOMPARE(subLayers, (std::set<int>{0, 1}));
     }
 
@@ -112,5 +119,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAccessUnitHevc)
+TEST_CLASS(TestAccessUnitHevc, QCoreApplication)
 #include "tst_accessunit_hevc.moc"

@@ -23,7 +23,7 @@ struct LoopedGroup
 };
 
 /// Writes a transport stream in which the group stands `times` times. Frame numbers, picture order counts and times go
-/// on from each to the next; all of them have a fixed length in slice headers, so that nothing behind them moves. Only
+/// on from each to the next; all of them have a fixed length in slice headers, so that nothing after them moves. Only
 /// the video is kept. Returns how many access units the group has. Throws std::runtime_error.
 int writeLoopedGroup(const LoopedGroup &looped);
 

@@ -9,7 +9,7 @@
 namespace quorvale {
 
 /// The payload of a NAL unit without its emulation prevention: syntax elements of a fixed length are read in turn and
-/// written over where they stand, so that nothing behind them moves (ITU-T H.264, 7.3.1; ITU-T H.265, 7.3.1.1).
+/// written over where they stand, so that nothing after them moves (ITU-T H.264, 7.3.1; ITU-T H.265, 7.3.1.1).
 class Rbsp
 {
 public:

@@ -9,4 +9,12 @@ ProcessEnd runFFmpeg(const std::vector<std::string> &arguments, const ProcessInp
     return runProcess(command, input);
 }
 
+const char *passthroughOption()
+{
+    static const bool hasNewName = runFFmpeg({"-v", "quiet", "-nostdin", "-f", "lavfi", "-i", "nullsrc=s=16x16:d=0.04",
+                                              "-fps_mode", "passthrough", "-f", "null", "-"})
+                                       .ok();
+    return hasNewName ? "-fps_mode" : "-vsync";
+}
+
 } // namespace quorvale

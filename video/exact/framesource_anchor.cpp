@@ -8,9 +8,9 @@ namespace quorvale {
 
 namespace {
 
-// Pictures from a random access point on that must come out as foreseen before it is an anchor. From the start they
-// only show that what is foreseen is what this decoder does. After damage they have also replaced what the decoder
-// remembers of it.
+// Pictures from a random access point on that must come out as foreseen before it is an anchor. At the start of the
+// file they only show that the forecast is right for this decoder. After damage they also replace the damaged pictures
+// in the decoder's memory.
 constexpr std::int64_t kProof = 16;
 constexpr std::int64_t kProofAfterDamage = 32;
 constexpr std::int64_t kProofAfterDamageFromOthers = 64; // than IDR, BLA and CRA pictures
@@ -50,7 +50,7 @@ bool FrameSource::hasFirstAnchor()
     return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, effort);
 }
 
-// Decodes through what is doubtful, from the last random access point well before it on.
+// Decodes through a doubt, from the last random access point well before it on.
 bool FrameSource::bridge(Anchor &from)
 {
     if (from.wasBridgedFrom)
@@ -66,7 +66,7 @@ bool FrameSource::bridge(Anchor &from)
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(from.depth))
         trouble = std::min(trouble, *tooDeep);
 
-    // To go on decoding up to the farthest picture that was asked for must be dearer.
+    // A bridge must cost less than decoding up to the farthest picture that was asked for.
     const std::optional<Candidate> first = candidate(trouble, 0, true);
     const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     if (!first)
@@ -91,8 +91,7 @@ bool FrameSource::bridge(Anchor &from)
     return isFound;
 }
 
-// Decodes on until a random access point after picture `after` and what follows it came out as foreseen, but not
-// beyond coded picture `effort`.
+// Decodes on until a random access point after picture `after` is proven, but not beyond coded picture `effort`.
 bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort)
 {
     for (std::size_t refuted = 0;; ++refuted) {
@@ -122,7 +121,7 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t e
     }
 }
 
-// The random access points after picture `after` with enough pictures for a proof, `passedOver` of them left out.
+// The next random access point after picture `after` with enough pictures for a proof, after `passedOver` others.
 std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge)
 {
     const std::int64_t farthest = std::max(after.value(), m_horizon.value()) + kBeyondHorizon;
@@ -138,7 +137,7 @@ std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after,
             }
             if (home.entryPoints().size() <= point)
                 break;
-            const EntryPoint found = home.entryPoints()[point]; // Scanning adds points.
+            const EntryPoint found = home.entryPoints()[point]; // a copy: scanning adds points
             const std::int64_t proof = proofFrom(pictures().picture(found.picture).randomAccess, isBridge);
             while (home.certainEnd() - found.place < proof && !home.isClosed() && m_scan.readOn()) {
             }

@@ -3,43 +3,51 @@
 #include "video/exact/framesource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSharedInVain = 10;                   // of the plain way, the part that may be decoded in vain
-constexpr std::int64_t kBridgeShare = 2;                     // of the plain way, the part that all bridges may cost
-constexpr std::int64_t kForeseenBridgeShare = 3;             // likewise, as far as can be told before the first of them
-constexpr std::int64_t kWorthAfterBridge = 300;              // pictures for which reading exactly is taken up again
-constexpr std::int64_t kLookedAtBehind = 33;                 // pictures after a target that a doubt must not be in
+constexpr std::int64_t kSharedInVain = 10;       // of the plain way, the part that may be decoded in vain
+constexpr std::int64_t kBridgeShare = 2;         // of the plain way, the part that all bridges may cost
+constexpr std::int64_t kForeseenBridgeShare = 3; // likewise, as far as can be told before the first of them
+constexpr std::int64_t kWorthAfterBridge = 300;  // pictures for which reading exactly is taken up again
+constexpr std::int64_t kWorthAnEnd = 100;        // pictures of a file whose end is found by less than all of them
+constexpr std::int64_t kLongestWay = 300;        // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kLookedAtBehind = 33;     // pictures after a target that a doubt must not be in
 constexpr std::int64_t kScannedBehind = 2 * kLookedAtBehind; // so that what casts a doubt on them was seen
 
 } // namespace
 
 void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 {
+    dropAhead();
     m_announced = numbers;
     std::sort(m_announced.begin(), m_announced.end());
+    m_announced.erase(std::unique(m_announced.begin(), m_announced.end()), m_announced.end());
     for (const FrameNumber number : numbers)
         m_horizon = std::max(m_horizon, number);
 }
 
-// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything.
+// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything. What
+// is read is kept: where the disk fails on the way, the pictures before that can still be had.
 void FrameSource::lookAtProspects()
 {
-    if (m_announced.empty())
-        return;
-    const std::int64_t last = m_announced.back().value();
-    while (pictures().pictureEnd().value() <= last + kScannedBehind && m_scan.readOn()) {
+    for (const FrameNumber number : std::exchange(m_announced, {})) {
+        while (pictures().pictureEnd().value() <= number.value() + kScannedBehind && m_scan.readOn(&m_kept)) {
+        }
+        if (m_scan.hasFailed() || !isSurelyRefused(number)) {
+            m_toLoad.push_back(number);
+            continue;
+        }
+        m_toLoad.clear();
+        const bool isWorthIt = m_horizon - number >= kWorthAfterBridge;
+        m_refusedUpTo = isWorthIt ? number : m_horizon;
+        if (!isWorthIt)
+            break;
     }
-    const auto refused = std::find_if(m_announced.rbegin(), m_announced.rend(),
-                                      [this](FrameNumber number) { return isSurelyRefused(number); });
-    if (refused != m_announced.rend()) {
-        const bool isWorthIt = m_announced.back() - *refused >= kWorthAfterBridge;
-        m_refusedUpTo = isWorthIt ? *refused : m_announced.back();
-    }
-    m_announced.clear();
+    loadAhead();
 }
 
 // As far as can be told before numbers are known; pictures are as many as their numbers say, or a few more.
@@ -47,10 +55,12 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const std::int64_t end = pictures().pictureEnd().value();
     if (number.value() >= end)
-        return !pictures().isSound();
+        return !isSound() || (!pictures().isSound() && end < kWorthAnEnd);
     PictureIndex first(number.value());
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
+    if (number.value() - first.value() > kLongestWay)
+        return true;
     const PictureIndex last(std::min(end - kLookedAtBehind / 2, number.value() + kLookedAtBehind));
     for (PictureIndex i = first; i < last; ++i) {
         if (pictures().picture(i).doubts != 0)

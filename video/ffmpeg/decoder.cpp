@@ -6,6 +6,22 @@
 
 namespace quorvale::ffmpeg {
 
+namespace {
+
+bool holdsUncountedPictures(const AVCodec &codec)
+{
+    const AVCodecDescriptor *facts = avcodec_descriptor_get(codec.id);
+    const bool isIntraOnly = facts && (facts->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+    return (codec.capabilities & AV_CODEC_CAP_DR1) == 0 && !isIntraOnly;
+}
+
+} // namespace
+
+std::int64_t mostPixelsOf(const AVCodec &codec)
+{
+    return holdsUncountedPictures(codec) ? kMostPixelsUncounted : kMostPixels;
+}
+
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
     DecoderPtr decoder(avcodec_alloc_context3(codec));
@@ -15,8 +31,17 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
     // of pictures at the end of the file; any threads change how damaged pictures are concealed.
     decoder->thread_count = 1;
-    decoder->max_pixels = kMostPixels;
+    decoder->max_pixels = mostPixelsOf(*codec);
     return decoder;
+}
+
+void flush(AVCodecContext &decoder)
+{
+    avcodec_flush_buffers(&decoder);
+    // From FFmpeg 7.1 on, HEVC pictures that were ready and not taken are handed out all the same.
+    const FramePtr stale = makeFrame();
+    while (avcodec_receive_frame(&decoder, stale.get()) == 0)
+        av_frame_unref(stale.get());
 }
 
 void setStrict(AVCodecContext &decoder, bool strict)
