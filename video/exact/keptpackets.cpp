@@ -44,7 +44,7 @@ bool KeptPackets::read(const PlannedPacket &wanted, const WaysIn &, AVPacket &pa
 
 void KeptPackets::clear()
 {
-    m_packets = {};
+    m_packets = std::vector<ffmpeg::PacketPtr>();
     m_bytes = 0;
     m_isFull = false;
 }
