@@ -10,6 +10,7 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <utility>
 
 namespace quorvale::ffmpeg {
