@@ -9,7 +9,7 @@ namespace quorvale {
 
 namespace {
 
-// What stands from `begin` to `end` in a text, without the quotes around it.
+// The text from `begin` to `end`, without the quotes around it.
 struct Word
 {
     int begin = 0;
@@ -22,8 +22,8 @@ struct ColumnSpan
     qint64 columns = 1;
 };
 
-/// The tags of a text, as Qt's parser finds them. That is not where HTML has them: white space may follow the `<`, and
-/// quotes count only where a word begins with them.
+/// The tags of a text, as Qt's parser finds them. It differs from HTML: white space may follow the `<`, and quotes
+/// count only at the beginning of a word.
 class TagReader
 {
 public:
@@ -31,7 +31,7 @@ public:
         : m_text(text)
         , m_end(int(text.size()))
     {
-        // Of what was copied elsewhere Qt takes the part between these two.
+        // If a text has these two marks (of a clipboard), Qt takes only the part between them.
         const auto fragment = int(text.indexOf(QLatin1String("<!--StartFragment-->")));
         const auto fragmentEnd = int(text.indexOf(QLatin1String("<!--EndFragment-->")));
         if (fragment >= 0) {
@@ -45,16 +45,16 @@ public:
         }
     }
 
-    /// Those of more than one column, in the text's order.
+    /// The spans of more than one column, in the text's order.
     [[nodiscard]] const std::vector<ColumnSpan> &columnSpans() const { return m_columnSpans; }
 
-    /// No fewer cells than all tables have together.
+    /// At least as many cells as all tables have together.
     [[nodiscard]] qint64 mostCells() const
     {
         qint64 columns = m_cellTags;
         for (const ColumnSpan &span : m_columnSpans)
             columns += span.columns;
-        return columns * (m_rowTags + m_cellTags); // A cell outside of any row gets one of its own.
+        return columns * (m_rowTags + m_cellTags); // a cell outside of any row gets a row of its own
     }
 
 private:
@@ -67,7 +67,7 @@ private:
             ++m_position;
     }
 
-    void skipBehind(QLatin1String text)
+    void skipPast(QLatin1String text)
     {
         const auto found = int(m_text.indexOf(text, m_position));
         m_position = found < 0 ? m_end : std::min(m_end, found + int(text.size()));
@@ -78,7 +78,7 @@ private:
         skipSpace();
         if (isAt('!')) {
             const bool isComment = QStringView(m_text).mid(m_position).startsWith(QLatin1String("!--"));
-            skipBehind(QLatin1String(isComment ? "-->" : ">"));
+            skipPast(QLatin1String(isComment ? "-->" : ">"));
             return;
         }
         if (isAt('/')) {
@@ -91,7 +91,7 @@ private:
             if (isAtSpace())
                 readAttributes();
         }
-        skipBehind(QLatin1String(">"));
+        skipPast(QLatin1String(">"));
     }
 
     void readAttributes()
@@ -141,7 +141,7 @@ private:
         return closesTag || c == QLatin1Char('>') || c == QLatin1Char('<') || c == QLatin1Char('=') || c.isSpace();
     }
 
-    // In lower case, and with letters in place of the codes that can stand for them.
+    // In lower case, and with letters instead of the character references that can stand for them.
     [[nodiscard]] QString decoded(const Word &word) const
     {
         QString text = m_text.mid(word.begin, word.end - word.begin);

@@ -11,10 +11,10 @@ enum class DateOrder { DayFirst = 0, MonthFirst = 1, YearFirst = 2 };
 
 constexpr DateOrder kDateOrders[] = {DateOrder::DayFirst, DateOrder::MonthFirst, DateOrder::YearFirst};
 
-/// The order that `dateFormat` stands for; nothing for a value that stands for none.
+/// The order that `dateFormat` stands for; nothing for any other value.
 [[nodiscard]] std::optional<DateOrder> dateOrder(int dateFormat);
 
-/// The word by which the settings know an order, and the order of a word, which is compared case-sensitively.
+/// The word for an order in the settings, and the order for a word, which is compared case-sensitively.
 [[nodiscard]] QString storedWord(DateOrder order);
 [[nodiscard]] std::optional<DateOrder> dateOrderStoredAs(const QString &word);
 

@@ -4,9 +4,9 @@
 
 namespace quorvale {
 
-/// What the details panel shows a description in. A description comes from a broadcast by way of the recorder's disk;
-/// whatever pictures or style sheets it names, no file is read for them: one could be anything, and reading could take
-/// for ever. Nor is a picture decoded that stands in the text itself: a few bytes can claim any size.
+/// The document in which the details panel shows a description. A description comes from a broadcast: no file is read
+/// for the pictures and style sheets that it names, because a file could be anything and reading could never end. A
+/// picture in the text itself is not decoded either: a few bytes can claim any size.
 class DescriptionDocument : public QTextDocument
 {
     Q_OBJECT

@@ -15,7 +15,7 @@ namespace quorvale {
 QString descriptionText(const Programme &programme, std::optional<DateOrder> order);
 
 /// Writes `text` to `fileName`, replacing a file that is there, in the locale's encoding and with the system's line
-/// ends. A file that cannot be opened is passed over in silence.
+/// ends. Does nothing if the file cannot be opened.
 void writeDescription(const QString &fileName, const QString &text);
 
 } // namespace quorvale

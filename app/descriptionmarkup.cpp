@@ -12,14 +12,14 @@ namespace quorvale {
 namespace {
 
 constexpr qint64 kMostCells = 10000;     // parsed in a tenth of a second
-constexpr qint64 kMostLayoutCost = 2000; // laid out in a fiftieth; a page of text costs 50
+constexpr qint64 kMostLayoutCost = 2000; // laid out in a fiftieth of a second; a page of text costs 50
 
 } // namespace
 
 void insertDescription(QTextCursor cursor, const QString &markup)
 {
     const QString bounded = withBoundedColumnSpans(markup, kMostCells);
-    DescriptionDocument parsed; // Nothing is laid out in it: that begins where a document is shown.
+    DescriptionDocument parsed; // never shown, so never laid out
     QTextCursor(&parsed).insertHtml(bounded);
     if (layoutCost(parsed) > kMostLayoutCost) {
         cursor.insertText(parsed.toPlainText().replace(QChar::ObjectReplacementCharacter, QLatin1Char(' ')));

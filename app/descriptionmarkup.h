@@ -7,10 +7,10 @@ namespace quorvale {
 
 /// Inserts `markup`, a description from a broadcast, at `cursor`.
 ///
-/// It is rendered as QTextCursor::insertHtml does. A few hundred bytes of markup can ask for a layout that takes for
-/// ever, so it is parsed apart from what is shown first, and judged: lengths and sizes beyond what a page can show are
-/// dropped; where tables are too many, too large or nested too deeply, the text is inserted without its markup. The
-/// words are always those that Qt would show.
+/// It is rendered as by QTextCursor::insertHtml. But the layout of a few hundred bytes of markup can take for ever, so
+/// the markup is first parsed into a document of its own and judged: lengths and sizes that no page can show are
+/// dropped; if there are too many tables, or too large or too deeply nested ones, the text is inserted without its
+/// markup. The words are always those that Qt would show.
 void insertDescription(QTextCursor cursor, const QString &markup);
 
 } // namespace quorvale

@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// `path` as part of a sentence: it reads from left to right in one that reads from right to left, too.
+/// `path` as part of a sentence: it reads from left to right, also in a sentence that reads from right to left.
 inline QString pathInText(const QString &path)
 {
     constexpr char16_t kLeftToRightIsolate = 0x2066;

@@ -15,12 +15,12 @@ namespace quorvale {
 namespace {
 
 constexpr qreal kLargestLength = 1000; // pixels, points or percent
-constexpr int kCharactersInALine = 32; // laid out one by one where a column is narrow
-constexpr int kDeepest = 40;           // beyond this, more levels make no difference to a cost
+constexpr int kCharactersInALine = 32; // in a narrow column each has a line of its own
+constexpr int kDeepest = 40;           // more levels do not change the cost
 
 bool isLarge(qreal length)
 {
-    return !(std::abs(length) <= kLargestLength); // nor is what is no number small
+    return !(std::abs(length) <= kLargestLength); // true for NaN, too
 }
 
 bool isLarge(const QTextFormat &format, int property)
@@ -94,7 +94,7 @@ void boundBlock(const QTextBlock &block)
     if (QTextList *list = block.textList())
         list->setFormat(withoutLargeLengths(list->format()));
 
-    std::vector<QTextFragment> fragments; // Changing one moves the iterator's ground.
+    std::vector<QTextFragment> fragments; // collected first: a change invalidates the iterator
     for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
         fragments.push_back(fragment.fragment());
     for (const QTextFragment &fragment : fragments) {
@@ -112,7 +112,7 @@ qint64 layoutCost(const QTextDocument &document)
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
         cost += qint64{1 + block.length() / kCharactersInALine} << tablesAround(QTextCursor(block).currentFrame());
 
-    // A cell that others span has no paragraph, but a place in its table.
+    // A cell that is covered by another one's span has no paragraph, but a place in its table.
     std::vector<QTextFrame *> frames;
     collectFrames(document.rootFrame(), frames);
     for (const QTextFrame *frame : frames) {

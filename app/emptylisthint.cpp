@@ -11,18 +11,39 @@
 
 namespace quorvale {
 
+namespace {
+
+// `text`, in which no line may end within a path.
+QString withWholePaths(const QString &text)
+{
+    constexpr char16_t kWordJoiner = 0x2060;
+    return QString(text).replace(QLatin1Char('/'), QLatin1Char('/') + QString(QChar(kWordJoiner)));
+}
+
+} // namespace
+
 EmptyListHint::EmptyListHint(QAbstractItemView *view)
     : QObject(view)
     , m_view(view)
 {
     view->viewport()->installEventFilter(this);
+    const QAbstractItemModel *rows = view->model();
+    connect(rows, &QAbstractItemModel::rowsInserted, this, &EmptyListHint::describe);
+    connect(rows, &QAbstractItemModel::rowsRemoved, this, &EmptyListHint::describe);
+    connect(rows, &QAbstractItemModel::modelReset, this, &EmptyListHint::describe);
 }
 
 void EmptyListHint::setText(const QString &text)
 {
     m_text = text;
-    m_view->setAccessibleDescription(isShown() ? text : QString());
+    describe();
     m_view->viewport()->update();
+}
+
+void EmptyListHint::describe() const
+{
+    if (m_view)
+        m_view->setAccessibleDescription(isShown() ? m_text : QString());
 }
 
 bool EmptyListHint::isShown() const
@@ -33,7 +54,7 @@ bool EmptyListHint::isShown() const
 // A view without rows paints nothing itself, so it does not matter that this comes first.
 bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
 {
-    // The kind comes first: other events also come while the view is destroyed, and is no view any more.
+    // The type is tested first: other events also come while the view is being destroyed and is no longer a view.
     if (event->type() == QEvent::Paint && isShown())
         paint();
     if (event->type() == QEvent::ToolTip && isShown()) {
@@ -47,16 +68,22 @@ bool EmptyListHint::eventFilter(QObject *watched, QEvent *event)
 void EmptyListHint::paint() const
 {
     QWidget *area = m_view->viewport();
-    // A path has few places to break at, and its end counts.
     QTextOption wrapping(Qt::AlignHCenter);
-    wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    wrapping.setWrapMode(QTextOption::WordWrap);
     wrapping.setTextDirection(m_view->layoutDirection());
 
     QTextDocument text;
     text.setDefaultFont(m_view->font());
     text.setDefaultTextOption(wrapping);
-    text.setPlainText(m_text);
+    text.setPlainText(withWholePaths(m_text));
     text.setTextWidth(area->width());
+    if (text.idealWidth() > area->width()) {
+        // A path is wider than the list, and its end counts.
+        wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        text.setDefaultTextOption(wrapping);
+        text.setPlainText(m_text);
+        text.setTextWidth(area->width());
+    }
 
     QAbstractTextDocumentLayout::PaintContext context;
     context.palette = m_view->palette();

@@ -1,14 +1,15 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 class QAbstractItemView;
 
 namespace quorvale {
 
-/// What a list says while it has no row: painted in its empty area, heard as the list's description, and shown as a
-/// tool tip where it has no room. The list gets no item.
+/// What a list says while it has no row: painted in its empty area, read out as the list's description, and shown as a
+/// tool tip if it has no room. The list gets no item.
 class EmptyListHint : public QObject
 {
     Q_OBJECT
@@ -17,7 +18,7 @@ public:
     /// `view` owns this.
     explicit EmptyListHint(QAbstractItemView *view);
 
-    /// To be said from now on; nothing is said when `text` is empty. Whoever fills the list sets an empty text.
+    /// Shows `text` from now on, whenever there is no row; an empty one shows nothing.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 
@@ -26,9 +27,10 @@ protected:
 
 private:
     [[nodiscard]] bool isShown() const;
+    void describe() const;
     void paint() const;
 
-    QAbstractItemView *m_view;
+    QPointer<QAbstractItemView> m_view; ///< null while it is being destroyed, when its model still says that rows go
     QString m_text;
 };
 

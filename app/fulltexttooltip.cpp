@@ -36,7 +36,7 @@ bool isCutOff(const QAbstractItemView &view, const QModelIndex &index)
     return QStyledItemDelegate().sizeHint(option, index).width() > shown.width();
 }
 
-// What comes from a recorder's disk is shown as it is, not as markup.
+// Texts from a recorder's disk are shown as they are, not as markup.
 bool showTip(const QHelpEvent &event, const QString &text, QWidget *widget, const QRect &area)
 {
     QToolTip::showText(event.globalPos(), Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal), widget, area);
@@ -55,6 +55,12 @@ void FullTextToolTip::watch(QAbstractItemView *view)
     view->viewport()->installEventFilter(this);
 }
 
+void FullTextToolTip::watchPaths(QAbstractItemView *view)
+{
+    m_viewsOfPaths.insert(view);
+    watch(view);
+}
+
 void FullTextToolTip::showTipAndDescriptionOf(QWidget *widget)
 {
     widget->installEventFilter(this);
@@ -71,8 +77,11 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
 
     if (auto *view = qobject_cast<QAbstractItemView *>(watched->parent())) {
         const QModelIndex index = view->indexAt(help.pos());
-        return index.isValid() && isCutOff(*view, index) &&
-               showTip(help, index.data().toString(), view->viewport(), view->visualRect(index));
+        if (!index.isValid() || !isCutOff(*view, index))
+            return false;
+        const QString text = index.data().toString();
+        return showTip(help, m_viewsOfPaths.contains(view) ? pathInText(text) : text, view->viewport(),
+                       view->visualRect(index));
     }
     auto *widget = qobject_cast<QWidget *>(watched);
     if (!widget || widget->toolTip().isEmpty())

@@ -7,7 +7,7 @@ namespace quorvale {
 
 namespace {
 
-// What a style leaves free on either side of a row's text.
+// The margin that a style leaves on either side of a row's text.
 int textMargin(const QStyle &style, const QStyleOptionViewItem &option)
 {
     return style.pixelMetric(QStyle::PM_FocusFrameHMargin, &option, option.widget) + 1;

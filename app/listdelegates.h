@@ -3,12 +3,11 @@
 #include <QFontMetrics>
 #include <QStyledItemDelegate>
 
-// How rows of the window's lists are painted that are wider than their list. What is stored on the items stays whole.
+// Painting rows that are wider than their list. The items keep the whole texts.
 
 namespace quorvale {
 
-/// `path` in at most `width` pixels: it loses the end of what comes before its last name. Where that name alone is too
-/// wide, the whole loses its middle.
+/// `path` shortened to at most `width` pixels: before its last name, or, if that name alone is too wide, in the middle.
 [[nodiscard]] QString elidedPath(const QString &path, const QFontMetrics &metrics, int width);
 
 /// Rows of absolute paths. They read from left to right on every desktop.
@@ -21,7 +20,7 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 };
 
-/// Rows of titles, which are as wide as their list and no wider: none of them costs it a row for a scroll bar.
+/// Rows of titles, never wider than their list, so that the list needs no horizontal scroll bar.
 class TitleDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

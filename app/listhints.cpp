@@ -9,12 +9,27 @@
 
 namespace quorvale {
 
+namespace {
+
+// The directory around `directory`, however that is written; "/" for the root.
+QString directoryAround(const QString &directory)
+{
+    return QFileInfo(QDir::cleanPath(QDir(directory).absolutePath())).absolutePath();
+}
+
+} // namespace
+
 QString noDeviceText(const QString &mountPoint, MountPointScan scan, const QString &usualPlace)
 {
     const QString place = pathInText(mountPoint);
     if (mountPoint.isEmpty()) {
         return QCoreApplication::translate("Viewer", "No mount point is set. Choose in the preferences where disks are "
                                                      "mounted, or open a directory.");
+    }
+    if (scan == MountPointScan::Due) {
+        return QCoreApplication::translate("Viewer", "Quorvale will look in %1 when a disk comes or goes, and whenever "
+                                                     "it is started.")
+            .arg(place);
     }
     if (!QFileInfo(mountPoint).isDir()) {
         const QString missing =
@@ -26,15 +41,11 @@ QString noDeviceText(const QString &mountPoint, MountPointScan scan, const QStri
         return missing + QLatin1Char(' ') +
                QCoreApplication::translate("Viewer", "Here it seems to be %1.").arg(pathInText(usualPlace));
     }
-    if (holdsArchive(mountPoint)) {
+    // There is nothing around the root.
+    if (holdsArchive(mountPoint) && !QDir(mountPoint).isRoot()) {
         return QCoreApplication::translate("Viewer", "%1 is a disk itself. The mount point is the directory around it: "
                                                      "set it to %2 in the preferences.")
-            .arg(place, pathInText(QFileInfo(mountPoint).absolutePath()));
-    }
-    if (scan == MountPointScan::Due) {
-        return QCoreApplication::translate("Viewer", "Quorvale will look in %1 when a disk comes or goes, and whenever "
-                                                     "it is started.")
-            .arg(place);
+            .arg(place, pathInText(directoryAround(mountPoint)));
     }
     return QCoreApplication::translate("Viewer", "No recorder disk in %1. Plug one in, choose another mount point in "
                                                  "the preferences, or open a directory.")

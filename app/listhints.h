@@ -3,16 +3,17 @@
 #include <QString>
 #include <QStringList>
 
-// What the window's two lists say while they are empty. A text without a window; an empty one where there is nothing to
-// say.
+// What the window's two lists say while they are empty. These functions need no window; a text is empty if there is
+// nothing to say.
 
 namespace quorvale {
 
-/// Whether the devices listed are those of the mount point as it is set now.
+/// Whether the list of devices is that of the current mount point.
 enum class MountPointScan { Done, Due };
 
-/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most. `usualPlace`: where this system mounts
-/// disks, or empty where that is not known.
+/// Why there is no device, and what to do. Looks at `mountPoint`, twice at most, and not at all while its scan is due:
+/// a place that has just been typed may not answer. `usualPlace`: where this system mounts disks, or empty if that is
+/// not known.
 [[nodiscard]] QString noDeviceText(const QString &mountPoint, MountPointScan scan, const QString &usualPlace);
 
 /// The first directory of `candidates` that exists; empty when none does.

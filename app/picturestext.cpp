@@ -27,14 +27,9 @@ QString picturesText(const ThumbnailEntry &series)
                       : QCoreApplication::translate("Viewer", "%n pictures", nullptr, count);
 }
 
-QString noPicturesText(PicturesTurn turn, bool scanRuns)
+QString noPicturesText(bool awaited)
 {
-    if (turn == PicturesTurn::ThisScan)
-        return scanRuns ? QCoreApplication::translate("Viewer", "pictures are being made") : noPictures();
-    // A scan that runs is never replaced: the device has to be loaded once more after it.
-    return scanRuns
-               ? QCoreApplication::translate("Viewer", "other pictures are being made: click the device again later")
-               : QCoreApplication::translate("Viewer", "click the device again to have pictures made");
+    return awaited ? QCoreApplication::translate("Viewer", "pictures are being made") : noPictures();
 }
 
 } // namespace quorvale

@@ -4,17 +4,14 @@
 
 struct ThumbnailEntry;
 
-// What is said about a recording's moving pictures: to screen readers, and below the path in their tool tip.
+// Texts about a recording's moving pictures, for screen readers and for the tool tip, below the path.
 
 namespace quorvale {
 
-/// Whether the latest scan is one that goes, or went, by this recording.
-enum class PicturesTurn { ThisScan, NoScan };
-
-/// How many pictures of the recording there are to see; a frame that could not be read is none.
+/// How many pictures of the recording can be seen; a frame that could not be read does not count.
 [[nodiscard]] QString picturesText(const ThumbnailEntry &series);
 
-/// Why a recording has no series of pictures.
-[[nodiscard]] QString noPicturesText(PicturesTurn turn, bool scanRuns);
+/// Why a recording has no series of pictures. `awaited`: the scan that runs has not come by it yet.
+[[nodiscard]] QString noPicturesText(bool awaited);
 
 } // namespace quorvale

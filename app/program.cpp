@@ -30,10 +30,10 @@ int quorvale::runProgram(int argc, char **argv)
     raiseDescriptorLimit();
     useScreenDensity();
     QApplication application(argc, argv);
-    // By this name a desktop finds the program's entry in its menu, and with it the icon of its windows.
+    // By this name a desktop finds the program's menu entry, and with it the icon of its windows.
     QGuiApplication::setDesktopFileName(QStringLiteral("org.quorvale.quorvale"));
     const int status = showWindow();
-    // A scan that hangs on a dying disk must not keep the process; by now everything that counts is saved.
+    // A scan that hangs on a dying disk must not keep the process alive; by now everything that matters is saved.
     if (!ScanThreads::instance().end())
         std::_Exit(status);
     return status;

@@ -30,6 +30,14 @@ QMenu *makeMenu(const Recording &recording, QWidget &window)
     return menu;
 }
 
+// Within the list, also where the row was scrolled away.
+QPoint placeOfCurrentRow(const QListWidget &list)
+{
+    const QPoint row = list.visualItemRect(list.currentItem()).center();
+    const QRect area = list.viewport()->rect();
+    return {qBound(area.left(), row.x(), area.right()), qBound(area.top(), row.y(), area.bottom())};
+}
+
 } // namespace
 
 ProgrammeListCommands::ProgrammeListCommands(QListWidget *list, RecordingOf recordingOf)
@@ -47,7 +55,7 @@ std::optional<Recording> ProgrammeListCommands::recordingAt(const QPoint &place)
     return index.isValid() ? m_recordingOf(index.row()) : std::nullopt;
 }
 
-// What the pointer does arrives at the viewport, keys at the list itself.
+// Events of the pointer arrive at the viewport, those of keys at the list itself.
 bool ProgrammeListCommands::eventFilter(QObject *watched, QEvent *event)
 {
     const bool atList = watched == m_list;
@@ -84,7 +92,7 @@ bool ProgrammeListCommands::handleKey(int key, bool repeated)
 
 bool ProgrammeListCommands::openMenu(const QContextMenuEvent &event, bool fromKeyboard)
 {
-    const QPoint place = fromKeyboard ? m_list->visualItemRect(m_list->currentItem()).center() : event.pos();
+    const QPoint place = fromKeyboard ? placeOfCurrentRow(*m_list) : event.pos();
     const std::optional<Recording> recording = fromKeyboard ? m_recordingOf(m_list->currentRow()) : recordingAt(place);
     if (!recording)
         return false;
@@ -96,31 +104,30 @@ bool ProgrammeListCommands::handleMouse(const QMouseEvent &event)
 {
     switch (event.type()) {
     case QEvent::MouseButtonDblClick:
-        m_dragFrom.reset();
+        m_press.reset();
         if (const auto recording = recordingAt(event.pos()); recording && event.button() == Qt::LeftButton)
             playRecording(*recording, *m_list->window());
         return false;
     case QEvent::MouseButtonPress:
-        m_dragFrom.reset();
-        if (event.button() == Qt::LeftButton && recordingAt(event.pos()))
-            m_dragFrom = event.pos();
+        m_press.reset();
+        if (const auto recording = recordingAt(event.pos()); recording && event.button() == Qt::LeftButton)
+            m_press = Press{event.pos(), *recording};
         return false;
     case QEvent::MouseMove:
-        if (!m_dragFrom || !(event.buttons() & Qt::LeftButton))
+        if (!m_press || !(event.buttons() & Qt::LeftButton))
             return false;
-        // The list would choose the rows that the pointer comes by.
-        return (event.pos() - *m_dragFrom).manhattanLength() < QApplication::startDragDistance() || drag();
+        // The list itself would select the rows that the pointer crosses.
+        return (event.pos() - m_press->place).manhattanLength() < QApplication::startDragDistance() || drag();
     default:
-        m_dragFrom.reset();
+        m_press.reset();
         return false;
     }
 }
 
 bool ProgrammeListCommands::drag()
 {
-    const std::optional<Recording> recording = recordingAt(*m_dragFrom);
-    m_dragFrom.reset();
-    QMimeData *files = recording ? recordingFiles(*recording) : nullptr;
+    QMimeData *files = recordingFiles(m_press->recording);
+    m_press.reset();
     if (!files)
         return false;
     auto *drag = new QDrag(m_list); // deletes itself, and the data with it

@@ -14,8 +14,8 @@ class QMouseEvent;
 
 namespace quorvale {
 
-/// What the programme list offers beyond choosing a programme: a context menu, Return and a double click to play it,
-/// and its files to be dragged out, for copying alone. A row may be without a recording; then nothing of it happens.
+/// Commands of the programme list: a context menu, Return and a double click to play a programme, and dragging its
+/// files out, for copying only. They do nothing in a row without a recording.
 class ProgrammeListCommands : public QObject
 {
     Q_OBJECT
@@ -36,9 +36,15 @@ private:
     bool openMenu(const QContextMenuEvent &event, bool fromKeyboard);
     bool drag();
 
+    struct Press
+    {
+        QPoint place;
+        Recording recording; ///< The list may be scrolled until it is dragged.
+    };
+
     QListWidget *m_list;
     RecordingOf m_recordingOf;
-    std::optional<QPoint> m_dragFrom; ///< where the left button was pressed on a row and not released yet
+    std::optional<Press> m_press; ///< of the left button, on a row, and not released yet
 };
 
 } // namespace quorvale

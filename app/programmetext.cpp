@@ -7,7 +7,7 @@ namespace quorvale {
 
 namespace {
 
-constexpr int kWeekdayUpToDays = 6; // A week back, the weekday's name would be today's.
+constexpr int kWeekdayUpToDays = 6; // a week ago the weekday is that of today
 constexpr int kLargestMegabyteSize = 0xFFFFF;
 constexpr float kGigabytesPerKibibyte = 1.0F / (1 << 20);
 constexpr int kGigabyteDigits = 3;
@@ -17,7 +17,7 @@ QString translated(const char *text)
     return QCoreApplication::translate("Viewer", text);
 }
 
-// Only within `today`'s year: on 1 January, the last day of the old year goes by its weekday.
+// Only within `today`'s year: on 1 January, the day before is shown by its weekday.
 bool isYesterday(int day, int month, int year, const QDate &recorded, const QDate &today)
 {
     if (today.year() != year)
@@ -47,7 +47,8 @@ QString formatRecordingDate(int day, int month, int year, std::optional<DateOrde
         return translated(QT_TRANSLATE_NOOP("Viewer", "Today"));
     if (isYesterday(day, month, year, recorded, today))
         return translated(QT_TRANSLATE_NOOP("Viewer", "Yesterday"));
-    // Dates ahead are a negative number of days back, and a date that does not exist is none: its weekday has no name.
+    // A future date is a negative number of days back. A date that does not exist counts as 0 days back: its weekday
+    // has no name.
     if (recorded.daysTo(today) <= kWeekdayUpToDays)
         return QLocale::system().dayName(recorded.dayOfWeek(), QLocale::LongFormat);
 
@@ -77,7 +78,7 @@ QString formatFileSize(int kibibytes)
     const QString text = QStringLiteral("%1 %2");
     if (kibibytes <= kLargestMegabyteSize)
         return text.arg(QString::number(kibibytes / 1024), translated(QT_TRANSLATE_NOOP("Viewer", "MB")));
-    // Single precision, like the three digits, belongs to the figure shown.
+    // Single precision and three digits: both decide which figure is shown.
     const float gigabytes = static_cast<float>(kibibytes) * kGigabytesPerKibibyte;
     return text.arg(QString::number(static_cast<double>(gigabytes), 'g', kGigabyteDigits),
                     translated(QT_TRANSLATE_NOOP("Viewer", "GB")));

@@ -10,17 +10,17 @@
 
 namespace quorvale {
 
-// How the details panel words a programme's facts. No window needed; "today" is the caller's.
+// A programme's facts as texts of the details panel. They need no window; the caller says which day is today.
 
-/// `number` in decimal with "0" in front when it is 9 or less: 5 gives "05", 123 gives "123", -3 gives "0-3".
+/// `number` in decimal, after a "0" if it is 9 or less: 5 gives "05", 123 gives "123", -3 gives "0-3".
 QString twoDigits(int number);
 
 /// "07:05:00"
 QString formatStartTime(int hour, int minute, int second);
 
 /// The date of a recording as seen from `today`: "Today", "Yesterday" (within one year), the weekday up to six days
-/// back and for any date ahead, otherwise the numbers in `order`, and without one Qt's text form. A date that does not
-/// exist gives an empty text.
+/// back and for any date in the future, otherwise the numbers in `order`, and without an order Qt's text form. A date
+/// that does not exist gives an empty text.
 QString formatRecordingDate(int day, int month, int year, std::optional<DateOrder> order, const QDate &today);
 
 /// The words that may stand for a date, in the user's language.

@@ -22,13 +22,15 @@ struct Recording
 /// player.
 void playRecording(const Recording &recording, QWidget &window);
 
-/// Shows the main file in the desktop's file manager. A message over `window` says when there is none.
+/// Shows the main file in the desktop's file manager. A message over `window` says when there is no such file, or no
+/// file manager.
 void showRecording(const Recording &recording, QWidget &window);
 
-/// The description as it reads, without its markup.
+/// The text of the description, without its markup.
 [[nodiscard]] QString plainDescription(const Recording &recording);
 
-/// All files of the recording, for whoever takes them; null when there is none. Owned by the caller.
+/// All files of the recording, to be dragged out; null when there is none, and where their name is not UTF-8. Owned by
+/// the caller.
 [[nodiscard]] QMimeData *recordingFiles(const Recording &recording);
 
 } // namespace quorvale

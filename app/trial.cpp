@@ -1,5 +1,5 @@
-// The program with settings of its own, for trying it out: in the text file quorvale.org/quorvale.ini below
-// $XDG_CONFIG_HOME, on every system. A person's own settings are elsewhere and can be neither read nor written.
+// The program with settings of its own, for script/run: in the text file quorvale.org/quorvale.ini below
+// $XDG_CONFIG_HOME, on every system. It neither reads nor writes the user's own settings.
 
 #include "app/program.h"
 

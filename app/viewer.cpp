@@ -68,7 +68,7 @@ void Viewer::connectForm()
     connect(ui.actionOpen_Directory, &QAction::triggered, this, &Viewer::openDVR);
     connect(ui.actionExport_Description, &QAction::triggered, this, &Viewer::exportMeta);
 #ifndef Q_OS_MACOS
-    // On macOS quitting is the application menu's business, which finds the entry by its text.
+    // On macOS quitting belongs to the application menu, which finds the entry by its text.
     connect(ui.actionQuit, &QAction::triggered, qApp, &QCoreApplication::quit);
 #endif
 }

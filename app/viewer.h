@@ -27,8 +27,8 @@ enum class MountPointScan;
 
 /// The main window: the devices, the programmes of the selected one, and the details of the selected programme.
 ///
-/// A programme is always meant by its index in `programmes`. The state is open to the window's own parts and to tests;
-/// it is touched by the main thread alone. Constructing a Viewer shows it, loads the settings, looks for devices and
+/// A programme is identified by its index in `programmes`. The state is public for the window's own parts and for
+/// tests; only the main thread touches it. Constructing a Viewer shows it, loads the settings, looks for devices and
 /// loads the first; destroying it saves the settings.
 class Viewer : public QMainWindow
 {
@@ -54,7 +54,7 @@ public:
     /// Frees the whole cache. The caller empties the widget before control returns to the event loop.
     void deleteThumbs();
 
-    /// The main file of the programme `row`, which must be in the list. The text that names this recording everywhere.
+    /// The main file of the programme `row`, which must be in the list. This text identifies the recording everywhere.
     [[nodiscard]] QString recordingFile(int row) const;
     /// A recording's date as seen today, in the order `dateFormat`.
     QString getFormattedDate(int day, int month, int year);
@@ -71,7 +71,7 @@ public:
     QString selectedDevice;                 ///< absolute path of the device shown; empty when there is none
     QString mountPoint;                     ///< the directory whose sub-directories may be recorder disks
     int currentProgramme = -1;              ///< the programme in the details panel; -1 when there is none
-    std::string devicePath = "/";     ///< the bytes of `selectedDevice` as of its loading; base of all recording paths
+    std::string devicePath = "/";     ///< the bytes of `selectedDevice` when it was loaded; base of all recording paths
     QList<QString> openedDirectories; ///< added by hand, in that order, duplicates included
     Ui_MainWindow ui;
     int scanTimerId = -1;                    ///< of the rescan that is due, -1 when none is
@@ -81,7 +81,7 @@ public:
 
 public slots:
     void About();
-    /// Lets the user change the two settings; whatever the dialog holds when it is closed counts.
+    /// Lets the user change the two settings; however the dialog is closed, its content counts.
     void Preferences();
     /// Takes over one recording's pixmaps and shows them if that recording is selected.
     void SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2);
@@ -118,5 +118,5 @@ private:
 
     quorvale::EmptyListHint *deviceHint = nullptr;
     quorvale::EmptyListHint *programmeHint = nullptr;
-    QStringList filesOfScan; ///< all that the latest scan goes by; empty once what it brought has been freed
+    QStringList filesAwaited; ///< recordings that the running scan has not reached yet
 };

@@ -1,5 +1,5 @@
-// What makes the form easy to use for everyone: names for screen readers, texts that can be read although they do not
-// fit, and the system's own keys. The form's texts and layout stay as they are.
+// Accessibility: names for screen readers, tool tips for texts that do not fit, and the system's own keys. The form's
+// texts and layout stay as they are.
 
 #include "app/viewer.h"
 
@@ -15,7 +15,7 @@ using namespace quorvale;
 
 namespace {
 
-// A line's least width without its text is that of its widest letter and what surrounds it.
+// The least width of an empty field is that of its widest letter and of its frame.
 int widthFor(const QLineEdit &field, const QStringList &texts)
 {
     const QFontMetrics metrics = field.fontMetrics();
@@ -41,7 +41,7 @@ void Viewer::makeAccessible()
         fullText->watch(field);
     }
     fullText->watch(ui.summaryList);
-    fullText->watch(ui.deviceList);
+    fullText->watchPaths(ui.deviceList);
     fullText->showTipAndDescriptionOf(ui.thumbnailLabel);
 
     ui.summaryList->setAccessibleName(tr("Programmes"));
@@ -63,7 +63,7 @@ void Viewer::makeAccessible()
 #endif
 }
 
-// In some languages the words that stand for a date take more than the form gives them; then the window grows.
+// In some languages the words for a date need more room than the form gives them; then the window grows.
 void Viewer::makeRoomForDates()
 {
     const int needed = widthFor(*ui.dateEdit, recordingDateWords());

@@ -19,7 +19,7 @@ using namespace quorvale;
 
 namespace {
 
-constexpr int kCollationMs = 1000; // A disk that arrives announces itself many times over.
+constexpr int kCollationMs = 1000; // one disk raises several events
 
 } // namespace
 
@@ -37,7 +37,7 @@ void Viewer::scanDrives()
     for (const QString &archive : archives)
         addDevice(archive);
 
-    // A directory that no longer holds an archive is forgotten for good.
+    // A directory that no longer holds an archive is forgotten, even if the archive comes back.
     QList<QString> stillThere;
     for (const QString &directory : std::as_const(openedDirectories)) {
         if (!holdsArchive(directory))
@@ -61,6 +61,7 @@ void Viewer::scanDisk()
     auto index = readRecordingsIndex(devicePath);
     if (!index) {
         programmeHint->setText(quorvale::unreadableDeviceText(selectedDevice));
+        describePictures();
         return;
     }
 

@@ -16,7 +16,7 @@ void Viewer::exportMeta()
     const QString fileName = QFileDialog::getSaveFileName(this, tr("Save meta file"), QString(), QString());
     if (fileName.isEmpty())
         return;
-    // The window has lived on behind the dialog: another programme may be selected by now, or none.
+    // The window went on while the dialog was open: another programme may be selected by now, or none.
     if (currentProgramme < 0 || static_cast<std::size_t>(currentProgramme) >= programmes.size())
         return;
     const Programme programme = programmes[static_cast<std::size_t>(currentProgramme)];

@@ -1,4 +1,4 @@
-// Handing a recording to other programs: the file manager, the player, whoever takes files.
+// Giving a recording to other programs: the file manager, the player, and programs that take dragged files.
 
 #include "app/viewer.h"
 
@@ -11,7 +11,7 @@ void Viewer::openFinder()
     const int row = ui.summaryList->currentRow();
     if (row < 0 || static_cast<std::size_t>(row) >= programmes.size())
         return;
-    // Bytes all the way: the file's name need not be text.
+    // Bytes from the index to the call: a file's name need not be valid text.
     OpenFinderWindowAt(recordingPath(devicePath, programmes[static_cast<std::size_t>(row)].fileName).c_str());
 }
 

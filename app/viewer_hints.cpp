@@ -1,4 +1,4 @@
-// What the window says where there is nothing to see: no device, no programme, no picture yet.
+// What the window says when there is nothing to see: no device, no programme, no picture yet.
 
 #include "app/viewer.h"
 
@@ -17,7 +17,7 @@ void Viewer::makeHints()
     programmeHint = new EmptyListHint(ui.summaryList); // owned by the list
 }
 
-// An empty list alone makes this look at the mount point: a disk that does not answer is not asked in vain.
+// Looks at the mount point only if the list is empty: the disk may not answer.
 void Viewer::hintAtDevices(MountPointScan scan)
 {
     if (ui.deviceList->topLevelItemCount() > 0) {
@@ -25,18 +25,17 @@ void Viewer::hintAtDevices(MountPointScan scan)
         return;
     }
     using namespace quorvale;
-    deviceHint->setText(noDeviceText(mountPoint, scan, firstDirectoryOf(usualMountPoints())));
+    const QString usualPlace = scan == MountPointScan::Done ? firstDirectoryOf(usualMountPoints()) : QString();
+    deviceHint->setText(noDeviceText(mountPoint, scan, usualPlace));
 }
 
 void Viewer::describePictures()
 {
-    using quorvale::PicturesTurn;
     QString text;
     if (currentProgramme >= 0) {
         const QString path = recordingFile(currentProgramme);
         const std::optional<ThumbnailEntry> series = findThumbnails(thumbnailCache, path);
-        const PicturesTurn turn = filesOfScan.contains(path) ? PicturesTurn::ThisScan : PicturesTurn::NoScan;
-        text = series ? quorvale::picturesText(*series) : quorvale::noPicturesText(turn, thumbnailScanRunning);
+        text = series ? quorvale::picturesText(*series) : quorvale::noPicturesText(filesAwaited.contains(path));
     }
     ui.thumbnailLabel->setAccessibleDescription(text);
 }

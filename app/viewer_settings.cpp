@@ -26,9 +26,9 @@ constexpr int kDialogSpacing = 10;
 constexpr int kFormSpacing = 5;
 constexpr int kPathWidth = 300; // a usual mount point fits
 
-/// The two settings, in the store of Qt's default format. That is the system's own, unless a program has chosen another
-/// before the first window: tests and trial runs keep their settings in a text file, away from a person's own. On macOS
-/// nothing else would do, since the system's store cannot be moved.
+/// The two settings, in the store of Qt's default format: the system's own, unless the program has chosen another one
+/// before the first window. Tests and trial.cpp choose a text file, because on macOS the system's store cannot be moved
+/// away from the user's own.
 class SettingsStore : public QSettings
 {
 public:
@@ -47,7 +47,7 @@ void Viewer::loadSettings()
 {
     SettingsStore settings;
     mountPoint = settings.value(QLatin1String(kMountPointKey), QStringLiteral("/Volumes")).toString();
-    // A missing date order is year first, but one that cannot be understood leaves the order as it is.
+    // A missing date order means year first, but an unknown one leaves the order as it is.
     const QString stored = settings.value(QLatin1String(kDateFormatKey), storedWord(DateOrder::YearFirst)).toString();
     if (const std::optional<DateOrder> order = dateOrderStoredAs(stored))
         dateFormat = static_cast<int>(*order);
@@ -81,7 +81,7 @@ void Viewer::Preferences()
     dateFormatBox->setCurrentIndex(static_cast<int>(dateOrder(dateFormat).value_or(DateOrder::DayFirst)));
     form->addRow(tr("Date Format:"), dateFormatBox);
 
-    dialog.exec(); // However it is closed, what stands in it counts.
+    dialog.exec(); // its content counts, however it is closed
 
     if (mountPoint != mountPointEdit->text()) {
         mountPoint = mountPointEdit->text();

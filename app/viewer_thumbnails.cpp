@@ -1,4 +1,4 @@
-// The window's side of the thumbnails: one scan at a time, the cache of what it brings, and its end.
+// The window's side of the thumbnails: one scan at a time, its end, and the cache of its results.
 
 #include "app/viewer.h"
 
@@ -11,7 +11,7 @@ using namespace quorvale;
 
 namespace {
 
-constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: behind most opening titles
+constexpr int kFirstFrame = 150; // six seconds at 25 frames per second: after most opening titles
 constexpr int kFrameStep = 150;
 
 } // namespace
@@ -28,7 +28,7 @@ void Viewer::getThumbnails()
         files.append(recordingFile(static_cast<int>(row)));
 
     thumbnailScanRunning = true;
-    filesOfScan = files;
+    filesAwaited = files;
     describePictures();
     scanner = new ThumbnailScanner; // deletes itself when it has finished
     scanner->files = files;
@@ -45,27 +45,29 @@ void Viewer::getThumbnails()
     connect(scanner, SIGNAL(finished()), this, SLOT(scanDone()));
     connect(scanner, SIGNAL(finished()), scanner, SLOT(deleteLater()));
     connect(scanThread, SIGNAL(finished()), scanThread, SLOT(deleteLater()));
-    // The thread stays behind, idle, when the scan is done; it ends with the program.
+    // When the scan is done the thread stays, idle; it ends with the program.
     scanThread->start(QThread::InheritPriority);
 }
 
 void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x2)
 {
-    ScanThreads::instance().claim(x1, x2);
+    ScanThreads::instance().claim(x1);
     thumbnailCache.append({path, x1, x2});
     if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
         ui.thumbnailLabel->SetThumbs(x1, x2);
+    // Those before it have had their turn, too: the scan goes by its list.
+    filesAwaited = filesAwaited.mid(filesAwaited.indexOf(path) + 1);
     describePictures();
 }
 
 void Viewer::scanDone()
 {
     thumbnailScanRunning = false;
+    filesAwaited.clear();
     describePictures();
 }
 
 void Viewer::deleteThumbs()
 {
     deleteThumbnails(thumbnailCache);
-    filesOfScan.clear();
 }

@@ -32,7 +32,7 @@ void openFirstMenu(QMenuBar &menuBar)
     QMenu *const menu = first ? first->menu() : nullptr;
     if (!menu)
         return;
-    // Where the desktop shows the menu in a place of its own, the bar is not there to open it.
+    // If the desktop shows the menu elsewhere, the bar cannot open it.
     if (menuBar.isVisible() && !menuBar.isNativeMenuBar())
         menuBar.setActiveAction(first);
     else
@@ -49,7 +49,7 @@ ClickKeys::ClickKeys(QAbstractItemView *view)
     view->installEventFilter(this);
 }
 
-// Not by way of the view's own activation, which some desktops let a click cause as well.
+// Not through itemActivated(), which on some desktops a click raises, too.
 bool ClickKeys::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() != QEvent::KeyPress || !isClickKey(static_cast<const QKeyEvent &>(*event)))

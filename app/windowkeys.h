@@ -7,7 +7,7 @@ class QAbstractItemView;
 class QMenuBar;
 class QWidget;
 
-// Keys for what the form gives to the mouse alone. No text, entry or tab stop of the form changes for them.
+// Keys for what only the mouse can do in the form. They change no text, entry or tab stop.
 
 namespace quorvale {
 
@@ -27,11 +27,11 @@ private:
     QAbstractItemView *m_view;
 };
 
-/// F10 opens the first menu of `menuBar`, and so does Alt with the first letter of its title where the title itself
-/// names no key. Not for macOS, where the system has keys for its menu bar.
+/// F10 opens the first menu of `menuBar`; so does Alt with the first letter of its title, if the title names no key.
+/// Not for macOS, where the system has keys for its menu bar.
 void addMenuKeys(QMenuBar &menuBar);
 
-/// Ctrl+P, Pause and the keys of media players pause `pictures` and let them go on, wherever the focus is in `window`.
+/// Ctrl+P, Pause and the media keys pause and resume `pictures`, wherever the focus is in `window`.
 void addPauseKeys(QWidget &window, MultiFrameThumb &pictures);
 
 } // namespace quorvale

@@ -18,7 +18,7 @@ QFileInfoList subdirectories(const QDir &directory)
 
 QStringList findArchives(const QString &mountPoint)
 {
-    // QDir takes an empty path for the current directory, where nobody has asked to look.
+    // QDir takes an empty path for the current directory, which nobody asked for.
     if (mountPoint.isEmpty())
         return {};
 
@@ -26,7 +26,7 @@ QStringList findArchives(const QString &mountPoint)
     QDir walker(mountPoint);
     const QFileInfoList volumes = subdirectories(walker);
     for (const QFileInfo &volume : volumes) {
-        // No recovery, on purpose: the walker looks around where it stands and still goes up one level.
+        // No recovery, on purpose: the walk stays in the current directory and still goes up one level.
         if (!walker.cd(volume.fileName())) {
             std::fputs("scanDrives() -> cd FAIL\n", stdout);
             std::fflush(stdout);

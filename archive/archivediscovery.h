@@ -8,6 +8,6 @@
 /// Gives their absolute paths in the order in which the file system lists them; hidden directories are passed over.
 /// An empty `mountPoint` has nothing below it.
 ///
-/// A directory that cannot be entered is reported with a line on stdout and throws the walk off: it looks at the
-/// directory it stands in and goes up a level from there all the same.
+/// A directory that cannot be entered is reported with a line on stdout and leads the walk astray: it looks at its
+/// current directory instead, and then goes up a level from there.
 QStringList findArchives(const QString &mountPoint);

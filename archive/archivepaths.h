@@ -4,8 +4,8 @@
 
 class QString;
 
-// Where things lie on a recorder's disk. Paths are joined as they are: no separator is added or removed, nothing is
-// normalised, so that one recording has one path, as text, everywhere in the program.
+// Paths on a recorder's disk. They are joined as they are: no separator is added or removed, nothing is normalised. So
+// one recording has one path, as text, everywhere in the program.
 
 /// The recorder's index: `devicePath` + "/DVR/RECSINFO/RECS.INF".
 std::string indexPath(const std::string &devicePath);

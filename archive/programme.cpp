@@ -24,10 +24,10 @@ constexpr long kPositionMarkerOffset = 16390;
 constexpr int kPositionMarker = 0x6A;
 
 constexpr std::size_t kLongestString = 1025;
-// Four strings that all run on without a terminator.
+// Four strings without a terminator in their fields.
 constexpr std::size_t kLargestSize = 13 + 4 * kLongestString;
 
-// The string rule, for any source of bytes: `next` gives one, or EOF, which is no terminator.
+// Reads a string from any source of bytes: `next` gives the next byte, or EOF, which does not end the string.
 template <typename Next>
 std::string readString(Next next)
 {
@@ -42,7 +42,7 @@ std::string readString(Next next)
     return std::string(bytes.data(), length);
 }
 
-/// The bytes of a record from the stream's position on, fetched in one piece; a second one where texts run over.
+/// The bytes of a record from the stream's position on, fetched in one piece, or in two if texts run over their fields.
 class RecordBytes
 {
 public:
@@ -69,8 +69,8 @@ public:
     std::string nextField(std::size_t fieldSize)
     {
         std::string text = nextString();
-        // A field without a terminator has run on into the next one. There is no way back from there: the fields that
-        // follow are read from where the terminator was found.
+        // A field without a terminator runs on into the next one. The fields after it are read from where the
+        // terminator was found.
         if (text.size() < fieldSize)
             skip(fieldSize - 1 - text.size());
         return text;
@@ -79,7 +79,7 @@ public:
 private:
     std::string nextString()
     {
-        if (m_position < m_fetched) { // Nearly always the terminator is at hand.
+        if (m_position < m_fetched) { // The terminator is nearly always in what was fetched.
             const unsigned char *begin = m_bytes.data() + m_position;
             const std::size_t room = std::min(kLongestString, m_fetched - m_position);
             if (const void *end = std::memchr(begin, 0, room)) {
@@ -98,7 +98,7 @@ private:
         const std::size_t wanted = size - m_fetched;
         const std::size_t there = std::fread(m_bytes.data() + m_fetched, 1, wanted, m_file);
         m_fetched += there;
-        m_ended = there < wanted; // A dying disk can take seconds to say no; it is not asked twice.
+        m_ended = there < wanted; // A dying disk can take seconds to fail a read; it is not asked twice.
     }
 
     std::FILE *m_file;

@@ -6,8 +6,8 @@
 
 /// One recording as the recorder's index describes it. A plain value.
 ///
-/// The strings are the recorder's own bytes, up to 1025 of them, and nothing is validated: month 13 and
-/// bytes that are not UTF-8 are kept as read. Whoever shows them converts them.
+/// Nothing is validated: month 13 is kept as read. The strings are the recorder's own bytes, up to 1025 of them, and
+/// need not be UTF-8; whoever shows them converts them.
 struct Programme
 {
     std::int32_t year = 1980;
@@ -24,13 +24,13 @@ struct Programme
 
     /// Reads the record that starts at byte `offset` of the open index `file`.
     ///
-    /// True when a record was read. False, with every field as it was, when there is none: another signature, the
+    /// True when a record was read. False, with every field as it was, when there is no record: another signature, the
     /// end of the file, a null `file` or an offset that cannot be sought (the last two with a line on stderr).
     /// A record without a play position leaves `playPosition` as it was.
     /// Bytes past the end of the file count as 0xFF.
     bool read(std::FILE *file, long offset);
 
     /// Reads bytes from the current position up to a NUL, which is consumed, or up to 1025 bytes, whichever is
-    /// first. At the end of the file the string fills up with 0xFF: an end of file is no terminator.
+    /// first. The end of the file is no terminator: from there on the string is filled up with 0xFF.
     static std::string readCString(std::FILE *file);
 };

@@ -20,9 +20,9 @@ struct FileCloser
 };
 using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
-// The file `path`; null where it cannot be opened, or is a pipe or a device. A pipe that nobody writes to is not waited
-// for, and it is the open file that is looked at: between a look at a path and its opening lies time. A directory can
-// be opened, as ever, and has nothing to be read.
+// Opens the file `path`; null if it cannot be opened, or is a pipe or a device. Does not wait for a writer of a pipe.
+// Looks at the open file and not at the path, which may name another file a moment later. A directory can be opened,
+// and has nothing to read.
 FilePtr openWithoutWaiting(const std::string &path)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -44,10 +44,10 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
     const FilePtr file = openWithoutWaiting(indexPath(devicePath));
     if (!file)
         return std::nullopt;
-    // A record is fetched in two pieces, far apart; a buffer would only fetch what nobody reads.
+    // A record is read in two pieces, far apart; a buffer would fetch what nobody reads.
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
-    // No memory is set aside for as many records as the file's size promises: a damaged file system promises anything.
+    // No memory is reserved by the file's size: a damaged file system may claim any.
     std::vector<Programme> programmes;
     std::int32_t playPosition = 0; // A record without one keeps that of the nearest earlier record with one.
     for (long offset = kRecordStride;; offset += kRecordStride) {
@@ -58,7 +58,7 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
         playPosition = programme.playPosition;
         programmes.push_back(std::move(programme));
         if (offset > LONG_MAX - 2 * kRecordStride)
-            break; // Where long has 32 bits, an index of 2 GiB ends here.
+            break; // An index ends here at 2 GiB, if long has 32 bits.
     }
     return programmes;
 }

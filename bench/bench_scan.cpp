@@ -198,7 +198,7 @@ int main(int argc, char **argv)
         return 1;
     }
     const auto compare = [](const char *name, const char *program, ProcessCost (*peer)()) {
-        // Each takes a while: fewer repetitions than the command line asks of everybody.
+        // Each takes a while: fewer repetitions than the command line asks for.
         benchmark::RegisterBenchmark(name, sampleDisk, program, peer)
             ->UseManualTime()
             ->Iterations(1)

@@ -11,7 +11,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 #ifdef QUORVALE_HAS_FFMS2
-#include <ffms.h>
+#include "bench/ffms2source.h"
 #endif
 
 #include <benchmark/benchmark.h>
@@ -177,27 +177,6 @@ BENCHMARK_CAPTURE(fullTable, withoutBPictures, tenMinutesWithoutBPictures)->Appl
 BENCHMARK_CAPTURE(fullTable, withBPictures, tenMinutesWithBPictures)->Apply(seldom);
 
 #ifdef QUORVALE_HAS_FFMS2
-struct SourceCloser
-{
-    void operator()(FFMS_VideoSource *source) const { FFMS_DestroyVideoSource(source); }
-};
-using Source = std::unique_ptr<FFMS_VideoSource, SourceCloser>;
-
-Source indexedSource(const std::string &path)
-{
-    FFMS_Init(0, 0);
-    FFMS_ErrorInfo error = {};
-    FFMS_Indexer *indexer = FFMS_CreateIndexer(path.c_str(), &error);
-    require(indexer != nullptr, "the peer does not open the recording");
-    FFMS_Index *index = FFMS_DoIndexing2(indexer, FFMS_IEH_ABORT, &error);
-    require(index != nullptr, "the peer does not index the recording");
-    const int track = FFMS_GetFirstTrackOfType(index, FFMS_TYPE_VIDEO, &error);
-    Source source(FFMS_CreateVideoSource(path.c_str(), track, index, 1, FFMS_SEEK_NORMAL, &error));
-    FFMS_DestroyIndex(index);
-    require(source != nullptr, "the peer does not decode the recording");
-    return source;
-}
-
 /// Random pictures of an indexed recording, against FFMS2. Indexing is not counted.
 void randomPictures(benchmark::State &state, std::string (*recording)(), int pictures)
 {

@@ -9,14 +9,13 @@ struct ProcessCost
 {
     double wallSeconds = 0;
     double cpuSeconds = 0; ///< user and system time of all its threads
-    /// The most memory it held at once. Never below what the measuring process itself has held so far, because the new
-    /// process begins as its image: whoever wants this figure does the heavy work in children, never here.
+    /// Its peak memory. Never below that of the measuring process, because the new process begins as a copy of it: to
+    /// get a useful figure, the measuring process must not do heavy work itself.
     std::int64_t peakBytes = 0;
 };
 
-/// Runs a program (found in PATH, no shell) with nothing on its standard input and its output thrown away, waits for
-/// its end and gives what it cost. Throws std::runtime_error, with what the program said, when it cannot be started,
-/// fails or is killed.
+/// Runs a program (found in PATH, no shell) with empty input, discards its output, waits for its end and gives what it
+/// cost. Throws std::runtime_error, with the program's messages, if it cannot be started, fails or is killed.
 [[nodiscard]] ProcessCost runMeasured(const std::vector<std::string> &command);
 
 /// Whether PATH has this program.

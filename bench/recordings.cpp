@@ -20,7 +20,7 @@ std::string recording(const std::string &name, int width, int height, int frames
     std::fprintf(stderr, "making %s (once)\n", path.c_str());
     std::filesystem::create_directories(folder);
     NumberedStream stream;
-    // Under another name until it is whole: an interrupted run leaves nothing that the next one takes for a recording.
+    // Under another name until it is complete, so that the next run does not use what an interrupted one left.
     stream.path = (folder / ("unfinished-" + name)).string();
     stream.picture = {width, height, ChromaFormat::Yuv420, false};
     stream.frames = frames;

@@ -1,5 +1,4 @@
-# How every target of the house is compiled. Nothing here changes the settings of a project that
-# includes this one: all of it hangs on targets.
+# How every target is compiled. All settings belong to targets: a project that includes this one keeps its own.
 
 if(PROJECT_IS_TOP_LEVEL)
   if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -16,17 +15,20 @@ endif()
 
 add_library(quorvale_flags INTERFACE)
 target_compile_features(quorvale_flags INTERFACE cxx_std_17)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(quorvale_flags INTERFACE _FILE_OFFSET_BITS=64) # Recordings are larger than 2 GiB.
+endif()
 target_compile_options(quorvale_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments> # QtTest's macros
   $<$<BOOL:${QUORVALE_WERROR}>:-Werror>)
 if(QUORVALE_BUILD_TESTS)
-  # A hundred tests are linked, with the sanitizers' libraries in each: the usual linker takes a second for every one.
+  # A hundred tests are linked, each with the sanitizers' libraries: the usual linker takes a second for each.
   include(CheckLinkerFlag)
   check_linker_flag(CXX -fuse-ld=lld QUORVALE_LINKS_WITH_LLD)
   target_link_options(quorvale_flags INTERFACE $<$<BOOL:${QUORVALE_LINKS_WITH_LLD}>:-fuse-ld=lld>)
 endif()
-# The rooms are what sanitizers look at; ThreadSanitizer has to see every thread, those of the tests as well.
+# Sanitizers check the rooms; ThreadSanitizer must see every thread, also those of the tests.
 set(quorvale_instrumentation)
 if(QUORVALE_SANITIZE)
   set(quorvale_instrumentation
@@ -47,8 +49,8 @@ function(quorvale_add_room room)
   target_link_libraries(quorvale_${room} PRIVATE quorvale_flags)
   if(QUORVALE_SANITIZE)
     target_compile_options(quorvale_${room} PRIVATE ${quorvale_instrumentation})
-    # Most of compiling a file is reading the toolkit's headers. Read once for a room they take a third of the time; that
-    # each file compiles by itself is what all other builds show.
+    # Most of compiling a file is reading Qt's headers. Read once for a room they take a third of the time; all other
+    # builds show that each file compiles by itself.
     set_target_properties(quorvale_${room} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
   endif()
 endfunction()

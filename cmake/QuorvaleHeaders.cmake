@@ -1,6 +1,6 @@
-# Most of compiling a test is reading the toolkit's headers, so these are read once for many. A compiler cache does
-# better, and does not see through precompiled headers: where there is one, every test reads its own, which also shows
-# if one forgot to include what it uses. The rooms always do. ThreadSanitizer looks at too few tests for it.
+# Most of compiling a test is reading Qt's headers, so these are precompiled for many tests. Not with a compiler cache,
+# which is better and cannot use precompiled headers: then every test reads its own, which also shows if one forgot to
+# include what it uses. Not for the rooms, nor for the few tests under ThreadSanitizer.
 
 set(quorvale_precompiles OFF)
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QUORVALE_SANITIZE MATCHES thread)
@@ -9,8 +9,8 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QUORVALE_SAN
 endif()
 
 # quorvale_precompile(<name> COMPONENT <component> [OPTIONS <option>...] HEADERS <header>...)
-# Headers for targets that use the toolkit's component and no more than it and what it needs: a header that looks whether
-# a macro is defined must find it as it was. So QtTest is never among them; it looks for the folder of its test.
+# Headers for targets that use this component of Qt and what it needs, and nothing else: a header may test whether a macro
+# is defined, and must get the same answer in each target. So QtTest is never among them: it tests for its test's folder.
 function(quorvale_precompile name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "OPTIONS;HEADERS")
   if(NOT quorvale_precompiles)

@@ -1,7 +1,7 @@
-# Finds the toolkit and says which major version the house is built with: QUORVALE_QT is 5 or 6.
+# Finds Qt. QUORVALE_QT is the major version to build with, 5 or 6.
 
 if(NOT QUORVALE_QT)
-  # A project that has chosen already gets what it chose.
+  # A project that includes this one and has chosen its Qt keeps it.
   if(TARGET Qt6::Core AND NOT TARGET Qt5::Core)
     set(quorvale_default_qt 6)
   else()

@@ -1,4 +1,4 @@
-# Checks that find anything end the test; what the libraries below the toolkit keep until the end is no finding.
+# A sanitizer that finds something ends the test. What libraries below Qt keep until the end is no finding.
 set(QUORVALE_SANITIZER_ENVIRONMENT)
 if(QUORVALE_SANITIZE MATCHES address)
   list(APPEND QUORVALE_SANITIZER_ENVIRONMENT
@@ -13,13 +13,13 @@ endif()
 # script/test runs every test once at least, and not every test twice. Each group is a target to build:
 #   thread_tests     what crosses threads, for ThreadSanitizer: label threads
 #   <room>_tests     those of one room
-#   plain_tests      all but those of what reads foreign bytes, without the toolkit: these have the label sanitized_only
-#   sanitized_tests  all but those of the tools, the packages and the house, and the longest: these are plain_only
+#   plain_tests      for a build without sanitizers: all but label sanitized_only (what reads foreign bytes and uses no Qt)
+#   sanitized_tests  for AddressSanitizer: all but label plain_only (the tools, the packages, the house, and the longest)
 add_custom_target(thread_tests)
 add_custom_target(plain_tests)
 add_custom_target(sanitized_tests)
 
-# Streams that tests make are kept for all presets; script/test removes those that are not used any more.
+# Streams that tests make are kept for all presets; script/test removes those that are no longer used.
 set(quorvale_kept_streams "${quorvale_BINARY_DIR}/kept-streams")
 if(quorvale_BINARY_DIR MATCHES "^${quorvale_SOURCE_DIR}/build/")
   set(quorvale_kept_streams "${quorvale_SOURCE_DIR}/build/kept-streams")
@@ -54,65 +54,94 @@ function(quorvale_group_test test)
   set_tests_properties(${test} PROPERTIES LABELS "${arg_FOLDER};${arg_LABELS}")
 endfunction()
 
-set(quorvale_test_options -O0) # A test is compiled more often than it takes long.
+set(quorvale_test_options -O0) # Compiling a test takes longer than running it.
 add_library(quorvale_test_flags INTERFACE)
 if(QUORVALE_QT EQUAL 6)
-  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC takes that for the test's own doing. Qt 5 and clang look at it all.
+  # Qt 6.8's QTRY_ macros narrow a time-out, and GCC blames the test. With Qt 5 and with clang the warning stays on.
   target_compile_options(quorvale_test_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-conversion>)
 endif()
 set(quorvale_test_definitions QUORVALE_SAMPLES_DIR="${QUORVALE_SAMPLES_DIR}")
 if(QUORVALE_SANITIZE)
-  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # memory and time are not what they are elsewhere
+  list(APPEND quorvale_test_definitions QUORVALE_SANITIZED) # it takes more memory and time
 endif()
 quorvale_precompile(core_test COMPONENT Core OPTIONS ${quorvale_test_options} HEADERS ${quorvale_common_headers})
 quorvale_precompile(widget_test COMPONENT Widgets OPTIONS ${quorvale_test_options}
   HEADERS ${quorvale_common_headers} <QtWidgets>)
 
+# quorvale_add_test_executable(<name> [<library>...]): an executable without sources yet.
+function(quorvale_add_test_executable name)
+  add_executable(${name})
+  target_include_directories(${name} PRIVATE "${quorvale_SOURCE_DIR}" "${CMAKE_CURRENT_BINARY_DIR}")
+  target_compile_options(${name} PRIVATE ${quorvale_test_options})
+  target_link_libraries(${name} PRIVATE quorvale_flags quorvale_test_flags ${ARGN} ${QUORVALE_QT_TARGET}::Test)
+  target_compile_definitions(${name} PRIVATE ${quorvale_test_definitions})
+  if(ARGN MATCHES "quorvale_(app|thumbs)")
+    quorvale_use_precompiled(${name} widget_test)
+  elseif(NOT ARGN MATCHES "quorvale_platform")
+    quorvale_use_precompiled(${name} core_test)
+  endif()
+endfunction()
+
 # quorvale_add_test(<folder>/<name> [LINK <library>...] [SOURCES <source>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# Makes the test executable <name> from tests/<folder>/<name>.cpp, linked to the toolkit's test library and to what
-# LINK names, and registers it with CTest. Tests run without a display and with a settings folder of their own:
-# nobody's own settings are read or written.
+# Registers the test class in tests/<folder>/<name>.cpp with CTest, linked to Qt's test library and to what LINK names.
+# Tests run without a display, and keep their settings in a folder of their own.
+# One that may take longer than two minutes has the label long.
+#
+# If the file ends with TEST_CLASS (tests/support/testclass.h), the class shares the executable tst_<folder>[_<label>...]
+# with those of the same folder and labels: its first argument is <name>, and the target <name> builds it, too. If the file
+# has a main() or QTEST_MAIN, it is the executable <name>: for tests that replace functions, that ThreadSanitizer checks, or
+# that run before there is an application object.
 function(quorvale_add_test test)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;SOURCES;LABELS")
   get_filename_component(folder ${test} DIRECTORY)
   get_filename_component(name ${test} NAME)
-  if(NOT arg_TIMEOUT)
+  set(length)
+  if(arg_TIMEOUT)
+    set(length long) # script/test --quick leaves it out
+  else()
     set(arg_TIMEOUT 120)
   endif()
 
-  add_executable(${name} "${quorvale_SOURCE_DIR}/tests/${test}.cpp" ${arg_SOURCES})
-  target_include_directories(${name} PRIVATE "${quorvale_SOURCE_DIR}")
-  target_compile_options(${name} PRIVATE ${quorvale_test_options})
-  if(arg_SOURCES)
-    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  file(STRINGS "${quorvale_SOURCE_DIR}/tests/${test}.cpp" shares REGEX "^TEST_CLASS\\(")
+  if(shares)
+    string(REPLACE ";" "_" executable "tst_${folder};${arg_LABELS}")
+    string(REGEX REPLACE "_$" "" executable "${executable}")
+    if(NOT TARGET ${executable})
+      quorvale_add_test_executable(${executable} quorvale_testclass ${arg_LINK})
+      # Most of compiling a test is reading headers: a few files are read in one go. To GCC they look like headers, whose
+      # classes need no members of a type that only they know.
+      set_target_properties(${executable} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+      target_compile_options(${executable} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
+    add_custom_target(${name} DEPENDS ${executable})
+    add_test(NAME ${test} COMMAND ${executable} ${name})
+  else()
+    set(executable ${name})
+    quorvale_add_test_executable(${executable} ${arg_LINK})
+    add_test(NAME ${test} COMMAND ${executable})
+  endif()
+  target_sources(${executable} PRIVATE "${quorvale_SOURCE_DIR}/tests/${test}.cpp" ${arg_SOURCES})
+  target_link_libraries(${executable} PRIVATE ${arg_LINK})
+  if(arg_SOURCES AND NOT shares)
+    set_target_properties(${executable} PROPERTIES AUTOMOC ON)
   else()
     # AUTOMOC would look for more classes, and compile an empty file where there are none. Without the target, moc knows
     # no folder of headers and reads none: what it has to know of a test stands in the test itself.
     cmake_language(CALL qt${QUORVALE_QT}_generate_moc
       "${quorvale_SOURCE_DIR}/tests/${test}.cpp" "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
-    target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
-    target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
-  endif()
-  target_link_libraries(${name} PRIVATE
-    quorvale_flags quorvale_test_flags ${arg_LINK} ${QUORVALE_QT_TARGET}::Test)
-  target_compile_definitions(${name} PRIVATE ${quorvale_test_definitions})
-  if(arg_LINK MATCHES "quorvale_(app|thumbs)")
-    quorvale_use_precompiled(${name} widget_test)
-  elseif(NOT arg_LINK MATCHES "quorvale_platform")
-    quorvale_use_precompiled(${name} core_test)
+    target_sources(${executable} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
   endif()
 
-  add_test(NAME ${test} COMMAND ${name})
-  quorvale_group_test(${test} FOLDER ${folder} TARGETS ${name} LABELS ${arg_LABELS})
+  quorvale_group_test(${test} FOLDER ${folder} TARGETS ${executable} LABELS ${arg_LABELS} ${length})
   set(settings "${CMAKE_CURRENT_BINARY_DIR}/settings/${name}")
   file(MAKE_DIRECTORY "${settings}")
-  set(environment ${QUORVALE_SANITIZER_ENVIRONMENT})
+  set(environment "QTEST_FUNCTION_TIMEOUT=${arg_TIMEOUT}000" ${QUORVALE_SANITIZER_ENVIRONMENT}) # Qt's own is five minutes
   if(NOT folder STREQUAL tools) # whose tests look at how streams are made
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()
   if(folder MATCHES "^(thumbs|platform|app)$")
-    # The toolkit keeps no frame pointers: without a slow walk up the stack, what it leaks cannot be told from ours. Who
-    # leaks stands among the first frames.
+    # Qt's libraries have no frame pointers: only a slow walk up the stack tells their leaks from ours. The first frames
+    # are enough.
     list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
   endif()
   set_tests_properties(${test} PROPERTIES

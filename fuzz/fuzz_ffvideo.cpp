@@ -8,10 +8,10 @@
 
 namespace {
 
-// Where the bytes go that are read for the sake of reading them.
+// Keeps the compiler from removing reads whose only purpose is to be made.
 volatile unsigned sink = 0;
 
-// Every byte that was promised is there.
+// Reads the last promised byte of each plane.
 void useAndFree(BridgeImage &image)
 {
     for (int plane = 0; plane < image.planes; ++plane) {
@@ -63,7 +63,7 @@ void readRecording(const char *path)
         readPicture(video, number);
 }
 
-// Far enough apart, and to and fro, for something to be proven, entered and bridged.
+// Far enough apart, and back and forth, so that the reader proves an anchor, enters at it, and bridges.
 void readExactly(const char *path, bool announces)
 {
     FFVideo video;
@@ -82,7 +82,7 @@ void readExactly(const char *path, bool announces)
 
 } // namespace
 
-// A damaged recording, used as the thumbnails and the players of sound use it.
+// Reads a damaged recording as the thumbnails and a player of sound do.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
     const InputFile file(bytes, size);

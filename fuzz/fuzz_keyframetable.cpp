@@ -16,7 +16,7 @@ void require(bool holds, const char *what)
 
 } // namespace
 
-// A table from any text can be searched, extended, copied, saved and loaded again.
+// Any text gives a table that can be searched, extended, copied, saved and loaded again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
     const InputFile file(bytes, size);

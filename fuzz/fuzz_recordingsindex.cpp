@@ -45,10 +45,10 @@ private:
     fs::path m_folder;
 };
 
-// A fuzzer does not find its way through files in which little counts and lies far apart. Its bytes are therefore a
-// recipe: for each record the size of a beginning (two bytes, low byte first), that beginning, and three bytes for the
-// play position. The file ends where the recipe ends, in the middle of a record, too.
-constexpr std::size_t kLongestBeginning = 4300; // four texts that all run on without a terminator, and some more
+// In an index few bytes matter, and they are far apart; a fuzzer does not find them. So its bytes are a recipe: for
+// each record the size of a beginning (two bytes, low byte first), that beginning, and three bytes for the play
+// position. The file ends where the recipe ends, also in the middle of a record.
+constexpr std::size_t kLongestBeginning = 4300; // four texts without a terminator in their fields, and some more
 constexpr long kPositionOffset = 16390;
 
 void writeIndex(const fs::path &path, const std::uint8_t *bytes, std::size_t size)
@@ -92,7 +92,7 @@ bool isWithinBounds(const Programme &p)
 
 } // namespace
 
-// Any bytes give a list, the same one as the plainest reader gives, with no more programmes than the file has room for.
+// Any bytes give the list that the plainest reader gives, with no more programmes than the file has room for.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
     static const Disk disk;

@@ -16,7 +16,7 @@ public:
         name = std::string(folder ? folder : "/tmp") + "/quorvale-fuzz-XXXXXX";
         const int descriptor = mkstemp(name.data());
         std::FILE *file = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
-        // Without its input a run would find nothing, quietly.
+        // Without its input a run would silently find nothing.
         if (!file || std::fwrite(bytes, 1, size, file) != size || std::fclose(file) != 0) {
             std::perror(name.c_str());
             std::abort();

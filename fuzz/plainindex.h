@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <vector>
 
-/// The index once more, read as slowly and as plainly as it can be: byte by byte, one seek for each gap. What the
-/// program's own reader, which fetches pieces, has to agree with.
+/// A second reader of the index, as slow and plain as can be: byte by byte, one seek for each gap. The program's own
+/// reader, which fetches pieces, must agree with it.
 namespace plainindex {
 
 inline constexpr long kStride = 32768;

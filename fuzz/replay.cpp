@@ -1,5 +1,5 @@
-// replay FOLDER: hands every file of a kept corpus to the fuzzer's function, built with any compiler. A fault ends the
-// process, and so does a folder without files: nothing would have been looked at.
+// replay FOLDER: gives every file of a kept corpus to the fuzzer's function, built with any compiler. Fails at a fault,
+// and for a folder without files, because nothing would have been tested.
 
 #include <algorithm>
 #include <cstdint>
@@ -23,7 +23,7 @@ int main(int argc, char **argv)
         std::ifstream file(path, std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
         std::printf("%s\n", path.filename().c_str());
-        std::fflush(stdout); // stands there when the next call does not come back
+        std::fflush(stdout); // is visible if the next call does not return
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
     }
     std::printf("%zu inputs\n", inputs.size());

@@ -1,4 +1,4 @@
-# The files of a Linux desktop, below the places that the GNU conventions name, and the Debian package.
+# The files of a Linux desktop, in the places of the GNU conventions, and the Debian package.
 
 include(GNUInstallDirs)
 set(documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/quorvale")
@@ -10,8 +10,8 @@ install(DIRECTORY icons/hicolor DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/icons"
 install(FILES icons/quorvale.svg DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/icons/hicolor/scalable/apps")
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${documents}" RENAME copyright)
 
-# install_compressed(<file> <destination> <name>): manuals and changes are kept compressed, without a time inside, so
-# that the same sources give the same package.
+# install_compressed(<file> <destination> <name>): for manuals and changes; without a time inside, so that the same sources
+# give the same package.
 find_program(QUORVALE_GZIP gzip REQUIRED DOC "Compresses the manual page and the changes")
 function(install_compressed file destination name)
   set(compressed "${CMAKE_CURRENT_BINARY_DIR}/${name}.gz")

@@ -28,8 +28,8 @@ struct ContextReleaser
 };
 using Context = std::unique_ptr<std::remove_pointer_t<CGContextRef>, ContextReleaser>;
 
-/// Whether there is anything to copy, and in a size that a QImage can have: it counts the pixels of a column and the
-/// bytes of a row in ints.
+/// Whether there is anything to copy, in a size that a QImage can have: it counts rows, and the bytes of a row, in
+/// ints.
 bool canBeHeld(std::size_t width, std::size_t height)
 {
     constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<int>::max());

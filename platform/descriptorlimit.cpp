@@ -7,6 +7,12 @@
 
 namespace quorvale {
 
+namespace {
+
+std::uint64_t limitAtStart = 0;
+
+} // namespace
+
 void raiseDescriptorLimit()
 {
     rlimit limit = {};
@@ -16,8 +22,15 @@ void raiseDescriptorLimit()
 #ifdef __APPLE__
     most = std::min<rlim_t>(most, OPEN_MAX); // More is refused, whatever the limit says.
 #endif
+    const rlim_t before = limit.rlim_cur;
     limit.rlim_cur = std::max(limit.rlim_cur, most);
-    (void)setrlimit(RLIMIT_NOFILE, &limit);
+    if (limit.rlim_cur != before && setrlimit(RLIMIT_NOFILE, &limit) == 0)
+        limitAtStart = before;
+}
+
+std::uint64_t descriptorLimitAtStart()
+{
+    return limitAtStart;
 }
 
 } // namespace quorvale

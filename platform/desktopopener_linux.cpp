@@ -1,7 +1,9 @@
 #include "platform/desktopopener.h"
 
+#include "platform/descriptorlimit.h"
 #include "platform/filemanager_linux.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -17,7 +19,9 @@ namespace quorvale {
 
 namespace {
 
-/// Waits at the reading end of a pipe for a word of failure, or for the other end to close without one.
+constexpr int kEarlyMs = 10000; // A program that ends with an error after that has opened the file.
+
+/// Waits at the reading end of a pipe for a report of failure, or for the other end to close without one.
 class FailureReport : public QObject
 {
 public:
@@ -30,7 +34,7 @@ public:
             m_notifier.setEnabled(false);
             deleteLater();
             char word = 0;
-            if (read(m_descriptor, &word, 1) == 1 && failed)
+            if (read(m_descriptor, &word, 1) == 1 && !m_early.hasExpired() && failed)
                 failed();
         });
     }
@@ -39,7 +43,15 @@ public:
 private:
     int m_descriptor;
     QSocketNotifier m_notifier;
+    QDeadlineTimer m_early{kEarlyMs};
 };
+
+// The shell's own command for the limit that programs expect which wait with select().
+QByteArray lowerLimit()
+{
+    const std::uint64_t limit = descriptorLimitAtStart();
+    return limit > 0 ? "ulimit -S -n " + QByteArray::number(qulonglong{limit}) + "; " : QByteArray();
+}
 
 // Spawned, not forked: other threads may be anywhere, and a fork of this process would have to get on with what they
 // hold. True when the shell has done its work.
@@ -63,9 +75,10 @@ bool runShell(QByteArray command, QByteArray argument, int output)
 
 } // namespace
 
-/// The desktop's opener is started as a program: Qt's own way to it belongs to the main thread, may wait for the bus,
-/// on some window systems does nothing, and never says how it went. A shell puts it into the background and ends at
-/// once, so that nobody has to wait for an opener that lives as long as its window.
+/// The desktop's opener is started as a program: Qt's own function needs the main thread, may wait for the bus, does
+/// nothing on some window systems, and never reports failure. A shell puts the opener into the background and ends at
+/// once, because some openers live as long as their window. The opener's codes 2 to 4 mean that the file or a program
+/// for it is missing or failed, 126 and 127 that there is no opener; others are the program's own.
 void openWithDesktop(const QByteArray &path, QObject *context, std::function<void()> failed)
 {
     int ends[2];
@@ -75,7 +88,9 @@ void openWithDesktop(const QByteArray &path, QObject *context, std::function<voi
         return;
     }
     new FailureReport(ends[0], context, failed); // owned by the context; deletes itself
-    if (!runShell("{ xdg-open \"$0\" >/dev/null 2>&1 || printf x; } &", fileUri(path).toLatin1(), ends[1]) && failed)
+    const QByteArray command =
+        lowerLimit() + "{ xdg-open \"$0\" >/dev/null 2>&1; case $? in 2|3|4|126|127) printf x;; esac; } &";
+    if (!runShell(command, fileUri(path).toLatin1(), ends[1]) && failed)
         failed();
     close(ends[1]);
 }

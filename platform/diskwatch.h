@@ -7,15 +7,15 @@ class NewDiskNotifier;
 /// The system's source of disk events: while it lives, every disk that comes or goes raises
 /// NewDiskNotifier::disksChanged() on the notifier it was given.
 ///
-/// What watches is the system's own, one file each:
+/// Each system has a file of its own:
 /// - macOS: the disk arbitration service. Events are raised from its threads, and one burst of them follows at once for
 ///   the disks that are already there.
 /// - Linux: the kernel's mount table. Events are raised on the thread that made the watch, from its event loop, one for
 ///   each change.
-/// - elsewhere nothing is watched, which a line on stderr says.
+/// - other systems: nothing is watched; a line on stderr says so.
 ///
-/// Made and destroyed on one thread, the main one, while the application object lives. A system that refuses to be
-/// watched is no failure: the program runs on without events (a line on stderr tells so).
+/// Made and destroyed on the main thread, while the application object lives. If the system refuses to be watched, the
+/// program runs without events (a line on stderr says so).
 class DiskWatch
 {
 public:
@@ -23,8 +23,8 @@ public:
     /// events after that do nothing.
     explicit DiskWatch(NewDiskNotifier *notifier);
 
-    /// Releases what the system lent. On macOS that alone ends no events: the system goes on with them until the
-    /// program ends, and it is the notifier's end that silences them.
+    /// Releases what the system lent. On macOS that does not end the events: the system raises them until the program
+    /// ends, and they do nothing once the notifier is gone.
     ~DiskWatch();
 
     DiskWatch(const DiskWatch &) = delete;

@@ -7,28 +7,26 @@
 #include <QSocketNotifier>
 
 #include <poll.h>
+#include <unistd.h>
 
-#include <array>
 #include <cstdio>
 
 namespace {
 
-/// Reads the table from its start to its end.
+/// Waits until the change that woke us is complete.
 ///
-/// Nobody needs the text. The kernel holds the table's lock from before a change until after its last step, and a
-/// reader waits for that lock: once this returns, the change that woke us is complete.
-void readThrough(QFile &table)
+/// The kernel holds the table's lock from before a change until after its last step, and who begins to read the table
+/// waits for that lock. Nobody needs the text.
+void awaitChange(const QFile &table)
 {
-    std::array<char, 4096> text{};
-    bool more = table.seek(0);
-    while (more)
-        more = table.read(text.data(), text.size()) > 0;
+    char text = 0;
+    static_cast<void>(pread(table.handle(), &text, 1, 0));
 }
 
 /// Tells the kernel that every change up to now has been noticed.
 void acknowledge(const QFile &table)
 {
-    // Asking is what resets the condition; the answer, and even a failure to get one, changes nothing here.
+    // The call itself resets the condition; its result, even a failure, changes nothing here.
     pollfd question{table.handle(), POLLPRI, 0};
     static_cast<void>(poll(&question, 1, 0));
 }
@@ -38,14 +36,14 @@ void acknowledge(const QFile &table)
 /// Watches the mount table of this process.
 ///
 /// The kernel raises an exceptional condition on an open mount table at every mount and unmount. A file watcher would
-/// get nothing here: the table is no file that anybody writes.
+/// get no events: nobody writes to the table.
 class DiskWatch::Source
 {
 public:
     explicit Source(NewDiskNotifier *notifier)
         : m_notifier(notifier)
     {
-        if (!m_table.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        if (!m_table.open(QIODevice::ReadOnly)) {
             std::fprintf(stderr, "DiskWatch: cannot open %s (%s), disks that come and go are not noticed\n",
                          qPrintable(m_table.fileName()), qPrintable(m_table.errorString()));
             return;
@@ -55,12 +53,12 @@ public:
     }
 
 private:
-    /// A disk that is mounted in a shared folder appears in every copy of that folder, and each raises the condition.
-    /// Waiting until the change is complete and acknowledging it as a whole makes that one signal. What changes after
-    /// the acknowledgement wakes us again, so nothing is lost.
+    /// A disk that is mounted in a shared folder appears in every copy of that folder, and each copy raises the
+    /// condition. To make one signal of them, this waits until the change is complete and acknowledges it as a whole. A
+    /// change after the acknowledgement wakes us again, so nothing is lost.
     void tableChanged()
     {
-        readThrough(m_table);
+        awaitChange(m_table);
         acknowledge(m_table);
         if (m_notifier)
             emit m_notifier->disksChanged();
@@ -68,7 +66,7 @@ private:
 
     QPointer<NewDiskNotifier> m_notifier; // the window deletes the notifier first, then the watch
     QFile m_table{QStringLiteral("/proc/self/mountinfo")};
-    std::unique_ptr<QSocketNotifier> m_exception; // goes before the descriptor it listens to
+    std::unique_ptr<QSocketNotifier> m_exception; // destroyed before the descriptor it listens to
 };
 
 DiskWatch::DiskWatch(NewDiskNotifier *notifier)

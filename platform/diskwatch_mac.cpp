@@ -31,9 +31,9 @@ void NewDiskgoodbyeDisk(DADiskRef, void *context)
 
 /// A disk arbitration session on the global queue.
 ///
-/// Its end is a plain release: the callbacks stay registered and the session stays on its queue. The system retains a
-/// session that has a queue, so this one lives on until the program ends, and so do its callbacks; once the notifier is
-/// gone they find nobody to tell.
+/// It is released and nothing else: the callbacks stay registered and the session stays on its queue. The system
+/// retains a session that has a queue, so the session and its callbacks live until the program ends. Once the notifier
+/// is gone the callbacks do nothing.
 class DiskWatch::Source
 {
 public:

@@ -3,8 +3,8 @@
 #include <DiskArbitration/DiskArbitration.h>
 
 // What the disk arbitration service calls, on a thread of the queue it was given. `context` is the NewDiskNotifier.
-// Both raise disksChanged() at once and do not look at the disk; they may run at the same time. One that comes when the
-// notifier is gone does nothing.
+// Both raise disksChanged() at once and do not look at the disk; they may run at the same time, and do nothing once the
+// notifier is gone.
 
 /// A disk appeared.
 void NewDiskhelloDisk(DADiskRef disk, void *context);

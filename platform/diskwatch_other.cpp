@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-/// A system whose disk events this program does not know: there is nothing to hold.
+/// For a system whose disk events this program does not know: there is nothing to hold.
 class DiskWatch::Source
 {
 };

@@ -30,7 +30,7 @@ void FileManager::show(const QByteArray &path, const std::function<void()> &fail
         return;
     }
 
-    // A bare message: an interface object would first ask the file manager to describe itself, and wait for that.
+    // A bare message: an interface object would first ask the file manager to describe itself, and wait for the answer.
     QDBusMessage request = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
@@ -50,9 +50,9 @@ QDBusConnection FileManager::connection()
     if (m_bus.isConnected())
         return m_bus;
 
-    // A connection of our own, not the shared one, which would not come back after the bus was lost. A lost one keeps
-    // its name until the program ends, so the next has a new name: taking one apart while the toolkit hands out its
-    // last answers, on a thread of its own, is not safe.
+    // A connection of our own: the shared one would not come back after the bus was lost. A lost connection keeps its
+    // name until the program ends, so the next has a new name: to disconnect it is not safe while Qt delivers its last
+    // answers on another thread.
     const QString name = QStringLiteral("quorvale-file-manager-%1").arg(m_connectionsMade);
     m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
     if (m_bus.isConnected())

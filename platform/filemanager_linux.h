@@ -8,8 +8,8 @@
 
 namespace quorvale {
 
-/// The URI of the file at `path`. Every byte but letters, digits, "-._~" and the separators is written as %XX. A path
-/// is bytes, not text: those that are no UTF-8 arrive as well.
+/// The URI of the file at `path`. Every byte but letters, digits, "-._~" and the separators is written as %XX. The
+/// bytes of a path need not be UTF-8.
 QString fileUri(const QByteArray &path);
 
 /// Asks the desktop's file manager, over the session bus, to show files.
@@ -19,15 +19,15 @@ QString fileUri(const QByteArray &path);
 class FileManager : public QObject
 {
 public:
-    /// Opens a window on the folder of `path` with the file selected. Where no file manager is there to answer, opens
-    /// the folder with the desktop's opener: never the file itself, which would play it.
+    /// Opens a window on the folder of `path` with the file selected. If no file manager answers, opens the folder with
+    /// the desktop's opener; never the file itself, which would play it.
     ///
     /// `path`: absolute, the bytes that the file system knows.
     /// `failed`, if any, is called on this object's thread when the folder could not be opened either.
     void show(const QByteArray &path, const std::function<void()> &failed);
 
 private:
-    /// The session bus, connected to again if need be; not connected when there is none.
+    /// The session bus, connected again if need be; not connected when there is none.
     QDBusConnection connection();
 
     QDBusConnection m_bus{QString()};

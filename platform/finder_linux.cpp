@@ -14,7 +14,7 @@ using namespace quorvale;
 
 namespace {
 
-/// The thread that talks to the file manager, so that no bus, however slow, holds up the window.
+/// The thread that talks to the file manager, so that the window never waits for a slow bus.
 /// Made at the first request, ends with the application object. Used from the main thread only.
 class FileManagerThread
 {
@@ -45,8 +45,8 @@ private:
         m_thread.start();
     }
 
-    /// Does not wait for the file manager's answers, but for a bus that is being connected to: it has 25 seconds to let
-    /// go. The window is gone by then.
+    /// Waits for a connection to the bus that is being made, at most 25 seconds, and not for the file manager's
+    /// answers. The window is gone by then.
     ~FileManagerThread()
     {
         m_thread.quit();

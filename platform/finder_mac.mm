@@ -5,7 +5,7 @@
 void OpenFinderWindowAt(const char *path)
 {
     NSString *file = [[NSString alloc] initWithCString:path encoding:NSUTF8StringEncoding];
-    // An empty root: a window on the file's own folder. Whether the file manager obliged is not looked at.
+    // An empty root: a window on the file's own folder. The result is ignored.
     [[NSWorkspace sharedWorkspace] selectFile:file inFileViewerRootedAtPath:@""];
     NSLog(@"Opening file %@", file);
     [file release];

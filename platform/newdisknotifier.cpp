@@ -7,7 +7,7 @@ namespace {
 
 struct LivingNotifiers
 {
-    // Held while the system's event is raised, so that its notifier stays as long as that. Recursive: who is called
+    // Held while the system's event is raised, so that the notifier lives until then. Recursive: a slot that is called
     // directly may make a notifier or delete one, even this one.
     std::recursive_mutex mutex;
     std::set<const void *> addresses;
@@ -15,7 +15,7 @@ struct LivingNotifiers
 
 LivingNotifiers &living()
 {
-    static LivingNotifiers &notifiers = *new LivingNotifiers; // stays: the system's threads may call to the very end
+    static LivingNotifiers &notifiers = *new LivingNotifiers; // never deleted: the system's threads may call to the end
     return notifiers;
 }
 

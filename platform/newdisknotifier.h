@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-/// Says that a disk came or went. It does not say which: whoever listens looks for itself.
+/// Says that a disk came or went, but not which one: the listener looks for itself.
 ///
 /// Lives in the main thread. The signal may be raised from any thread; an automatic connection brings it to the
 /// listener's own thread as a queued call, so a listener needs no lock.
@@ -24,10 +24,10 @@ signals:
 
 namespace quorvale {
 
-/// Raises disksChanged() on the notifier at this address, if one lives there; otherwise nothing happens. For events of
-/// the system that come with a notifier's address, and may come when it has gone. Any thread; a notifier that is being
-/// destroyed waits for the signal's end. If the address belongs to a new notifier by now, that one raises its signal: a
-/// look at the disks too many.
+/// Raises disksChanged() on the notifier at this address, if one lives there; otherwise does nothing. For events of the
+/// system that hold a notifier's address and may come after it has gone. Any thread; a notifier that is being destroyed
+/// waits until the signal has been raised. If a new notifier has the address by now, that one raises its signal, which
+/// costs one needless look at the disks.
 void notifyIfAlive(void *notifier);
 
 } // namespace quorvale

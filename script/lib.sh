@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What the commands in this folder share. Sourced, never run, and by each command before anything else: `-h` as a
-# command's first argument prints its help, the comment that it begins with, and ends it.
+# What the commands in this folder share. Each command sources it before anything else: with `-h` as its first argument a
+# command prints its help, the comment that it begins with, and ends.
 
 case ${1:-} in
   -h | --help)
@@ -9,7 +9,7 @@ case ${1:-} in
     ;;
 esac
 
-unset CDPATH # It would make cd talk.
+unset CDPATH # with it cd prints
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 export root
 
@@ -19,14 +19,14 @@ die() {
   exit 1
 }
 
-# forget_other_place FOLDER: what CMake has noted in the build folder FOLDER goes, if the folder was somewhere else then:
-# CMake refuses to work on in a checkout that was moved or copied. What else is in the folder stays.
+# forget_other_place FOLDER: removes CMake's cache from the build folder FOLDER, and from builds within it, if it was made
+# under another path, because CMake refuses to continue in a checkout that was moved or copied. The rest stays.
 forget_other_place() {
   local noted
   noted=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$1/CMakeCache.txt" 2>/dev/null || true)
   if [ -n "$noted" ] && ! [ "$noted" -ef "$1" ]; then
-    say "$1 was made as $noted: configuring it anew"
-    rm -rf "$1/CMakeCache.txt" "$1/CMakeFiles"
+    say "$1 was made as $noted: configuring it again"
+    find "$1" -name CMakeCache.txt -execdir rm -rf CMakeCache.txt CMakeFiles \;
   fi
 }
 
@@ -42,4 +42,14 @@ build() {
     die "the configuration failed"
   }
   (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"})
+}
+
+# forget_unused FOLDER: notes the end of a run in the folder, and removes what none of the last four runs, this one
+# included, has made or used. Using a file is touching it.
+forget_unused() {
+  local folder=$1 fifth
+  [ -d "$folder" ] || return 0
+  touch "$folder/run-$(date +%s)"
+  fifth=$(printf '%s\n' "$folder"/run-* | sort -r | sed -n 5p)
+  [ -z "$fifth" ] || find "$folder" -type f ! -newer "$fifth" -delete
 }

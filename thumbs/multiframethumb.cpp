@@ -23,7 +23,7 @@ constexpr int kFrameInterval = 1000; // milliseconds
 constexpr int kSpinInterval = 50;    // milliseconds
 constexpr int kSpinStep = 30;        // degrees; twelve steps a turn
 
-constexpr int kNothingDrawn = 10000; // in place of a height: more than any real window has, so nothing shrinks to it
+constexpr int kNothingDrawn = 10000; // instead of a height: larger than any window, so that nothing shrinks to it
 
 // The ring is designed in a square of 200 by 200 around the origin.
 constexpr qreal kDesignSize = 200.0;
@@ -46,7 +46,7 @@ void MultiFrameThumb::SetThumbs(QVector<QPixmap *> &x1, QVector<QPixmap *> &x2)
 {
     stopTimer(spinTimerId);
     busy = false;
-    // A timer that runs is kept: the first frame of the new series then lasts for what is left of its second.
+    // A running timer is kept: the first frame of the new series then lasts for the rest of the timer's second.
     if (frameTimerId == -1) {
         frameTimerId = startTimer(kFrameInterval, Qt::CoarseTimer);
     }
@@ -80,7 +80,7 @@ void MultiFrameThumb::SetBusy(bool b)
 void MultiFrameThumb::timerEvent(QTimerEvent *event)
 {
     if (event->timerId() == frameTimerId) {
-        // Also right without a series, where a click may have started the timer: the index stays at 0.
+        // A click may have started the timer without a series: the index then stays at 0.
         ++frameIndex;
         if (frameIndex >= thumbs1x.size()) {
             frameIndex = 0;
@@ -101,7 +101,7 @@ void MultiFrameThumb::mousePressEvent(QMouseEvent *event)
 
 void MultiFrameThumb::togglePause()
 {
-    // While busy a click starts the timer of a show nobody sees yet; the next SetThumbs keeps it.
+    // While busy a click starts the timer of a show that is not visible yet; the next SetThumbs keeps it.
     if (frameTimerId >= 0) {
         stopTimer(frameTimerId);
     } else {
@@ -131,7 +131,7 @@ int MultiFrameThumb::pixelRatio() const
 int MultiFrameThumb::paintFrame(QPainter &painter)
 {
     const QPixmap *frame = chooseFrame();
-    // A pixmap without pixels counts as nothing, or its height of 0 would fold the widget away for good.
+    // A pixmap without pixels counts as nothing: its height of 0 would shrink the widget to nothing for good.
     if (frame == nullptr || frame->isNull()) {
         return kNothingDrawn;
     }
@@ -142,12 +142,14 @@ int MultiFrameThumb::paintFrame(QPainter &painter)
     }
     const QSize fitting = frame->size().scaled(size(), Qt::KeepAspectRatio).expandedTo({1, 1});
     const QPixmap copy = scaledTo(fitting, *frame);
-    painter.drawPixmap(QRectF(placeOf(fitting), fitting), copy, QRectF(copy.rect()));
+    // Pixel for pixel: where its place ends within a pixel of the screen, that pixel is filled as well.
+    const QRectF place(placeOf(fitting), QSizeF(copy.size()) / devicePixelRatioF());
+    painter.drawPixmap(place, copy, QRectF(copy.rect()));
     return fitting.height();
 }
 
 /// The frame that suits the screen; null when paused, without a series, and where neither density has the frame.
-/// `highDensity` says which was chosen and stays as it was when none is.
+/// `highDensity` says which density was chosen; it stays as it was when none was.
 const QPixmap *MultiFrameThumb::chooseFrame()
 {
     if (frameTimerId == -1) {
@@ -166,15 +168,12 @@ const QPixmap *MultiFrameThumb::chooseFrame()
     return standard;
 }
 
-/// A copy of `frame` with the pixels that `fitting`, in units, has on this screen: as sharp as the screen is, however
-/// few the units are.
+/// A copy of `frame`, scaled to the pixels that `fitting`, in units, has on this screen: as sharp as the screen.
 QPixmap MultiFrameThumb::scaledTo(const QSize &fitting, const QPixmap &frame) const
 {
     const qreal ratio = devicePixelRatioF();
     const QSize pixels(qCeil(fitting.width() * ratio), qCeil(fitting.height() * ratio));
-    QPixmap copy = frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    copy.setDevicePixelRatio(1); // Where it lies is said when it is drawn.
-    return copy;
+    return frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QPointF MultiFrameThumb::placeOf(const QSize &picture) const
@@ -186,19 +185,17 @@ QPointF MultiFrameThumb::placeOf(const QSize &picture) const
     return QPoint(width() / 2 - picture.width() / 2, height() / 2 - picture.height() / 2);
 }
 
-/// Takes away the room below the picture for good: the widget never grows back by itself.
+/// Shrinks the widget to the picture's height, for good: the widget never grows back by itself.
 void MultiFrameThumb::shrinkToHeight(int limit)
 {
     if (height() > limit) {
-        setFixedHeight(limit);
-        updateGeometry();
+        setFixedHeight(limit); // which tells the layout
     }
 }
 
 void MultiFrameThumb::paintBusyRing(QPainter &painter)
 {
-    const int ratio = pixelRatio();
-    highDensity = ratio > 1;
+    highDensity = pixelRatio() > 1;
     painter.setRenderHint(QPainter::Antialiasing);
 
     const int size = std::min(width() / 4, height() / 4);
@@ -216,12 +213,11 @@ void MultiFrameThumb::paintBusyRing(QPainter &painter)
         picture = generatePixmap(highDensity ? 2 * size : size);
         QPixmapCache::insert(key, picture);
     }
-    picture.setDevicePixelRatio(ratio);
     painter.translate(QPoint(width() / 2 - size / 2, height() / 2 - size / 2));
     painter.drawPixmap(QRect(0, 0, size, size), picture);
 }
 
-/// Draws the ring as it is turned now, on a transparent square of `size` pixels.
+/// Draws the ring at its current angle, on a transparent square of `size` pixels.
 QPixmap MultiFrameThumb::generatePixmap(int size)
 {
     QPixmap picture(size, size);

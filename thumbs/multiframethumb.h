@@ -19,11 +19,11 @@ class QPainter;
 ///
 /// Empty and Paused paint nothing: a paused frame stays on screen only until something has the widget painted again.
 ///
-/// Pixmaps are never owned, made or deleted. The vectors are shallow copies, so whoever owns the pixmaps calls
-/// ClearThumbs before deleting them, or at the latest before control returns to the event loop, where the next paint
-/// would follow the pointers. A null pointer is a frame that could not be read, and paints nothing.
+/// It does not own the pixmaps, and the vectors are shallow copies. So the owner of the pixmaps calls ClearThumbs
+/// before it deletes them, or at the latest before control returns to the event loop, where the next paint would use
+/// the pointers. A null pointer is a frame that could not be read, and paints nothing.
 ///
-/// The fields are facts for callers and tests to read; the slots keep them consistent. Main thread only.
+/// The fields are for callers and tests to read; the slots keep them consistent. Main thread only.
 class MultiFrameThumb : public QWidget
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ class MultiFrameThumb : public QWidget
 public:
     explicit MultiFrameThumb(QWidget *parent = nullptr);
 
-    /// 64 x 64: room enough for a ring that can be seen to turn.
+    /// 64 x 64: enough room for a ring whose turning can be seen.
     [[nodiscard]] QSize minimumSizeHint() const override;
 
     void timerEvent(QTimerEvent *event) override;
@@ -39,7 +39,7 @@ public:
     void mousePressEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
-    /// Pauses a running show or resumes a stopped one. No repaint is asked for.
+    /// Pauses a running show or resumes a stopped one. Does not repaint.
     void togglePause();
 
     QVector<QPixmap *> thumbs1x; ///< frames for screens of standard density, in display order

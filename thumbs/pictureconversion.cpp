@@ -22,7 +22,7 @@ struct PlanarRow
     const std::uint8_t *luma = nullptr;
     const std::uint8_t *cb = nullptr;
     const std::uint8_t *cr = nullptr;
-    std::int64_t columns = 0; // pixels for which all three are there
+    std::int64_t columns = 0; // pixels that have all three
 };
 
 PlanarRow planarRow(const BridgeImage &picture, ChromaRows chroma, int row)
@@ -60,7 +60,7 @@ void convertPlanes(const BridgeImage &picture, ChromaRows chroma, QImage &rgb)
             chromaRow.assign(samples.cb, samples.cr, (columns + 1) / 2);
             assigned = samples.cb;
         }
-        // A negative channel wraps to its low eight bits. Thumbnails have always been made so.
+        // A negative channel wraps to its low eight bits, as thumbnails have always been made.
         chromaRow.toRgb(samples.luma, columns, rgb.scanLine(row));
     }
 }

@@ -6,8 +6,8 @@ struct BridgeImage;
 
 namespace quorvale {
 
-/// The picture as red, green and blue bytes (QImage::Format_RGB888), at its decoded size. The planes are only read,
-/// and nothing of them is kept.
+/// The picture as red, green and blue bytes (QImage::Format_RGB888), at its decoded size. Copies what it needs of the
+/// planes.
 ///
 /// RGB24 is copied; 4:2:0 and 4:2:2 planes of 8 bits, full range or not, go through the arithmetic of `yuv2rgb`, with
 /// negative channels wrapped to their low eight bits. The bytes of any other layout are shown as if they were RGB24,

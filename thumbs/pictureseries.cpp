@@ -13,7 +13,7 @@ PictureSeries::PictureSeries(FFVideo &video, const std::vector<int> &frames)
 
 bool PictureSeries::read(int frame, BridgeImage &image)
 {
-    // Back, an FFVideo goes by its table, and may find another picture in a damaged recording.
+    // To go back, an FFVideo uses its table, and may find another picture in a damaged recording.
     if (frame <= m_last)
         m_exact.reset();
     m_last = frame;
@@ -37,15 +37,17 @@ PictureSeries::Outcome PictureSeries::readExactly(int frame, BridgeImage &image)
     case ExactReader::Answer::PastEnd:
         return missingPicture(frame, image);
     case ExactReader::Answer::NotProven:
+        break;
     case ExactReader::Answer::Failed:
+        m_exact.reset(); // which gives its memory back, of which the two have as much as one
         break;
     }
     return Outcome::Unknown;
 }
 
 // An FFVideo that comes from an earlier picture counts the step that finds the end of the file, and delivers the last
-// picture again, once. For a picture farther away it goes back and looks again: in a recording without a doubtful
-// packet it comes to the same end; in a damaged one a seek can land elsewhere, and there be such a picture.
+// picture again, once. For a picture farther on it goes back and decodes again. In a recording without doubts it
+// reaches the same end; in a damaged one a seek can land elsewhere, and such a picture may exist.
 PictureSeries::Outcome PictureSeries::missingPicture(int frame, BridgeImage &image)
 {
     const std::int64_t pictures = m_exact->pictureCount().value_or(0);
@@ -58,7 +60,7 @@ PictureSeries::Outcome PictureSeries::missingPicture(int frame, BridgeImage &ima
     return frame > pictures && m_exact->isSound() ? Outcome::Missing : Outcome::Unknown;
 }
 
-// From the same place as if it had read all pictures so far.
+// The FFVideo first seeks the pictures that were delivered, so that it starts where it would after reading them.
 bool PictureSeries::readLiterally(int frame, BridgeImage &image)
 {
     for (const int delivered : m_delivered)

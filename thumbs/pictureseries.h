@@ -10,16 +10,16 @@ struct BridgeImage;
 
 namespace quorvale {
 
-/// Delivers pictures of one recording exactly as FFVideo::Read would that is asked for the same ones, one after the
-/// other, and decodes less: it asks an ExactReader, and the FFVideo itself where that refuses.
+/// Delivers the pictures of one recording that FFVideo::Read would deliver if it were asked for the same numbers in the
+/// same order, and decodes less: it asks an ExactReader, and the FFVideo when that refuses.
 class PictureSeries
 {
 public:
-    /// `video`: opened quickly, and not yet read from; borrowed. From now on it may stand elsewhere than where the
-    /// pictures were read. `frames`: the numbers that will be asked for.
+    /// `video`: opened quickly, and not yet read from; borrowed. Its position may differ from that of the last picture.
+    /// `frames`: the numbers that will be asked for.
     PictureSeries(FFVideo &video, const std::vector<int> &frames);
 
-    /// Picture number `frame` into `image`, which must hold no planes; false where FFVideo::Read fails.
+    /// Copies picture number `frame` into `image`, which must hold no planes; false when FFVideo::Read would fail.
     bool read(int frame, BridgeImage &image);
     [[nodiscard]] ExactCounters counters() const { return m_exactCounters; }
 

@@ -17,7 +17,7 @@ bool PostedEvents::processEvents(QEventLoop::ProcessEventsFlags flags)
         lock.lock();
         m_woken.wait(lock, [this] { return m_isAwake; });
     }
-    // What was posted is delivered by the next round, which comes at once: a loop asks until it is to end.
+    // The next round, which follows at once, delivers what was posted.
     return std::exchange(m_isAwake, false);
 }
 

@@ -7,10 +7,10 @@
 
 namespace quorvale {
 
-/// The event loop of a thread that waits for posted events and for nothing else. Qt's own one keeps a descriptor to be
-/// woken by; a thread that idles to the end of the program with this one costs none. It has no timers (a timer of 0
-/// that posts a call is none) and no sockets: both are refused with a warning. Given to a thread before it starts,
-/// which then owns it. wakeUp() and interrupt() may be called by any thread.
+/// The event loop of a thread that waits for posted events only. Qt's own loop keeps a descriptor for each idle thread;
+/// this one needs none. It refuses timers and sockets with a warning (a single shot of 0 ms is a posted call, not a
+/// timer). Give it to a thread before that starts; the thread then owns it. Any thread may call wakeUp() and
+/// interrupt().
 class PostedEvents : public QAbstractEventDispatcher
 {
 public:

@@ -16,11 +16,11 @@ namespace {
 
 std::unique_ptr<ScanThreads> theInstance;
 
-// Runs while the application object is being destroyed: later, a pixmap made by a scan would abort the process.
+// Runs while the application object is being destroyed: a scan that made a pixmap later would abort the process.
 void endAtExit()
 {
-    if (theInstance && !theInstance->end())
-        theInstance.release(); // NOLINT(bugprone-unused-return-value): a thread that hangs still refers to it.
+    if (theInstance)
+        theInstance->end(); // A thread that hangs does without it.
     theInstance.reset();
 }
 
@@ -39,32 +39,38 @@ ScanThreads &ScanThreads::instance()
 void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
 {
     const auto emitted = std::make_shared<SeriesList>();
-    scanner->noteSeriesIn(emitted);
+    scanner->noteSeriesIn(noteFor(emitted));
     m_scans.append({thread, scanner, emitted});
     thread->setEventDispatcher(new PostedEvents); // owned by the thread
     connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }
 
-void ScanThreads::claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2)
+void ScanThreads::claim(const QVector<QPixmap *> &x1)
 {
     if (!x1.isEmpty())
-        m_claimed.append({QString(), x1, x2});
+        m_claimed.append(x1);
 }
 
-// A series was claimed as often as its pixmaps' addresses were; the others are still on their way to somebody.
-void ScanThreads::deleteUnclaimed(const SeriesList &emitted)
+// The same list for the scanner. The scanner lets go of it on its own thread, after it has posted all of its series:
+// the call that is posted then comes after them, and nothing has to be connected.
+std::shared_ptr<ScanThreads::SeriesList> ScanThreads::noteFor(const std::shared_ptr<SeriesList> &emitted)
+{
+    const auto postForget = [this, emitted](SeriesList *) {
+        QMetaObject::invokeMethod(
+            this, [this, emitted] { forgetClaimed(*emitted); }, Qt::QueuedConnection);
+    };
+    return {emitted.get(), postForget};
+}
+
+// Addresses can repeat, so a series counts as claimed as often as its addresses were claimed. The others have no owner.
+void ScanThreads::forgetClaimed(SeriesList &emitted)
 {
     SeriesList unclaimed;
-    for (const ThumbnailEntry &series : emitted) {
-        const auto claimed = std::find_if(m_claimed.begin(), m_claimed.end(), [&](const ThumbnailEntry &entry) {
-            return entry.x1 == series.x1 && entry.x2 == series.x2;
-        });
-        if (claimed != m_claimed.end())
-            m_claimed.erase(claimed);
-        else
+    for (const ThumbnailEntry &series : std::as_const(emitted)) {
+        if (!m_claimed.removeOne(series.x1))
             unclaimed.append(series);
     }
-    deleteThumbnails(unclaimed);
+    emitted = unclaimed;
 }
 
 bool ScanThreads::end(int patienceMs)
@@ -83,7 +89,8 @@ bool ScanThreads::end(int patienceMs)
     for (const Scan &scan : std::as_const(m_scans)) {
         delete scan.scanner.data();
         delete scan.thread.data();
-        deleteUnclaimed(*scan.emitted);
+        forgetClaimed(*scan.emitted);
+        deleteThumbnails(*scan.emitted); // which empties it
     }
     m_scans.clear();
     m_claimed.clear();

@@ -14,8 +14,8 @@ namespace quorvale {
 
 /// The threads on which scans run or have run, from their start to the end of the program.
 ///
-/// A window starts scans and may go before they do. Idle threads stay until end(); so do the series that were on their
-/// way to a window that has gone, since nobody but this object knows of them then. Main thread only.
+/// A window starts scans and may be closed before they end. Idle threads stay until end(). So do series that were on
+/// their way to a window that has gone: only this object knows of them. Main thread only.
 class ScanThreads : public QObject
 {
     Q_OBJECT
@@ -24,19 +24,21 @@ public:
     /// How long the end of the program waits for a scan that hangs on a dying disk.
     static constexpr int kPatienceAtExitMs = 3000;
 
-    /// The process's one object. It lives as long as the application object, whose end ends the scans if nobody did.
+    /// The only object in the process. It lives as long as the application object, whose end also ends the scans.
     static ScanThreads &instance();
 
-    /// Takes note of a scan before it starts, and gives its thread an event loop that costs no descriptor. Neither
-    /// object is owned, and nothing is connected to the scanner's signals.
+    /// Registers a scan before it starts, and gives its thread an event loop that needs no descriptor. Owns neither
+    /// object, and connects nothing to the scanner's signals.
     void add(QThread *thread, ThumbnailScanner *scanner);
 
-    /// Says that the series of these pixmaps has arrived and has an owner.
-    void claim(const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2);
+    /// Says that the series with these small pixmaps has arrived and has an owner. Both the series and the claim are
+    /// forgotten when the scanner has gone, which is after all of its series have arrived.
+    void claim(const QVector<QPixmap *> &x1);
+    [[nodiscard]] int openClaims() const { return int(m_claimed.size()); }
 
     /// Asks every scan to halt at its next file, ends the threads and waits for them, together up to `patienceMs`
     /// milliseconds, then deletes scanners, threads and every series that nobody claimed. False when a thread did not
-    /// end in time: it hangs in the file system, and whoever ends the process must not wait for it.
+    /// end in time: it hangs in the file system, and the end of the process must not wait for it.
     bool end(int patienceMs = kPatienceAtExitMs);
 
 signals:
@@ -46,7 +48,8 @@ signals:
 private:
     using SeriesList = QVector<ThumbnailEntry>;
 
-    void deleteUnclaimed(const SeriesList &emitted);
+    std::shared_ptr<SeriesList> noteFor(const std::shared_ptr<SeriesList> &emitted);
+    void forgetClaimed(SeriesList &emitted);
 
     struct Scan
     {
@@ -56,7 +59,7 @@ private:
     };
 
     QVector<Scan> m_scans;
-    SeriesList m_claimed; ///< without their paths; an address can come again when its pixmap was deleted
+    QVector<QVector<QPixmap *>> m_claimed; ///< an address can come again when its pixmap was deleted
 };
 
 } // namespace quorvale

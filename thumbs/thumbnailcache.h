@@ -17,6 +17,6 @@ struct ThumbnailEntry
 /// The first entry of `cache` whose path is exactly `path`.
 std::optional<ThumbnailEntry> findThumbnails(const QVector<ThumbnailEntry> &cache, const QString &path);
 
-/// Deletes every pixmap that `cache` owns and empties it. Widgets that show them must have been emptied, or must be
-/// before control returns to the event loop.
+/// Deletes every pixmap that `cache` owns and empties it. Widgets that show them must be emptied before control returns
+/// to the event loop.
 void deleteThumbnails(QVector<ThumbnailEntry> &cache);

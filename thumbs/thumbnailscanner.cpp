@@ -15,7 +15,7 @@ using namespace quorvale;
 
 namespace {
 
-// No picture from here on is taken: at 25 a second, half a minute shows what a recording is.
+// Pictures are taken before this number only: at 25 a second, half a minute shows what a recording is.
 constexpr std::int64_t kFrameLimit = 900;
 
 // A picture and its planes.
@@ -31,7 +31,7 @@ struct OwnedPicture : BridgeImage
     OwnedPicture &operator=(const OwnedPicture &) = delete;
 };
 
-// Picture number `frame` in red, green and blue; null where it cannot be had.
+// Picture number `frame` in red, green and blue; null when it cannot be read.
 QImage readPicture(PictureSeries &series, int frame)
 {
     OwnedPicture picture;
@@ -78,7 +78,7 @@ void ThumbnailScanner::processFile(const QString &file)
     }
 }
 
-// Of a series that goes forward.
+// The numbers of the pictures, if they ascend.
 std::vector<int> ThumbnailScanner::wantedFrames() const
 {
     std::vector<int> frames;
@@ -97,7 +97,7 @@ void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, Q
             std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
             return;
         }
-        // A read can hang on a dying disk for longer than the program waits for it; a pixmap would then abort.
+        // A read can hang on a dying disk for longer than the program waits for it; to make a pixmap would then abort.
         if (!QCoreApplication::instance() || QCoreApplication::closingDown())
             return;
         const auto scaled = [&](int rows) { return scaledTo(thumbnailSize(display, picture.size(), rows), picture); };
@@ -105,6 +105,6 @@ void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, Q
         large.append(new QPixmap(QPixmap::fromImage(scaled(kLargeRows)))); // likewise
         large.last()->setDevicePixelRatio(2.0);
         if (frameStep == 0)
-            return; // the same picture for ever
+            return; // otherwise the same picture again, for ever
     }
 }

@@ -31,14 +31,14 @@ public:
     std::int32_t firstFrame = 150; ///< number of the first picture taken from each recording
     std::int32_t frameStep = 150;  ///< from one picture taken to the next
 
-    /// Has every series noted in `emitted` before it is emitted. Whoever gave the list looks at it only once the
-    /// scanner's thread has ended.
+    /// Adds every series to `emitted` before it is emitted. The caller looks at the list only after the scanner's
+    /// thread has ended.
     void noteSeriesIn(std::shared_ptr<QVector<ThumbnailEntry>> emitted) { m_emitted = std::move(emitted); }
 
 signals:
     /// One recording that could be opened. `file` as in `files`; `small` and `large`: as many pixmaps each, in the
-    /// order of the pictures, possibly none. The pixmaps are made with `new` and owned by the receiver; where no one is
-    /// connected, the scanner frees them.
+    /// order of the pictures, possibly none. The pixmaps are made with `new` and owned by the receiver; without a
+    /// receiver the scanner frees them.
     void gotThumbs(QString file, QVector<QPixmap *> small, QVector<QPixmap *> large);
     /// One recording that could not be opened.
     void missingVideo(QString file);
@@ -48,7 +48,7 @@ signals:
 public slots:
     /// Handles one recording and posts the next call, or says that it has finished.
     void process();
-    /// Stops before the next recording; the one in hand is completed.
+    /// Stops before the next recording; the current one is completed.
     void halt();
 
 private:
@@ -56,5 +56,5 @@ private:
     [[nodiscard]] std::vector<int> wantedFrames() const;
     void takePictures(FFVideo &video, QVector<QPixmap *> &small, QVector<QPixmap *> &large) const;
 
-    std::shared_ptr<QVector<ThumbnailEntry>> m_emitted; ///< null where nobody wants to know
+    std::shared_ptr<QVector<ThumbnailEntry>> m_emitted; ///< null if noteSeriesIn() was not called
 };

@@ -6,7 +6,7 @@ namespace quorvale {
 
 ThumbnailSize thumbnailSize(QSize display, QSize decoded, int rows)
 {
-    // A stream whose size was not known when it was opened has no display shape either.
+    // A stream whose size was unknown when it was opened has no display shape either.
     if (display == decoded || display.isEmpty())
         return {QSize(rows * 4 / 3, rows), Qt::KeepAspectRatio};
 

@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// How a picture is scaled to a thumbnail: to exactly `size`, or to the largest size of its own shape within it.
+/// How a picture is scaled to a thumbnail: to exactly `size`, or to the largest size of its own shape inside it.
 struct ThumbnailSize
 {
     QSize size;
@@ -26,7 +26,7 @@ constexpr int kLargeRows = 240;
 /// Bound for files that claim an absurd pixel shape, about thirty times as wide as high.
 constexpr int kWidestThumbnail = 8192;
 
-/// A smoothly scaled copy; null where `picture` is. Any thread.
+/// A smoothly scaled copy; null if `picture` is. Any thread.
 [[nodiscard]] QImage scaledTo(const ThumbnailSize &thumbnail, const QImage &picture);
 
 } // namespace quorvale

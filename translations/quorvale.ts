@@ -217,14 +217,6 @@ DVR browser
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>other pictures are being made: click the device again later</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>click the device again to have pictures made</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>Play</source>
         <translation type="unfinished"></translation>
     </message>

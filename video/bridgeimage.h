@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// Layout of a picture's planes. The numbers are fixed: they are kept in settings and handed across libraries.
-/// The comment names the libavutil format; see pixelformats.cpp for which way each of them is understood.
+/// Layout of a picture's planes. The numbers are fixed: settings keep them, and other libraries get them.
+/// The comment names the libavutil format; pixelformats.cpp says in which direction each one is translated.
 enum FFPixelFormat : std::int32_t {
     FF_PIX_ARGB = 0,
     FF_PIX_RGBA = 1,
@@ -32,10 +32,10 @@ enum FFPixelFormat : std::int32_t {
     FF_PIX_NONE = 24,
 };
 
-/// One decoded picture, copied out of the decoder. A plain value; whoever holds it owns the planes.
+/// One decoded picture, copied out of the decoder. A plain value; the holder owns the planes.
 ///
-/// `FFVideo::Read` allocates each plane with `new[]` and never frees what the structure held before: the holder
-/// frees every plane that is not null with `delete[]` before the structure is filled again or dropped.
+/// `FFVideo::Read` allocates each plane with `new[]` and never frees what the structure held before: the holder frees
+/// every plane that is not null with `delete[]` before the structure is filled again or destroyed.
 struct BridgeImage
 {
     std::int32_t width = 0; ///< pixels, as decoded: the sample aspect ratio is not applied

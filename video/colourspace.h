@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// Matrix of a video's colours, beside libavutil's number for it.
+/// Matrix of a video's colours. The comment is libavutil's number for it.
 enum FFColourSpace : std::int32_t {
     FF_CS_RGB = 0,         ///< 0
     FF_CS_BT709 = 1,       ///< 1

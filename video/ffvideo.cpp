@@ -11,7 +11,7 @@ extern "C" {
 
 using namespace quorvale;
 
-// ffvideo.h does without FFmpeg's headers and spells these out.
+// ffvideo.h does not include FFmpeg's headers and has these as plain numbers.
 static_assert(AV_PIX_FMT_NONE == -1 && AVCOL_SPC_UNSPECIFIED == 2);
 
 bool FFVideo::registered = false;
@@ -25,7 +25,7 @@ FFVideo::FFVideo()
 FFVideo::~FFVideo()
 {
     Close();
-    releaseFile(); // what an Open that failed half-way has left
+    releaseFile(); // after an Open that failed half-way
     av_frame_free(&frame);
 }
 

@@ -27,9 +27,9 @@ enum FFAudioFormat : std::int32_t {
 /// Reads one video file by picture number.
 ///
 /// Opening finds the best video stream and, where there is one, the best audio stream, and records the facts below.
-/// Pictures are counted as the decoder hands them out when it is fed the file from its start; at the end of the file
-/// it is not drained, so the pictures it still holds back do not exist. A table of key pictures, filled while
-/// decoding, is what seeking goes by.
+/// Pictures are counted as the decoder outputs them when it gets every packet from the file's start. At the end of the
+/// file it is not drained: pictures that it still holds back do not exist. Seeking uses a table of key pictures, which
+/// is filled while decoding.
 ///
 /// Everything the fields point to belongs to the object. Not thread-safe: one FFVideo belongs to one thread at a time.
 class FFVideo
@@ -146,7 +146,7 @@ public:
     /// Replaces the table by a copy of `table`; false for null. For a closed reader, before Open.
     bool SetKeyTable(const KeyFrameTable *table);
 
-    /// Makes picture `target` the current one; false where it cannot be reached.
+    /// Makes picture `target` the current one; false if it cannot be reached.
     bool seekToFrame(int target);
     /// Makes the key picture `stepsBack` rows before the nearest one at or before `target` the current one, or an
     /// earlier one where it cannot be reached, or `target` itself where that is ahead without a seek.
@@ -198,5 +198,5 @@ private:
     int finishAudio(AudioStatus status);
 
     quorvale::ffmpeg::FramePtr m_spare;              // receives what a packet completes beside its first picture
-    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec
+    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec and of whoever reads the file beside it
 };

@@ -42,14 +42,14 @@ SampleKind sampleKindOf(AVSampleFormat format)
     }
 }
 
-// Planar samples of 32-bit integers are left out on purpose and handed over as the first plane alone.
+// Planar samples of 32-bit integers are missing on purpose: only their first plane is delivered.
 bool isInterleavedHere(AVSampleFormat format)
 {
     return format == AV_SAMPLE_FMT_U8P || format == AV_SAMPLE_FMT_S16P || format == AV_SAMPLE_FMT_FLTP ||
            format == AV_SAMPLE_FMT_DBLP;
 }
 
-// Bytes of one plane that hold samples; the only plane, where the format is packed.
+// Bytes of samples in one plane; a packed format has one plane only.
 std::int64_t planeBytes(const AVFrame &piece)
 {
     const auto format = static_cast<AVSampleFormat>(piece.format);
@@ -57,8 +57,8 @@ std::int64_t planeBytes(const AVFrame &piece)
     return std::int64_t{piece.nb_samples} * av_get_bytes_per_sample(format) * channels;
 }
 
-// What part of a decoded piece goes out, in the terms that Open found. A stream can change its format later; then
-// what the piece cannot fill stays silent.
+// Which part of a decoded piece is delivered, in the format that Open found. A stream can change its format later; then
+// what the piece cannot fill is silence.
 struct Cut
 {
     std::int64_t firstSample = 0;
@@ -133,8 +133,8 @@ bool FFVideo::SetAudioRange(int startFrame, int endFrame)
     return reached;
 }
 
-// Decodes up to the piece in which the range begins, that piece included: what is left of the skip is applied to the
-// pieces that follow it. False where the file or the decoder ends before.
+// Decodes up to and including the piece in which the range begins: the rest of the skip is applied to the pieces that
+// follow it. False if the file or the decoder ends before.
 bool FFVideo::dropAudioBeforeRange()
 {
     const ffmpeg::FramePtr piece = ffmpeg::makeFrame();
@@ -225,7 +225,7 @@ int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
     return audioSamplesLeft > 0 ? FF_AUDIO_MORE : finishAudio(FF_AUDIO_END);
 }
 
-// Every ending leaves the file at its beginning, ready for the next picture or range.
+// However a range ends, the file is rewound, ready for the next picture or range.
 int FFVideo::finishAudio(AudioStatus status)
 {
     rewind(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
@@ -236,8 +236,8 @@ int FFVideo::finishAudio(AudioStatus status)
     return status;
 }
 
-// Back to the beginning of the file. A container that cannot be sought in one way can be in the other: MP4 has no byte
-// positions, for example.
+// Back to the beginning of the file. Some containers can be sought in one way only: MP4 has no byte positions, for
+// example.
 bool FFVideo::rewind(int flags)
 {
     return av_seek_frame(formatContext, videoStream, 0, flags) >= 0 ||

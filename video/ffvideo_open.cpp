@@ -2,7 +2,7 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
-#include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/probing.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/framecount.h"
@@ -27,9 +27,9 @@ bool startsWith(const char *text, const char *beginning)
     return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
 }
 
-bool isTooLarge(const AVCodecParameters &video)
+bool isTooLarge(const AVCodecParameters &video, const AVCodec &codec)
 {
-    return std::int64_t{video.width} * video.height > ffmpeg::kMostPixels;
+    return std::int64_t{video.width} * video.height > ffmpeg::mostPixelsOf(codec);
 }
 
 std::string tagText(std::uint32_t tag)
@@ -113,7 +113,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
     return true;
 }
 
-// Whether a table was loaded or set. Rows that Close discarded do not count, a completeness that it left behind does.
+// Whether a table was loaded or set. Rows that Close discarded do not count, a completeness that it left does.
 bool FFVideo::hasTable() const
 {
     return keyFrames.complete || rowsHeld(&keyFrames) > 0;
@@ -134,12 +134,13 @@ bool FFVideo::openVideo()
         return false;
     hasVideo = true;
     const AVStream &stream = *formatContext->streams[videoStream];
-    if (isTooLarge(*stream.codecpar))
+    if (isTooLarge(*stream.codecpar, *codec))
         return false;
 
     ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*stream.codecpar, stream.time_base, codec);
     if (!decoder)
         return false;
+    m_pictureBudget = ffmpeg::PictureBudget();
     m_pictureBudget.limit(*decoder);
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;
@@ -147,11 +148,14 @@ bool FFVideo::openVideo()
     return true;
 }
 
-// True where there is no audio, too. The video decoder stays as it is where the audio's does not open.
+// True where there is no audio, too; audio that nothing here decodes is none. The video decoder stays as it is where
+// the audio's does not open.
 bool FFVideo::openAudio()
 {
     const AVCodec *codec = nullptr;
     audioStream = ffmpeg::findBestStream(formatContext, AVMEDIA_TYPE_AUDIO, codec);
+    if (audioStream >= 0 && !ffmpeg::isWanted(*codec))
+        audioStream = AVERROR_DECODER_NOT_FOUND; // as where FFmpeg is without it
     hasAudio = audioStream >= 0;
     if (!hasAudio)
         return true;

@@ -8,8 +8,8 @@
 
 using namespace quorvale;
 
-// What is tried, in this order: staying put; one step; decoding forward from a place between the key picture and the
-// target; seeking to the key picture, or to an earlier one where that is missed, and decoding forward from there.
+// Tried in this order: to stay; one step; decoding forward from a picture between the key picture and the target;
+// seeking to the key picture, or to an earlier one if that is missed, and decoding forward from there.
 
 bool FFVideo::seekToFrame(int target)
 {
@@ -33,7 +33,7 @@ bool FFVideo::seekToFrame(int target)
 
     while (currentFrame < target) {
         stepForward();
-        // The number is looked at first: the step that finds the end of the file has been counted, too.
+        // The number is tested first: the step that finds the end of the file is counted, too.
         if (currentFrame < target && endOfStream)
             return false;
     }
@@ -57,8 +57,8 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
         if (row.frame == currentFrame)
             return true;
 
-        // K . . . c . t     c, the current picture, lies between the key picture and the target: going on from here
-        //                   is cheaper than decoding the same pictures again from K.
+        // K . . . c . t     c, the current picture, is between the key picture and the target: to go on from here is
+        //                   cheaper than to decode the same pictures again from K.
         if (row.frame < currentFrame && currentFrame < target) {
             while (!endOfStream && currentFrame < target)
                 stepForward();
@@ -72,7 +72,7 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
         if (landing == Landing::OnKeyFrame)
             return true;
         if (landing == Landing::Doubted) {
-            // The row before is tried, as if the one in doubt were the target.
+            // Tries the row before, as if the doubted picture were the target.
             if (row.frame == std::numeric_limits<std::int32_t>::min())
                 return false;
             target = row.frame - 1;
@@ -81,8 +81,8 @@ bool FFVideo::seekToNearestKeyFrame(int target, int stepsBack)
     }
 }
 
-// Raw HEVC has no timestamps to seek by; the next picture is the first one again. That the seek succeeds is taken for
-// granted on purpose: a raw stream has byte positions.
+// Raw HEVC has no timestamps to seek by; the next picture is the first one again. The result of the seek is ignored on
+// purpose: a raw stream has byte positions.
 void FFVideo::restartAtFirstByte()
 {
     av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
@@ -91,12 +91,12 @@ void FFVideo::restartAtFirstByte()
     endOfStream = false;
 }
 
-// Goes to where the row says. The position is not known then.
+// Seeks to the row's place. The position is unknown afterwards.
 bool FFVideo::seekTo(const KeyFrameEntry &row)
 {
     currentFrame = -1;
     endOfStream = false;
-    // Ahead, the timestamp of any packet is as good: what follows it has not been decoded yet in any case.
+    // Forward, any packet will do: nothing after it has been decoded yet.
     const int flags = row.seekDts > lastDts ? AVSEEK_FLAG_ANY : AVSEEK_FLAG_BACKWARD;
     if (av_seek_frame(formatContext, videoStream, row.seekDts, flags) < 0)
         return false;

@@ -7,8 +7,8 @@ using namespace quorvale;
 
 namespace {
 
-// A packet can be held by the decoder in several damaged pieces. More of them than this in one packet is a decoder that
-// fails without consuming anything.
+// A decoder can hold a packet in several damaged pieces. If it fails more often than this for one packet, it fails
+// without consuming anything.
 constexpr int kMostDamagedPictures = 64;
 
 } // namespace
@@ -57,25 +57,25 @@ void FFVideo::noteTimestamps(const AVPacket &packet, bool firstOfPicture)
     }
     if (firstDts == kNoTimestamp)
         firstDts = packet.dts;
-    // The timestamp before the picture's first packet, or before the key packet within it: a seek backward from
-    // there lands at or before the packets that the picture is made of.
+    // The timestamp of the packet before the picture's first one, or before the key packet in it: a seek back to it
+    // lands at or before the picture's packets.
     if (firstOfPicture || (packet.flags & AV_PKT_FLAG_KEY) != 0)
         seekDts = previousDts != kNoTimestamp ? previousDts : packet.dts;
 }
 
-// Feeds one packet and takes one picture; false where the packet completes none, or does not decode at all.
+// Sends one packet and receives one picture; false if the packet completes none, or does not decode.
 bool FFVideo::decode(const AVPacket &packet)
 {
     if (avcodec_send_packet(videoCodec, &packet) != AVERROR(EAGAIN))
         return receivePicture(*frame);
-    // The decoder holds a picture that must be taken before it accepts the packet. What the packet itself completes
-    // is then for the next step.
+    // The decoder holds a picture that must be received before it accepts the packet. What the packet itself completes
+    // is left to the next step.
     const bool heldOne = receivePicture(*frame);
     const bool accepted = avcodec_send_packet(videoCodec, &packet) >= 0;
     return heldOne || (accepted && receivePicture(*frame));
 }
 
-// Takes the next picture out of the decoder; damaged ones are passed over. False where it has none.
+// Receives the next picture from the decoder; skips damaged ones. False if it has none.
 bool FFVideo::receivePicture(AVFrame &picture)
 {
     for (int attempt = 0; attempt < kMostDamagedPictures; ++attempt) {
@@ -88,8 +88,8 @@ bool FFVideo::receivePicture(AVFrame &picture)
     return false;
 }
 
-// One packet can complete more than one picture. Each further one is a step of its own, and costs no packet.
-// Received beside `frame`, which at the end of the file keeps the last picture.
+// One packet can complete more than one picture. Each further one is a step of its own, without a packet.
+// Received into m_spare, because at the end of the file `frame` keeps the last picture.
 bool FFVideo::takeSparePicture()
 {
     if (!receivePicture(*m_spare))
@@ -99,7 +99,7 @@ bool FFVideo::takeSparePicture()
     return true;
 }
 
-// Counts the current picture, and enters it in the table where it is one to seek to.
+// Counts the current picture, and enters it in the table if one can seek to it.
 void FFVideo::recordPicture(std::int64_t arrivalDts)
 {
     const bool isKey = ffmpeg::isKeyFrame(*frame) || frame->pict_type == AV_PICTURE_TYPE_I;

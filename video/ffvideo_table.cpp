@@ -20,7 +20,7 @@ bool FFVideo::SetKeyTable(const KeyFrameTable *table)
 {
     if (!table)
         return false;
-    // Copied before anything is released: a table can be set on the reader that it comes from.
+    // Copied before anything is released: `table` may be this reader's own.
     KeyFrameTable copy;
     CopyKFT(&copy, table);
     ReleaseKFT(&keyFrames);
@@ -28,13 +28,13 @@ bool FFVideo::SetKeyTable(const KeyFrameTable *table)
     return true;
 }
 
-// From the furthest picture scanned to the end of the file.
+// Decodes from the last picture scanned to the end of the file.
 void FFVideo::completeSeekTable()
 {
     if (keyFrames.complete || !formatContext)
         return;
     const std::int64_t furthest = std::int64_t{keyFrames.frames} + FIRST_FRAME_INDEX - 1;
-    // Before the first row is made there is nothing to seek to, and nothing that needs a seek.
+    // Without a first row there is nothing to seek to, and no need to seek.
     if (!seekToNearestKeyFrame(saturateToInt32(furthest), 0) && !forceKeyEntry)
         return;
     while (!endOfStream)

@@ -6,11 +6,11 @@ struct AVRational;
 
 namespace quorvale {
 
-/// How many pictures a file should have, before any of them is counted: those of its duration at its frame rate, cut
-/// off and saturated, in single precision as it has always been shown.
+/// An estimate of a file's pictures before they are counted: duration times frame rate, truncated and saturated, in
+/// single precision as it has always been shown.
 ///
-/// `durationMicroseconds`: kNoTimestamp where it is not known; `stated`: the stream's own figure, which holds where
-/// the duration or the rate is not known (a denominator of 0).
+/// `durationMicroseconds`: kNoTimestamp if unknown; `stated`: the stream's own figure, the result if the duration or
+/// the rate is unknown (a denominator of 0).
 [[nodiscard]] std::int32_t likelyFrameCount(std::int64_t durationMicroseconds, AVRational rate, std::int64_t stated);
 
 } // namespace quorvale

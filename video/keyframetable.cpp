@@ -76,7 +76,7 @@ void AddEntry(KeyFrameTable *table, KeyFrameEntry entry)
 
 int GetEntryIndex(const KeyFrameTable *table, int frame)
 {
-    // Rows come from files, too, and need not ascend there: the scan ends at the first row that is too far.
+    // Rows from a file need not ascend: the search ends at the first row after the picture.
     const int rows = rowsHeld(table);
     int index = -1;
     while (index + 1 < rows && table->entries[index + 1].frame <= frame)

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// One row: where a key picture is and how a reader recognises that it got there.
-/// Timestamps are in the video stream's time base.
+/// One row: where a key picture is, and how a reader recognises it after a seek. Timestamps are in the video stream's
+/// time base.
 struct KeyFrameEntry
 {
     std::int32_t frame = 0;    ///< number of the key picture
@@ -13,7 +13,7 @@ struct KeyFrameEntry
 
 /// The key pictures of one video, found while decoding it. Plain data; the functions below own its memory.
 ///
-/// Nothing is released by itself: whoever holds a table calls `ReleaseKFT`.
+/// Nothing is released automatically: the holder of a table calls `ReleaseKFT`.
 /// Not thread-safe: a table belongs to one thread at a time.
 struct KeyFrameTable
 {
@@ -31,12 +31,12 @@ struct KeyFrameTable
 /// What the table held before is not freed.
 void InitialiseKFT(KeyFrameTable *table, const char *name, int capacity);
 
-/// Gives the table room for `newCapacity` rows and keeps as many as fit. `count` stays, even where it now exceeds the
-/// room; the functions here then go by the rows that exist.
+/// Gives the table room for `newCapacity` rows and keeps as many as fit. `count` stays, even if it is now larger than
+/// the room; the functions here then use the rows that exist.
 void ResizeKFT(KeyFrameTable *table, int newCapacity);
 
-/// Appends a row; room is doubled when there is none left. A row that does not lie after the last one is ignored,
-/// and so is every row of a null table or one without `entries`.
+/// Appends a row; the room is doubled when it is used up. Does nothing if the row is not after the last one, if `table`
+/// is null, or if it has no `entries`.
 void AddEntry(KeyFrameTable *table, KeyFrameEntry entry);
 
 /// Index of the last row at or before picture `frame`; -1 where there is none.
@@ -57,7 +57,7 @@ void ReleaseKFT(KeyFrameTable *table);
 ///     12 169200 172800
 ///
 /// False when the file cannot be opened or does not begin with the word KFT (with a line on stderr). Numbers are not
-/// validated, but rows that are announced and not there are not made up: `count` is what the file holds.
+/// validated; but `count` is the number of rows in the file, even if the file announces more.
 bool LoadKeyFrameTable(KeyFrameTable *table, const char *path);
 
 /// Writes the table to the text file `path`. False only when the file cannot be created.

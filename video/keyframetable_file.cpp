@@ -28,7 +28,7 @@ bool readHeader(std::FILE *file)
     return std::fscanf(file, "%254s\n", word.data()) == 1 && std::strcmp(word.data(), kHeaderWord) == 0;
 }
 
-// Reads up to `announced` rows. Memory follows the rows that are there, never the number that was announced.
+// Reads up to `announced` rows. Memory is allocated for the rows that exist, never for the announced number.
 std::vector<KeyFrameEntry> readRows(std::FILE *file, std::int32_t announced)
 {
     std::vector<KeyFrameEntry> rows;
@@ -67,7 +67,7 @@ bool LoadKeyFrameTable(KeyFrameTable *table, const char *path)
     std::int64_t frames = 0;
     std::int64_t announced = 0;
     int complete = 0;
-    // Figures that are missing or no numbers count as 0.
+    // Figures that are missing or not numbers count as 0.
     if (std::fscanf(file.get(), "%16" SCNd64 " %16" SCNd64 " %1d\n", &frames, &announced, &complete) != 3)
         complete = 0;
     const std::vector<KeyFrameEntry> rows = readRows(file.get(), saturateToInt32(announced));
@@ -103,7 +103,7 @@ bool SaveKeyFrameTable(KeyFrameTable *table, const char *path, bool markSaved)
         std::fprintf(file, "%d %" PRId64 " %" PRId64 "\n", entry.frame, entry.seekDts, entry.frameDts);
     }
 
-    // A full disk shows here at the latest. The table then still counts as unsaved.
+    // A full disk is noticed here at the latest; then the table still counts as unsaved.
     const bool failed = std::ferror(file) != 0;
     const bool written = std::fclose(file) == 0 && !failed;
     if (markSaved && written)

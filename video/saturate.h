@@ -5,10 +5,10 @@
 
 namespace quorvale {
 
-// Files state durations, rates and row numbers freely. A figure that does not fit its field becomes the nearest one
-// that does, instead of whatever the processor makes of it.
+// A file can state any duration, rate or row number. A figure that does not fit its field becomes the nearest one that
+// does, instead of undefined behaviour.
 
-/// `value`, or the nearer end of the 32-bit range where it does not fit.
+/// `value`, or the nearer end of the 32-bit range if it does not fit.
 [[nodiscard]] constexpr std::int32_t saturateToInt32(std::int64_t value)
 {
     using Range = std::numeric_limits<std::int32_t>;
@@ -19,7 +19,7 @@ namespace quorvale {
     return static_cast<std::int32_t>(value);
 }
 
-/// `value` without its fraction, saturated; 0 where `value` is not a number.
+/// `value` without its fraction, saturated; 0 if `value` is not a number.
 [[nodiscard]] constexpr std::int32_t truncateToInt32(float value)
 {
     using Range = std::numeric_limits<std::int32_t>;

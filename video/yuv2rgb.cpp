@@ -2,10 +2,10 @@
 
 namespace {
 
-// The centre is 127, not 128. Thumbnails have always been made so, and their bytes are compared.
+// The centre is 127, not 128, as thumbnails have always been made; their bytes are compared.
 constexpr int kChromaCentre = 127;
 
-// BT.709: the luma weights of red, green and blue, and what a full swing of chroma adds to red and blue.
+// BT.709: the luma weights of red, green and blue, and the largest amounts that chroma adds to red and blue.
 constexpr double kRedWeight = 0.2126;
 constexpr double kGreenWeight = 0.7152;
 constexpr double kBlueWeight = 0.0722;

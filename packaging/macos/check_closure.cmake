@@ -1,5 +1,5 @@
-# Fails where anything in a bundle names a library that is neither in the bundle nor the system's own: such a bundle runs
-# on the machine that made it, and a signature does not tell.
+# Fails if anything in a bundle names a library that is neither in the bundle nor the system's own. Such a bundle runs only
+# on the machine that made it, although its signature is valid.
 #
 #   cmake -DBUNDLE=Quorvale.app -P check_closure.cmake
 #
@@ -12,11 +12,11 @@ endif()
 file(REAL_PATH "${BUNDLE}" bundle)
 set(programs "${bundle}/Contents/MacOS")
 
-# read_load_commands(<file> <libraries> <rpaths>): the names of the libraries that <file> is linked to, and the folders
-# that it has them looked for in.
+# read_load_commands(<file> <libraries> <rpaths>): the names of the libraries that <file> is linked to, and the folders in
+# which it has them looked for.
 function(read_load_commands file libraries rpaths)
   execute_process(COMMAND ${LISTER} "${file}" OUTPUT_VARIABLE listing ERROR_QUIET RESULT_VARIABLE result)
-  if(NOT result MATCHES "^[0-9]+$") # What is no program or library makes it fail, too, and has no load commands.
+  if(NOT result MATCHES "^[0-9]+$") # It also fails for other files, which have no load commands.
     message(FATAL_ERROR "${LISTER} cannot be run: ${result}")
   endif()
   set(command "cmd (LC_[A-Z_]+)\n *cmdsize [0-9]+\n *(name|path) ([^\n]+) \\(offset [0-9]+\\)\n")
@@ -43,7 +43,7 @@ function(in_full path file result)
   set(${result} "${path}" PARENT_SCOPE)
 endfunction()
 
-# is_bundled(<path> <result>): whether <path> is a file of the bundle's, also by way of links.
+# is_bundled(<path> <result>): whether <path> is a file in the bundle, after links are followed.
 function(is_bundled path result)
   set(${result} FALSE PARENT_SCOPE)
   if(EXISTS "${path}" AND NOT IS_DIRECTORY "${path}")
@@ -78,12 +78,12 @@ endif()
 set(missing)
 foreach(file IN LISTS files)
   foreach(library IN LISTS libraries_of_${file})
-    if(library MATCHES "^(/usr/lib|/System)/") # The system keeps most of its own in a cache, not as files.
+    if(library MATCHES "^(/usr/lib|/System)/") # the system has most of its own in a cache, not as files
       continue()
     endif()
     set(candidates "${library}")
     if(library MATCHES "^@rpath/(.*)")
-      # Those of the program apply to what it loads.
+      # The program's folders apply to what it loads.
       set(candidates ${rpaths_of_${file}} ${program_rpaths})
       list(TRANSFORM candidates APPEND "/${CMAKE_MATCH_1}")
     endif()

@@ -3,8 +3,8 @@
 
 set(bundle "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/Quorvale.app")
 
-# Only the plugins that a window cannot do without. A full Qt has dozens more, some linked to libraries that are not
-# installed; without qt.conf these here are not looked for.
+# Only the plugins that a window needs: a full Qt has dozens more, some linked to libraries that are not installed.
+# Without qt.conf these would not be found.
 foreach(plugin IN ITEMS platforms/libqcocoa.dylib styles/libqmacstyle.dylib)
   cmake_path(GET plugin PARENT_PATH folder)
   file(MAKE_DIRECTORY "${bundle}/Contents/PlugIns/${folder}")
@@ -18,6 +18,6 @@ execute_process(COMMAND "${macdeployqt}" "${bundle}" -no-plugins -always-overwri
   COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND "${CMAKE_COMMAND}" "-DBUNDLE=${bundle}" -P "${closure_check}" COMMAND_ERROR_IS_FATAL ANY)
 
-# An ad-hoc signature names nobody, but without any the system refuses to start a program on Apple silicon.
+# An ad-hoc signature names nobody, but Apple silicon starts no program without a signature.
 execute_process(COMMAND codesign --force --deep --sign - "${bundle}" COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND codesign --verify --deep --strict "${bundle}" COMMAND_ERROR_IS_FATAL ANY)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# program.sh QUORVALE SAMPLEDISK SCREENSHOT FOLDER OWN OTHER: the program itself, on a virtual display with a small sample
-# disk: it shows a window that lists programmes, quits when asked to, and has saved its settings by then, in the file OWN.
-# The file OTHER beside it stays as it was.
+# program.sh QUORVALE SAMPLEDISK SCREENSHOT FOLDER OWN OTHER: runs the program on a virtual display with a small sample
+# disk: it lists programmes, quits when asked to, and saves its settings in the file OWN. The file OTHER next to it stays
+# as it was.
 set -euo pipefail
 program=$1 sampledisk=$2 screenshot=$3 folder=$4 own=$5 other=$6
 
@@ -26,7 +26,7 @@ printf '[Main]\nmount_point=%s\n' "$folder/disk" >"$settings"
 printf '[Main]\nmount_point=/nowhere\n' >"$not_its_own"
 cp "$not_its_own" "$folder/as_it_was"
 
-# The program runs in the background there; it leaves its exit code and what it says here.
+# The program runs in the background there; its exit code and output go to files here.
 cat >"$folder/program" <<SCRIPT
 #!/usr/bin/env bash
 code=0
@@ -40,7 +40,7 @@ unset QT_QPA_PLATFORM DISPLAY WAYLAND_DISPLAY
 
 [ -s "$folder/window.png" ] || fail "no picture of the window"
 [ "$(cat "$folder/code")" = 0 ] || fail "exit code $(cat "$folder/code")"
-# These recordings are too short for most of their pictures, which the scanner says; anything else is a fault.
+# These recordings are too short for most of their pictures, which the scanner reports; any other message is a fault.
 said=$(grep -v '^ThumbnailScanner - Could not read frame$' "$folder/said" || true)
 [ -z "$said" ] || fail "it said: $said"
 grep -q '^dateformat=ymd$' "$settings" || fail "the settings were not saved: $(cat "$settings")"

@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-/// Where things are in the program's window when it opens, measured on a window of this process.
+/// The places of widgets in the program's window when it opens, measured on a window of this process.
 struct WindowLayout
 {
     QSize window;
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] QImage look() const { return m_display.picture(m_window); }
     [[nodiscard]] bool click(QPoint place) const { return m_display.click(m_window, place); }
     [[nodiscard]] bool quit() const { return m_display.press(m_window, QStringLiteral("ctrl+q")); }
-    /// Waits for the end, for half a minute at most; nothing where it did not come or was a crash.
+    /// Waits for the end, for half a minute at most; nothing if it did not end, or crashed.
     std::optional<int> exitCode();
 
     [[nodiscard]] bool isRunning() const { return m_process.state() == QProcess::Running; }
@@ -53,7 +53,7 @@ public:
     [[nodiscard]] bool showsRing(const QImage &look) const;
     /// The pixels of the place where the pictures are.
     [[nodiscard]] QImage picture(const QImage &look) const;
-    /// The number in the picture that is shown; nothing where there is none.
+    /// The number in the picture that is shown; nothing if there is none.
     [[nodiscard]] std::optional<unsigned> shownNumber(const QImage &look) const;
 
 private:

@@ -1,6 +1,7 @@
 #include "app/descriptionexport.h"
 
 #include "archive/programme.h"
+#include "tests/support/testclass.h"
 
 #include "tests/support/testvolume.h"
 
@@ -174,5 +175,5 @@ void TestDescriptionExport::write_isSilent_whenTheFileCannotBeOpened()
     QCOMPARE(QDir(directory.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
 }
 
-QTEST_GUILESS_MAIN(TestDescriptionExport)
+TEST_CLASS(TestDescriptionExport, QCoreApplication)
 #include "tst_descriptionexport.moc"

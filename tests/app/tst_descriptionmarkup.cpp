@@ -1,6 +1,7 @@
 #include "app/descriptiondocument.h"
 #include "app/descriptionmarkup.h"
 #include "tests/app/countedpictures.h"
+#include "tests/support/testclass.h"
 
 #include <QImage>
 #include <QTextCursor>
@@ -190,7 +191,7 @@ void TestDescriptionMarkup::text_isShownWithoutMarkup_whereTablesAreTooMany()
     QCOMPARE(cellsIn(*document.rootFrame()), 0);
 }
 
-// A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is honest, and would be shown.
+// A JPEG's header can claim 65535 times 65535 pixels in 200 bytes; this one is true, and would be shown.
 void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
 {
     QImage picture(40, 30, QImage::Format_RGB32);
@@ -203,5 +204,5 @@ void TestDescriptionMarkup::picture_isNotDecoded_thatStandsInTheText()
     QCOMPARE(DescriptionDocument().resource(QTextDocument::ImageResource, url).value<QImage>().size(), QSize(1, 1));
 }
 
-QTEST_MAIN(TestDescriptionMarkup)
+TEST_CLASS(TestDescriptionMarkup, QApplication)
 #include "tst_descriptionmarkup.moc"

@@ -1,10 +1,11 @@
-// Descriptions made at random of what breaks parsers: however they come out, the words are those that Qt shows, and
-// the layout costs no more than it may.
+// Random descriptions, made of what breaks parsers: whatever they are, the words are those that Qt shows, and the cost
+// of the layout is bounded.
 
 #include "app/descriptiondocument.h"
 #include "app/descriptionmarkup.h"
 #include "tests/app/countedpictures.h"
 #include "tests/support/seededrandom.h"
+#include "tests/support/testclass.h"
 
 #include <QTextCursor>
 #include <QTextTable>
@@ -152,5 +153,5 @@ void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
           mostMeasured);
 }
 
-QTEST_MAIN(TestDescriptionMarkupRandom)
+TEST_CLASS(TestDescriptionMarkupRandom, QApplication)
 #include "tst_descriptionmarkup_random.moc"

@@ -1,6 +1,7 @@
-// Rows wider than their list: which part of a path goes, and that no title costs a scroll bar.
+// Rows wider than their list: which part of a path is left out, and that no title makes a scroll bar.
 
 #include "app/listdelegates.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QProxyStyle>
@@ -37,7 +38,7 @@ QImage rowOf(const Viewer &viewer, int row)
     return list->viewport()->grab(list->visualItemRect(list->topLevelItem(row))).toImage();
 }
 
-// Takes note of how rows are painted.
+// Records how rows are painted.
 class NotingStyle : public QProxyStyle
 {
 public:
@@ -122,8 +123,7 @@ void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
     ViewerFixture fixture;
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
     record.fileName = "long";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("short")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record, fixture.titled("short")});
     QListWidget *list = viewer.ui.summaryList;
     QVERIFY(QTest::qWaitForWindowExposed(&viewer));
     QVERIFY(!list->horizontalScrollBar()->isVisible());
@@ -132,5 +132,5 @@ void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
     QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
 }
 
-QTEST_MAIN(TestListDelegates)
+TEST_CLASS(TestListDelegates, QApplication)
 #include "tst_listdelegates.moc"

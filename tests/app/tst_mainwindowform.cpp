@@ -1,5 +1,6 @@
-// The form against the table of what it holds: every object, its class, its parent, its place, its properties.
+// The form's objects, compared with a table: the class, the parent, the place and the properties of each.
 
+#include "tests/support/testclass.h"
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
@@ -73,7 +74,7 @@ void TestMainWindowForm::form_holdsTheseObjects_inThisOrder()
     const auto named = [&](const QObject *parent) {
         QStringList found;
         for (const QObject *child : parent->children()) {
-            // The toolkit gives its own helpers names that begin with "qt_" or "_".
+            // Qt gives its own helpers names that begin with "qt_" or "_".
             const QString name = child->objectName();
             if (!name.isEmpty() && !name.startsWith("qt_") && !name.startsWith('_'))
                 found.append(describe(child));
@@ -254,5 +255,5 @@ void TestMainWindowForm::form_translatesItsTexts_inItsContext()
     QCOMPARE(m_ui.menuFile->title(), QString("MainWindow/File"));
 }
 
-QTEST_MAIN(TestMainWindowForm)
+TEST_CLASS(TestMainWindowForm, QApplication)
 #include "tst_mainwindowform.moc"

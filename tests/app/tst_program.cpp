@@ -34,7 +34,7 @@ public:
     {
     }
     bool create() { return ::mkfifo(m_path.constData(), 0600) == 0; }
-    /// Ends the wait of whoever opens the recording now, which is then found empty; false as long as nobody does.
+    /// Lets whoever is opening the recording now go on, with an empty file; false as long as nobody is.
     [[nodiscard]] bool answer() const
     {
         const int writer = ::open(m_path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -45,7 +45,7 @@ private:
     QByteArray m_path;
 };
 
-/// Waits until `holds` has been true once: what is seen on a screen need not be there at a second look.
+/// Waits until `holds` has been true once; it need not stay true.
 bool comesTrue(const std::function<bool()> &holds)
 {
     return QTest::qWaitFor(holds, kPatienceMs);
@@ -72,7 +72,7 @@ private slots:
     void start_takesAllDescriptors_thatItMayHave();
 
 private:
-    // Puts the sample disk, but for the recordings named, into a volume at the mount point.
+    // Puts the sample disk, without the recordings named, into a volume at the mount point.
     void mountSampleDisk(const QString &name, const QStringList &without = {}) const;
     [[nodiscard]] QString path(const QString &name) const { return m_mountPoint->filePath(name); }
     // Opens the window on the sample disk and waits for a programme's pictures.
@@ -206,7 +206,7 @@ void TestProgram::click_pausesThePictures_andAnotherResumesThem()
         QVERIFY(comesTrue([&] { return shownNumber().has_value(); }));
     }
     QVERIFY(paused);
-    // Nothing announces that nothing happens: two turns of a show that were still running.
+    // No event says that nothing happens, so this waits for as long as two frames of a running show.
     for (int look = 0; look < 20; ++look) {
         QTest::qWait(100);
         QCOMPARE(shownNumber(), paused);
@@ -280,7 +280,7 @@ void TestProgram::quit_endsTheScanAtTheNextFile_inTheMiddleOfIt()
     QVERIFY(comesTrue([&] { return !m_program->said().isEmpty(); })); // One recording is done, another begins.
     QVERIFY(m_program->quit());
     QCOMPARE(m_program->exitCode(), std::optional<int>(0));
-    // Each recording that was scanned says so; nothing else is said, and most were not.
+    // Each scanned recording writes one line; there is no other line, and most recordings were not scanned.
     const QByteArray said = m_program->said();
     const auto scanned = int(said.count(kUnreadable));
     QCOMPARE(said, kUnreadable.repeated(scanned));

@@ -1,4 +1,5 @@
 #include "app/programmetext.h"
+#include "tests/support/testclass.h"
 
 #include <QtTest>
 
@@ -36,7 +37,7 @@ private slots:
     void date_isTheWeekday_upToSixDaysBackAndAhead();
     void date_isNumeric_inTheChosenOrder_data();
     void date_isNumeric_inTheChosenOrder();
-    void date_isTheToolkitsText_withAnUnknownOrder();
+    void date_isQtsText_withAnUnknownOrder();
     void date_isEmpty_whenItDoesNotExist_data();
     void date_isEmpty_whenItDoesNotExist();
     void playPosition_isTruncatedAndUnpadded_data();
@@ -140,7 +141,7 @@ void TestProgrammeText::date_isNumeric_inTheChosenOrder()
     QTEST(recordedOn(QDate(2016, 7, 3), QDate(2026, 1, 1), dateFormat), "text");
 }
 
-void TestProgrammeText::date_isTheToolkitsText_withAnUnknownOrder()
+void TestProgrammeText::date_isQtsText_withAnUnknownOrder()
 {
     const QDate date(1995, 5, 20);
     for (const int unknown : {-1, 3, 77})
@@ -208,5 +209,5 @@ void TestProgrammeText::fileSize_changesUnit_at1GiB()
     QTEST(formatFileSize(kibibytes), "text");
 }
 
-QTEST_GUILESS_MAIN(TestProgrammeText)
+TEST_CLASS(TestProgrammeText, QCoreApplication)
 #include "tst_programmetext.moc"

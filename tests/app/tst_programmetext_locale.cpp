@@ -1,10 +1,11 @@
 #include "app/programmetext.h"
+#include "tests/support/testclass.h"
 
 #include <QtTest>
 
 using namespace quorvale;
 
-/// Dates where the system speaks German. An executable of its own: the toolkit reads the system's locale once.
+/// Dates where the system speaks German. A process of its own: Qt reads the system's locale once.
 class TestProgrammeTextLocale : public QObject
 {
     Q_OBJECT
@@ -67,5 +68,5 @@ void TestProgrammeTextLocale::date_keepsItsOrder_inAnyLanguage()
     QCOMPARE(formatRecordingDate(8, 3, 2016, DateOrder::YearFirst, today), QString("2016.03.08"));
 }
 
-QTEST_GUILESS_MAIN(TestProgrammeTextLocale)
+TEST_CLASS(TestProgrammeTextLocale, QCoreApplication)
 #include "tst_programmetext_locale.moc"

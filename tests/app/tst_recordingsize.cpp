@@ -1,4 +1,5 @@
 #include "app/recordingsize.h"
+#include "tests/support/testclass.h"
 
 #include "tests/support/testvolume.h"
 
@@ -83,5 +84,5 @@ void TestRecordingSize::size_isTheLargestNumber_beyondTwoTiB()
     QCOMPARE(recordingSizeKB(path), std::optional<int>(std::numeric_limits<int>::max()));
 }
 
-QTEST_APPLESS_MAIN(TestRecordingSize)
+TEST_CLASS(TestRecordingSize, quorvale::NoApplication)
 #include "tst_recordingsize.moc"

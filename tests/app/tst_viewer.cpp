@@ -1,5 +1,6 @@
 // The window as a whole: how it starts, what it is made of, how it follows disks, how it ends.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAbstractEventDispatcher>
@@ -119,7 +120,7 @@ void TestViewer::slots_standInThisOrder()
     }
     QCOMPARE(signatures,
              QStringList({"About()", "Preferences()",
-                          // One toolkit calls it a vector, the other a list.
+                          // Qt 5 calls it a vector, Qt 6 a list.
                           QMetaObject::normalizedSignature("SetThumbs(QString,QVector<QPixmap*>,QVector<QPixmap*>)"),
                           "exportMeta()", "openDVR()", "scanDrives()", "selectDevice(QTreeWidgetItem*,int)",
                           "collatedScan()", "openFinder()", "chooseProgramme(int)", "scanDone()"}));
@@ -189,8 +190,8 @@ void TestViewer::diskChanges_causeOneRescan_howeverMany()
     viewer.diskNotifier->Notify();
     for (const int delay : {300, 600, 900})
         QTimer::singleShot(delay, &viewer, [&] { viewer.diskNotifier->Notify(); });
-    // Timers expire in the order in which they are due, on a slow machine, too: this one after a second that begins
-    // with the first change, and before one that begins with the last.
+    // Timers expire in the order in which they are due, also on a slow machine: this one after a second that begins
+    // with the first change, and before a second that begins with the last.
     int rescansInTime = -1;
     QTimer::singleShot(1500, &viewer, [&] { rescansInTime = int(rebuilt.count()); });
     QTRY_COMPARE_WITH_TIMEOUT(rescansInTime, 1, 30000);
@@ -256,5 +257,5 @@ void TestViewer::destroy_endsCleanly_whileARescanIsDue()
     QCOMPARE(fixture.settings().value("Main/mount_point").toString(), fixture.path());
 }
 
-QTEST_MAIN(TestViewer)
+TEST_CLASS(TestViewer, QApplication)
 #include "tst_viewer.moc"

@@ -1,5 +1,6 @@
-// Reading is kind to people: names for screen readers, tab order, texts that do not fit, the system's keys.
+// Accessibility: names for screen readers, tab order, texts that do not fit, the system's keys.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QAccessible>
@@ -24,7 +25,7 @@ QList<QLineEdit *> fieldsOf(const Ui_MainWindow &ui)
     return {ui.programmeEdit, ui.channelEdit, ui.dateEdit, ui.timeEdit, ui.fileSizeEdit, ui.watchedEdit};
 }
 
-// The width of a field whose text just fits. The toolkit recommends room for seventeen "x"; the rest of what it
+// The width of a field whose text just fits. Qt recommends room for seventeen "x"; the rest of what it
 // recommends lies around the text.
 int fittingWidth(const QLineEdit &field)
 {
@@ -121,8 +122,7 @@ void TestViewerAccess::keys_areTheSystemsOwn()
 void TestViewerAccess::fieldTip_showsTheWholeText_onlyWhenItIsCutOff()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("Short")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("Short")});
     for (QLineEdit *field : fieldsOf(viewer.ui)) {
         field->setText("Short");
         QCOMPARE(tipAt(field, field->rect().center()), QString());
@@ -157,8 +157,7 @@ void TestViewerAccess::programmeTip_showsTheWholeTitle_onlyWhenItIsCutOff()
     const QString title = QString("word").repeated(60);
     RecordBytes record = fixture.titled(title.toUtf8());
     record.fileName = "long";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, fixture.titled("Short")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record, fixture.titled("Short")});
     QListWidget *list = viewer.ui.summaryList;
     const auto tipOf = [list](int row) {
         return tipAt(list->viewport(), QPoint(10, list->visualItemRect(list->item(row)).center().y()));
@@ -196,13 +195,12 @@ void TestViewerAccess::tip_showsMarkup_asItIs()
 void TestViewerAccess::items_carryNothingButTheirText()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     const QTreeWidgetItem *item = viewer.ui.deviceList->topLevelItem(0);
     QCOMPARE(item->columnCount(), 1);
     QVERIFY(item->toolTip(0).isEmpty());
     QVERIFY(!item->data(0, Qt::UserRole).isValid());
 }
 
-QTEST_MAIN(TestViewerAccess)
+TEST_CLASS(TestViewerAccess, QApplication)
 #include "tst_viewer_access.moc"

@@ -2,6 +2,7 @@
 // once for each density, for a process has but one.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -20,7 +21,7 @@
 
 namespace {
 
-// Least contrast of text and what is behind it that people with weak eyes can read, by the guidelines for the web.
+// Least contrast of text and its background that people with weak eyes can read, by the guidelines for the web.
 constexpr double kReadable = 4.5;
 
 // Luminance from 0, black, to 1, white, as those guidelines define it.
@@ -55,7 +56,7 @@ Shades shadesOf(QWidget &widget, const QRect &part)
     return shades;
 }
 
-// What below `root` a person could not read, frames left out.
+// The widgets below `root` whose text a person could not read.
 QStringList unreadable(const QWidget &root)
 {
     QList<QWidget *> written;
@@ -151,10 +152,10 @@ void TestViewerAppearance::texts_areReadable_withAnyColours()
     }
     QCOMPARE(inDialogs, QStringList());
 
-    // The colours are those that were asked for, everywhere: nothing glares out of a dark window.
+    // The colours are those that were asked for, everywhere: no part of a dark window is bright.
     const double average = luminance(viewer.grab().toImage().scaled(1, 1, {}, Qt::SmoothTransformation).pixel(0, 0));
     QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
 }
 
-QTEST_MAIN(TestViewerAppearance)
+TEST_CLASS(TestViewerAppearance, QApplication)
 #include "tst_viewer_appearance.moc"

@@ -2,6 +2,7 @@
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QMessageBox>
@@ -68,8 +69,7 @@ void TestViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
 {
     ViewerFixture fixture;
     const QByteArray name = "caf\xC3\xA9 \xFF%20 \"x\"";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled(name)}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled(name)});
     CapturedOutput errors(stderr);
     QTest::mouseClick(viewer.ui.openButton, Qt::LeftButton);
     QVERIFY(errors.text().startsWith("Opening file " + fixture.path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts\n"));
@@ -78,8 +78,7 @@ void TestViewerDesktop::openButton_namesTheRecordingOfTheListsRow()
 void TestViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     viewer.chooseProgramme(1); // shown, while row 0 stays current
     CapturedOutput errors(stderr);
     viewer.openFinder();
@@ -89,8 +88,7 @@ void TestViewerDesktop::openButton_usesTheListsRow_notTheShownProgramme()
 void TestViewerDesktop::openButton_waitsForTheRelease_onIt()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     CapturedOutput errors(stderr);
     QTest::mousePress(viewer.ui.openButton, Qt::LeftButton);
     QTest::mouseRelease(viewer.ui.openButton, Qt::LeftButton, Qt::NoModifier, QPoint(-50, -50));
@@ -100,8 +98,7 @@ void TestViewerDesktop::openButton_waitsForTheRelease_onIt()
 void TestViewerDesktop::openButton_doesNothing_withoutRecording()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     viewer.ui.summaryList->setCurrentRow(1);
     viewer.programmes.pop_back(); // The list may show more rows than there are programmes.
     CapturedOutput errors(stderr);
@@ -139,5 +136,5 @@ void TestViewerDesktop::aboutBox_saysThis()
     QCOMPARE(text, QString("Quorvale\nDVR browser\n") + QChar(0xA9) + QString(" 2016 The Quorvale Project\n"));
 }
 
-QTEST_MAIN(TestViewerDesktop)
+TEST_CLASS(TestViewerDesktop, QApplication)
 #include "tst_viewer_desktop.moc"

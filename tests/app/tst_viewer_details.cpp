@@ -1,5 +1,6 @@
 // The details panel of a real window on a real volume.
 
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QScopeGuard>
@@ -64,8 +65,7 @@ void TestViewerDetails::choose_fillsEveryField()
 void TestViewerDetails::choose_changesNothing_outsideTheList()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     viewer.chooseProgramme(1);
     for (const int row : {-1, 2, 100, INT_MAX, INT_MIN}) {
         viewer.chooseProgramme(row);
@@ -82,8 +82,7 @@ void TestViewerDetails::choose_showsTheDateRelativeToToday()
     record.year = today.year();
     record.month = today.month();
     record.day = today.day();
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({record});
     if (QDate::currentDate() != today)
         QSKIP("Midnight has just passed.");
     QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
@@ -95,8 +94,7 @@ void TestViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()
     RecordBytes bold = fixture.titled("bold"), plain = fixture.titled("plain");
     bold.description = "<b>all bold</b>";
     plain.description = "<body bgcolor='#ff0000'>all plain</body>"; // a text in the field, not the field's document
-    QVERIFY(TestVolume::create(fixture.path("disk"), {bold, plain}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({bold, plain});
     QCOMPARE(viewer.ui.detailsEdit->toPlainText(), QString("all bold"));
     QTextCursor cursor = viewer.ui.detailsEdit->textCursor();
     cursor.setPosition(3);
@@ -115,8 +113,7 @@ void TestViewerDetails::choose_showsTheWords_ofTablesInTablesWithoutEnd()
     ViewerFixture fixture;
     RecordBytes record = ViewerFixture::titled("a");
     record.description = "<b>words</b> " + QByteArray("<table><tr><td>").repeated(60) + "and more";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({record});
     QCOMPARE(viewer.ui.detailsEdit->toPlainText().simplified(), QString("words and more"));
 }
 
@@ -128,8 +125,7 @@ void TestViewerDetails::choose_showsTheDescription_inTheFieldsFont()
     QApplication::setFont(large, "QTextEdit");
     const auto restore = qScopeGuard([&] { QApplication::setFont(usual, "QTextEdit"); });
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QCOMPARE(viewer.ui.detailsEdit->font().pointSize(), 31);
     QCOMPARE(viewer.ui.detailsEdit->document()->defaultFont(), viewer.ui.detailsEdit->font());
 }
@@ -140,8 +136,7 @@ void TestViewerDetails::choose_showsLongTexts_fromTheirStart()
     RecordBytes record = fixture.titled(QByteArray("word ").repeated(200));
     record.fileName = "long";
     record.description = QByteArray("line<br>").repeated(120);
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, record}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({record, record});
     QTextEdit *details = viewer.ui.detailsEdit;
     QCOMPARE(viewer.ui.programmeEdit->cursorPosition(), 0);
     QVERIFY(details->verticalScrollBar()->maximum() > 0);
@@ -182,8 +177,7 @@ void TestViewerDetails::choose_showsNoFile_withoutMainFile()
 void TestViewerDetails::choose_namesTheRecording_onTheThumbnail()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("caf\xC3\xA9")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("caf\xC3\xA9")});
     QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), fixture.path("disk") + QString::fromUtf8("/DVR/RECS/caf\xC3\xA9.ts"));
 }
 
@@ -200,8 +194,7 @@ void TestViewerDetails::choose_showsTheRing_untilTheRecordingHasPictures()
 void TestViewerDetails::choose_showsTheFirstSeries_ofExactlyThisPath()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("ONE")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("ONE")});
     const QString path = fixture.path("disk/DVR/RECS/one.ts");
     const auto series = [](int width) { return QVector<QPixmap *>{new QPixmap(width, 10)}; }; // owned by the cache
     viewer.thumbnailCache = {
@@ -240,8 +233,7 @@ void TestViewerDetails::numbers_areFormatted_byTheWindowsOwnFunctions()
 void TestViewerDetails::keys_walkThroughTheList()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     QTest::keyClick(viewer.ui.summaryList, Qt::Key_Down);
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("two"));
     QTest::keyClick(viewer.ui.summaryList, Qt::Key_Down);
@@ -250,5 +242,5 @@ void TestViewerDetails::keys_walkThroughTheList()
     QCOMPARE(viewer.ui.programmeEdit->text(), QString("one"));
 }
 
-QTEST_MAIN(TestViewerDetails)
+TEST_CLASS(TestViewerDetails, QApplication)
 #include "tst_viewer_details.moc"

@@ -1,6 +1,7 @@
 // The window's devices: found below the mount point, added by hand, clicked, reloaded.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QFileDialog>
@@ -99,8 +100,7 @@ void TestViewerDevices::scan_forgetsAddedDirectories_thatHaveGone()
 void TestViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(!viewer.selectedDevice.isEmpty());
     viewer.mountPoint.clear();
     viewer.scanDrives();
@@ -113,8 +113,7 @@ void TestViewerDevices::scan_selectsNothing_withoutMountPointAndDirectories()
 void TestViewerDevices::scan_loadsNothing()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("changed")}));
     viewer.scanDrives();
     QCOMPARE(programmeTexts(viewer), QStringList("one"));
@@ -134,8 +133,7 @@ void TestViewerDevices::load_doesNothing_withoutDevice()
 void TestViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.SetThumbs(viewer.recordingFile(0), {new QPixmap(8, 6)}, {new QPixmap(16, 12)}); // owned by the window
     QCOMPARE(viewer.ui.thumbnailLabel->thumbs1x.size(), 1);
     viewer.selectedDevice = fixture.path("gone");
@@ -153,8 +151,7 @@ void TestViewerDevices::load_keepsEverything_whenTheIndexCannotBeOpened()
 void TestViewerDevices::load_keepsTheOldTitles_whenTheIndexHasNoProgramme()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     viewer.thumbList.append(QPixmap());
     QVERIFY(TestVolume::create(fixture.path("empty"), QByteArray()));
     viewer.selectedDevice = fixture.path("empty");
@@ -186,8 +183,7 @@ void TestViewerDevices::load_showsTitlesAsUtf8_toleratingOtherBytes()
 void TestViewerDevices::load_showsTheFirstProgramme_alsoWhenReloaded()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one"), fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
     viewer.ui.summaryList->setCurrentRow(1);
     QCOMPARE(viewer.currentProgramme, 1);
     viewer.scanDisk();
@@ -231,8 +227,7 @@ void TestViewerDevices::click_loadsTheDevice()
 void TestViewerDevices::click_reloadsTheDevice_whenItIsSelectedAlready()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("changed")}));
     clickDevice(viewer, 0);
     QCOMPARE(programmeTexts(viewer), QStringList("changed"));
@@ -344,8 +339,7 @@ void TestViewerDevices::open_warns_withoutArchive()
 void TestViewerDevices::open_changesNothing_whenCancelled()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     WhenModal<QFileDialog> chooser([](QFileDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
     viewer.ui.actionOpen_Directory->trigger();
     QVERIFY(chooser.wasSeen());
@@ -353,5 +347,5 @@ void TestViewerDevices::open_changesNothing_whenCancelled()
     QCOMPARE(viewer.selectedDevice, fixture.path("disk"));
 }
 
-QTEST_MAIN(TestViewerDevices)
+TEST_CLASS(TestViewerDevices, QApplication)
 #include "tst_viewer_devices.moc"

@@ -1,6 +1,7 @@
 // The export entry of the menu, with its file dialog.
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QFileDialog>
@@ -17,17 +18,38 @@ void saveAs(QFileDialog &dialog, const QString &path)
     QTest::keyClick(name, Qt::Key_Return);
 }
 
-RecordBytes news()
+RecordBytes newsRecord(const QByteArray &title = "News")
 {
     RecordBytes record;
-    record.title = "News";
+    record.title = title;
     record.channel = "CH1";
     record.description = "Headlines.";
-    record.year = 2016;
-    record.month = 3;
-    record.day = 5;
     return record;
 }
+
+/// A window on a disk with these programmes, and a folder to write to.
+struct Exporting : ViewerFixture
+{
+    explicit Exporting(const QList<RecordBytes> &records = {newsRecord()})
+    {
+        const bool created = TestVolume::create(path("disk"), records);
+        [&] { QVERIFY(created && out.isValid()); }();
+    }
+
+    /// Chooses the entry of the menu and does this to its dialog. False where there was none.
+    bool exportBy(const std::function<void(QFileDialog &)> &act)
+    {
+        const WhenModal<QFileDialog> dialog(act);
+        viewer->ui.actionExport_Description->trigger();
+        return dialog.wasSeen();
+    }
+    bool exportTo(const QString &file)
+    {
+        return exportBy([&](QFileDialog &dialog) { saveAs(dialog, file); });
+    }
+
+    const QTemporaryDir out;
+};
 
 } // namespace
 
@@ -49,33 +71,20 @@ private slots:
 
 void TestViewerExport::export_writesTheSelectedProgramme()
 {
-    ViewerFixture fixture;
+    Exporting fixture({newsRecord("Other"), newsRecord()});
     fixture.settings().setValue("Main/dateformat", "ymd");
-    RecordBytes other = news();
-    other.title = "Other";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {other, news()}));
-    Viewer &viewer = fixture.open();
-    viewer.ui.summaryList->setCurrentRow(1);
-    const QTemporaryDir out;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, out.filePath("news.txt")); });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
-    QCOMPARE(TestVolume::readFile(out.filePath("news.txt")), QByteArray("Show       : News\n"
-                                                                        "Description:\n"
-                                                                        "\n"
-                                                                        "Headlines.\n"
-                                                                        "\n"
-                                                                        "Date       : 2016.03.05\n"
-                                                                        "Time stamp : 18:00:07\n"
-                                                                        "Channel    : CH1\n"));
+    fixture.open().ui.summaryList->setCurrentRow(1);
+    const QString path = fixture.out.filePath("news.txt");
+    QVERIFY(fixture.exportTo(path));
+    QCOMPARE(TestVolume::readFile(path),
+             QByteArray("Show       : News\nDescription:\n\nHeadlines.\n\n"
+                        "Date       : 2016.03.05\nTime stamp : 18:00:07\nChannel    : CH1\n"));
 }
 
 void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
 {
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
+    Exporting fixture;
     const Viewer &viewer = fixture.open();
-    const QTemporaryDir out;
     // Compared after the dialog: a comparison that fails in there would leave it open.
     struct
     {
@@ -84,7 +93,7 @@ void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
         QFileDialog::AcceptMode mode = QFileDialog::AcceptOpen;
         const QWidget *parent = nullptr;
     } seen;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+    QVERIFY(fixture.exportBy([&](QFileDialog &d) {
         seen.title = d.windowTitle();
         seen.fileName = d.findChild<QLineEdit *>("fileNameEdit")->text();
         seen.suffix = d.defaultSuffix();
@@ -92,10 +101,8 @@ void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
         seen.filters = d.nameFilters();
         seen.mode = d.acceptMode();
         seen.parent = d.parentWidget();
-        saveAs(d, out.filePath("without suffix"));
-    });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
+        saveAs(d, fixture.out.filePath("without suffix"));
+    }));
     QCOMPARE(seen.title, QString("Save meta file"));
     QCOMPARE(seen.fileName, QString());
     QCOMPARE(seen.suffix, QString());
@@ -103,7 +110,7 @@ void TestViewerExport::export_asksWithAnEmptyName_andAddsNothingToIt()
     QCOMPARE(seen.filters, QFileDialog(nullptr, QString(), QString(), QString()).nameFilters());
     QCOMPARE(seen.mode, QFileDialog::AcceptSave);
     QCOMPARE(seen.parent, static_cast<const QWidget *>(&viewer));
-    QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList("without suffix"));
+    QCOMPARE(QDir(fixture.out.path()).entryList(QDir::Files), QStringList("without suffix"));
 }
 
 void TestViewerExport::export_asksNothing_withoutProgramme()
@@ -127,36 +134,28 @@ void TestViewerExport::export_asksNothing_withoutProgramme()
 
 void TestViewerExport::export_writesNothing_whenCancelled()
 {
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
-    const Viewer &viewer = fixture.open();
-    const QTemporaryDir out;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
-        d.findChild<QLineEdit *>("fileNameEdit")->setText(out.filePath("cancelled.txt"));
+    Exporting fixture;
+    fixture.open();
+    QVERIFY(fixture.exportBy([&](QFileDialog &d) {
+        d.findChild<QLineEdit *>("fileNameEdit")->setText(fixture.out.filePath("cancelled.txt"));
         QTest::keyClick(&d, Qt::Key_Escape);
-    });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
-    QVERIFY(QDir(out.path()).isEmpty());
+    }));
+    QVERIFY(QDir(fixture.out.path()).isEmpty());
 }
 
 void TestViewerExport::export_replacesAFile_afterAsking()
 {
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
-    const Viewer &viewer = fixture.open();
-    const QTemporaryDir out;
-    const QString path = out.filePath("there.txt");
+    Exporting fixture;
+    fixture.open();
+    const QString path = fixture.out.filePath("there.txt");
     QVERIFY(TestVolume::writeFile(path, QByteArray(5000, 'x')));
     bool asked = false;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
-        WhenModal<QMessageBox> question(
+    QVERIFY(fixture.exportBy([&](QFileDialog &d) {
+        const WhenModal<QMessageBox> question(
             [](QMessageBox &box) { QTest::keyClick(box.button(QMessageBox::Yes), Qt::Key_Space); });
         saveAs(d, path);
         asked = question.wasSeen();
-    });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
+    }));
     QVERIFY(asked);
     QVERIFY(TestVolume::readFile(path).startsWith("Show       : News\n"));
     QVERIFY(TestVolume::readFile(path).endsWith("Channel    : CH1\n"));
@@ -164,33 +163,25 @@ void TestViewerExport::export_replacesAFile_afterAsking()
 
 void TestViewerExport::export_isSilent_whenTheFileCannotBeOpened()
 {
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news()}));
-    const Viewer &viewer = fixture.open();
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) { saveAs(d, "/dev/null/impossible"); });
-    WhenModal<QMessageBox> message([](QMessageBox &box) { box.reject(); });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
+    Exporting fixture;
+    fixture.open();
+    const WhenModal<QMessageBox> message([](QMessageBox &box) { box.reject(); });
+    QVERIFY(fixture.exportTo("/dev/null/impossible"));
     QVERIFY(!message.wasSeen());
     QVERIFY(!QApplication::activeModalWidget());
 }
 
 void TestViewerExport::export_writesTheProgramme_thatIsSelectedWhenTheDialogCloses()
 {
-    ViewerFixture fixture;
-    RecordBytes other = news();
-    other.title = "Other";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), other}));
+    Exporting fixture({newsRecord(), newsRecord("Other")});
     const Viewer &viewer = fixture.open();
     QCOMPARE(viewer.currentProgramme, 0);
-    const QTemporaryDir out;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+    const QString path = fixture.out.filePath("other.txt");
+    QVERIFY(fixture.exportBy([&](QFileDialog &d) {
         viewer.ui.summaryList->setCurrentRow(1);
-        saveAs(d, out.filePath("other.txt"));
-    });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
-    QVERIFY(TestVolume::readFile(out.filePath("other.txt")).startsWith("Show       : Other\n"));
+        saveAs(d, path);
+    }));
+    QVERIFY(TestVolume::readFile(path).startsWith("Show       : Other\n"));
 }
 
 void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone_data()
@@ -205,19 +196,15 @@ void TestViewerExport::export_writesNothing_whenTheProgrammeHasGone()
 {
     QFETCH(int, programmesLeft);
     QFETCH(int, selected);
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {news(), news()}));
+    Exporting fixture({newsRecord(), newsRecord()});
     Viewer &viewer = fixture.open();
-    const QTemporaryDir out;
-    WhenModal<QFileDialog> dialog([&](QFileDialog &d) {
+    QVERIFY(fixture.exportBy([&](QFileDialog &d) {
         viewer.programmes.resize(static_cast<std::size_t>(programmesLeft));
         viewer.currentProgramme = selected;
-        saveAs(d, out.filePath("gone.txt"));
-    });
-    viewer.ui.actionExport_Description->trigger();
-    QVERIFY(dialog.wasSeen());
-    QVERIFY(QDir(out.path()).isEmpty());
+        saveAs(d, fixture.out.filePath("gone.txt"));
+    }));
+    QVERIFY(QDir(fixture.out.path()).isEmpty());
 }
 
-QTEST_MAIN(TestViewerExport)
+TEST_CLASS(TestViewerExport, QApplication)
 #include "tst_viewer_export.moc"

@@ -1,5 +1,5 @@
-// The window's icon as the window hands it to Qt. An icon gives away the sizes of its pictures, but not their
-// densities, so this looks on while it is put together: the linker leads the window's calls through here.
+// The pictures that the window puts into its icon. An icon reports the sizes of its pictures, but not their densities,
+// so the linker passes the window's calls to QIcon through functions here.
 
 #include "tests/support/viewerfixture.h"
 

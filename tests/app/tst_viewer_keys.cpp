@@ -1,6 +1,7 @@
-// The keys for what the form gives to the mouse alone.
+// The keys for what only the mouse can do in the form.
 
 #include "app/windowkeys.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QMenu>
@@ -111,7 +112,7 @@ void TestViewerKeys::menuKey_opensTheMenu_atItsFirstEntry()
     QCOMPARE(viewer.ui.menuFile->actions().size(), 6);
 }
 
-// A translation may name a key by itself: two for one menu would cancel each other out.
+// A translation may name a key itself: two keys for one menu would cancel each other.
 void TestViewerKeys::menuKey_leavesATitleWithItsOwnKey()
 {
     QMainWindow window;
@@ -129,8 +130,7 @@ void TestViewerKeys::menuKey_leavesATitleWithItsOwnKey()
 void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&viewer));
     MultiFrameThumb *pictures = viewer.ui.thumbnailLabel;
@@ -157,5 +157,5 @@ void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
     pictures->ClearThumbs();
 }
 
-QTEST_MAIN(TestViewerKeys)
+TEST_CLASS(TestViewerKeys, QApplication)
 #include "tst_viewer_keys.moc"

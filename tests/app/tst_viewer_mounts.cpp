@@ -1,4 +1,4 @@
-// A running window follows real disks: they are mounted and ejected, in a mount table of the test's own.
+// A running window follows real disks, which are mounted and ejected in a mount table of the test's own.
 
 #include "tests/platform/privatemounts.h"
 #include "tests/support/viewerfixture.h"

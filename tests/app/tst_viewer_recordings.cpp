@@ -1,8 +1,9 @@
-// Handing recordings to other programs: a stand-in for the desktop's opener takes note of what it is asked for.
+// Giving recordings to other programs: a stand-in for the desktop's opener records what it is asked for.
 
 #include "app/recordingcommands.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QClipboard>
@@ -11,7 +12,10 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QtTest>
+
+#include <fstream>
 
 class TestViewerRecordings : public QObject
 {
@@ -26,12 +30,16 @@ private slots:
 
     void play_opensTheMainFile_byKeyAndDoubleClick_once();
     void play_saysThatThereIsNoFile();
+    void play_findsAFile_whoseNameIsNoText();
+    void play_saysNothing_aboutAnyOtherError();
     void play_saysThatThereIsNoPlayer();
     void play_doesNothing_forARowWithoutProgramme();
     void menu_hasTheseEntries_fromMouseAndKeyboard();
     void menu_opensNowhere_withoutProgramme();
     void menu_showsTheFileInTheFileManager();
     void menu_saysThatThereIsNoFileManager();
+    void menu_saysThatThereIsNoFile_toShow();
+    void menu_opensWithinTheList_forARowOutOfSight();
     void menu_copiesTheDescription_asItReads();
     void drag_carriesAllPieces_forCopyingAlone();
     void drag_leavesTheChosenRow();
@@ -145,11 +153,31 @@ void TestViewerRecordings::play_saysThatThereIsNoFile()
     QCOMPARE(opened(), QByteArray());
 }
 
+void TestViewerRecordings::play_findsAFile_whoseNameIsNoText()
+{
+    installOpener(0);
+    const QByteArray name = "caf\xE9";
+    const QByteArray file = fixture->path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts";
+    std::ofstream(file.toStdString()) << 'x';
+    quorvale::playRecording({file.toStdString(), {}}, *viewer);
+    QTRY_VERIFY(opened().endsWith("/caf%E9.ts\n"));
+}
+
+// A player that ends with an error may well have played.
+void TestViewerRecordings::play_saysNothing_aboutAnyOtherError()
+{
+    installOpener(1);
+    QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return);
+    QTRY_VERIFY(!opened().isEmpty());
+    QTest::qWait(300);
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
 void TestViewerRecordings::play_saysThatThereIsNoPlayer()
 {
     for (const bool hasOpener : {false, true}) {
         if (hasOpener)
-            installOpener(3);
+            installOpener(4);
         const QString text = messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
         QVERIFY2(text.contains("could not be played") && text.contains(viewer->recordingFile(0)), qPrintable(text));
     }
@@ -176,7 +204,7 @@ void TestViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
             texts.append(action->text());
         QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
         QTest::keyClick(menu, Qt::Key_Escape);
-        QTRY_VERIFY(!menu); // It leaves nothing behind in the window.
+        QTRY_VERIFY(!menu); // Nothing of it stays in the window.
     }
 }
 
@@ -211,6 +239,31 @@ void TestViewerRecordings::menu_saysThatThereIsNoFileManager()
         QApplication::activePopupWidget()->close();
     });
     QVERIFY2(text.contains("could not be shown"), qPrintable(text));
+}
+
+void TestViewerRecordings::menu_saysThatThereIsNoFile_toShow()
+{
+    installOpener(0);
+    const QString text = messageAfter(*viewer, [&] {
+        const quorvale::Recording missing{viewer->recordingFile(1).toStdString(), {}};
+        quorvale::showRecording(missing, *viewer);
+    });
+    QVERIFY2(text.startsWith("There is no file "), qPrintable(text));
+    QCOMPARE(opened(), QByteArray());
+}
+
+void TestViewerRecordings::menu_opensWithinTheList_forARowOutOfSight()
+{
+    QListWidget *list = viewer->ui.summaryList;
+    for (int i = 0; i < 100; ++i)
+        list->addItem("row"); // without a programme
+    list->setCurrentRow(0);
+    list->verticalScrollBar()->setValue(list->verticalScrollBar()->maximum());
+    QVERIFY(!list->viewport()->rect().intersects(list->visualItemRect(list->item(0))));
+    QMenu *menu = openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard);
+    QVERIFY(menu);
+    QVERIFY(list->viewport()->rect().contains(list->viewport()->mapFromGlobal(menu->pos())));
+    menu->close();
 }
 
 void TestViewerRecordings::menu_copiesTheDescription_asItReads()
@@ -259,16 +312,17 @@ void TestViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
 void TestViewerRecordings::drag_leavesTheChosenRow()
 {
     QListWidget *list = viewer->ui.summaryList;
-    const QPoint from = list->visualItemRect(list->item(0)).center();
+    const QPoint from(5, list->visualItemRect(list->item(0)).bottom()); // one further is the next row
     QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
     const QPoint near = from + QPoint(0, 1);
     QMouseEvent move(QEvent::MouseMove, near, list->viewport()->mapToGlobal(near), Qt::NoButton, Qt::LeftButton,
                      Qt::NoModifier);
+    QCOMPARE(list->row(list->itemAt(near)), 1);
     QCoreApplication::sendEvent(list->viewport(), &move);
     QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, near);
     QCOMPARE(list->currentRow(), 0);
     QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
 }
 
-QTEST_MAIN(TestViewerRecordings)
+TEST_CLASS(TestViewerRecordings, QApplication)
 #include "tst_viewer_recordings.moc"

@@ -3,6 +3,7 @@
 #include "app/programmetext.h"
 
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -45,7 +46,7 @@ void retype(QLineEdit *field, const QString &text)
     QTest::keyClicks(field, text);
 }
 
-// Waits for the scan that loading a device starts: what it brings would count as well.
+// Waits for the scan that loading a device starts, because the test would count its results, too.
 bool scanIsOver(const Viewer &viewer)
 {
     constexpr int kScanMs = 60000; // far more than a scan takes
@@ -91,7 +92,7 @@ private slots:
     void store_isNotTheSystemsOwn_whereAnotherIsTheDefault();
     void store_isTheSystemsOwn_unlessAnotherIsTheDefault();
     void emptyMountPoint_staysEmpty_afterARestart();
-    void file_isTheSameText_withEveryToolkit();
+    void file_isTheSameText_withEveryQt();
     void mountPoint_isRead_howeverItsLettersAreWritten_data();
     void mountPoint_isRead_howeverItsLettersAreWritten();
 };
@@ -274,8 +275,7 @@ void TestViewerSettings::dialog_takesOverTheOrder_andShowsItAtOnce()
     record.year = 2016;
     record.month = 7;
     record.day = 3;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({record});
     QCOMPARE(viewer.ui.dateEdit->text(), QString("03.07.2016"));
     QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) {
         fields.dateFormat->setFocus();
@@ -313,8 +313,7 @@ void TestViewerSettings::dialog_changesAndStoresNothing_untouched()
 void TestViewerSettings::dialog_refillsThePanel_evenUntouched()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     viewer.ui.programmeEdit->setText("edited");
     viewer.ui.dateEdit->setText("edited");
     viewer.ui.timeEdit->setText("edited");
@@ -327,8 +326,7 @@ void TestViewerSettings::dialog_refillsThePanel_evenUntouched()
 void TestViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(scanIsOver(viewer));
     const MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
     const auto series = [](int width) { return QVector<QPixmap *>{new QPixmap(width, 10)}; }; // owned by the cache
@@ -343,8 +341,7 @@ void TestViewerSettings::dialog_showsTheCachedPictures_evenUntouched()
 void TestViewerSettings::dialog_showsTheRing_whenTheCacheHasNoPictures()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(scanIsOver(viewer));
     MultiFrameThumb &thumb = *viewer.ui.thumbnailLabel;
     QPixmap picture(16, 12);
@@ -375,8 +372,7 @@ void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs()
     record.year = date.year();
     record.month = date.month();
     record.day = date.day();
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record}));
-    const Viewer &viewer = fixture.open();
+    const Viewer &viewer = fixture.openDisk({record});
     const QString before = viewer.ui.dateEdit->text();
     QVERIFY(inDialog(viewer,
                      [](QDialog &, const SettingsDialog &fields) { QTest::keyClick(fields.dateFormat, Qt::Key_Up); }));
@@ -393,8 +389,7 @@ void TestViewerSettings::dialog_leavesTheRelativeDate_asItIs()
 void TestViewerSettings::dialog_startsNoScan()
 {
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QVERIFY(inDialog(viewer, [](QDialog &, const SettingsDialog &fields) { retype(fields.mountPoint, "/elsewhere"); }));
     QCOMPARE(deviceTexts(viewer), QStringList(fixture.path("disk")));
     QCOMPARE(viewer.scanTimerId, -1);
@@ -412,8 +407,8 @@ void TestViewerSettings::dialog_isDeleted_afterUse()
     QVERIFY(viewer.findChildren<QDialog *>().isEmpty());
 }
 
-// What keeps the settings of whoever runs these tests from being touched. On macOS only the first half can be tried:
-// there the system's store is always the person's own.
+// That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there the
+// system's store is always the person's own.
 void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
 {
     ViewerFixture fixture;
@@ -456,8 +451,8 @@ void TestViewerSettings::emptyMountPoint_staysEmpty_afterARestart()
     QCOMPARE(fixture.open().mountPoint, QString());
 }
 
-// A person may go from a program built with one toolkit to one built with the other, and back.
-void TestViewerSettings::file_isTheSameText_withEveryToolkit()
+// A person may go from a program built with one Qt to one built with the other, and back.
+void TestViewerSettings::file_isTheSameText_withEveryQt()
 {
     ViewerFixture fixture;
     fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
@@ -481,5 +476,5 @@ void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
     QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
 }
 
-QTEST_MAIN(TestViewerSettings)
+TEST_CLASS(TestViewerSettings, QApplication)
 #include "tst_viewer_settings.moc"

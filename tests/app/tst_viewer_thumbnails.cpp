@@ -1,4 +1,4 @@
-// The window and its thumbnails: one scan at a time, a cache by path, pictures for whoever is selected.
+// The window and its thumbnails: one scan at a time, a cache by path, pictures of the selected recording.
 
 #include "tests/support/seenqueues.h"
 #include "tests/support/viewerfixture.h"
@@ -246,7 +246,7 @@ void TestViewerThumbnails::click_startsNoScan_whileTheOldOneRuns()
     QCOMPARE(viewer.scanThread, thread);
     QVERIFY(viewer.ui.thumbnailLabel->busy);
     QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
-    // What still came belongs to the device shown before, and matches nothing that is listed now.
+    // Series that still arrived belong to the device shown before, and match no recording that is listed now.
     for (const ThumbnailEntry &entry : viewer.thumbnailCache)
         QVERIFY(entry.path.startsWith(shown));
     QVERIFY(viewer.ui.thumbnailLabel->busy);

@@ -1,11 +1,12 @@
-// Everything that the window says can be translated: a translator that marks and lengthens every text shows which texts
-// pass it, and whether longer ones still have room.
+// Every text of the window can be translated. A translator that marks and lengthens texts shows which texts are not
+// passed to it, and whether longer ones still have room.
 
 #include "app/listhints.h"
 #include "app/picturestext.h"
 #include "app/recordingcommands.h"
 #include "archive/archivepaths.h"
 #include "tests/support/modaldialog.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QComboBox>
@@ -37,7 +38,7 @@ public:
     QString translate(const char *context, const char *source, const char *, int) const override
     {
         if (QLatin1String(context) != QLatin1String("Viewer") && QLatin1String(context) != QLatin1String("MainWindow"))
-            return {}; // the toolkit's own
+            return {}; // Qt's own
         asked.insert({QLatin1String(context), QString::fromUtf8(source)});
         return QByteArray(source).isEmpty() ? QString() : marked(QString::fromUtf8(source));
     }
@@ -103,7 +104,7 @@ QStringList unmarkedTexts(const QWidget &root, const QSet<QString> &data)
     return unmarked;
 }
 
-/// What has less room than its text takes.
+/// The widgets that have less room than their text needs.
 QStringList cutOffTexts(const QWidget &root)
 {
     QStringList texts;
@@ -268,8 +269,7 @@ void TestViewerTranslation::hints_areTranslated()
           noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
           noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
           emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
-          picturesText({"file", two, two}), noPicturesText(PicturesTurn::ThisScan, true),
-          noPicturesText(PicturesTurn::NoScan, true), noPicturesText(PicturesTurn::NoScan, false)})
+          picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
         QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
 }
 
@@ -278,8 +278,7 @@ void TestViewerTranslation::commandsOnProgrammes_areTranslated()
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
     qputenv("PATH", "/nonexistent");                               // and nobody's player.
     ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    Viewer &viewer = fixture.open();
+    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
     QListWidget *list = viewer.ui.summaryList;
     QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
     QCoreApplication::sendEvent(list, &event);
@@ -322,5 +321,5 @@ void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
         QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
 }
 
-QTEST_MAIN(TestViewerTranslation)
+TEST_CLASS(TestViewerTranslation, QApplication)
 #include "tst_viewer_translation.moc"

@@ -21,8 +21,8 @@ QString VirtualDisplay::start()
         if (QStandardPaths::findExecutable(program).isEmpty())
             return QStringLiteral("%1 is not installed").arg(program);
     }
-    // It takes a display number that is free and writes it down once it can be used. Without the last option it starts
-    // anew, and refuses everybody meanwhile, whenever its last window is gone.
+    // It takes a free display number and writes it to the pipe once it is ready. Without the last option it would
+    // restart, and refuse connections meanwhile, whenever its last window is closed.
     m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp", "-noreset"});
     while (!m_server.canReadLine()) {
         if (!m_server.waitForReadyRead(kPatienceMs))

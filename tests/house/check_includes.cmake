@@ -1,5 +1,5 @@
-# Fails where a source file includes from a room that its own room must not know, and where a file other than the one
-# for it asks which version of FFmpeg it is compiled against.
+# Fails if a source file includes from a room that its own room must not know, or if a file other than
+# video/ffmpeg/compat.h asks for FFmpeg's version.
 
 cmake_minimum_required(VERSION 3.21)
 
@@ -9,8 +9,8 @@ set(thumbs_may_use thumbs video)
 set(platform_may_use platform)
 set(app_may_use app archive platform thumbs)
 
-# Inside video/: each folder, and the files beside them, which are the literal reader ("video"). Plain data that
-# everybody may name has no folder.
+# Inside video/: each folder, and the files in none, which are the literal reader ("video"). Every folder may use the
+# plain data.
 set(video_plain_data video/bridgeimage.h video/colourspace.h)
 set(video_video_may_use video video/ffmpeg)
 set(video_exact_may_use video video/exact video/bitstream video/ffmpeg)
@@ -48,7 +48,7 @@ foreach(room archive video thumbs platform app)
       elseif(include MATCHES "\"" AND NOT include MATCHES "\"ui_[a-z]+\\.h\"|\\.moc\"")
         message(SEND_ERROR "${source}: includes are written from the root: ${include}")
       elseif(room STREQUAL video AND include MATCHES "<Q")
-        message(SEND_ERROR "${source}: video does without Qt: ${include}")
+        message(SEND_ERROR "${source}: video must not use Qt: ${include}")
       endif()
     endforeach()
   endforeach()

@@ -1,11 +1,11 @@
-# Fails where LIBRARY, a room, defines a name outside of namespace quorvale that is not among NAMES, those that other code
+# Fails if LIBRARY, a room, defines a name outside of namespace quorvale that is not in NAMES, the names that other code
 # relies on. NM lists a library's names.
 
 cmake_minimum_required(VERSION 3.21)
 
 execute_process(COMMAND "${NM}" --demangle --extern-only --defined-only "${LIBRARY}"
   OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
-# Definitions proper: what stems from other libraries' templates and inline functions is weak.
+# Strong definitions only: those from other libraries' templates and inline functions are weak.
 string(REGEX MATCHALL "[0-9a-f]+ [TDBRS] [^\n]+" symbols "${listing}")
 if(NOT symbols)
   message(FATAL_ERROR "${LIBRARY} defines nothing: is it a library?")

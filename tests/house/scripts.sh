@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts.sh SCRIPTS FOLDER: what holds for every command in SCRIPTS: -h helps and does nothing else, a checkout that was
-# moved after a build builds on, and a folder without a recorder disk is told before anything is built.
+# scripts.sh SCRIPTS FOLDER: tests every command in SCRIPTS: -h helps and does nothing else, a checkout that was moved or
+# copied after a build still builds, and a folder without a recorder disk is reported before anything is built.
 set -euo pipefail
 scripts=$1 work=$2
 
@@ -50,8 +50,16 @@ touch second/build/dev/kept
 second/script/builds
 [ "$(cat second/build/dev/copy)" = two ] || fail "after a move nothing was built"
 [ -e second/build/dev/kept ] || fail "after a move the build folder was emptied"
+mkdir second/build/dev/inner
+echo noted >second/build/dev/inner/CMakeCache.txt
+cp -R second third
+echo three >third/original
+third/script/builds
+[ "$(cat third/build/dev/copy)" = three ] || fail "in a copy nothing was built"
+[ "$(cat second/build/dev/copy)" = two ] || fail "a copy builds where it was copied from"
+[ ! -e third/build/dev/inner/CMakeCache.txt ] || fail "a build within the build still knows its old place"
 said=$(second/script/builds)
-! grep -q 'anew' <<<"$said" || fail "it configures anew again and again: $said"
+! grep -q 'configuring it again' <<<"$said" || fail "it is configured again each time: $said"
 
 mkdir -p none/folder disks/disk/DVR/RECSINFO
 touch disks/disk/DVR/RECSINFO/RECS.INF
@@ -62,3 +70,16 @@ grep -q "^error: no recorder disk in .*/none: " <<<"$(run none)" || fail "withou
 grep -q "/disks/disk is a recorder disk itself: looking for disks in .*/disks$" <<<"$(run disks/disk)" ||
   fail "a disk itself: $(run disks/disk)"
 [ "$(run disks)" = bootstrap ] || fail "a folder with a disk: $(run disks)"
+
+# What four runs have not used goes, and what the last of them used stays.
+mkdir kept
+touch -t 202001010000 kept/unused kept/run-1577836800
+touch -t 202001010100 kept/used
+for run in 1 2 3; do touch -t "20200102000$run" "kept/run-157792320$run"; done
+(
+  # shellcheck disable=SC1091 # a copy of the one beside it
+  . second/script/lib.sh
+  forget_unused kept
+)
+[ "$(ls kept | grep -v '^run-')" = used ] || fail "kept after four runs: $(ls kept)"
+[ "$(ls kept | grep -c '^run-')" = 4 ] || fail "runs that are remembered: $(ls kept)"

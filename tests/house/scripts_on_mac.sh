@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts_on_mac.sh ROOT FOLDER: what the commands say on a Mac, as far as it can be seen elsewhere: in a copy of their folder, with
-# stand-ins for other programs.
+# scripts_on_mac.sh ROOT FOLDER: tests what the commands say on a Mac, as far as that is possible elsewhere: in a copy of
+# their folder, with stand-ins for other programs.
 set -euo pipefail
 root=$1 folder=$2
 
@@ -27,7 +27,7 @@ echo 'echo cmake version 3.21.0' | stand_in cmake
 [[ $said == *"Homebrew is missing"* ]] || fail "bootstrap does not say what is wrong: $said"
 said=$(QUORVALE_SKIP_BOOTSTRAP=1 "$folder/script/bootstrap" run 2>&1) || fail "bootstrap is not skipped: $said"
 
-# A test that cannot run says nothing that script/soak would show.
+# A test that cannot run prints no figures.
 export QUORVALE_SKIP_BOOTSTRAP=1
 echo 'exit 8' | stand_in ctest
 ! said=$("$folder/script/soak" 1 2>&1) || fail "soak passes although nothing could be run: $said"

@@ -1,6 +1,6 @@
-# Looks whether CHECK finds what is missing from a bundle. The files of closure/Quorvale.app stand for programs and
-# libraries: each holds what LLVM's otool showed of one made for the purpose, shortened to the commands that name
-# something. FOLDER is for the bundles of the cases, which are edited copies.
+# Tests whether CHECK finds what is missing from a bundle. The files of closure/Quorvale.app stand for programs and
+# libraries: each holds the output of LLVM's otool for one made for the purpose, shortened to the commands that name
+# something. The bundles of the cases are edited copies in FOLDER.
 
 cmake_minimum_required(VERSION 3.21)
 
@@ -22,7 +22,7 @@ function(edit file from to)
   file(WRITE "${file}" "${edited}")
 endfunction()
 
-# expect(<case> [<finding>...]): the bundle is closed, or all of this is missing and nothing else.
+# expect(<case> [<finding>...]): CHECK finds all of this and nothing else; without a finding it passes.
 function(expect case)
   execute_process(
     COMMAND ${CMAKE_COMMAND} "-DBUNDLE=${bundle}" "-DLISTER=${CMAKE_COMMAND};-E;cat" -P "${CHECK}"

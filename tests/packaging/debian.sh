@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # debian.sh BUILD FOLDER SAMPLEDISK: makes the Debian package, installs it below a folder, starts the program from its
-# menu entry on a virtual display, and removes it. Needs to be root, or a kernel that lets a user play root.
+# menu entry on a virtual display, and removes it. Needs root, or a kernel with user namespaces.
 set -euo pipefail
 build=$1 folder=$2 sampledisk=$3
 source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
@@ -37,11 +37,11 @@ qt=$(sed -n 's/^QUORVALE_QT:.*=//p' "$build/CMakeCache.txt")
 for library in libavcodec libavformat libavutil "libqt${qt}core" "libqt${qt}widgets" "libqt${qt}dbus" libstdc++6; do
   field Depends | grep -q "$library" || fail "it does not depend on $library: $(field Depends)"
 done
-# What it depends on is installed here, in the versions it asks for.
+# Its dependencies are installed here, in the versions that it asks for.
 "${as_root[@]}" dpkg --simulate --force-not-root --install "$package" >"$folder/simulated" 2>&1 ||
   fail "$(cat "$folder/simulated")"
 
-# A database of its own, whose libraries are the system's: hence nothing is asked of what it depends on here.
+# dpkg has an empty database of its own here, and the libraries are the system's: so it must not check dependencies.
 in_root() { "${as_root[@]}" dpkg --root="$folder/root" --force-not-root --force-depends --log=/dev/null "$@" 2>&1; }
 mkdir -p "$folder/root/var/lib/dpkg/"{info,updates,triggers}
 touch "$folder/root/var/lib/dpkg/status"

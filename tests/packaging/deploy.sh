@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# deploy.sh SCRIPTS FOLDER CMAKE: makes a bundle run on its own with the scripts of packaging/macos, as far as that can be seen
-# elsewhere: with stand-ins for the system's programs, and listings in the place of libraries (see closure.cmake).
+# deploy.sh SCRIPTS FOLDER CMAKE: makes a bundle run on its own with the scripts of packaging/macos, as far as that is
+# possible elsewhere: with stand-ins for the system's programs, and listings instead of libraries (see closure.cmake).
 set -euo pipefail
 scripts=$1 folder=$2 cmake=$3
 listings=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd -P)/closure/Quorvale.app/Contents

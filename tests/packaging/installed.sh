@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# installed.sh BUILD FOLDER VERSION: what an installation consists of, and that desktops accept it.
+# installed.sh BUILD FOLDER VERSION: tests that an installation is complete and that desktops accept it.
 set -euo pipefail
 build=$1 folder=$2 version=$3
 source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
@@ -58,7 +58,7 @@ zcat "$share/man/man1/quorvale.1.gz" | grep -q "^\.TH .*\"Quorvale $version\"" |
 zcat "$share/doc/quorvale/NEWS.gz" | grep -q "^## $version " || fail "the changes lack version $version"
 grep -q "^## $version " "$source_root/CHANGELOG.md" || fail "the changes lack version $version"
 
-# The entry's icon is there in its sizes, and its command is what is installed.
+# The entry's icon is installed in all sizes, and its command is the installed program.
 icon=$(sed -n 's/^Icon=//p' "$entry")
 for picture in "$share/icons/hicolor"/*x*/apps/"$icon.png"; do
   size=${picture#"$share/icons/hicolor/"}

@@ -1,7 +1,7 @@
-// A program that does nothing but reveal files: each path that arrives on the standard input, ended by a NUL, so that
-// every byte a file name may hold can be asked for. Answers each with the line "returned" when the call is over. Ends
-// with its input.
+// Shows files in the file manager: each path from the standard input, ended by a NUL, because a file name may have
+// every other byte. Writes the line "returned" after each call. Ends with its input.
 
+#include "platform/descriptorlimit.h"
 #include "platform/finder.h"
 
 #include <QByteArray>
@@ -38,6 +38,7 @@ void readPaths()
 
 int main(int argc, char **argv)
 {
+    quorvale::raiseDescriptorLimit(); // as the program does
     const QCoreApplication application(argc, argv);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, readPaths);

@@ -1,6 +1,6 @@
-// What the macOS sources take for granted about the system's functions. Compiled against the stand-ins on other systems
-// and against the real headers on a Mac, so that the stand-ins cannot drift from them. What is asked is that the calls
-// are possible, not that the types are the same: the real functions may be noexcept or take a wider type.
+// What the macOS sources assume about the system's functions. Compiled with the stand-ins on other systems and with the
+// real headers on a Mac, so that both stay alike. It tests that the calls are possible, not that the types are the
+// same: the real functions may be noexcept or take a wider type.
 
 #include "platform/cgimage_mac.h"
 #include "platform/diskwatch_mac.h"

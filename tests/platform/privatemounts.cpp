@@ -24,7 +24,7 @@ bool write(const QString &path, const QByteArray &text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
 }
 
-/// Inside the new user namespace this user is root, which mounting asks for.
+/// Inside the new user namespace this user is root, as mounting requires.
 bool becomeRootInside(uid_t user, gid_t group)
 {
     return write(QStringLiteral("/proc/self/setgroups"), "deny") &&

@@ -3,12 +3,12 @@
 #include <QByteArray>
 #include <QString>
 
-/// Gives this process a mount table of its own, so that a test can mount what it likes and nobody else sees it. As an
-/// ordinary user it takes a user namespace along. Called first thing in main(), while there is one thread.
-/// Empty when mounting works from now on; otherwise why this machine does not allow it.
+/// Gives this process a mount namespace of its own, so that nobody else sees what a test mounts; an ordinary user also
+/// gets a user namespace. Called first in main(), while there is one thread. Empty if mounting now works; otherwise why
+/// this machine does not allow it.
 QByteArray enterPrivateMounts();
 
-/// Something mounted on a folder; taken down, with all that is mounted inside, at the end of its life.
+/// A mount on a folder; its destructor unmounts it, with all mounts inside.
 class Mount
 {
 public:
@@ -25,10 +25,10 @@ public:
 
     [[nodiscard]] bool isMounted() const { return m_mounted; }
 
-    /// As ejecting does it: false while something on the disk is in use.
+    /// Unmounts as ejecting does; false while something on the disk is in use.
     bool unmount();
 
-    /// From now on, what is mounted inside this disk appears in every other place where it is seen, too.
+    /// From now on, mounts inside this disk also appear in every other place where it is mounted.
     bool share();
 
 private:

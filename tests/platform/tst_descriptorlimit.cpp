@@ -26,6 +26,7 @@ void TestDescriptorLimit::limit_isWhatTheSystemAllows_evenIfTheProcessBeganWithL
     rlimit raised = {};
     QCOMPARE(getrlimit(RLIMIT_NOFILE, &raised), 0);
     QCOMPARE(raised.rlim_max, limit.rlim_max);
+    QCOMPARE(descriptorLimitAtStart(), std::uint64_t{64});
 #ifdef __APPLE__
     QVERIFY(raised.rlim_cur > 64);
 #else

@@ -44,195 +44,177 @@ class TestDiskWatchMac : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_objectsBefore = fakes::liveObjects(); }
 
-    void watch_raisesOneSignal_perDiskThatAppearsOrDisappears();
-    void watch_raisesABurst_forTheDisksThatAreAlreadyThere();
-    void watch_raisesEverySignal_whenCallbacksRunAtTheSameTime();
-    void callback_isDeliveredToTheMainThreadThroughItsEventLoop();
-    void callbacks_ignoreTheDisk();
-    void callbacks_doNothing_whenThereIsNoNotifier();
-    void callback_mayDeleteTheNotifier();
-    void watch_releasesItsSession_whichTheSystemKeeps();
-    void events_doNothing_afterTheNotifierIsGone();
-    void notifier_goesSafely_whileEventsAreRaised();
-    void watch_saysSo_whenThereIsNoSession();
+    void cleanup()
+    {
+        fakes::waitForCallbacks();
+        QCOMPARE(fakes::sessionsHeld(), 0);
+        fakes::endSessions();
+        QCOMPARE(fakes::liveObjects(), m_objectsBefore);
+    }
+
+    void watch_raisesOneSignal_perDiskThatAppearsOrDisappears()
+    {
+        NewDiskNotifier notifier;
+        const Listener listener(notifier);
+        const DiskWatch watch(&notifier);
+        deliver();
+        QCOMPARE(listener.calls, 0);
+
+        fakes::insertDisk();
+        deliver();
+        QCOMPARE(listener.calls, 1);
+
+        fakes::ejectDisk();
+        deliver();
+        QCOMPARE(listener.calls, 2);
+    }
+
+    void watch_raisesABurst_forTheDisksThatAreAlreadyThere()
+    {
+        for (int i = 0; i < 3; ++i)
+            fakes::insertDisk();
+        NewDiskNotifier notifier;
+        const Listener listener(notifier);
+        const DiskWatch watch(&notifier);
+        deliver();
+        QCOMPARE(listener.calls, 3);
+
+        for (int i = 0; i < 3; ++i)
+            fakes::ejectDisk();
+        deliver();
+        QCOMPARE(listener.calls, 6);
+    }
+
+    void watch_raisesEverySignal_whenCallbacksRunAtTheSameTime()
+    {
+        constexpr int kDisks = 40;
+        NewDiskNotifier notifier;
+        const Listener listener(notifier);
+        const DiskWatch watch(&notifier);
+        for (int i = 0; i < kDisks; ++i) {
+            fakes::insertDisk();
+            fakes::ejectDisk();
+        }
+        deliver();
+        QCOMPARE(listener.calls, 2 * kDisks);
+        QVERIFY(listener.onlyOnMainThread);
+    }
+
+    void callback_isDeliveredToTheMainThreadThroughItsEventLoop()
+    {
+        NewDiskNotifier notifier;
+        const Listener listener(notifier);
+        const DiskWatch watch(&notifier);
+        const int runBefore = fakes::callbacksRun();
+        fakes::insertDisk();
+        fakes::waitForCallbacks();
+        QCOMPARE(fakes::callbacksRun(), runBefore + 1);
+        QCOMPARE(listener.calls, 0); // it waits for the event loop
+        QCoreApplication::processEvents();
+        QCOMPARE(listener.calls, 1);
+        QVERIFY(listener.onlyOnMainThread);
+        fakes::ejectDisk();
+        deliver(); // before the notifier goes
+    }
+
+    void callbacks_ignoreTheDisk()
+    {
+        NewDiskNotifier notifier;
+        const Listener listener(notifier);
+        NewDiskhelloDisk(nullptr, &notifier);
+        QCOMPARE(listener.calls, 1);
+        NewDiskgoodbyeDisk(nullptr, &notifier);
+        QCOMPARE(listener.calls, 2);
+    }
+
+    void callbacks_doNothing_whenThereIsNoNotifier()
+    {
+        NewDiskNotifier other;
+        const Listener listener(other);
+        NewDiskhelloDisk(nullptr, nullptr);
+        NewDiskgoodbyeDisk(nullptr, nullptr);
+        QCOMPARE(listener.calls, 0);
+    }
+
+    void callback_mayDeleteTheNotifier()
+    {
+        auto notifier = std::make_unique<NewDiskNotifier>();
+        connect(notifier.get(), &NewDiskNotifier::disksChanged, this, [&notifier] { notifier.reset(); });
+        NewDiskhelloDisk(nullptr, notifier.get());
+        QVERIFY(!notifier);
+    }
+
+    void watch_releasesItsSession_whichTheSystemKeeps()
+    {
+        NewDiskNotifier notifier;
+        auto watch = std::make_unique<DiskWatch>(&notifier);
+        QCOMPARE(fakes::sessionsHeld(), 1);
+        watch.reset();
+        QCOMPARE(fakes::sessionsHeld(), 0);
+        QCOMPARE(fakes::liveObjects(), m_objectsBefore + 1);
+    }
+
+    // The window ends like this: first the notifier, then the watch; the system is told of neither.
+    void events_doNothing_afterTheNotifierIsGone()
+    {
+        // The notifier is made in the test's own memory, so that it can be overwritten after the notifier's end.
+        alignas(NewDiskNotifier) std::array<std::byte, sizeof(NewDiskNotifier)> memory;
+        auto *notifier = new (memory.data()) NewDiskNotifier;
+        const Listener listener(*notifier);
+        auto watch = std::make_unique<DiskWatch>(notifier);
+        fakes::insertDisk();
+        deliver();
+        QCOMPARE(listener.calls, 1);
+
+        notifier->~NewDiskNotifier();
+        memory.fill(std::byte{0});
+        const int runBefore = fakes::callbacksRun();
+        fakes::ejectDisk(); // between the two
+        deliver();
+        watch.reset();
+        fakes::insertDisk();
+        fakes::ejectDisk();
+        deliver();
+        QCOMPARE(fakes::callbacksRun(), runBefore + 3); // They were called, and did nothing.
+        QCOMPARE(listener.calls, 1);
+    }
+
+    void notifier_goesSafely_whileEventsAreRaised()
+    {
+        constexpr int kRounds = 50;
+        constexpr int kDisks = 4;
+        for (int round = 0; round < kRounds; ++round) {
+            auto notifier = std::make_unique<NewDiskNotifier>();
+            const Listener listener(*notifier);
+            auto watch = std::make_unique<DiskWatch>(notifier.get());
+            for (int disk = 0; disk < kDisks; ++disk) {
+                fakes::insertDisk();
+                fakes::ejectDisk();
+            }
+            notifier.reset();
+            watch.reset();
+            deliver();
+            QVERIFY(listener.calls <= 2 * kDisks);
+            fakes::endSessions();
+        }
+    }
+
+    void watch_saysSo_whenThereIsNoSession()
+    {
+        fakes::refuseSessions(true);
+        NewDiskNotifier notifier;
+        CapturedOutput capture(stderr);
+        std::make_unique<DiskWatch>(&notifier).reset();
+        const QByteArray said = capture.text();
+        fakes::refuseSessions(false);
+        QCOMPARE(said, QByteArray("DiskWatch: no disk arbitration session, disks that come and go are not noticed\n"));
+    }
 
 private:
     int m_objectsBefore = 0;
 };
-
-void TestDiskWatchMac::init()
-{
-    m_objectsBefore = fakes::liveObjects();
-}
-
-void TestDiskWatchMac::cleanup()
-{
-    fakes::waitForCallbacks();
-    QCOMPARE(fakes::sessionsHeld(), 0);
-    fakes::endSessions();
-    QCOMPARE(fakes::liveObjects(), m_objectsBefore);
-}
-
-void TestDiskWatchMac::watch_raisesOneSignal_perDiskThatAppearsOrDisappears()
-{
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    const DiskWatch watch(&notifier);
-    deliver();
-    QCOMPARE(listener.calls, 0);
-
-    fakes::insertDisk();
-    deliver();
-    QCOMPARE(listener.calls, 1);
-
-    fakes::ejectDisk();
-    deliver();
-    QCOMPARE(listener.calls, 2);
-}
-
-void TestDiskWatchMac::watch_raisesABurst_forTheDisksThatAreAlreadyThere()
-{
-    for (int i = 0; i < 3; ++i)
-        fakes::insertDisk();
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    const DiskWatch watch(&notifier);
-    deliver();
-    QCOMPARE(listener.calls, 3);
-
-    for (int i = 0; i < 3; ++i)
-        fakes::ejectDisk();
-    deliver();
-    QCOMPARE(listener.calls, 6);
-}
-
-void TestDiskWatchMac::watch_raisesEverySignal_whenCallbacksRunAtTheSameTime()
-{
-    constexpr int kDisks = 40;
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    const DiskWatch watch(&notifier);
-    for (int i = 0; i < kDisks; ++i) {
-        fakes::insertDisk();
-        fakes::ejectDisk();
-    }
-    deliver();
-    QCOMPARE(listener.calls, 2 * kDisks);
-    QVERIFY(listener.onlyOnMainThread);
-}
-
-void TestDiskWatchMac::callback_isDeliveredToTheMainThreadThroughItsEventLoop()
-{
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    const DiskWatch watch(&notifier);
-    const int runBefore = fakes::callbacksRun();
-    fakes::insertDisk();
-    fakes::waitForCallbacks();
-    QCOMPARE(fakes::callbacksRun(), runBefore + 1);
-    QCOMPARE(listener.calls, 0); // it waits for the event loop
-    QCoreApplication::processEvents();
-    QCOMPARE(listener.calls, 1);
-    QVERIFY(listener.onlyOnMainThread);
-    fakes::ejectDisk();
-    deliver(); // before the notifier goes
-}
-
-void TestDiskWatchMac::callbacks_ignoreTheDisk()
-{
-    NewDiskNotifier notifier;
-    const Listener listener(notifier);
-    NewDiskhelloDisk(nullptr, &notifier);
-    QCOMPARE(listener.calls, 1);
-    NewDiskgoodbyeDisk(nullptr, &notifier);
-    QCOMPARE(listener.calls, 2);
-}
-
-void TestDiskWatchMac::callbacks_doNothing_whenThereIsNoNotifier()
-{
-    NewDiskNotifier other;
-    const Listener listener(other);
-    NewDiskhelloDisk(nullptr, nullptr);
-    NewDiskgoodbyeDisk(nullptr, nullptr);
-    QCOMPARE(listener.calls, 0);
-}
-
-void TestDiskWatchMac::callback_mayDeleteTheNotifier()
-{
-    auto notifier = std::make_unique<NewDiskNotifier>();
-    connect(notifier.get(), &NewDiskNotifier::disksChanged, this, [&notifier] { notifier.reset(); });
-    NewDiskhelloDisk(nullptr, notifier.get());
-    QVERIFY(!notifier);
-}
-
-void TestDiskWatchMac::watch_releasesItsSession_whichTheSystemKeeps()
-{
-    NewDiskNotifier notifier;
-    auto watch = std::make_unique<DiskWatch>(&notifier);
-    QCOMPARE(fakes::sessionsHeld(), 1);
-    watch.reset();
-    QCOMPARE(fakes::sessionsHeld(), 0);
-    QCOMPARE(fakes::liveObjects(), m_objectsBefore + 1);
-}
-
-// The window ends like this: first the notifier, then the watch, and the system knows of neither.
-void TestDiskWatchMac::events_doNothing_afterTheNotifierIsGone()
-{
-    // Memory of the test's own, to have something else in it when the notifier has gone.
-    alignas(NewDiskNotifier) std::array<std::byte, sizeof(NewDiskNotifier)> memory;
-    auto *notifier = new (memory.data()) NewDiskNotifier;
-    const Listener listener(*notifier);
-    auto watch = std::make_unique<DiskWatch>(notifier);
-    fakes::insertDisk();
-    deliver();
-    QCOMPARE(listener.calls, 1);
-
-    notifier->~NewDiskNotifier();
-    memory.fill(std::byte{0});
-    const int runBefore = fakes::callbacksRun();
-    fakes::ejectDisk(); // between the two
-    deliver();
-    watch.reset();
-    fakes::insertDisk();
-    fakes::ejectDisk();
-    deliver();
-    QCOMPARE(fakes::callbacksRun(), runBefore + 3); // They were called, and did nothing.
-    QCOMPARE(listener.calls, 1);
-}
-
-void TestDiskWatchMac::notifier_goesSafely_whileEventsAreRaised()
-{
-    constexpr int kRounds = 50;
-    constexpr int kDisks = 4;
-    for (int round = 0; round < kRounds; ++round) {
-        auto notifier = std::make_unique<NewDiskNotifier>();
-        const Listener listener(*notifier);
-        auto watch = std::make_unique<DiskWatch>(notifier.get());
-        for (int disk = 0; disk < kDisks; ++disk) {
-            fakes::insertDisk();
-            fakes::ejectDisk();
-        }
-        notifier.reset();
-        watch.reset();
-        deliver();
-        QVERIFY(listener.calls <= 2 * kDisks);
-        fakes::endSessions();
-    }
-}
-
-void TestDiskWatchMac::watch_saysSo_whenThereIsNoSession()
-{
-    fakes::refuseSessions(true);
-    NewDiskNotifier notifier;
-    CapturedOutput capture(stderr);
-    std::make_unique<DiskWatch>(&notifier).reset();
-    const QByteArray said = capture.text();
-    fakes::refuseSessions(false);
-    QCOMPARE(said, QByteArray("DiskWatch: no disk arbitration session, disks that come and go are not noticed\n"));
-}
 
 QTEST_GUILESS_MAIN(TestDiskWatchMac)
 #include "tst_diskwatch_mac.moc"

@@ -1,111 +1,23 @@
+#include "tests/platform/finderprobe.h"
 #include "tests/platform/sessionbus.h"
 #include "tests/platform/standinfilemanager.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <memory>
 
 namespace {
-
-constexpr int kLongEnough = 10000;
-
-/// The program that reveals files, in an environment of its own.
-class Probe : public QProcess
-{
-public:
-    Probe(const QString &busAddress, const QString &openerFolder)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
-        environment.insert(QStringLiteral("PATH"), openerFolder); // this desktop's own opener stays out of it
-        setProcessEnvironment(environment);
-        start(QStringLiteral(QUORVALE_FINDER_PROBE), QStringList());
-    }
-
-    ~Probe() override { end(); }
-
-    /// Asks it to reveal `path`, and does not wait.
-    void reveal(const QByteArray &path) { write(path + '\0'); }
-
-    /// How many of its calls have come back so far.
-    int returned()
-    {
-        m_output += readAllStandardOutput();
-        return static_cast<int>(m_output.count("returned\n"));
-    }
-
-    /// How many sockets it has open.
-    [[nodiscard]] int sockets() const
-    {
-        const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId()));
-        int count = 0;
-        for (const QFileInfo &descriptor : descriptors.entryInfoList(QDir::AllEntries | QDir::System))
-            count += descriptor.symLinkTarget().contains(QLatin1String("socket:")) ? 1 : 0;
-        return count;
-    }
-
-    /// Ends its input, and with it the program. True when it ended well.
-    bool end()
-    {
-        closeWriteChannel();
-        const bool finished = state() == NotRunning || waitForFinished(kLongEnough);
-        return finished && exitStatus() == NormalExit && exitCode() == 0;
-    }
-
-private:
-    QByteArray m_output;
-};
-
-/// A bus that takes connections and never says a word.
-class DeadBus
-{
-public:
-    explicit DeadBus(const QString &path)
-        : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof(address.sun_path) - 1);
-        m_listens = m_socket >= 0 && bind(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0 &&
-                    listen(m_socket, 5) == 0;
-    }
-
-    ~DeadBus() { end(); }
-
-    DeadBus(const DeadBus &) = delete;
-    DeadBus &operator=(const DeadBus &) = delete;
-
-    [[nodiscard]] bool listens() const { return m_listens; }
-
-    [[nodiscard]] bool somebodyWaits() const
-    {
-        pollfd question{m_socket, POLLIN, 0};
-        return poll(&question, 1, 0) == 1;
-    }
-
-    /// Whoever waited is told that nobody is there.
-    void end()
-    {
-        if (m_socket >= 0)
-            close(m_socket);
-        m_socket = -1;
-    }
-
-private:
-    int m_socket;
-    bool m_listens = false;
-};
 
 QByteArray uriOf(const QDBusMessage &message)
 {
@@ -133,15 +45,19 @@ private slots:
     void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError();
     void folder_isOpened_whenNoFileManagerIsOnTheBus();
     void folder_isOpened_whenThereIsNoBus();
+    void opener_mayHaveAsManyDescriptors_asTheProgramBeganWith();
     void folder_isOpened_forANameInTheRoot();
+    void folders_areOpened_whileAnEarlierOnesOpenerLives();
     void nothingHappens_whenThereIsNoOpenerEither();
     void fileManager_isReached_afterTheBusWasRestarted();
     void fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted();
     void program_ends_whileTheFileManagerHasNotAnswered();
+    void program_waitsForABus_thatIsBeingConnectedTo();
 
 private:
     [[nodiscard]] QString folder(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
     [[nodiscard]] QList<QByteArray> opened() const;
+    [[nodiscard]] bool writeOpener(const QByteArray &command) const;
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<SessionBus> m_bus;
@@ -158,15 +74,22 @@ void TestFinderLinux::init()
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid() && QDir().mkpath(folder("bin")));
 
-    // A stand-in for the desktop's opener: one line for each time it is started, with what it was given.
-    QFile opener(folder("bin/xdg-open"));
-    QVERIFY(opener.open(QIODevice::WriteOnly));
-    opener.write("#!/bin/sh\necho \"$# $*\" >> '" + QFile::encodeName(folder("opened")) + "'\n");
-    opener.close();
-    QVERIFY(opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    // One line for each time it is started, with what it was given.
+    QVERIFY(writeOpener("echo \"$# $*\""));
 
     m_bus = std::make_unique<SessionBus>(m_folder->path());
     QVERIFY(m_bus->start());
+}
+
+/// A stand-in for the desktop's opener, which logs what `command` says.
+bool TestFinderLinux::writeOpener(const QByteArray &command) const
+{
+    QFile opener(folder("bin/xdg-open"));
+    if (!opener.open(QIODevice::WriteOnly))
+        return false;
+    opener.write("#!/bin/sh\n" + command + " >> '" + QFile::encodeName(folder("opened")) + "'\n");
+    opener.close();
+    return opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 void TestFinderLinux::cleanup()
@@ -345,11 +268,43 @@ void TestFinderLinux::folder_isOpened_whenThereIsNoBus()
     QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
 }
 
+// Programs that wait with select() break with more; it is inherited by what the opener starts.
+void TestFinderLinux::opener_mayHaveAsManyDescriptors_asTheProgramBeganWith()
+{
+    QVERIFY(writeOpener("ulimit -S -n"));
+    rlimit own = {};
+    QCOMPARE(getrlimit(RLIMIT_NOFILE, &own), 0);
+    const rlimit few{300, own.rlim_max}; // passed on to the probe
+    QVERIFY(own.rlim_max > 300);
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
+    probe.reveal("/d/1");
+    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
+}
+
 void TestFinderLinux::folder_isOpened_forANameInTheRoot()
 {
     Probe probe(m_bus->address(), folder("bin"));
     probe.reveal("/a.ts");
     QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///"}, kLongEnough);
+}
+
+void TestFinderLinux::folders_areOpened_whileAnEarlierOnesOpenerLives()
+{
+    const QByteArray life = QFile::encodeName(folder("life")); // an opener lives until somebody opens this for writing
+    QCOMPARE(mkfifo(life.constData(), 0600), 0);
+    QFile opener(folder("bin/xdg-open"));
+    QVERIFY(opener.open(QIODevice::Append) && opener.write("read x < '" + life + "'\n") > 0);
+    opener.close();
+    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+    probe.reveal("/first/1");
+    probe.reveal("/second/1");
+    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
+    QTRY_COMPARE_WITH_TIMEOUT(probe.zombies(), 0, kLongEnough); // The shells that started them have gone.
+    QFile end(folder("life"));
+    QVERIFY(end.open(QIODevice::WriteOnly));
+    QVERIFY(probe.end());
 }
 
 void TestFinderLinux::nothingHappens_whenThereIsNoOpenerEither()
@@ -417,6 +372,19 @@ void TestFinderLinux::program_ends_whileTheFileManagerHasNotAnswered()
     QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
     QVERIFY(probe.end());
     QCOMPARE(opened(), QList<QByteArray>());
+}
+
+void TestFinderLinux::program_waitsForABus_thatIsBeingConnectedTo()
+{
+    DeadBus deadBus(folder("dead"));
+    QVERIFY(deadBus.listens());
+    Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+    probe.reveal("/d/1");
+    QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
+    probe.closeWriteChannel();
+    QVERIFY(!probe.waitForFinished(500)); // and not for any time less than the bus takes
+    deadBus.end();
+    QVERIFY(probe.end());
 }
 
 QTEST_GUILESS_MAIN(TestFinderLinux)

@@ -9,8 +9,8 @@ namespace tracedcalls {
 
 namespace {
 
-// Calls that look, or that handle a descriptor without changing what is behind it. Whatever is not named here counts as
-// a change: a call that nobody thought of is found, not passed over.
+// Calls that only look, or that handle a descriptor without changing its file. Every other call counts as a change, so
+// that calls that nobody thought of are found.
 constexpr std::array kLooking = {
     "access",   "faccessat", "faccessat2",        "stat",      "lstat",      "fstat",      "newfstatat",
     "statx",    "statfs",    "fstatfs",           "readlink",  "readlinkat", "getdents",   "getdents64",
@@ -56,7 +56,7 @@ QList<QByteArray> linesAbout(const QByteArray &log, const QByteArray &folder)
 {
     QList<QByteArray> about;
     for (const QByteArray &line : log.split('\n')) {
-        // What a program says and what it asks the desktop may name a path; that is not a call about it.
+        // A path in a program's output, or in a message to the desktop, is not a call about that path.
         const QByteArray name = nameOf(line);
         const bool isTalk = (name == "write" || name == "writev" || name == "sendmsg" || name == "sendto") &&
                             !line.contains('<' + folder);
@@ -70,7 +70,7 @@ QList<QByteArray> linesAbout(const QByteArray &log, const QByteArray &folder)
 
 QStringList command(const QString &log)
 {
-    // -y names what is behind each descriptor; 4096 characters keep the longest path whole.
+    // -y names the file of each descriptor; 4096 characters keep the longest path whole.
     return {"strace", "-f", "-qq", "-y", "-s", "4096", "-e", "trace=%file,%desc", "-o", log};
 }
 

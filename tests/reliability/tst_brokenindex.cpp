@@ -1,4 +1,4 @@
-// The index on a disk that fails, and one of a size that no recorder makes: what is read of it, counted.
+// Counts what is read of an index on a disk that fails, and of one larger than any recorder makes.
 
 #include "archive/recordingsindex.h"
 
@@ -47,7 +47,7 @@ std::optional<std::vector<Programme>> load(const QTemporaryDir &volume)
     return readRecordingsIndex(volume.path().toStdString());
 }
 
-// A load of the disk at `volume`, with `verdict` over its calls.
+// Loads the disk at `volume`; `verdict` decides on its calls.
 struct Loaded
 {
     std::optional<std::vector<Programme>> programmes;

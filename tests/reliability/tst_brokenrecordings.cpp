@@ -1,7 +1,7 @@
-// A thousand broken recordings: the scanner ends on each, with the signals it should, and with no more work than a
-// bound says. Work is counted, not timed.
+// A thousand broken recordings: the scanner ends on each, with the right signals and with bounded work. Work is
+// counted, not timed.
 //
-// Plainly run, every sixth is tried; QUORVALE_LONG_TESTS=1 tries them all, and real captures broken in the same ways.
+// By default every sixth is tried; QUORVALE_LONG_TESTS=1 tries them all, and real captures broken in the same ways.
 // The most that any of them took is printed at the end.
 
 #include "tests/support/decoderwork.h"
@@ -27,16 +27,16 @@ constexpr std::uint64_t kSeedsPerKind = 12; // times 18 kinds times 5 streams: 1
 constexpr std::uint64_t kShare = 6;
 constexpr std::uint64_t kSeedsPerCapture = 2;
 
-// The bounds of a scan's work. A picture takes a packet of the transport stream or more, so a scan that decodes as
-// often as there are packets has gone back, in the end, far too often; probing may look at a little beside. Bytes are
-// read several times: for probing, from the file's end for its duration, for the pictures, and once more where a
-// recording ends before the picture that is looked for.
+// The bounds of a scan's work. A picture takes at least one packet of the transport stream, so a scan that decodes more
+// often than there are packets has gone back far too often; probing adds a few. Bytes are read several times: for
+// probing, at the file's end for its duration, for the pictures, and again if a recording ends before the wanted
+// picture.
 constexpr double kDecodingsPerPacket = 1;
 constexpr double kFewDecodings = 100;
 constexpr double kReadingsPerByte = 12;
 constexpr double kFewBytes = 1024 * 1024;
 
-// What the process may hold, libraries and pixmaps included. A memory checker keeps what was freed for a while.
+// Memory of the process, libraries and pixmaps included. AddressSanitizer keeps freed memory for a while.
 #ifdef QUORVALE_SANITIZED
 constexpr qint64 kMostResidentKiB = 1024 * 1024;
 #else
@@ -75,7 +75,7 @@ struct Most
     }
 };
 
-// What came of one scan of one file.
+// The results of one scan of one file.
 struct Outcome
 {
     bool finished = false;
@@ -94,15 +94,119 @@ class TestBrokenRecordings : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void scan_endsWithinItsBound_onEveryMutant_data();
-    void scan_endsWithinItsBound_onEveryMutant();
-    void scan_endsWithinItsBound_onTheWholeStreams();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        const auto add = [&](const char *name, const QStringList &encoder, bool interlaced) {
+            const QString path = makeStream(dir.path(), {QString(name) + ".ts", encoder + QStringList{"-f", "mpegts"},
+                                                         320, interlaced, true, 96, 64});
+            QVERIFY(!path.isEmpty());
+            bases.push_back({name, bytesOf(path)});
+        };
+        add("mpeg2", {"-c:v", "mpeg2video", "-q:v", "12", "-g", "15", "-bf", "2"}, false);
+        add("mpeg2-fields", {"-c:v", "mpeg2video", "-q:v", "12", "-g", "12", "-flags", "+ildct+ilme"}, true);
+        add("h264", {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-bf", "3"}, false);
+        add("h264-intra", {"-c:v", "libx264", "-preset", "ultrafast", "-g", "1"}, false);
+        add("hevc", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=none:keyint=25"}, false);
+        firstCapture = bases.size();
+        if (!isLong())
+            return;
+        for (const char *name :
+             {"bd-1080i-5s.m2ts", "h264-1080i5994-dirtystart-mp2.ts", "h264-576i-16x11-eac3.ts",
+              "hevc-main10-360p-12s.ts", "mpeg2-704x576i-16x11-subs.ts", "radio-mp2-12s-damaged.ts"}) {
+            if (const auto path = samplePath(name))
+                bases.push_back({name, bytesOf(*path)});
+        }
+    }
+
+    void scan_endsWithinItsBound_onEveryMutant_data()
+    {
+        QTest::addColumn<int>("base");
+        QTest::addColumn<int>("kind");
+        for (std::size_t base = 0; base < bases.size(); ++base) {
+            for (const Kind kind : transportmutant::kAllKinds)
+                QTest::addRow("%s, %s", bases[base].name.constData(), transportmutant::nameOf(kind))
+                    << int(base) << int(kind);
+        }
+    }
+
+    void scan_endsWithinItsBound_onEveryMutant()
+    {
+        QFETCH(int, base);
+        QFETCH(int, kind);
+        const std::uint64_t step = isLong() ? 1 : kShare;
+        const std::uint64_t seeds = std::size_t(base) < firstCapture ? kSeedsPerKind : kSeedsPerCapture;
+        const Bytes &other = bases[(std::size_t(base) + 1) % bases.size()].bytes;
+        for (std::uint64_t seed = 0; seed < seeds; seed += step) {
+            const Bytes mutant = transportmutant::mutate(bases[std::size_t(base)].bytes, Kind(kind), seed, other);
+            check(QByteArray(reinterpret_cast<const char *>(mutant.data()), int(mutant.size())),
+                  QByteArray(QTest::currentDataTag()) + ", seed " + QByteArray::number(qulonglong(seed)));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void scan_endsWithinItsBound_onTheWholeStreams()
+    {
+        for (const Base &base : bases)
+            check(QByteArray(reinterpret_cast<const char *>(base.bytes.data()), int(base.bytes.size())), base.name);
+    }
+
+    void cleanupTestCase()
+    {
+        qInfo("%ld recordings; at most %.2f decodings a transport packet (%s), %.2f readings a byte (%s), %lld MiB of "
+              "memory",
+              scanned, decodingsSeen.figure, decodingsSeen.of.constData(), readingsSeen.figure,
+              readingsSeen.of.constData(), static_cast<long long>(processfacts::mostResidentKiB() / 1024));
+        QVERIFY(processfacts::mostResidentKiB() < kMostResidentKiB);
+    }
 
 private:
-    Outcome scan(const QByteArray &content) const;
-    void check(const QByteArray &content, const QByteArray &what);
+    Outcome scan(const QByteArray &content) const
+    {
+        const QString path = writeFile(dir.path(), "broken.ts", content);
+        Outcome outcome;
+        ThumbnailScanner scanner;
+        scanner.files = QStringList{path};
+        connect(&scanner, &ThumbnailScanner::gotThumbs, &scanner,
+                [&](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
+                    ++outcome.series;
+                    outcome.pictures = int(small.size());
+                    outcome.paired = small.size() == large.size();
+                    qDeleteAll(small);
+                    qDeleteAll(large);
+                });
+        connect(&scanner, &ThumbnailScanner::missingVideo, &scanner, [&] { ++outcome.missing; });
+        connect(&scanner, &ThumbnailScanner::finished, &scanner, [&] { outcome.finished = true; });
+        const faultydisk::Watch watch(path.toStdString());
+        decoderwork::reset();
+        for (int call = 0; call < 2; ++call) // the file, and the end
+            scanner.process();
+        outcome.work = decoderwork::counts();
+        outcome.bytesRead = watch.onMainThread().bytesRead;
+        return outcome;
+    }
+
+    void check(const QByteArray &content, const QByteArray &what)
+    {
+        const Outcome outcome = scan(content);
+        ++scanned;
+        QVERIFY2(outcome.finished, what);
+        QCOMPARE(outcome.series + outcome.missing, 1);
+        QVERIFY2(outcome.paired, what);
+        QVERIFY2(outcome.pictures <= 5, what);
+
+        const double size = std::max(1.0, double(content.size()));
+        const double packets = std::max(1.0, size / transportmutant::kPacketSize);
+        const double decodings = double(outcome.work.packets) / packets;
+        const double readings = double(outcome.bytesRead) / size;
+        QVERIFY2(decodings <= kDecodingsPerPacket + kFewDecodings / packets,
+                 what + ' ' + QByteArray::number(decodings));
+        QVERIFY2(readings <= kReadingsPerByte + kFewBytes / size, what + ' ' + QByteArray::number(readings));
+        QVERIFY2(outcome.work.pictures <= 2 * outcome.work.packets + 2, what); // fields may come out one by one
+        decodingsSeen.note(decodings, what);
+        readingsSeen.note(readings, what);
+    }
 
     const QTemporaryDir dir;
     std::vector<Base> bases;
@@ -111,117 +215,6 @@ private:
     Most decodingsSeen;
     Most readingsSeen;
 };
-
-void TestBrokenRecordings::initTestCase()
-{
-    QVERIFY(dir.isValid());
-    const auto add = [&](const char *name, const QStringList &encoder, bool interlaced) {
-        const QString path = makeStream(
-            dir.path(), {QString(name) + ".ts", encoder + QStringList{"-f", "mpegts"}, 320, interlaced, true, 96, 64});
-        QVERIFY(!path.isEmpty());
-        bases.push_back({name, bytesOf(path)});
-    };
-    add("mpeg2", {"-c:v", "mpeg2video", "-q:v", "12", "-g", "15", "-bf", "2"}, false);
-    add("mpeg2-fields", {"-c:v", "mpeg2video", "-q:v", "12", "-g", "12", "-flags", "+ildct+ilme"}, true);
-    add("h264", {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-bf", "3"}, false);
-    add("h264-intra", {"-c:v", "libx264", "-preset", "ultrafast", "-g", "1"}, false);
-    add("hevc", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=none:keyint=25"}, false);
-    firstCapture = bases.size();
-    if (!isLong())
-        return;
-    for (const char *name : {"bd-1080i-5s.m2ts", "h264-1080i5994-dirtystart-mp2.ts", "h264-576i-16x11-eac3.ts",
-                             "hevc-main10-360p-12s.ts", "mpeg2-704x576i-16x11-subs.ts", "radio-mp2-12s-damaged.ts"}) {
-        if (const auto path = samplePath(name))
-            bases.push_back({name, bytesOf(*path)});
-    }
-}
-
-void TestBrokenRecordings::check(const QByteArray &content, const QByteArray &what)
-{
-    const Outcome outcome = scan(content);
-    ++scanned;
-    QVERIFY2(outcome.finished, what);
-    QCOMPARE(outcome.series + outcome.missing, 1);
-    QVERIFY2(outcome.paired, what);
-    QVERIFY2(outcome.pictures <= 5, what);
-
-    const double size = std::max(1.0, double(content.size()));
-    const double packets = std::max(1.0, size / transportmutant::kPacketSize);
-    const double decodings = double(outcome.work.packets) / packets;
-    const double readings = double(outcome.bytesRead) / size;
-    QVERIFY2(decodings <= kDecodingsPerPacket + kFewDecodings / packets, what + ' ' + QByteArray::number(decodings));
-    QVERIFY2(readings <= kReadingsPerByte + kFewBytes / size, what + ' ' + QByteArray::number(readings));
-    QVERIFY2(outcome.work.pictures <= 2 * outcome.work.packets + 2, what); // fields may come out one by one
-    decodingsSeen.note(decodings, what);
-    readingsSeen.note(readings, what);
-}
-
-Outcome TestBrokenRecordings::scan(const QByteArray &content) const
-{
-    const QString path = writeFile(dir.path(), "broken.ts", content);
-    Outcome outcome;
-    ThumbnailScanner scanner;
-    scanner.files = QStringList{path};
-    connect(&scanner, &ThumbnailScanner::gotThumbs, &scanner,
-            [&](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
-                ++outcome.series;
-                outcome.pictures = int(small.size());
-                outcome.paired = small.size() == large.size();
-                qDeleteAll(small);
-                qDeleteAll(large);
-            });
-    connect(&scanner, &ThumbnailScanner::missingVideo, &scanner, [&] { ++outcome.missing; });
-    connect(&scanner, &ThumbnailScanner::finished, &scanner, [&] { outcome.finished = true; });
-    const faultydisk::Watch watch(path.toStdString());
-    decoderwork::reset();
-    for (int call = 0; call < 2; ++call) // the file, and the end
-        scanner.process();
-    outcome.work = decoderwork::counts();
-    outcome.bytesRead = watch.onMainThread().bytesRead;
-    return outcome;
-}
-
-void TestBrokenRecordings::scan_endsWithinItsBound_onEveryMutant_data()
-{
-    QTest::addColumn<int>("base");
-    QTest::addColumn<int>("kind");
-    for (std::size_t base = 0; base < bases.size(); ++base) {
-        for (const Kind kind : transportmutant::kAllKinds)
-            QTest::addRow("%s, %s", bases[base].name.constData(), transportmutant::nameOf(kind))
-                << int(base) << int(kind);
-    }
-}
-
-void TestBrokenRecordings::scan_endsWithinItsBound_onEveryMutant()
-{
-    QFETCH(int, base);
-    QFETCH(int, kind);
-    const std::uint64_t step = isLong() ? 1 : kShare;
-    const std::uint64_t seeds = std::size_t(base) < firstCapture ? kSeedsPerKind : kSeedsPerCapture;
-    const Bytes &other = bases[(std::size_t(base) + 1) % bases.size()].bytes;
-    for (std::uint64_t seed = 0; seed < seeds; seed += step) {
-        const Bytes mutant = transportmutant::mutate(bases[std::size_t(base)].bytes, Kind(kind), seed, other);
-        check(QByteArray(reinterpret_cast<const char *>(mutant.data()), int(mutant.size())),
-              QByteArray(QTest::currentDataTag()) + ", seed " + QByteArray::number(qulonglong(seed)));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestBrokenRecordings::scan_endsWithinItsBound_onTheWholeStreams()
-{
-    for (const Base &base : bases)
-        check(QByteArray(reinterpret_cast<const char *>(base.bytes.data()), int(base.bytes.size())), base.name);
-}
-
-void TestBrokenRecordings::cleanupTestCase()
-{
-    qInfo(
-        "%ld recordings; at most %.2f decodings a transport packet (%s), %.2f readings a byte (%s), %lld MiB of memory",
-        scanned, decodingsSeen.figure, decodingsSeen.of.constData(), readingsSeen.figure, readingsSeen.of.constData(),
-        static_cast<long long>(processfacts::mostResidentKiB() / 1024));
-    QVERIFY(processfacts::mostResidentKiB() < kMostResidentKiB);
-}
 
 QTEST_MAIN(TestBrokenRecordings)
 #include "tst_brokenrecordings.moc"

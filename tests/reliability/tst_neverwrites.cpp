@@ -1,5 +1,5 @@
-// Nothing on a recorder's disk is changed by using the program: watched from below, compared before and after, and on a
-// disk that could not be changed.
+// Using the program changes nothing on a recorder's disk: its system calls are traced, the disk is compared before and
+// after, and a read-only disk works as well.
 
 #include "tests/platform/privatemounts.h"
 #include "tests/reliability/tracedcalls.h"
@@ -45,8 +45,7 @@ RecordBytes titled(const char *title)
     return record;
 }
 
-// Everything that can be known of what lies in a folder, but for when it was last read: the kernel notes that by
-// itself, where the disk is mounted so.
+// All that is known of a folder's content, except the access times, which the kernel itself may write.
 std::map<QString, QByteArray> footprint(const QString &folder)
 {
     std::map<QString, QByteArray> entries;

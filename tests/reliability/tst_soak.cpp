@@ -1,8 +1,8 @@
 // A long day at the window: devices come, go and are clicked, lists are reloaded, programmes are selected, recordings
-// are scanned. Descriptors, threads and memory are looked at all along, and stay where they were, but for what is meant
-// to stay: a thread, idle, after each scan, and the pictures of the device shown.
+// are scanned. Descriptors, threads and memory must not grow, except for what is meant to stay: an idle thread for each
+// scan, and the pictures of the device shown.
 //
-// QUORVALE_SOAK_CHANGES changes of device (40 where nothing is said; script/soak makes 500), two in a round.
+// QUORVALE_SOAK_CHANGES changes of device (40 by default; script/soak makes 500), two in a round.
 
 #include "tests/support/processfacts.h"
 #include "tests/support/teststreams.h"
@@ -107,7 +107,7 @@ private slots:
 
         fixture.close();
         QVERIFY(ScanThreads::instance().end(kPatienceMs));
-        // The last that the system knows of a thread goes a little after its end.
+        // The system removes a thread's entry a little after its end.
         QTRY_VERIFY_WITH_TIMEOUT(processfacts::threads() <= first.threads, kPatienceMs);
         const Sample end = sample();
         qInfo("at the end: threads %lld, descriptors %d, resident %lld KiB, heap %lld KiB", (long long)end.threads,

@@ -1,7 +1,7 @@
-// visitor FOLDER ELSEWHERE: someone who uses everything that the window offers, with mouse and keys, on the recorder
-// disks below the mount point of the settings: looks at every programme of every device, waits for all the pictures,
-// exports each description into FOLDER, has each recording shown in the file manager, opens the preferences and the
-// about box, lets a disk come and go, adds the directory ELSEWHERE, and quits. Says on stdout what there was to see.
+// visitor FOLDER ELSEWHERE: uses everything in the window, with mouse and keys, on the recorder disks below the mount
+// point of the settings: selects every programme of every device, waits for all pictures, exports each description into
+// FOLDER, shows each recording in the file manager, opens the preferences and the about box, lets a disk come and go,
+// adds the directory ELSEWHERE, and quits. Writes what it saw to stdout.
 
 #include "app/viewer.h"
 

@@ -53,16 +53,25 @@ public:
         return *this;
     }
 
+    /// The elements, with bits 0 up to a whole byte.
+    [[nodiscard]] QByteArray padded() const
+    {
+        BitWriter whole = *this;
+        whole.align(false);
+        QByteArray found;
+        for (std::size_t at = 0; at < whole.bits.size(); at += 8)
+            found += char(std::stoi(whole.bits.substr(at, 8), nullptr, 2));
+        return found;
+    }
+
     /// The NAL unit in a byte stream: a start code, `header`, and the elements, ended by rbsp_trailing_bits(), with
     /// emulation prevention.
     [[nodiscard]] QByteArray nalUnit(const QByteArray &header) const
     {
-        BitWriter whole = *this;
-        whole.flag(true).align(false);
+        BitWriter ended = *this;
         QByteArray unit = QByteArray("\0\0\0\1", 4) + header;
         int zeros = 0;
-        for (std::size_t at = 0; at < whole.bits.size(); at += 8) {
-            const char byte = char(std::stoi(whole.bits.substr(at, 8), nullptr, 2));
+        for (const char byte : ended.flag(true).padded()) {
             if (zeros >= 2 && static_cast<unsigned char>(byte) <= 3) {
                 unit += '\3';
                 zeros = 0;

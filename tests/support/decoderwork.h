@@ -12,7 +12,7 @@ struct Counts
 [[nodiscard]] Counts counts();
 void reset();
 
-/// While true, no decoder of sound opens. Which files have one that does not depends on FFmpeg's version.
+/// While true, no decoder of sound opens. (In which files none opens by itself depends on FFmpeg's version.)
 void refuseSound(bool refuse);
 
 } // namespace decoderwork

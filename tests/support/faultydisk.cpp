@@ -29,7 +29,7 @@ struct State
     Counts elsewhere;
 };
 
-// Calls come before anything here is constructed and after it has been destroyed, so both are plain, and kept.
+// Calls come before anything here is constructed and after it would be destroyed, so these are plain or never deleted.
 std::atomic<State *> active{nullptr};
 std::mutex &guard()
 {
@@ -77,17 +77,19 @@ long &countOf(Counts &counts, What what)
         return counts.seeks;
     case What::Look:
         return counts.looks;
+    case What::Tell:
+        return counts.tells;
     case What::List:
         break;
     }
     return counts.lists;
 }
 
-// Counts a call and asks what becomes of it: false, with errno set, where it fails.
-bool mayPass(What what, const std::string &path, std::int64_t offset = -1)
+// Counts a call and asks for its verdict: false, with errno set, if it fails.
+bool mayPass(What what, const std::string &path, std::int64_t offset = -1, std::int64_t bytes = -1)
 {
     Verdict verdict;
-    Call call{what, path, false, offset};
+    Call call{what, path, false, offset, bytes};
     {
         const std::lock_guard lock(guard());
         State *state = active;
@@ -167,7 +169,7 @@ template <typename Offset>
 ssize_t readAt(const char *name, int descriptor, void *buffer, size_t size, Offset offset)
 {
     const std::string known = watched(descriptor);
-    if (!known.empty() && !mayPass(What::Read, known, offset))
+    if (!known.empty() && !mayPass(What::Read, known, offset, static_cast<std::int64_t>(size)))
         return -1;
     const ssize_t bytes = real<ssize_t(int, void *, size_t, Offset)>(name)(descriptor, buffer, size, offset);
     if (!known.empty())
@@ -175,7 +177,7 @@ ssize_t readAt(const char *name, int descriptor, void *buffer, size_t size, Offs
     return bytes;
 }
 
-// The C library's calls below a FILE are its own, and nothing can come between: the FILE's own ones are looked at.
+// Nothing can come between a FILE and the calls that the C library makes for it: the calls on the FILE are watched.
 FILE *openStream(const char *name, const char *path, const char *mode)
 {
     const std::string known = watched(path);
@@ -205,7 +207,7 @@ size_t readStream(void *buffer, size_t size, size_t count, FILE *file)
             content = state->content;
     }
     if (content)
-        content({What::Read, known, false, offset}, static_cast<unsigned char *>(buffer), got * size);
+        content({What::Read, known, false, offset, -1}, static_cast<unsigned char *>(buffer), got * size);
     return got;
 }
 
@@ -303,7 +305,7 @@ size_t fread(void *buffer, size_t size, size_t count, FILE *file)
     return faultydisk::readStream(buffer, size, count, file);
 }
 
-// What the compiler calls instead where it checks the buffer's size.
+// What the compiler calls instead if it checks the buffer's size.
 size_t __fread_chk(void *buffer, size_t, size_t size, size_t count, FILE *file) // NOLINT(bugprone-reserved-identifier)
 {
     return fread(buffer, size, count, file);
@@ -330,7 +332,8 @@ ssize_t read(int descriptor, void *buffer, size_t size)
     if (known.empty())
         return function(descriptor, buffer, size);
     const auto tell = faultydisk::real<off64_t(int, off64_t, int)>("lseek64");
-    if (!faultydisk::mayPass(faultydisk::What::Read, known, tell(descriptor, 0, SEEK_CUR)))
+    if (!faultydisk::mayPass(faultydisk::What::Read, known, tell(descriptor, 0, SEEK_CUR),
+                             static_cast<std::int64_t>(size)))
         return -1;
     const ssize_t bytes = function(descriptor, buffer, size);
     faultydisk::noteRead(bytes);
@@ -355,6 +358,22 @@ off_t lseek(int descriptor, off_t offset, int whence) noexcept
 off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
 {
     return faultydisk::seek("lseek64", descriptor, offset, whence);
+}
+
+int posix_fadvise(int descriptor, off_t begin, off_t bytes, int advice) noexcept
+{
+    const std::string known = faultydisk::watched(descriptor);
+    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+        return errno;
+    return faultydisk::real<int(int, off_t, off_t, int)>("posix_fadvise")(descriptor, begin, bytes, advice);
+}
+
+int posix_fadvise64(int descriptor, off64_t begin, off64_t bytes, int advice) noexcept
+{
+    const std::string known = faultydisk::watched(descriptor);
+    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+        return errno;
+    return faultydisk::real<int(int, off64_t, off64_t, int)>("posix_fadvise64")(descriptor, begin, bytes, advice);
 }
 
 int stat(const char *path, struct stat *facts) noexcept

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-/// A disk that misbehaves when told to. Linked into a test, it comes between the whole process (the toolkit and the
+/// A disk that misbehaves when told to. Linked into a test, it comes between the whole process (Qt and the
 /// FFmpeg libraries included) and the C library's calls about files below one folder; everything else passes through.
 /// Linux only.
 namespace faultydisk {
@@ -16,6 +16,7 @@ enum class What {
     Seek, ///< lseek, fseek
     Look, ///< stat in all its forms, access
     List, ///< opendir
+    Tell, ///< posix_fadvise: what will be read
 };
 
 /// A call that is about to be made.
@@ -24,17 +25,19 @@ struct Call
     What what;
     std::string path;
     bool onMainThread;   ///< on the thread that began to watch
-    std::int64_t offset; ///< of a Read, as far as is known; -1 otherwise
+    std::int64_t offset; ///< of a Read or Tell, as far as is known; -1 otherwise
+    std::int64_t bytes;  ///< that a Read asks for, as far as is known, or a Tell is about; -1 otherwise
 };
 
-/// Decides what becomes of a call: 0 lets it pass, an error number (EIO, ENOENT, ...) makes it fail. It may wait as
-/// long as it likes. Called on the thread that makes the call, on several at once. A file that is closed goes quietly.
+/// The verdict on a call: 0 lets it pass, an error number (EIO, ENOENT, ...) makes it fail. It may wait as long as it
+/// likes. Runs on the thread that makes the call, on several at once. Not asked when a file is closed.
 using Verdict = std::function<int(const Call &)>;
 
-/// Changes the `count` bytes that a FILE's read has brought: a disk that holds what nobody had to write.
+/// Changes the `count` bytes that a FILE's read has brought, as if the disk held other ones.
 using Content = std::function<void(const Call &, unsigned char *bytes, std::size_t count)>;
 
-/// What passed or failed since watching began. A FILE's calls count as one each: it should be unbuffered.
+/// What passed or failed since watching began; what only tells the system something is not among all(). A FILE's calls
+/// count as one each: it should be unbuffered.
 struct Counts
 {
     long opens = 0;
@@ -42,6 +45,7 @@ struct Counts
     long seeks = 0;
     long looks = 0;
     long lists = 0;
+    long tells = 0;
     std::int64_t bytesRead = 0;
 
     [[nodiscard]] long all() const { return opens + reads + seeks + looks + lists; }

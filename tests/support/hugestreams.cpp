@@ -87,33 +87,6 @@ QByteArray png(int width, int height)
            pngChunk("IDAT", QByteArray("\x78\x9C\x01\x00\x00\xFF\xFF", 7)) + pngChunk("IEND", {});
 }
 
-QByteArray mp4(int tracks, quint32 samples)
-{
-    const auto number = [](quint32 value) {
-        const quint32 bytes = qToBigEndian(value);
-        return QByteArray(reinterpret_cast<const char *>(&bytes), 4);
-    };
-    const auto box = [&](const char *type, const QByteArray &content) {
-        return number(quint32(content.size()) + 8) + type + content;
-    };
-    const auto fullBox = [&](const char *type, const QByteArray &content) { return box(type, number(0) + content); };
-    const QByteArray zeros(80, '\0');
-    const QByteArray size = QByteArray("\0\x40\0\x30", 4); // 64x48
-    const QByteArray picture = zeros.left(6) + QByteArray("\0\1", 2) + zeros.left(16) + size + zeros.left(50);
-    const QByteArray table = fullBox("stsd", number(1) + box("avc1", picture)) +
-                             fullBox("stts", number(1) + number(samples) + number(1)) +
-                             fullBox("stsc", number(1) + number(1) + number(samples) + number(1)) +
-                             fullBox("stsz", number(1) + number(samples)) + fullBox("stco", number(1) + number(0));
-    const QByteArray media = fullBox("mdhd", number(0) + number(0) + number(1000) + number(samples) + number(0)) +
-                             fullBox("hdlr", number(0) + "vide" + zeros.left(13)) + box("minf", box("stbl", table));
-    QByteArray movie = fullBox("mvhd", number(0) + number(0) + number(1000) + number(1000) + zeros);
-    for (int track = 1; track <= tracks; ++track) {
-        const QByteArray header = fullBox("tkhd", number(0) + number(0) + number(quint32(track)) + zeros.left(72));
-        movie += box("trak", header + box("mdia", media));
-    }
-    return box("ftyp", "isom" + number(0) + "isom") + box("moov", movie);
-}
-
 bool widenMpeg2(QByteArray &stream, int steps)
 {
     bool found = false;

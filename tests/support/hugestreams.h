@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 
-/// Files that claim pictures of sizes which no recorder makes. There is nothing in the pictures.
+/// Files that claim pictures of sizes that no recorder makes. The pictures are empty.
 namespace hugestreams {
 
 /// A raw H.264 stream of `pictures` key pictures; `width` and `height` are multiples of 16.
@@ -10,9 +10,6 @@ namespace hugestreams {
 
 /// A PNG picture.
 [[nodiscard]] QByteArray png(int width, int height);
-
-/// An MP4 file of `tracks` tracks of pictures, each of which claims `samples` samples; none of them is there.
-[[nodiscard]] QByteArray mp4(int tracks, quint32 samples);
 
 /// Patches every sequence of an MPEG-2 stream: adds `steps` (0 to 3) times 4096 to its width and to its height. False
 /// where no sequence was found.

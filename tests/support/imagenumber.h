@@ -8,8 +8,8 @@
 #include <optional>
 #include <vector>
 
-/// The number that the block code of a coloured picture says. The darkest channel of each pixel is read: black that
-/// carries colour wraps one or two of its channels to bright ones, never all three.
+/// The number in the block code of a coloured picture. Reads the darkest channel of each pixel: in tinted black one or
+/// two channels wrap to bright values, never all three.
 inline std::optional<unsigned> numberIn(const QImage &image)
 {
     std::vector<std::uint8_t> darkest;

@@ -16,8 +16,8 @@ namespace ffmpeg = quorvale::ffmpeg;
 
 namespace {
 
-// FFmpeg gives a decoder black buffers at first, and later those of earlier pictures as they are. This makes them
-// black.
+// FFmpeg gives a decoder black buffers at first, and later the unchanged buffers of earlier pictures. This makes them
+// black again.
 int getBlackBuffer(AVCodecContext *decoder, AVFrame *frame, int flags)
 {
     const int status = avcodec_default_get_buffer2(decoder, frame, flags);
@@ -57,7 +57,7 @@ QVector<QByteArray> checksumsIn(GetBuffer getBuffer, const QString &path)
     for (bool drained = false; !drained;) {
         const bool read = av_read_frame(opened, packet.get()) >= 0;
         if (!read || packet->stream_index == stream) {
-            avcodec_send_packet(decoder.get(), read ? packet.get() : nullptr); // A broken packet brings no picture.
+            avcodec_send_packet(decoder.get(), read ? packet.get() : nullptr); // a broken packet gives no picture
             while (avcodec_receive_frame(decoder.get(), frame.get()) >= 0)
                 checksums.append(checksum(*frame));
         }

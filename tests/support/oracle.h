@@ -5,7 +5,7 @@
 #include <QVector>
 
 /// Checksums of all pictures of a video, in the order in which they are decoded, as the ffmpeg program finds them (with
-/// one thread, and with its decoder drained at the end). Empty where the program fails. A file is decoded once and
+/// one thread, and with its decoder drained at the end). Empty if the program fails. A file is decoded once and
 /// remembered.
 [[nodiscard]] QVector<QByteArray> pictureChecksums(const QString &path);
 

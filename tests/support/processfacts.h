@@ -25,7 +25,7 @@ inline qint64 status(const QByteArray &field)
     return -1;
 }
 
-/// Memory that is really in use, now and at most so far.
+/// Memory that is in use, now and at its peak.
 inline qint64 residentKiB()
 {
     return status("VmRSS");

@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <utility>
 
 namespace {
 
@@ -19,8 +18,7 @@ struct Hook
     qint64 begin = 0;
     qint64 end = 0;
     std::function<int()> act;
-    int entriesLeft = 1;   // before it acts; touched by the reading thread alone, as is what follows
-    bool isInside = false; // the latest read was one of the part
+    bool hasActed = false; // touched by the reading thread alone, as is the error
     int error = 0;
 
     [[nodiscard]] bool isItsFile(int descriptor) const
@@ -35,9 +33,10 @@ struct Hook
         if (!isItsFile(descriptor))
             return 0;
         const off_t position = ::lseek(descriptor, 0, SEEK_CUR);
-        const bool wasInside = std::exchange(isInside, begin <= position && position < end);
-        if (isInside && !wasInside && --entriesLeft == 0)
+        if (!hasActed && begin <= position && position < end) {
+            hasActed = true;
             error = act();
+        }
         return error;
     }
 };
@@ -47,12 +46,12 @@ std::atomic<Hook *> active{nullptr};
 
 } // namespace
 
-ReadHook::ReadHook(const QString &path, qint64 begin, qint64 end, std::function<int()> act, int entry)
+ReadHook::ReadHook(const QString &path, qint64 begin, qint64 end, std::function<int()> act)
 {
     struct stat info = {};
     if (active || ::stat(QFile::encodeName(path).constData(), &info) != 0)
         qFatal("there is a hook already, or no such file");
-    theHook = {info.st_dev, info.st_ino, begin, end, std::move(act), entry};
+    theHook = {info.st_dev, info.st_ino, begin, end, std::move(act)};
     active = &theHook;
 }
 

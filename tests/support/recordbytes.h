@@ -54,7 +54,7 @@ struct RecordBytes
     }
 };
 
-/// An index file with these records: the unread first 32 KiB and then one record behind the other.
+/// An index file with these records: the unread first 32 KiB and then one record after the other.
 inline QByteArray indexBytes(const QList<RecordBytes> &records)
 {
     QByteArray index(RecordBytes::kSize, '\xA5');

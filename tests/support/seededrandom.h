@@ -21,7 +21,7 @@ public:
         return mixed ^ (mixed >> 31);
     }
 
-    /// 0 to `bound` - 1; 0 where `bound` is 0.
+    /// 0 to `bound` - 1; 0 if `bound` is 0.
     std::size_t below(std::size_t bound) { return bound == 0 ? 0 : static_cast<std::size_t>(next() % bound); }
 
     std::uint8_t byte() { return static_cast<std::uint8_t>(next() & 0xFF); }

@@ -56,7 +56,7 @@ bool SeenQueuesApplication::notify(QObject *receiver, QEvent *event)
 
 #ifdef QUORVALE_THREAD_SANITIZER
 
-// The linker puts these in the place of the toolkit's functions of the same names, wherever the house's code calls
+// The linker puts these in the place of Qt's functions of the same names, wherever our code calls
 // them: QMetaObject::activate(), which every signal goes through, and both forms of QThread::wait().
 extern "C" {
 

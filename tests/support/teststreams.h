@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// Path of a real capture; nothing where the folder with captures is absent on this machine.
+/// Path of a real capture; nothing if the folder with captures is absent on this machine.
 [[nodiscard]] std::optional<QString> samplePath(const QString &name);
 
 /// A small numbered stream to be made: 320x240, 25 pictures in a second unless the encoder's options say otherwise.
@@ -23,7 +23,7 @@ struct TestStream
     int sarDenominator = 1;
 };
 
-/// Makes the stream in `folder` and returns its path; empty, with the encoder's words on stderr, where that fails.
+/// Makes the stream in `folder` and returns its path; empty, with the encoder's message on stderr, if that fails.
 [[nodiscard]] QString makeStream(const QString &folder, const TestStream &stream);
 
 /// Makes a stream of generated sound or pictures with the ffmpeg program's own arguments; its path, or empty.

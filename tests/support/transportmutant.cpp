@@ -14,7 +14,7 @@ constexpr std::size_t kLongestSegment = 400;
 constexpr std::size_t kLongestZeroedRun = 65536;
 constexpr std::size_t kDroppedInARow = 16;
 constexpr std::size_t kMostRepeats = 8;
-constexpr std::size_t kBehindStartCode = 32; // of the bytes behind a start code, those that may be hit
+constexpr std::size_t kAfterStartCode = 32; // of the bytes after a start code, those that may be hit
 
 // A few places in most mutants, many in some.
 std::size_t placeCount(SeededRandom &random)
@@ -83,7 +83,7 @@ void damagePacketHeaders(Bytes &stream, SeededRandom &random)
         flipBit(stream, random.below(packetCount(stream)) * kPacketSize + random.below(4), random);
 }
 
-// The first byte behind each start code. Those that two packets share are not found; there are enough others.
+// The first byte after each start code. Those that two packets share are not found; there are enough others.
 std::vector<std::size_t> startCodes(const Bytes &stream)
 {
     std::vector<std::size_t> found;
@@ -98,7 +98,7 @@ void damagePictureHeaders(Bytes &stream, SeededRandom &random)
 {
     const std::vector<std::size_t> codes = startCodes(stream);
     for (std::size_t place = placeCount(random); place > 0 && !codes.empty(); --place) {
-        const std::size_t at = codes[random.below(codes.size())] + random.below(kBehindStartCode);
+        const std::size_t at = codes[random.below(codes.size())] + random.below(kAfterStartCode);
         if (at < stream.size())
             stream[at] = random.byte();
     }
@@ -172,7 +172,7 @@ void repeatSegment(Bytes &stream, SeededRandom &random)
         insert(stream, segment.first, repeated);
 }
 
-// Cuts before a packet that begins a unit, or before one that goes on with a unit.
+// Cuts before a packet that begins a unit, or before one that continues a unit.
 void truncateBeforePacket(Bytes &stream, SeededRandom &random, bool beginningAUnit)
 {
     std::vector<std::size_t> packets;

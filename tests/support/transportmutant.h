@@ -5,19 +5,19 @@
 #include <cstdint>
 #include <vector>
 
-/// Damaged transport streams, made from whole ones of 188-byte packets. Whatever the bytes of the whole one, also none,
-/// something comes out; the same arguments give the same bytes on every machine.
+/// Makes damaged transport streams from whole ones of 188-byte packets. Any bytes, also none, can be damaged; the same
+/// arguments give the same bytes on every machine.
 namespace transportmutant {
 
 using Bytes = std::vector<std::uint8_t>;
 
 inline constexpr std::size_t kPacketSize = 188;
 
-/// What befell the stream. Kinds that hit places hit one to 32 of them.
+/// Kinds of damage. Those that hit places hit one to 32 of them.
 enum class Kind {
     BitsFlipped,           ///< single bits anywhere
     PacketHeadersDamaged,  ///< bits of the four bytes that say what a packet is: synchronisation, identifier, counter
-    PictureHeadersDamaged, ///< bytes behind start codes: sequences, parameter sets, pictures, slices
+    PictureHeadersDamaged, ///< bytes after start codes: sequences, parameter sets, pictures, slices
     BytesBurst,            ///< runs of up to 600 bytes replaced by noise
     PacketDropped,
     PacketsDropped, ///< 16 in a row
@@ -32,7 +32,7 @@ enum class Kind {
     Emptied,           ///< no byte is left
     ZeroedRun,         ///< a run of up to 64 KiB holds zeros
     ErrorsMarked,      ///< packets carry the transport's error indicator
-    TimeStampsChanged, ///< presentation and decode timestamps: noise, or far ahead, or far behind
+    TimeStampsChanged, ///< presentation and decode timestamps: noise, or far too early or late
 };
 
 inline constexpr std::array<Kind, 18> kAllKinds = {
@@ -47,7 +47,7 @@ inline constexpr std::array<Kind, 18> kAllKinds = {
 [[nodiscard]] const char *nameOf(Kind kind);
 
 /// `base` with damage of `kind` at places that `seed` chooses. `other` is where spliced segments come from; without
-/// one they come from `base`. Unchanged where `base` has nothing that this kind of damage could befall.
+/// one they come from `base`. Unchanged if `base` has nothing that this kind can damage.
 [[nodiscard]] Bytes mutate(Bytes base, Kind kind, std::uint64_t seed, const Bytes &other = {});
 
 } // namespace transportmutant

@@ -38,7 +38,7 @@ std::uint32_t sectionChecksum(const QByteArray &bytes)
     return crc;
 }
 
-// Where the program map section begins that starts in a packet; -1 where none does.
+// Offset of the program map section that starts in a packet; -1 if none does.
 int programMapAt(const QByteArray &stream, int packet)
 {
     const int start = packet * kPacketSize;
@@ -104,7 +104,7 @@ bool registerFirstStream(QByteArray &stream, const char *fourCharacters)
         const std::uint32_t crc = sectionChecksum(body);
         for (int shift = 24; shift >= 0; shift -= 8)
             body.append(static_cast<char>(crc >> shift & 0xFF));
-        stream.replace(section, body.size(), body); // what was stuffing behind the section gives way
+        stream.replace(section, body.size(), body); // what was stuffing after the section gives way
         patched = true;
     }
     return patched;

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-/// Surgery on MPEG transport streams of 188-byte packets.
+/// Edits MPEG transport streams of 188-byte packets.
 namespace transportstream {
 
 inline constexpr int kPacketSize = 188;
@@ -17,7 +17,7 @@ inline constexpr int kPacketSize = 188;
 [[nodiscard]] int pidOfStreamType(const QByteArray &stream, int streamType);
 
 /// Adds a registration descriptor with four characters to the first elementary stream of every program map, and
-/// recomputes the map's checksum. False where there was no program map with room for it.
+/// recomputes the map's checksum. False if there was no program map with room for it.
 bool registerFirstStream(QByteArray &stream, const char *fourCharacters);
 
 /// Removes the packets for which `drop` (packet number, identifier) is true.

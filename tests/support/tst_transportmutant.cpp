@@ -137,7 +137,7 @@ private slots:
         }
     }
 
-    void pictureHeadersDamaged_hitsBehindStartCodes()
+    void pictureHeadersDamaged_hitsBytesAfterStartCodes()
     {
         for (std::uint64_t seed = 0; seed < 100; ++seed) {
             const Bytes mutant = mutate(whole, Kind::PictureHeadersDamaged, seed);

@@ -7,12 +7,13 @@
 #include <QApplication>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <memory>
 
 /// A folder for recorder volumes, a folder for settings of its own, and a window on them.
-/// The settings of whoever runs the test are neither read nor written, on any system: the window is told to keep its
-/// own in a text file, for on macOS the system's store cannot be moved elsewhere.
+/// The settings of whoever runs the test are neither read nor written, on any system: the window keeps its own in a
+/// text file, because on macOS the system's store cannot be moved.
 class ViewerFixture
 {
 public:
@@ -45,6 +46,14 @@ public:
         viewer.reset();
         viewer = std::make_unique<Viewer>();
         return *viewer;
+    }
+
+    /// The window on a disk with these programmes.
+    Viewer &openDisk(const QList<RecordBytes> &records)
+    {
+        const bool created = TestVolume::create(path("disk"), records);
+        [&] { QVERIFY(created); }();
+        return open();
     }
 
     void close() { viewer.reset(); }

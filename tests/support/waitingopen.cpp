@@ -1,5 +1,5 @@
-// A disk that does not answer: a recording that is a pipe hangs whoever opens it, until somebody writes to the pipe,
-// although the program asks the system not to wait. Compiled into a test, or loaded before a program's libraries.
+// A disk that does not answer: opening a recording that is a pipe waits for a writer, although the program asks the
+// system not to wait. Compiled into a test, or loaded before a program's libraries.
 
 #include <cstdarg>
 #include <cstring>

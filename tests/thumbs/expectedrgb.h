@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/bt709.h"
+
 #include <QByteArray>
 #include <QImage>
 
@@ -15,27 +17,15 @@ struct RawPicture
     QByteArray bytes;
 };
 
-inline uchar expectedByte(float channel)
+inline uchar expectedByte(double channel)
 {
-    const int value = int(double(channel) * 255.0);
+    const int value = int(channel * 255.0);
     return value > 255 ? uchar(255) : uchar(value & 0xFF);
 }
 
-/// BT.709 with chroma centred on 127, one rounding at a time; `volatile` keeps the compiler from joining any of them.
 inline QRgb expectedPixel(int y, int cb, int cr)
 {
-    volatile float luma = float(y) / 255.0F;
-    volatile float u = float(cb - 127) / 255.0F;
-    volatile float v = float(cr - 127) / 255.0F;
-    volatile double redPart = double(v) * 1.5748;
-    volatile double bluePart = double(u) * 1.8556;
-    volatile float red = float(double(luma) + redPart);
-    volatile float blue = float(double(luma) + bluePart);
-    volatile double weightedRed = 0.2126 * double(red);
-    volatile double weightedBlue = 0.0722 * double(blue);
-    volatile double withoutRed = double(luma) - weightedRed;
-    volatile double rest = withoutRed - weightedBlue;
-    volatile float green = float(rest / 0.7152);
+    const auto [red, green, blue] = bt709(y, cb, cr);
     return qRgb(expectedByte(red), expectedByte(green), expectedByte(blue));
 }
 

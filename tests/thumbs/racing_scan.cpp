@@ -1,5 +1,5 @@
-// What ThreadSanitizer must report: a scanner that is stopped from another thread without its event queue. If it does
-// not, the passes of the tests next to it mean nothing.
+// A race that ThreadSanitizer must report: a scanner that is stopped from another thread without its event queue. If it
+// does not, that the other tests pass proves nothing.
 
 #include "tests/support/seenqueues.h"
 #include "thumbs/thumbnailscanner.h"

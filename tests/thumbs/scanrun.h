@@ -11,8 +11,11 @@
 #include <optional>
 #include <vector>
 
+/// What a scanner says of a file that it cannot read.
+inline const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
+
 /// What a scanner said about one recording. The images are copies of the pixmaps.
-struct Series
+struct ScannedSeries
 {
     QString file;
     std::vector<QImage> small;
@@ -37,12 +40,12 @@ public:
     }
 
     QStringList events;
-    std::vector<Series> series;
+    std::vector<ScannedSeries> series;
 
 private:
     void take(const QString &file, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large)
     {
-        Series received{file, {}, {}, true};
+        ScannedSeries received{file, {}, {}, true};
         for (const QPixmap *pixmap : small) {
             received.largeIsDense &= pixmap->devicePixelRatio() == 1.0;
             received.small.push_back(pixmap->toImage());
@@ -60,7 +63,7 @@ private:
 struct ScanResult
 {
     QStringList events;
-    std::vector<Series> series;
+    std::vector<ScannedSeries> series;
     QByteArray errors; ///< what was written to stderr
 };
 
@@ -87,10 +90,12 @@ inline ScanResult runScan(const QStringList &files, int firstFrame = 150, int fr
     return runScan(scanner);
 }
 
+using Numbers = std::vector<std::optional<unsigned>>;
+
 /// The numbers that the block codes in `images` say.
-inline std::vector<std::optional<unsigned>> numbersIn(const std::vector<QImage> &images)
+inline Numbers numbersIn(const std::vector<QImage> &images)
 {
-    std::vector<std::optional<unsigned>> numbers;
+    Numbers numbers;
     for (const QImage &image : images)
         numbers.push_back(numberIn(image));
     return numbers;

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests of the thumbnail widget share: series that own their pixmaps, and rendering for real.
+// Shared by the tests of the thumbnail widget: series that own their pixmaps, and rendering.
 
 #include "thumbs/multiframethumb.h"
 
@@ -20,7 +20,9 @@
 #include <utility>
 #include <vector>
 
-/// Owns pixmaps and hands out pointers to them, as the cache behind the widget does.
+constexpr QSize kFrame(80, 60);
+
+/// Owns pixmaps and hands out pointers to them, as the widget's cache does.
 class Series
 {
 public:
@@ -140,13 +142,14 @@ inline bool showsOnly(const QImage &image, const QRect &rect, const QColor &colo
     return true;
 }
 
-/// A picture of `size` in which no two pixels have the same colour.
-inline QPixmap manyColoured(const QSize &size)
+/// A picture of `size` that gets redder to the right and greener downwards: made smaller, to at most 200 pixels a side,
+/// no two of its pixels have the same colour.
+inline QPixmap slopes(const QSize &size)
 {
     QImage image(size, QImage::Format_RGB32);
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x) {
-            image.setPixel(x, y, qRgb(0, 0, 0) + uint(y * size.width() + x));
+            image.setPixel(x, y, qRgb(255 * x / (size.width() - 1), 255 * y / (size.height() - 1), 0));
         }
     }
     return QPixmap::fromImage(image);
@@ -204,7 +207,7 @@ private:
     QEvent::Type type;
 };
 
-/// Counts the toolkit's warnings while it lives, and passes them on.
+/// Counts Qt's warnings while it lives, and passes them on.
 class WarningCounter
 {
 public:

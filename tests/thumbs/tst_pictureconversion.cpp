@@ -1,6 +1,7 @@
 #include "thumbs/pictureconversion.h"
 
 #include "tests/support/capturedoutput.h"
+#include "tests/support/testclass.h"
 #include "tests/thumbs/expectedrgb.h"
 #include "video/bridgeimage.h"
 
@@ -283,5 +284,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPictureConversion)
+TEST_CLASS(TestPictureConversion, QCoreApplication)
 #include "tst_pictureconversion.moc"

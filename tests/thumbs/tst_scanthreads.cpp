@@ -1,4 +1,4 @@
-// How scans end: at the program's end, in the middle of one, and with series that nobody took over.
+// How scans end: at the program's end, in the middle of a scan, and with series that nobody claimed.
 
 #include "thumbs/scanthreads.h"
 
@@ -49,6 +49,7 @@ private slots:
     void add_connectsNothingToTheScannersSignals();
     void end_freesSeries_thatNobodyClaimed();
     void end_leavesSeries_thatWereClaimed();
+    void series_areForgotten_whenTheirScannerHasGone();
     void end_stopsAtTheNextFile_inTheMiddleOfAScan();
     void end_endsIdleThreads_ofEarlierScans();
     void idleThreads_costNoDescriptor();
@@ -124,7 +125,7 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     QVector<QPixmap *> mine;
     connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
             [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
-                ScanThreads::instance().claim(x1, x2);
+                ScanThreads::instance().claim(x1);
                 mine = x1 + x2;
             });
     scan.thread->start();
@@ -133,6 +134,26 @@ void TestScanThreads::end_leavesSeries_thatWereClaimed()
     for (const QPixmap *pixmap : std::as_const(mine))
         QVERIFY(pixmap->width() > 0);
     qDeleteAll(mine);
+}
+
+void TestScanThreads::series_areForgotten_whenTheirScannerHasGone()
+{
+    // One disk after the other, for as long as a session lasts.
+    int arrived = 0;
+    for (int disk = 0; disk < 20; ++disk) {
+        const Scan scan = start({m_recording, m_recording, m_recording});
+        connect(scan.scanner.data(), &ThumbnailScanner::gotThumbs, this,
+                [&](const QString &, const QVector<QPixmap *> &x1, const QVector<QPixmap *> &x2) {
+                    ScanThreads::instance().claim(x1);
+                    qDeleteAll(x1 + x2);
+                    ++arrived;
+                });
+        scan.thread->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!scan.scanner, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(ScanThreads::instance().openClaims(), 0, 20000);
+    }
+    QCOMPARE(arrived, 60);
+    QVERIFY(ScanThreads::instance().end(20000)); // What was forgotten is not freed once more.
 }
 
 void TestScanThreads::end_stopsAtTheNextFile_inTheMiddleOfAScan()
@@ -164,7 +185,7 @@ void TestScanThreads::end_endsIdleThreads_ofEarlierScans()
         QVERIFY(!scan.thread);
 }
 
-// Where 1,024 descriptors are all that a process may have, a day of clicking devices must not use them up.
+// A process may have as few as 1,024 descriptors; a day of clicking devices must not use them up.
 void TestScanThreads::idleThreads_costNoDescriptor()
 {
     if (!processfacts::available())
@@ -185,7 +206,7 @@ void TestScanThreads::idleThreads_costNoDescriptor()
 
 void TestScanThreads::end_givesUp_whenAReadHangs()
 {
-    // waitingopen.cpp has a part in this test. A pipe that nobody writes to hangs whoever opens it, like a file on a
+    // waitingopen.cpp has a part in this test. Opening a pipe without a writer hangs, like opening a file on a
     // disk that does not answer.
     const QByteArray pipe = m_directory.filePath("pipe.ts").toLocal8Bit();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kRecordings = 2000; // far more than are scanned until the first series has arrived
 
-// How a scan ended whose application went in the middle of it.
+// How a scan ended whose application object was destroyed in the middle of it.
 struct AbandonedScan
 {
     std::string problem = "not run";
@@ -70,7 +70,7 @@ void scanUntilTheApplicationGoes(int argc, char **argv, AbandonedScan &scan)
 
 } // namespace
 
-/// A program that does not end its scans: they end with its application object, for a pixmap that is made later aborts.
+/// A program that does not end its scans: they end with its application object, because a later pixmap would abort.
 class TestScanThreadsAtExit : public QObject
 {
     Q_OBJECT

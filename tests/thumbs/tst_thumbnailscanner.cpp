@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "thumbs/thumbnailscanner.h"
 
 #include "tests/thumbs/scanrun.h"
@@ -12,10 +13,6 @@
 using namespace quorvale;
 
 namespace {
-
-const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
-
-using Numbers = std::vector<std::optional<unsigned>>;
 
 std::string encode(const QString &path, int frames, int sarNumerator, int sarDenominator)
 {
@@ -86,7 +83,7 @@ private slots:
         const ScanResult result = runScan(QStringList{longFile});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + longFile, "finished"}));
         QCOMPARE(result.errors, QByteArray());
-        const Series &series = result.series.at(0);
+        const ScannedSeries &series = result.series.at(0);
         QCOMPARE(series.file, longFile);
         QCOMPARE(numbersIn(series.large), (Numbers{150, 300, 450, 600, 750}));
         QCOMPARE(numbersIn(series.small), (Numbers{150, 300, 450, 600, 750}));
@@ -146,7 +143,7 @@ private slots:
         QCOMPARE(result.events, (QStringList{"gotThumbs " + shortFile, "missingVideo " + missingFile,
                                              "gotThumbs " + longFile, "finished"}));
         QCOMPARE(result.errors, QByteArray());
-        for (const Series &series : result.series)
+        for (const ScannedSeries &series : result.series)
             QVERIFY(series.small.empty() && series.large.empty());
     }
 
@@ -256,6 +253,7 @@ private slots:
         scanner.frameStep = 300;
         QSignalSpy finished(&scanner, &ThumbnailScanner::finished);
         scanner.process();
+        QCOMPARE(finished.count(), 0); // The event loop comes between a file and whatever is next.
         QTRY_COMPARE(finished.count(), 1);
         QCOMPARE(scanner.index, 1);
     }
@@ -268,5 +266,5 @@ private:
     QString missingFile;
 };
 
-QTEST_MAIN(TestThumbnailScanner)
+TEST_CLASS(TestThumbnailScanner, QApplication)
 #include "tst_thumbnailscanner.moc"

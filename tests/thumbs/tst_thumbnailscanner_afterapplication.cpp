@@ -14,7 +14,7 @@ using namespace quorvale;
 
 namespace {
 
-// What a scan did that went on while the application object was closing, or after it was gone.
+// The results of a scan that went on while the application object was closing, or after it was gone.
 struct LateScan
 {
     bool isClosing = QCoreApplication::instance() && QCoreApplication::closingDown();
@@ -57,7 +57,8 @@ LateScan scanLate()
 
 } // namespace
 
-/// A read that hangs on a dying disk can return when the program has given up on it. No pixmap can be made then.
+/// A read that hangs on a dying disk can return after the program has stopped waiting for it. No pixmap can be made
+/// then.
 class TestThumbnailScannerAfterApplication : public QObject
 {
     Q_OBJECT

@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
 #include "tests/thumbs/scanrun.h"
@@ -18,7 +19,7 @@ struct Expected
     QByteArray errors;
 };
 
-// What a scanner emits that has nothing but an FFVideo.
+// What a scanner would emit that has only an FFVideo.
 Expected literalScan(const QString &path, int firstFrame, int frameStep)
 {
     Expected expected;
@@ -63,7 +64,7 @@ const char *const kCaptures[] = {
 
 } // namespace
 
-/// What the scanner emits, and says on stderr, is what a scanner would that decodes everything.
+/// The scanner emits, and writes to stderr, the same as a scanner that decodes everything.
 class TestThumbnailScannerExactness : public QObject
 {
     Q_OBJECT
@@ -150,5 +151,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestThumbnailScannerExactness)
+TEST_CLASS(TestThumbnailScannerExactness, QApplication)
 #include "tst_thumbnailscanner_exactness.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/rawpicture.h"
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
@@ -22,10 +23,6 @@ constexpr bool kSanitized = false;
 #endif
 
 namespace {
-
-const QByteArray kUnreadable = "ThumbnailScanner - Could not read frame\n";
-
-using Numbers = std::vector<std::optional<unsigned>>;
 
 std::string encode(const QString &path, int frames, std::vector<std::string> encoder)
 {
@@ -158,7 +155,7 @@ private slots:
         file.close();
         const ScanResult result = runScan({path, tinyFile});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "gotThumbs " + tinyFile, "finished"}));
-        const Series &series = result.series.at(0);
+        const ScannedSeries &series = result.series.at(0);
         QCOMPARE(series.small.size(), series.large.size());
         QCOMPARE(numbersIn({series.large.at(0)}), (Numbers{150})); // lies before the damage
         for (const QImage &image : series.large)
@@ -216,7 +213,7 @@ private slots:
         const ScanResult result = runScan(QStringList{path});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
         QCOMPARE(result.errors, QByteArray());
-        const Series &series = result.series.at(0);
+        const ScannedSeries &series = result.series.at(0);
         QCOMPARE(series.large.size(), std::size_t(5));
         for (int i = 0; i < 5; ++i)
             compareWithProgram(series, i, path, 150 * (i + 1), {416, 234}, {0, 0});
@@ -229,7 +226,7 @@ private slots:
             QSKIP("needs the real captures");
         const ScanResult result = runScan(QStringList{path}, 60, 900);
         QCOMPARE(result.errors, QByteArray());
-        const Series &series = result.series.at(0);
+        const ScannedSeries &series = result.series.at(0);
         QCOMPARE(series.large.size(), std::size_t(1));
         QCOMPARE(series.small.at(0).size(), QSize(213, 120));
         compareWithProgram(series, 0, path, 60, {704, 576}, {426, 240});
@@ -268,7 +265,7 @@ private slots:
     }
 
 private:
-    // Scans twice: what the first pass leaves behind is caches, what the second adds is kept per recording.
+    // Scans twice: what the first pass leaves is caches, what the second adds is kept per recording.
     static void compareMemory(const QStringList &files)
     {
         const auto scan = [&files] {
@@ -300,7 +297,7 @@ private:
     }
 
     // `exactSize` empty: the picture keeps its shape.
-    static void compareWithProgram(const Series &series, int index, const QString &path, int number, QSize size,
+    static void compareWithProgram(const ScannedSeries &series, int index, const QString &path, int number, QSize size,
                                    QSize exactSize)
     {
         const RawPicture raw = rawPicture(path, number, QStringLiteral("yuv420p"), size);
@@ -319,5 +316,5 @@ private:
     QString tinyFile; // 8 pictures
 };
 
-QTEST_MAIN(TestThumbnailScannerFiles)
+TEST_CLASS(TestThumbnailScannerFiles, QApplication)
 #include "tst_thumbnailscanner_files.moc"

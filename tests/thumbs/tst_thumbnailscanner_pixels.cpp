@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/thumbs/rawpicture.h"
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
@@ -12,7 +13,7 @@ Q_DECLARE_METATYPE(NumberedStream)
 
 namespace {
 
-constexpr int kPicture = 5; // behind a few B pictures, before the ones that a decoder holds back
+constexpr int kPicture = 5; // after a few B pictures, before the ones that a decoder holds back
 
 enum class Conversion { HalvedRows, FullRows, Bytes };
 
@@ -123,7 +124,7 @@ private slots:
         const ScanResult result = runScan(QStringList{path}, kPicture, 900);
         QCOMPARE(result.errors, known ? QByteArray() : QByteArray("Invalid pixel format\n"));
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
-        const Series &series = result.series.at(0);
+        const ScannedSeries &series = result.series.at(0);
         QCOMPARE(series.small.size(), std::size_t(1));
         QCOMPARE(series.large.size(), std::size_t(1));
         QVERIFY(series.largeIsDense);
@@ -144,5 +145,5 @@ private:
     }
 };
 
-QTEST_MAIN(TestThumbnailScannerPixels)
+TEST_CLASS(TestThumbnailScannerPixels, QApplication)
 #include "tst_thumbnailscanner_pixels.moc"

@@ -15,7 +15,14 @@ using namespace quorvale;
 
 namespace {
 
-using Numbers = std::vector<std::optional<unsigned>>;
+// What the pictures of recording number `recording` say.
+Numbers numbersOf(unsigned recording)
+{
+    Numbers numbers;
+    for (const unsigned frame : {40, 70, 100, 130, 160})
+        numbers.emplace_back(1000 * recording + frame);
+    return numbers;
+}
 
 // Stands where the main window does: it is connected by the text of the signatures.
 class Window : public QObject
@@ -63,7 +70,7 @@ private slots:
             files << dir.filePath(QStringLiteral("%1.ts").arg(i));
             stream.path = files.last().toStdString();
             stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-            stream.frames = 70;
+            stream.frames = 180; // so many that pictures are decoded ahead
             stream.firstNumber = 1000U * unsigned(i);
             stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
             const ProcessEnd encoded = encodeNumberedStream(stream);
@@ -77,8 +84,8 @@ private slots:
         thread = std::make_unique<QThread>();
         scanner = new ThumbnailScanner;
         scanner->files = files;
-        scanner->firstFrame = 20;
-        scanner->frameStep = 20;
+        scanner->firstFrame = 40;
+        scanner->frameStep = 30;
         scanner->moveToThread(thread.get());
         QVERIFY(connect(thread.get(), SIGNAL(started()), scanner, SLOT(process())));
         QVERIFY(connect(scanner, SIGNAL(gotThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>)), window.get(),
@@ -103,7 +110,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
         QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1),
                                               "gotThumbs " + files.at(2), "finished"}));
-        QCOMPARE(window->numbers, (std::vector<Numbers>{{20, 40, 60}, {1020, 1040, 1060}, {2020, 2040, 2060}}));
+        QCOMPARE(window->numbers, (std::vector<Numbers>{numbersOf(0), numbersOf(1), numbersOf(2)}));
         for (const QThread *receiving : std::as_const(window->threads))
             QCOMPARE(receiving, QThread::currentThread());
     }
@@ -124,43 +131,52 @@ private slots:
         QCOMPARE(finishing.load(), thread.get());
     }
 
-    // The halt arrives at the scanner while the first file is in hand, from the window's thread as ever: the worker
+    // The halt comes from the window's thread, as in the program, while the scanner works on the first file: the worker
     // waits for it there.
     void halt_takesEffectAtTheNextFile_whenTheWindowAsksForItDuringOne()
     {
-        QSemaphore reading;
-        QSemaphore asked;
-        connect(
-            scanner, &ThumbnailScanner::gotThumbs, scanner,
-            [&] {
-                reading.release();
-                asked.acquire();
-            },
-            Qt::DirectConnection);
-        thread->start();
-        reading.acquire();
+        Hold hold;
+        startAndHold(hold);
         QVERIFY(QMetaObject::invokeMethod(scanner, "halt", Qt::QueuedConnection));
-        asked.release();
+        hold.goOn.release();
         QTRY_VERIFY_WITH_TIMEOUT(window->events.contains("finished"), 60000);
         QCOMPARE(window->events, (QStringList{"gotThumbs " + files.at(0), "finished"}));
-        QCOMPARE(window->numbers, (std::vector<Numbers>{{20, 40, 60}}));
+        QCOMPARE(window->numbers, (std::vector<Numbers>{numbersOf(0)}));
+    }
+
+    // Wherever the scan is when it is asked for, between two files or while a file's pictures are decoded at once.
+    void halt_completesTheFileInHand_atAnyTime()
+    {
+        for (int turns = 0; turns < 12; ++turns) {
+            ThumbnailScanner halted;
+            QThread scanThread; // ends first
+            halted.files = files;
+            halted.firstFrame = 40;
+            halted.frameStep = 30;
+            halted.moveToThread(&scanThread);
+            Window receiver;
+            connect(&scanThread, &QThread::started, &halted, &ThumbnailScanner::process);
+            connect(&halted, &ThumbnailScanner::gotThumbs, &receiver, &Window::SetThumbs);
+            connect(&halted, &ThumbnailScanner::finished, &receiver, &Window::scanDone);
+            scanThread.start();
+            for (int i = 0; i < 1000 * turns; ++i)
+                QCoreApplication::processEvents();
+            QMetaObject::invokeMethod(&halted, "halt", Qt::QueuedConnection);
+            QTRY_VERIFY_WITH_TIMEOUT(receiver.events.contains("finished"), 60000);
+            scanThread.quit();
+            QVERIFY(scanThread.wait(60000));
+            QVERIFY(receiver.numbers.size() <= std::size_t(files.size()));
+            for (std::size_t i = 0; i < receiver.numbers.size(); ++i)
+                QCOMPARE(receiver.numbers.at(i), numbersOf(unsigned(i)));
+        }
     }
 
     void quit_endsTheThreadBetweenTwoFiles()
     {
-        QSemaphore reading;
-        QSemaphore asked;
-        connect(
-            scanner, &ThumbnailScanner::gotThumbs, scanner,
-            [&] {
-                reading.release();
-                asked.acquire();
-            },
-            Qt::DirectConnection);
-        thread->start();
-        reading.acquire();
+        Hold hold;
+        startAndHold(hold);
         thread->quit();
-        asked.release();
+        hold.goOn.release();
         QVERIFY(thread->wait(60000));
         QCoreApplication::processEvents();
         QCOMPARE(window->events, QStringList{"gotThumbs " + files.at(0)});
@@ -200,6 +216,25 @@ private slots:
     }
 
 private:
+    struct Hold
+    {
+        QSemaphore sent;
+        QSemaphore goOn;
+    };
+    // Comes back when the first series has been sent; the worker waits there.
+    void startAndHold(Hold &hold)
+    {
+        connect(
+            scanner, &ThumbnailScanner::gotThumbs, scanner,
+            [&] {
+                hold.sent.release();
+                hold.goOn.acquire();
+            },
+            Qt::DirectConnection);
+        thread->start();
+        hold.sent.acquire();
+    }
+
     QTemporaryDir dir;
     QStringList files;
     std::unique_ptr<Window> window;

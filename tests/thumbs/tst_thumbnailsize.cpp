@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "thumbs/thumbnailsize.h"
 
 #include <QtTest>
@@ -83,5 +84,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestThumbnailSize)
+TEST_CLASS(TestThumbnailSize, QCoreApplication)
 #include "tst_thumbnailsize.moc"

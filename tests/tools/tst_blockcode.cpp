@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/blockcode.h"
 
 #include <QtTest>
@@ -137,5 +138,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBlockCode)
+TEST_CLASS(TestBlockCode, QCoreApplication)
 #include "tst_blockcode.moc"

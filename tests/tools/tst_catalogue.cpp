@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/catalogue.h"
 #include "tools/sampledisk/options.h"
 #include "tools/sampledisk/recordingencoder.h"
@@ -145,5 +146,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCatalogue)
+TEST_CLASS(TestCatalogue, QCoreApplication)
 #include "tst_catalogue.moc"

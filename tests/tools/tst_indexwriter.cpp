@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/indexwriter.h"
 
 #include <QDir>
@@ -141,5 +142,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestIndexWriter)
+TEST_CLASS(TestIndexWriter, QCoreApplication)
 #include "tst_indexwriter.moc"

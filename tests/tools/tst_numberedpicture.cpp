@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/numberedpicture.h"
 
 #include "tools/testpicture/blockcode.h"
@@ -58,7 +59,7 @@ private slots:
         QFETCH(const int, size);
         const PictureFormat format{width, height, is422 ? ChromaFormat::Yuv422 : ChromaFormat::Yuv420, false};
         QCOMPARE(format.size(), std::size_t(size));
-        // Every byte is drawn and none behind the last one.
+        // Every byte is drawn and none after the last one.
         auto bytes = drawn(format, 3);
         QCOMPARE(int(bytes.back()), 77);
         Bytes again(format.size() + 1, 78);
@@ -173,5 +174,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestNumberedPicture)
+TEST_CLASS(TestNumberedPicture, QCoreApplication)
 #include "tst_numberedpicture.moc"

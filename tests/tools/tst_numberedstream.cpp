@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/numberedstream.h"
 
 #include "tests/tools/decodedluma.h"
@@ -139,5 +140,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestNumberedStream)
+TEST_CLASS(TestNumberedStream, QCoreApplication)
 #include "tst_numberedstream.moc"

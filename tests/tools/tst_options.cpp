@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/options.h"
 
 #include <QtTest>
@@ -89,5 +90,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestOptions)
+TEST_CLASS(TestOptions, QCoreApplication)
 #include "tst_options.moc"

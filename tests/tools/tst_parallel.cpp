@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/parallel.h"
 
 #include <QtTest>
@@ -46,5 +47,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestParallel)
+TEST_CLASS(TestParallel, QCoreApplication)
 #include "tst_parallel.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/recordingencoder.h"
 
 #include "tests/tools/decodedluma.h"
@@ -85,5 +86,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRecordingEncoder)
+TEST_CLASS(TestRecordingEncoder, QCoreApplication)
 #include "tst_recordingencoder.moc"

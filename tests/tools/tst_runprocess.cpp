@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/testpicture/ffmpegprocess.h"
 
 #include <QFile>
@@ -120,5 +121,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRunProcess)
+TEST_CLASS(TestRunProcess, QCoreApplication)
 #include "tst_runprocess.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tools/sampledisk/transportstream.h"
 
 #include <QFile>
@@ -102,5 +103,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTransportStream)
+TEST_CLASS(TestTransportStream, QCoreApplication)
 #include "tst_transportstream.moc"

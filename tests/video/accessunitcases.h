@@ -22,7 +22,7 @@ struct UnitStream
     bool interlaced = false;
     /// The numbers of the packets at which decoding can begin; nothing: those that the demuxer calls key packets.
     QVector<int> randomAccessPoints{};
-    /// How many pictures there are, about and at most, that no other one refers to; -1: not to be looked at.
+    /// At most, and about, how many pictures no other one refers to; -1: not tested.
     int fewestUnreferred = -1;
     int mostUnreferred = -1;
 };
@@ -37,9 +37,8 @@ struct UnitCoding
     QMap<QString, int> parameterSets; ///< their types, by name
 };
 
-/// What access units say about themselves, held against what decoding them shows, and what becomes of units that were
-/// tampered with: the cases that all codings have. A test of one coding derives from it and adds those that it alone
-/// has.
+/// Compares what access units say about themselves with what decoding them shows, and tests modified units: the cases
+/// that all codings have. The test of one coding derives from it and adds its own cases.
 class AccessUnitCases : public QObject
 {
     Q_OBJECT

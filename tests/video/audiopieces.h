@@ -31,7 +31,7 @@ inline Piece readPiece(FFVideo &video)
     return piece;
 }
 
-/// Everything from the pictures `first` to `last`; empty where the range is refused.
+/// Everything from the pictures `first` to `last`; empty if the range is refused.
 inline QByteArray readRange(FFVideo &video, int first, int last)
 {
     QByteArray all;

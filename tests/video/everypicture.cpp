@@ -12,15 +12,15 @@
 
 namespace {
 
-// Under a memory checker a sought picture costs many times as much, and every way through the code is taken by a few of
-// them: only so many are sought there. Reading forwards stays complete.
+// Under AddressSanitizer a sought picture costs many times as much, and a few of them reach all of the code: only so
+// many are sought there. All are still read forwards.
 #ifdef QUORVALE_SANITIZED
 constexpr int kStepFactor = 8;
 #else
 constexpr int kStepFactor = 1;
 #endif
 
-// The checksum of picture `number`; empty where it is refused. A layout that Read does not copy is looked at in the
+// The checksum of picture `number`; empty if it is refused. A layout that Read does not copy is looked at in the
 // decoder's frame.
 QByteArray checksumOf(FFVideo &video, int number)
 {

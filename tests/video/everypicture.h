@@ -13,8 +13,8 @@ struct Allowance
 {
     /// Pictures below this one may be refused with `lastError` 1, when they are sought.
     int reachableFrom = 0;
-    /// What these look like is defined by nobody (see picturesWithTracesOfMemory()), so they are not compared: each
-    /// must be delivered, and must not be the picture of another number.
+    /// How these look is not defined (see picturesWithTracesOfMemory()), so they are not compared: each must be
+    /// delivered, and must not be the picture of another number.
     QVector<int> undefined{};
 };
 
@@ -35,5 +35,5 @@ struct Allowance
 /// The same numbers in an order that looks random and is the same in every run.
 [[nodiscard]] QVector<int> shuffled(int count, int step);
 
-/// How many of the last pictures the decoder may keep back at the end of the file, for want of being drained.
+/// How many of the last pictures the decoder may hold back at the end of the file, because it is not drained.
 inline constexpr int kMostHeldBack = 4;

@@ -73,7 +73,8 @@ LiteralPictures::LiteralPictures(const QString &path, int end)
     }
 }
 
-ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets)
+ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,
+                               std::optional<int> processors)
 {
     ExactComparison result;
     FFVideo video;
@@ -82,7 +83,9 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
         return result;
     }
     const int avFormat = video.frame->format;
-    ExactReader reader(video);
+    ExactReader reader(video, processors.value_or(1));
+    if (processors)
+        reader.announce({targets.begin(), targets.end()});
     for (const int target : targets) {
         Picture picture;
         QByteArray found;
@@ -123,7 +126,7 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
 
 ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
 {
-    // The pictures that are asked for are all that has to be known.
+    // Only the pictures that are asked for need to be known.
     const int last = *std::max_element(targets.begin(), targets.end());
     return compareExactly(LiteralPictures(path, last + 2), targets);
 }

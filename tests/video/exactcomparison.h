@@ -6,9 +6,11 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 // What an ExactReader delivers, beside what decoding everything delivers.
 
-/// Every picture of a file, by its number, as a literal reader delivers it that makes one step after the other.
+/// Every picture of a file, by its number, as a literal reader delivers it when it makes one step after the other.
 class LiteralPictures
 {
 public:
@@ -32,7 +34,7 @@ private:
 /// What a comparison found.
 struct ExactComparison
 {
-    QString difference; ///< empty where every answer was right
+    QString difference; ///< empty if every answer was right
     quorvale::ExactCounters counters;
     int delivered = 0;    ///< pictures, all of them the right ones
     int pastEnd = 0;      ///< numbers that do not exist
@@ -41,8 +43,10 @@ struct ExactComparison
                           ///< show what was in memory before
 };
 
-/// Reads the pictures `targets` with a new ExactReader, in this order.
-[[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets);
+/// Reads the pictures `targets` with a new ExactReader, in this order. `processors`: they are announced, and the reader
+/// may decode that many at once.
+[[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,
+                                             std::optional<int> processors = {});
 
 /// The same for a file that is read literally only for this.
 [[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);

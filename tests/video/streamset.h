@@ -4,7 +4,7 @@
 #include <QSize>
 #include <QString>
 
-/// Streams of `frames` pictures of `size` in `folder`, one for each way of coding: path by name. A path is empty where
+/// Streams of `frames` pictures of `size` in `folder`, one for each way of coding: path by name. A path is empty if
 /// the stream could not be made.
 [[nodiscard]] QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const QSize &size);
 

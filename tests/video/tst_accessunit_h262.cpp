@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/accessunitcases.h"
 
 #include <QtTest>
@@ -141,5 +142,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAccessUnitH262)
+TEST_CLASS(TestAccessUnitH262, QCoreApplication)
 #include "tst_accessunit_h262.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/accessunitcases.h"
 
@@ -103,5 +104,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAccessUnitH264)
+TEST_CLASS(TestAccessUnitH264, QCoreApplication)
 #include "tst_accessunit_h264.moc"

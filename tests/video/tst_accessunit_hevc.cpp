@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/accessunitcases.h"
 
 #include <QtTest>
@@ -118,5 +119,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAccessUnitHevc)
+TEST_CLASS(TestAccessUnitHevc, QCoreApplication)
 #include "tst_accessunit_hevc.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/bitstream/bitreader.h"
 
 #include <QtTest>
@@ -148,5 +149,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestBitReader)
+TEST_CLASS(TestBitReader, quorvale::NoApplication)
 #include "tst_bitreader.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/bitstream/accessunit.h"
 #include "video/bitstream/bytestream.h"
 #include "video/bitstream/parametersethistory.h"
@@ -115,5 +116,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestByteStream)
+TEST_CLASS(TestByteStream, quorvale::NoApplication)
 #include "tst_bytestream.moc"

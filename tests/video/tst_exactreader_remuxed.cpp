@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "video/ffvideo.h"
@@ -7,12 +8,8 @@
 
 namespace {
 
-constexpr int kFrames = 320;
-constexpr int kGroup = 20;
-const QVector<int> kTargets = {110, 260};
-
-// The byte behind each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.
-void changeBehind(QByteArray &bytes, const QByteArray &mark, int first, int end, char (*change)(char))
+// The byte after each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.
+void changeByteAfter(QByteArray &bytes, const QByteArray &mark, int first, int end, char (*change)(char))
 {
     int number = 0;
     for (auto at = bytes.indexOf(mark); at >= 0; at = bytes.indexOf(mark, at + 1), ++number) {
@@ -24,14 +21,18 @@ void changeBehind(QByteArray &bytes, const QByteArray &mark, int first, int end,
 
 } // namespace
 
-/// Recordings that were cut, joined or written anew by something that left no mark of it in the transport: only times,
-/// order numbers and the pictures' own headers tell. The pictures are the same as without skipping, and the counters
-/// tell which way they came.
+/// Recordings that were cut, joined or remuxed without a mark in the transport stream: only times, picture order counts
+/// and the pictures' own headers tell. The pictures equal those of decoding everything, and the counters tell how they
+/// were read.
 class TestExactReaderRemuxed : public QObject
 {
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 320;
+    static constexpr int kGroup = 20;
+    inline static const QVector<int> kTargets = {110, 260};
+
     QTemporaryDir folder;
     QMap<QString, QString> whole;
 
@@ -82,7 +83,7 @@ private slots:
         QTest::addColumn<int>("picture"); // in the order of decoding
         for (const char *name : {"h264", "h264-open", "mpeg2", "hevc", "hevc-open"}) {
             QTest::addRow("%s, a key picture", name) << QString(name) << 9 * kGroup;
-            QTest::addRow("%s, the one behind it", name) << QString(name) << 9 * kGroup + 1;
+            QTest::addRow("%s, the one after it", name) << QString(name) << 9 * kGroup + 1;
         }
     }
     void aPictureThatIsGone_isBridged()
@@ -158,7 +159,7 @@ private slots:
     void timesThatWrap_areNoDoubt()
     {
         QFETCH(const QString, name);
-        // 33 bits of 90,000 a second: they begin anew some eight seconds behind the start.
+        // 33 bits of 90,000 a second: they wrap about eight seconds after the start.
         const QString path = remuxed(name, {"-output_ts_offset", "95434", "-muxdelay", "0", "-muxpreload", "0"});
         const ExactComparison result = compareExactly(path, kTargets);
         QCOMPARE(result.difference, QString());
@@ -174,7 +175,7 @@ private slots:
         const QByteArray recoveryPoint("\x06\x06\x01", 3);
         const auto before = bytes.count(recoveryPoint + '\xC4');
         QVERIFY(before > 10);
-        changeBehind(bytes, recoveryPoint, 0, kFrames, [](char byte) { return char(byte & ~0x40); });
+        changeByteAfter(bytes, recoveryPoint, 0, kFrames, [](char byte) { return char(byte & ~0x40); });
         QCOMPARE(bytes.count(recoveryPoint + '\x84'), before);
         const ExactComparison result = compareExactly(writeFile(folder.path(), "inexact.ts", bytes), kTargets);
         QCOMPARE(result.difference, QString());
@@ -189,7 +190,7 @@ private slots:
         // A key picture that has the decoder drop the ones that it still holds.
         const QByteArray key("\x00\x00\x01\x28\x01", 5);
         QVERIFY(bytes.count(key) >= kFrames / kGroup - 1);
-        changeBehind(bytes, key, 9, 10, [](char byte) { return char(byte | 0x40); });
+        changeByteAfter(bytes, key, 9, 10, [](char byte) { return char(byte | 0x40); });
         const QString path = writeFile(folder.path(), "withheld.ts", bytes);
         const ExactComparison result = compareExactly(path, kTargets);
         QCOMPARE(result.difference, QString());
@@ -204,7 +205,7 @@ private slots:
 
     void picturesInFrontOfAKeyPicture_areTheSame_whereRecordingsWereJoined()
     {
-        // The second recording begins in the middle: what is decoded behind its first key picture and shown before it
+        // The second recording begins in the middle: what is decoded after its first key picture and shown before it
         // refers to pictures that are not there.
         for (const char *name : {"hevc-open", "h264-open", "mpeg2"}) {
             const QString second =
@@ -219,5 +220,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderRemuxed)
+TEST_CLASS(TestExactReaderRemuxed, QCoreApplication)
 #include "tst_exactreader_remuxed.moc"

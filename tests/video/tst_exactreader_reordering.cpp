@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "video/ffmpeg/compat.h"
@@ -10,10 +11,8 @@
 
 namespace {
 
-constexpr int kFrames = 260;
 constexpr int kDeepFrom = 80; // From here on there are B pictures that refer to B pictures,
 constexpr int kDeepEnd = 120; // up to here. Elsewhere no B picture fits into a group.
-const QVector<int> kTargets = {60, 200};
 
 // The bits of a unit's beginning, where there is no byte yet that only prevents a start code.
 class Bits
@@ -31,7 +30,7 @@ public:
         ++at;
         return value;
     }
-    // In Exp-Golomb code: as many bits behind the first one that is set as there are zeros before it.
+    // In Exp-Golomb code: as many bits after the first one that is set as there are zeros before it.
     unsigned number()
     {
         int zeros = 0;
@@ -47,7 +46,7 @@ public:
         bytes[byte()] = char(bytes.at(byte()) & ~mask());
         ++at;
     }
-    // The last bit of a unit is set; zeros behind it do not belong to it.
+    // The last bit of a unit is set; zeros after it do not belong to it.
     void endHere()
     {
         const int last = byte();
@@ -70,7 +69,7 @@ private:
 };
 
 // An H.264 sequence parameter set of the main profile, without the part at its end that says how far pictures are
-// reordered; as long as before. Empty where it is another one.
+// reordered; as long as before. Empty if it is another one.
 QByteArray withoutReorderingDepth(QByteArray set)
 {
     Bits bits(set);
@@ -98,13 +97,16 @@ QByteArray withoutReorderingDepth(QByteArray set)
 
 } // namespace
 
-/// A recording in which pictures are reordered deeper from somewhere on. A decoder that was not told drops pictures
-/// until it has adapted: their packets are as sound as any, but they are fewer pictures.
+/// A recording in which pictures are reordered deeper from some place on. A decoder that was not told drops pictures
+/// until it has adapted: the packets are sound, but there are fewer pictures.
 class TestExactReaderReordering : public QObject
 {
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 260;
+    inline static const QVector<int> kTargets = {60, 200};
+
     QTemporaryDir folder;
     QString announced; // in the sequence parameter set
     QString sudden;
@@ -173,16 +175,16 @@ private slots:
         QCOMPARE(result.refused, 0);
     }
 
-    void picturesInSuddenDeepReorderingAndBehindIt_areTheSame_data()
+    void picturesInSuddenDeepReorderingAndAfterIt_areTheSame_data()
     {
         QTest::addColumn<QVector<int>>("targets");
         QTest::newRow("in its first group") << QVector<int>{kDeepFrom + 15};
         QTest::newRow("in a later one") << QVector<int>{kDeepFrom + 30};
-        QTest::newRow("behind a skip, in it") << QVector<int>{60, kDeepFrom + 20};
-        QTest::newRow("behind a skip, behind it") << QVector<int>{60, kDeepEnd + 10};
-        QTest::newRow("behind a skip, far behind it") << kTargets;
+        QTest::newRow("after a skip, in it") << QVector<int>{60, kDeepFrom + 20};
+        QTest::newRow("after a skip, after it") << QVector<int>{60, kDeepEnd + 10};
+        QTest::newRow("after a skip, far after it") << kTargets;
     }
-    void picturesInSuddenDeepReorderingAndBehindIt_areTheSame()
+    void picturesInSuddenDeepReorderingAndAfterIt_areTheSame()
     {
         QFETCH(const QVector<int>, targets);
         const ExactComparison result = compareExactly(sudden, targets);
@@ -193,5 +195,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderReordering)
+TEST_CLASS(TestExactReaderReordering, QCoreApplication)
 #include "tst_exactreader_reordering.moc"

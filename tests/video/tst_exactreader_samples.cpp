@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
@@ -30,7 +31,7 @@ constexpr Capture kCaptures[] = {
 
 } // namespace
 
-/// Real captures: every picture that is read exactly is that of decoding everything, in whatever order.
+/// Real captures: every picture that is read exactly equals that of decoding everything, in any order.
 class TestExactReaderSamples : public QObject
 {
     Q_OBJECT
@@ -99,5 +100,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestExactReaderSamples)
+TEST_CLASS(TestExactReaderSamples, QCoreApplication)
 #include "tst_exactreader_samples.moc"

@@ -1,4 +1,5 @@
 #include "tests/support/oracle.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/audiopieces.h"
 #include "tests/video/everypicture.h"
@@ -254,5 +255,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoAudio)
+TEST_CLASS(TestFFVideoAudio, QCoreApplication)
 #include "tst_ffvideo_audio.moc"

@@ -1,4 +1,5 @@
 #include "tests/support/oracle.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/audiopieces.h"
 #include "video/ffmpeg/compat.h"
@@ -139,5 +140,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoAudioFormats)
+TEST_CLASS(TestFFVideoAudioFormats, QCoreApplication)
 #include "tst_ffvideo_audioformats.moc"

@@ -1,5 +1,6 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/video/everypicture.h"
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
@@ -7,7 +8,7 @@
 #include <QFile>
 #include <QtTest>
 
-/// What closing leaves behind, and what becomes of a reader that opens another file.
+/// What closing leaves, and what becomes of a reader that opens another file.
 class TestFFVideoClose : public QObject
 {
     Q_OBJECT
@@ -135,5 +136,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoClose)
+TEST_CLASS(TestFFVideoClose, QCoreApplication)
 #include "tst_ffvideo_close.moc"

@@ -1,4 +1,5 @@
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
 
@@ -14,7 +15,7 @@ constexpr std::int64_t kNoTimestamp = std::numeric_limits<std::int64_t>::min();
 
 } // namespace
 
-/// What the reader knows about a file once it is open, and before.
+/// What the reader knows about a file before and after it is opened.
 class TestFFVideoFacts : public QObject
 {
     Q_OBJECT
@@ -239,5 +240,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoFacts)
+TEST_CLASS(TestFFVideoFacts, QCoreApplication)
 #include "tst_ffvideo_facts.moc"

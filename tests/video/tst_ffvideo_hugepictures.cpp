@@ -3,6 +3,7 @@
 #include "tests/support/hugestreams.h"
 #include "tests/support/picture.h"
 #include "tests/support/processfacts.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
@@ -26,7 +27,7 @@ private slots:
         QVERIFY(dir.isValid());
         if (!processfacts::available())
             QSKIP("needs to see how much memory there is");
-        // What the libraries set aside for good comes first.
+        // First, what the libraries allocate once and keep.
         const QString small = makeStream(dir.path(), {"small.ts", {"-c:v", "mpeg2video", "-f", "mpegts"}, 12});
         const QString raw = makeStream(dir.path(), {"small.h264", {"-c:v", "libx264", "-bf", "0", "-f", "h264"}, 60});
         mpeg2 = readFile(small);
@@ -108,5 +109,5 @@ private:
     QByteArray h264;
 };
 
-QTEST_APPLESS_MAIN(TestFFVideoHugePictures)
+TEST_CLASS(TestFFVideoHugePictures, quorvale::NoApplication)
 #include "tst_ffvideo_hugepictures.moc"

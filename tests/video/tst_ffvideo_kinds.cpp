@@ -1,15 +1,19 @@
-// Which kinds of files are opened. A name says nothing: every one here is called like a recording.
+// Which kinds of files are opened. Every file here has the name of a recording.
 
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
+#include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/ffvideo.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 }
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -47,22 +51,114 @@ private slots:
         QTest::newRow("Ogg") << "ogg" << QStringList{"-c:v", "libtheora"};
         QTest::newRow("NUT") << "nut" << QStringList{"-c:v", "rawvideo"};
         QTest::newRow("MXF") << "mxf" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("GXF") << "gxf" << QStringList{"-c:v", "mpeg2video", "-s", "720x576", "-r", "25"};
+        QTest::newRow("fragmented MP4") << "mp4"
+                                        << QStringList{"-c:v", "libx264", "-movflags", "frag_keyframe+empty_moov"};
+        QTest::newRow("WTV") << "wtv" << QStringList{"-c:v", "mpeg2video"};
+        QTest::newRow("QuickTime with animation") << "mov" << QStringList{"-c:v", "qtrle"};
+        QTest::newRow("AVI with a computer's screen") << "avi" << QStringList{"-c:v", "zmbv"};
+        QTest::newRow("FLV with a computer's screen") << "flv" << QStringList{"-c:v", "flashsv"};
+        QTest::newRow("FLV with a computer's screen, later") << "flv" << QStringList{"-c:v", "flashsv2"};
+        QTest::newRow("AVI with JPEG-LS") << "avi" << QStringList{"-c:v", "jpegls", "-pix_fmt", "bgr24"};
         QTest::newRow("YUV4MPEG2") << "yuv4mpegpipe" << QStringList{"-pix_fmt", "yuv420p"};
     }
     void open_takes_containersOfAllKinds()
     {
-        QFETCH(QString, format);
-        QFETCH(QStringList, encoder);
-        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
-                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
-                                                QStringList{"-f", format});
+        const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
-        QCOMPARE(video.width, 96);
+        QCOMPARE(video.width, encoder.contains("720x576") ? 768 : 96);
         Picture picture;
         const bool isCopied = video.Read(1, picture);
         QVERIFY(isCopied || video.lastError == FFVideo::FF_ERROR_LAYOUT);
+    }
+
+    void open_takes_soundOfAllKinds_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QStringList>("encoder");
+        QTest::newRow("MP2") << "mpegts" << QStringList{"-c:a", "mp2"};
+        QTest::newRow("AC-3") << "mpegts" << QStringList{"-c:a", "ac3"};
+        QTest::newRow("E-AC-3") << "mpegts" << QStringList{"-c:a", "eac3"};
+        QTest::newRow("AAC") << "mpegts" << QStringList{"-c:a", "aac"};
+        QTest::newRow("AAC in LATM") << "mpegts" << QStringList{"-c:a", "aac", "-mpegts_flags", "latm"};
+        QTest::newRow("DTS") << "mpegts" << QStringList{"-c:a", "dca", "-strict", "-2"};
+        QTest::newRow("SMPTE 302M") << "mpegts"
+                                    << QStringList{"-c:a", "s302m", "-strict", "-2", "-ar", "48000", "-ac", "2"};
+        QTest::newRow("Opus") << "mpegts" << QStringList{"-c:a", "libopus"};
+        QTest::newRow("PCM") << "vob" << QStringList{"-c:a", "pcm_dvd", "-ar", "48000", "-ac", "2"};
+        QTest::newRow("WavPack") << "matroska" << QStringList{"-c:a", "wavpack"};
+    }
+    void open_takes_soundOfAllKinds()
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
+                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-f", "lavfi",
+                                                        "-i", "sine=r=48000:d=1", "-c:v", "mpeg2video"} +
+                                                encoder + QStringList{"-f", format});
+        QVERIFY(!path.isEmpty());
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(video.hasAudio && video.audioCodec);
+        Picture picture;
+        QVERIFY(video.Read(1, picture));
+    }
+
+    void open_takesThePictures_ofWhatSoundsLikeAGame()
+    {
+        const QString made = makeWithFFmpeg(dir.path(), "a.ts",
+                                            {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-f", "lavfi", "-i",
+                                             "sine=d=1", "-c:v", "mpeg4", "-c:a", "pcm_u8", "-f", "avi"});
+        QByteArray content = readFile(made);
+        const int format = int(content.indexOf("strf", content.indexOf("auds"))) + 8;
+        QVERIFY(format > 8);
+        content.replace(format, 2, QByteArray("\x65\x01", 2)); // XMA, of a console, in the place of PCM
+        const QString path = writeFile(dir.path(), "game.ts", content);
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QCOMPARE(video.formatContext->nb_streams, 2U);
+        QCOMPARE(video.formatContext->streams[1]->codecpar->codec_id, AV_CODEC_ID_XMA1);
+        QVERIFY(!video.hasAudio && !video.audioCodec);
+        QVERIFY(video.audioStream < 0);
+        Picture picture;
+        QVERIFY(video.Read(1, picture));
+    }
+
+    // What is lossless by FFmpeg's own word and refused is on this list, with all decoders that FFmpeg has.
+    void decoders_ofAllThatIsLossless_areWanted()
+    {
+        static const QStringList others = {// single pictures, and animations of the web
+                                           "alias_pix", "apng", "bmp", "brender_pix", "cri", "dds", "dpx", "exr",
+                                           "fits", "gif", "jpegxl", "jpegxl_anim", "pam", "pbm", "pcx", "pfm", "pgm",
+                                           "pgmyuv", "pgx", "phm", "ppm", "psd", "qdraw", "qoi", "sgi", "sunrast",
+                                           "targa", "tiff", "wbmp", "webp", "xbm", "xpm", "xwd",
+                                           // drawings, games, and pointers into the program's memory
+                                           "svg", "bmv_video", "cdtoons", "dxa", "wrapped_avframe"};
+        void *position = nullptr;
+        int lossless = 0;
+        while (const AVCodec *codec = av_codec_iterate(&position)) {
+            const AVCodecDescriptor *facts = avcodec_descriptor_get(codec->id);
+            const bool isOurs = (codec->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID)) == 0;
+            if (!av_codec_is_decoder(codec) || codec->type != AVMEDIA_TYPE_VIDEO || !facts || !isOurs ||
+                (facts->props & AV_CODEC_PROP_LOSSLESS) == 0)
+                continue;
+            ++lossless;
+            QVERIFY2(quorvale::ffmpeg::isWanted(*codec) != others.contains(facts->name), codec->name);
+        }
+        QVERIFY(lossless > 50);
+    }
+
+    void decoders_thatNeedADevice_areNotWanted()
+    {
+        void *position = nullptr;
+        while (const AVCodec *codec = av_codec_iterate(&position)) {
+            static const QRegularExpression device(
+                "_(qsv|cuvid|v4l2m2m|mediacodec|mmal|amf|vaapi|videotoolbox|rkmpp|oh|mf)$");
+            if (device.match(codec->name).hasMatch())
+                QVERIFY2(!quorvale::ffmpeg::isWanted(*codec), codec->name);
+        }
     }
 
     void open_refuses_whatIsNoVideo_data()
@@ -80,11 +176,7 @@ private slots:
     }
     void open_refuses_whatIsNoVideo()
     {
-        QFETCH(QString, format);
-        QFETCH(QStringList, encoder);
-        const QString path = makeWithFFmpeg(dir.path(), "a.ts",
-                                            QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
-                                                QStringList{"-f", format});
+        const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
@@ -141,8 +233,18 @@ private slots:
     }
 
 private:
+    // The recording that the row describes.
+    [[nodiscard]] QString made() const
+    {
+        QFETCH(QString, format);
+        QFETCH(QStringList, encoder);
+        return makeWithFFmpeg(dir.path(), "a.ts",
+                              QStringList{"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1"} + encoder +
+                                  QStringList{"-f", format});
+    }
+
     const QTemporaryDir dir;
 };
 
-QTEST_APPLESS_MAIN(TestFFVideoKinds)
+TEST_CLASS(TestFFVideoKinds, quorvale::NoApplication)
 #include "tst_ffvideo_kinds.moc"

@@ -1,6 +1,7 @@
-// A recording is one file. What passes for one and names others brings none of them in, and always comes to an end.
+// A recording is one file. A playlist in its place opens no other file, and reading it always ends.
 
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
@@ -58,5 +59,5 @@ private:
     QString segment;
 };
 
-QTEST_APPLESS_MAIN(TestFFVideoPlaylists)
+TEST_CLASS(TestFFVideoPlaylists, quorvale::NoApplication)
 #include "tst_ffvideo_playlists.moc"

@@ -1,6 +1,7 @@
 #include "tests/support/capturedoutput.h"
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
@@ -26,7 +27,7 @@ constexpr int kNoLabel = -1;
 
 Q_DECLARE_METATYPE(Layout)
 
-/// What Read makes of each layout that a decoder can hand out.
+/// How Read copies each layout that a decoder can deliver.
 class TestFFVideoRead : public QObject
 {
     Q_OBJECT
@@ -264,5 +265,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoRead)
+TEST_CLASS(TestFFVideoRead, QCoreApplication)
 #include "tst_ffvideo_read.moc"

@@ -1,5 +1,6 @@
 #include "tests/support/memorytraces.h"
 #include "tests/support/oracle.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 
@@ -30,7 +31,7 @@ const Capture kCaptures[] = {
 
 } // namespace
 
-/// Real captures, every picture of which is compared with what the ffmpeg program decodes, where that is defined.
+/// Real captures: compares every picture with the one that the ffmpeg program decodes, if its content is defined.
 class TestFFVideoSamples : public QObject
 {
     Q_OBJECT
@@ -199,5 +200,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoSamples)
+TEST_CLASS(TestFFVideoSamples, QCoreApplication)
 #include "tst_ffvideo_samples.moc"

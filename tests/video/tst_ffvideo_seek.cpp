@@ -1,19 +1,14 @@
-#include "tests/support/oracle.h"
 #include "tests/support/picture.h"
-#include "tests/support/teststreams.h"
+#include "tests/support/testclass.h"
 #include "tests/video/decodecounter.h"
-#include "tests/video/everypicture.h"
+#include "tests/video/groupsoften.h"
+#include "tests/video/openstreams.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
-
-constexpr int kFrames = 100;
-constexpr int kGroup = 10; // pictures from one key picture to the next
 
 // Decode timestamp of the packet with which the decoder delivers a picture after a seek backward to `dts`; the seek and
 // the packets are done by hand.
@@ -35,36 +30,13 @@ std::int64_t firstDeliveryAfterSeek(FFVideo &video, std::int64_t dts)
 
 } // namespace
 
-/// How pictures are reached, and at what cost. The stream has no B pictures and a key picture every ten, so every
-/// number can be worked out; H.264, because its decoder delivers a picture with the packet that completes it.
-class TestFFVideoSeek : public QObject
+/// How pictures are reached, and at what cost.
+class TestFFVideoSeek : public QObject, private GroupsOfTen
 {
     Q_OBJECT
 
-private:
-    QTemporaryDir folder;
-    QString path;
-    QVector<QByteArray> expected;
-
-    static bool open(FFVideo &video, const QString &file, bool quick)
-    {
-        return video.Open(QFile::encodeName(file).constData(), quick, FFVideo::FF_ACCESS_READ);
-    }
-    QString numberError(FFVideo &video, int number) const { return compareEach(video, {number}, expected); }
-
 private slots:
-    void initTestCase()
-    {
-        TestStream stream;
-        stream.fileName = "ip.ts";
-        stream.encoder =
-            QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-g", "10", "-sc_threshold", "0"};
-        stream.frames = kFrames;
-        path = makeStream(folder.path(), stream);
-        QVERIFY(!path.isEmpty());
-        expected = pictureChecksums(path);
-        QCOMPARE(int(expected.size()), kFrames);
-    }
+    void initTestCase() { make(); }
 
     void read_returnsThePictureThatCarriesTheNumber()
     {
@@ -183,7 +155,7 @@ private slots:
         QCOMPARE(numberError(video, 99), QString());
     }
 
-    void read_repeatsTheLastPicture_onceRightBehindTheEndOfAGrowingTable()
+    void read_repeatsTheLastPicture_onceRightAfterTheEndOfAGrowingTable()
     {
         // The step that finds the end of the file is counted before it is known to bring nothing.
         FFVideo video;
@@ -257,6 +229,8 @@ private slots:
         video.keyFrames.entries[4].frame = 43;
         video.keyFrames.entries[4].frameDts += 3 * 3600;
         QCOMPARE(numberError(video, 46), QString());
+        QVERIFY(video.seekToNearestKeyFrame(46, 0));
+        QCOMPARE(video.currentFrame, 30);
     }
 
     void seek_decodesEveryPacketInFull_beforeAPictureThatIsIntraButNoKey()
@@ -326,5 +300,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoSeek)
+TEST_CLASS(TestFFVideoSeek, QCoreApplication)
 #include "tst_ffvideo_seek.moc"

@@ -1,5 +1,6 @@
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 #include "tests/video/streamset.h"
@@ -11,8 +12,6 @@
 #include <QtTest>
 
 namespace {
-
-constexpr int kFrames = 100;
 
 // A VP9 stream in an IVF file, in which every two packets are joined to one "superframe". Each of its packets then
 // completes two pictures.
@@ -56,6 +55,8 @@ class TestFFVideoStreams : public QObject
     Q_OBJECT
 
 private:
+    static constexpr int kFrames = 100;
+
     QTemporaryDir folder;
     QMap<QString, QString> paths;
 
@@ -253,5 +254,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoStreams)
+TEST_CLASS(TestFFVideoStreams, QCoreApplication)
 #include "tst_ffvideo_streams.moc"

@@ -1,53 +1,24 @@
-#include "tests/support/oracle.h"
 #include "tests/support/picture.h"
-#include "tests/support/teststreams.h"
+#include "tests/support/testclass.h"
 #include "tests/video/decodecounter.h"
-#include "tests/video/everypicture.h"
+#include "tests/video/groupsoften.h"
+#include "tests/video/openstreams.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-constexpr int kFrames = 100;
-constexpr int kGroup = 10; // pictures from one key picture to the next
-
-} // namespace
-
-/// How a reader fills its table, takes one over and gives it away. The stream is the one of tst_ffvideo_seek: no B
-/// pictures, a key picture every ten.
-class TestFFVideoTable : public QObject
+/// How a reader fills its table, takes one over and gives it away.
+class TestFFVideoTable : public QObject, private GroupsOfTen
 {
     Q_OBJECT
 
 private:
-    QTemporaryDir folder;
-    QString path;
     QString shorter;
-    QVector<QByteArray> expected;
-
-    static bool open(FFVideo &video, const QString &file, bool quick)
-    {
-        return video.Open(QFile::encodeName(file).constData(), quick, FFVideo::FF_ACCESS_READ);
-    }
-    QString numberError(FFVideo &video, int number) const { return compareEach(video, {number}, expected); }
 
 private slots:
     void initTestCase()
     {
-        TestStream stream;
-        stream.fileName = "ip.ts";
-        stream.encoder =
-            QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-g", "10", "-sc_threshold", "0"};
-        stream.frames = kFrames;
-        path = makeStream(folder.path(), stream);
-        QVERIFY(!path.isEmpty());
-        expected = pictureChecksums(path);
-        QCOMPARE(int(expected.size()), kFrames);
-        stream.fileName = "short.ts";
-        stream.frames = 25;
-        shorter = makeStream(folder.path(), stream);
+        make();
+        shorter = make("short.ts", 25);
         QVERIFY(!shorter.isEmpty());
     }
 
@@ -67,7 +38,7 @@ private slots:
         }
     }
 
-    void seek_ends_whenTheTableNamesATimestampBehindTheEndOfTheFile()
+    void seek_ends_whenTheTableNamesATimestampAfterTheEndOfTheFile()
     {
         FFVideo indexed;
         QVERIFY(open(indexed, path, false));
@@ -187,5 +158,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFFVideoTable)
+TEST_CLASS(TestFFVideoTable, QCoreApplication)
 #include "tst_ffvideo_table.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/framecount.h"
 
 extern "C" {
@@ -46,5 +47,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFrameCount)
+TEST_CLASS(TestFrameCount, QCoreApplication)
 #include "tst_framecount.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/h264syntax.h"
 #include "video/bitstream/accessunitreader.h"
 #include "video/bitstream/h264_sei.h"
@@ -55,7 +56,7 @@ std::optional<h264::RecoveryPoint> recoveryPointIn(const QByteArray &sei)
 
 } // namespace
 
-/// What parameter sets, slice headers and supplemental enhancement information may hold, and what makes them damage.
+/// What parameter sets, slice headers and supplemental enhancement information may hold, and what counts as damage.
 class TestH264Headers : public QObject
 {
     Q_OBJECT
@@ -334,5 +335,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestH264Headers)
+TEST_CLASS(TestH264Headers, quorvale::NoApplication)
 #include "tst_h264_headers.moc"

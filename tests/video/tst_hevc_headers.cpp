@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/video/hevcsyntax.h"
 #include "video/bitstream/accessunitreader.h"
 
@@ -65,7 +66,7 @@ using Counts = std::vector<std::int64_t>;
 
 Q_DECLARE_METATYPE(Case)
 
-/// What parameter sets and slice segment headers may hold, what makes them damage, and what a picture refers to.
+/// What parameter sets and slice segment headers may hold, what counts as damage, and what a picture refers to.
 class TestHevcHeaders : public QObject
 {
     Q_OBJECT
@@ -316,5 +317,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(TestHevcHeaders)
+TEST_CLASS(TestHevcHeaders, quorvale::NoApplication)
 #include "tst_hevc_headers.moc"

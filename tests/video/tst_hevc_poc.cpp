@@ -1,7 +1,9 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/hevcsyntax.h"
 #include "tests/video/nalunits.h"
 #include "tests/video/videopackets.h"
+#include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
 
 #include <QTemporaryDir>
@@ -52,50 +54,9 @@ private:
     bool isFirst = true;
 };
 
-// What libavcodec's parser makes of the first unit of a stream.
-std::int64_t parserCountOf(const QByteArray &unit)
-{
-    AVCodecParserContext *parser = av_parser_init(AV_CODEC_ID_HEVC);
-    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-    const ffmpeg::DecoderPtr context(avcodec_alloc_context3(nullptr));
-    const QByteArray padded = unit + QByteArray(AV_INPUT_BUFFER_PADDING_SIZE, '\0');
-    std::uint8_t *data = nullptr;
-    int size = 0;
-    av_parser_parse2(parser, context.get(), &data, &size, reinterpret_cast<const std::uint8_t *>(padded.constData()),
-                     int(unit.size()), 0, 0, 0);
-    const std::int64_t count = parser->output_picture_number;
-    av_parser_close(parser);
-    return count;
-}
-
 QByteArray endOfSequence()
 {
     return QByteArray("\0\0\1", 3) + hevcsyntax::header(hevcsyntax::EndOfSequence);
-}
-
-// The packets of the pictures that libavcodec's decoder delivers.
-QVector<int> decodedOrder(const QVector<QByteArray> &units)
-{
-    const AVCodec *codec = avcodec_find_decoder(AV_CODEC_ID_HEVC);
-    const ffmpeg::DecoderPtr decoder(avcodec_alloc_context3(codec));
-    decoder->thread_count = 1;
-    QVector<int> order;
-    if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
-        return order;
-    const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
-    for (int i = 0; i <= units.size(); ++i) {
-        ffmpeg::PacketPtr packet = ffmpeg::makePacket();
-        if (i < units.size()) {
-            if (av_new_packet(packet.get(), int(units[i].size())) < 0)
-                return {};
-            std::memcpy(packet->data, units[i].constData(), std::size_t(units[i].size()));
-            packet->pts = packet->dts = i;
-        }
-        avcodec_send_packet(decoder.get(), i < units.size() ? packet.get() : nullptr);
-        while (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
-            order.append(int(frame->pts));
-    }
-    return order;
 }
 
 } // namespace
@@ -139,7 +100,10 @@ private slots:
         QVERIFY(stream.next(picture(hevcsyntax::IdrNLp, 0)).onePicture);
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 7)), std::int64_t{7});
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 14)), std::int64_t{14});
-        QCOMPARE(stream.countOf(picture(nalUnitType, 5, temporalId)), std::int64_t{21});
+        const AccessUnit unit = stream.next(picture(nalUnitType, 5, temporalId));
+        QCOMPARE(unit.pictureOrderCount, std::int64_t{21});
+        QCOMPARE(unit.isPrevTid0Pic, next == 28);
+        QCOMPARE(unit.maxPicOrderCntLsb, std::uint32_t{16});
         QCOMPARE(stream.countOf(picture(hevcsyntax::TrailR, 12)), std::int64_t{next});
     }
 
@@ -174,13 +138,13 @@ private slots:
 
     void aCraThatBeginsTheStream_isCountedFromZero_whereTheParserTakesOneRangeOff()
     {
-        // 8.3.1: PicOrderCntMsb is 0 where NoRaslOutputFlag is 1. libavcodec takes the picture before to have had 0,
+        // 8.3.1: PicOrderCntMsb is 0 if NoRaslOutputFlag is 1. libavcodec takes the picture before to have had 0,
         // and the lsb 9 of 16 for -7. All counts after it are as much less, so that no order depends on it.
         Stream stream;
         const Slice cra = picture(hevcsyntax::Cra, 9);
-        QCOMPARE(parserCountOf(hevcsyntax::vps() + stream.sps.write() + stream.pps.write() +
-                               cra.write(stream.sps, stream.pps)),
-                 std::int64_t{9 - 16});
+        const QByteArray unit =
+            hevcsyntax::vps() + stream.sps.write() + stream.pps.write() + cra.write(stream.sps, stream.pps);
+        QCOMPARE(parserCounts(AV_CODEC_ID_HEVC, {unit}), QVector<std::int64_t>{9 - 16});
         QCOMPARE(stream.countOf(cra), std::int64_t{9});
     }
 
@@ -279,9 +243,9 @@ private slots:
         for (const auto &picture : predicted)
             order.append(picture.second);
         QVERIFY(withheld >= 6);
-        QCOMPARE(decodedOrder(units), order);
+        QCOMPARE(decodedOrder(AV_CODEC_ID_HEVC, units), order);
     }
 };
 
-QTEST_GUILESS_MAIN(TestHevcPoc)
+TEST_CLASS(TestHevcPoc, QCoreApplication)
 #include "tst_hevc_poc.moc"

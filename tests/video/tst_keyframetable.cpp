@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/keyframetable.h"
 
 #include <QtTest>
@@ -88,7 +89,7 @@ private slots:
         QCOMPARE(table.entries[0].frame, 0);
     }
 
-    void addEntry_changesNothing_forARowThatDoesNotLieBehindTheLast()
+    void addEntry_changesNothing_forARowThatDoesNotLieAfterTheLast()
     {
         HeldTable table;
         InitialiseKFT(&table, "x", -1);
@@ -236,5 +237,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestKeyFrameTable)
+TEST_CLASS(TestKeyFrameTable, QCoreApplication)
 #include "tst_keyframetable.moc"

@@ -1,4 +1,5 @@
 #include "tests/support/capturedoutput.h"
+#include "tests/support/testclass.h"
 #include "video/keyframetable.h"
 
 #include <QFile>
@@ -243,5 +244,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestKeyFrameTableFile)
+TEST_CLASS(TestKeyFrameTableFile, QCoreApplication)
 #include "tst_keyframetablefile.moc"

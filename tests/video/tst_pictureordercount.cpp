@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/streamset.h"
 #include "tests/video/videopackets.h"
@@ -115,7 +116,7 @@ QVector<int> decodedOrder(const VideoPackets &video, AVCodecContext *decoder)
 
 } // namespace
 
-/// What access units say of whole recordings, held against libavcodec's parser and decoder.
+/// Compares what access units say of whole recordings with libavcodec's parser and decoder.
 class TestPictureOrderCount : public QObject
 {
     Q_OBJECT
@@ -200,5 +201,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPictureOrderCount)
+TEST_CLASS(TestPictureOrderCount, QCoreApplication)
 #include "tst_pictureordercount.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/ffmpeg/pixelformats.h"
 #include "video/ffvideo.h"
 
@@ -165,5 +166,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPixelFormats)
+TEST_CLASS(TestPixelFormats, QCoreApplication)
 #include "tst_pixelformats.moc"

@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
@@ -99,7 +100,42 @@ private slots:
         for (unsigned index = 0; index < here->nb_streams; ++index)
             QCOMPARE(factsOf(*here->streams[index]), factsOf(*plain->streams[index]));
     }
+
+    // With the pictures of two such streams FFmpeg's decoders could take more than there is for them.
+    void probing_describesTheStreamThatIsRead_whereOthersAreNotDecoded()
+    {
+        const QString path = makeWithFFmpeg(folder.path(), "two.ts",
+                                            {"-f",   "lavfi",      "-i",           "testsrc2=s=1920x1088:r=25:d=1",
+                                             "-f",   "lavfi",      "-i",           "testsrc2=s=1920x1088:r=25:d=1",
+                                             "-map", "0",          "-map",         "1",
+                                             "-c:v", "libx264",    "-preset",      "ultrafast",
+                                             "-bf",  "2",          "-x264-params", "tff=1:colormatrix=bt709",
+                                             "-vf",  "setsar=4/3", "-f",           "mpegts"});
+        QVERIFY(!path.isEmpty());
+        const ffmpeg::InputPtr here = openInput(path);
+        const ffmpeg::InputPtr plain = openInput(path);
+        QVERIFY(here && plain);
+        QVERIFY(ffmpeg::probeStreams(*here));
+        QVERIFY(avformat_find_stream_info(plain.get(), nullptr) >= 0);
+        QCOMPARE(here->nb_streams, 2U);
+        const AVCodec *codec = nullptr;
+        const int best = ffmpeg::findBestStream(plain.get(), AVMEDIA_TYPE_VIDEO, codec);
+        QCOMPARE(ffmpeg::findBestStream(here.get(), AVMEDIA_TYPE_VIDEO, codec), best);
+        QVERIFY(best >= 0);
+        QCOMPARE(here->streams[1 - best]->codecpar->format, -1); // no decoder has looked at it
+        const AVCodecParameters &seen = *here->streams[best]->codecpar;
+        const AVCodecParameters &known = *plain->streams[best]->codecpar;
+        QCOMPARE(seen.width, known.width);
+        QCOMPARE(seen.height, known.height);
+        QCOMPARE(seen.format, known.format);
+        QCOMPARE(seen.profile, known.profile);
+        QCOMPARE(seen.field_order, known.field_order);
+        QCOMPARE(seen.color_space, known.color_space);
+        QCOMPARE(text(seen.sample_aspect_ratio), text(known.sample_aspect_ratio));
+        QCOMPARE(text(here->streams[best]->r_frame_rate), text(plain->streams[best]->r_frame_rate));
+        QCOMPARE(here->duration, plain->duration);
+    }
 };
 
-QTEST_GUILESS_MAIN(TestProbing)
+TEST_CLASS(TestProbing, QCoreApplication)
 #include "tst_probing.moc"

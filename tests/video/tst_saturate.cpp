@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/saturate.h"
 
 #include <QtTest>
@@ -46,5 +47,5 @@ private slots:
     void truncate_givesZero_forWhatIsNoNumber() { QCOMPARE(truncateToInt32(NAN), 0); }
 };
 
-QTEST_GUILESS_MAIN(TestSaturate)
+TEST_CLASS(TestSaturate, QCoreApplication)
 #include "tst_saturate.moc"

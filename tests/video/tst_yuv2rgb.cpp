@@ -1,3 +1,5 @@
+#include "tests/support/bt709.h"
+#include "tests/support/testclass.h"
 #include "video/yuv2rgb.h"
 
 #include <QtTest>
@@ -26,21 +28,9 @@ int clampedAbove(double value)
     return whole >= 256 ? 255 : whole;
 }
 
-// The same arithmetic, spelled out one rounding at a time; `volatile` keeps the compiler from joining any of them.
 Rgb expected(int y, int u, int v)
 {
-    volatile float luma = float(y) / 255.0F;
-    volatile float cb = float(u - 127) / 255.0F;
-    volatile float cr = float(v - 127) / 255.0F;
-    volatile double redPart = double(cr) * 1.5748;
-    volatile double bluePart = double(cb) * 1.8556;
-    volatile float red = float(double(luma) + redPart);
-    volatile float blue = float(double(luma) + bluePart);
-    volatile double weightedRed = 0.2126 * double(red);
-    volatile double weightedBlue = 0.0722 * double(blue);
-    volatile double withoutRed = double(luma) - weightedRed;
-    volatile double rest = withoutRed - weightedBlue;
-    volatile float green = float(rest / 0.7152);
+    const auto [red, green, blue] = bt709(y, u, v);
     return {clampedAbove(red), clampedAbove(green), clampedAbove(blue)};
 }
 
@@ -83,5 +73,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestYuv2Rgb)
+TEST_CLASS(TestYuv2Rgb, QCoreApplication)
 #include "tst_yuv2rgb.moc"

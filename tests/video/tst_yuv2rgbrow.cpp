@@ -1,3 +1,4 @@
+#include "tests/support/testclass.h"
 #include "video/colour/yuv2rgbrow.h"
 #include "video/yuv2rgb.h"
 
@@ -173,5 +174,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestYuv2RgbRow)
+TEST_CLASS(TestYuv2RgbRow, QCoreApplication)
 #include "tst_yuv2rgbrow.moc"

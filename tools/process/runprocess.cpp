@@ -51,8 +51,8 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 
 #ifdef __APPLE__
 
-// Here the signal of a broken pipe goes to the process, where no thread can be kept from it, but a descriptor can be
-// told to raise none.
+// On macOS the signal of a broken pipe goes to the process, and no thread can block it; but a descriptor can be set to
+// raise none.
 class NoSigPipe
 {
 public:
@@ -61,8 +61,8 @@ public:
 
 #else
 
-/// Keeps SIGPIPE from this thread while it lives. The signal of a broken pipe goes to the thread that wrote, so the
-/// other threads' and the process's own handling stay as they are.
+/// Blocks SIGPIPE on this thread while it lives. The signal of a broken pipe goes to the thread that wrote, so other
+/// threads and the process keep their own handling.
 class NoSigPipe
 {
 public:
@@ -100,8 +100,8 @@ private:
 
 #endif
 
-// The ends must not leak into a program that another thread starts: it would keep the pipe open and ours would
-// never see its end.
+// A program that another thread starts must not inherit the ends: it would keep the pipe open, and our program would
+// never see the end of its input.
 bool makePipe(Descriptor &readEnd, Descriptor &writeEnd)
 {
     std::array<int, 2> ends{};
@@ -233,7 +233,7 @@ ProcessEnd failure(const std::string &what, int error)
 
 ProcessEnd runProcess(const std::vector<std::string> &command, const ProcessInput &input)
 {
-    // A file takes the messages, not a second pipe: nobody has to read while input is written.
+    // The messages go to a file, not to a second pipe, which somebody would have to read while input is written.
     const File errors(std::tmpfile());
     if (!errors)
         return failure("cannot make a temporary file", errno);

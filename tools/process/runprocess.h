@@ -22,10 +22,10 @@ struct ProcessEnd
 /// Replaces `bytes` with the next piece of input; false when there is no more.
 using ProcessInput = std::function<bool(std::vector<std::uint8_t> &bytes)>;
 
-/// Runs a program (found in PATH) with its arguments, feeds `input` to its standard input, throws its standard output
-/// away and waits for its end. `command`: the program first, at least that. No shell is involved. A program that stops
-/// reading early is no error by itself: its exit status decides.
-/// May be called from several threads at once; SIGPIPE never reaches the caller.
+/// Runs a program (found in PATH), feeds `input` to its standard input, discards its standard output and waits for its
+/// end. `command`: the program, then its arguments. No shell is involved. A program that stops reading early is no
+/// error by itself: its exit status decides. May be called from several threads at once; SIGPIPE never reaches the
+/// caller.
 [[nodiscard]] ProcessEnd runProcess(const std::vector<std::string> &command, const ProcessInput &input = {});
 
 } // namespace quorvale

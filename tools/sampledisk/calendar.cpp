@@ -29,9 +29,9 @@ Day daysBefore(const Day &day, int days)
     local.tm_year = day.year - 1900;
     local.tm_mon = day.month - 1;
     local.tm_mday = day.day - days;
-    local.tm_hour = 12; // no change of summer time reaches another day from noon
+    local.tm_hour = 12; // at noon a change to summer time does not change the day
     local.tm_isdst = -1;
-    std::mktime(&local); // carries a day of 0 or less over into the months before
+    std::mktime(&local); // turns a day of 0 or less into one of an earlier month
     return dayOf(local);
 }
 

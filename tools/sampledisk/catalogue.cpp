@@ -40,7 +40,7 @@ struct Programme
     const char *description;
 };
 
-// Newest first. Today's programmes are early ones: they shall not lie in the future when the disk is made.
+// Newest first. Today's programmes are early in the day: they must not be in the future when the disk is made.
 const std::array<Programme, 12> kProgrammes{{
     {RecordingKind::HighDefinition, daysAgo(0, 0, 5), 2835, "Lakeside One HD", "The Lighthouse Keeper’s Atlas",
      "<b>Documentary, 2019.</b> For forty years Edda Marrow drew every rock and every current around her island. "

@@ -27,8 +27,8 @@ struct Recording
     IndexRecord record{};
 };
 
-/// The first `count` programmes of the sample disk, as its index lists them, seen from the day `today`. Beyond the
-/// built-in ones their further episodes follow with the same streams, further and further in the past.
+/// The first `count` programmes of the sample disk, as its index lists them, if it is made on the day `today`. After
+/// the built-in ones come further episodes of them with the same streams, each longer ago than the one before.
 [[nodiscard]] std::vector<Recording> catalogue(int count, const Day &today);
 
 } // namespace quorvale

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kBlockSize = 32768;
 
-// Where a record's block holds what.
+// Offsets in a record's block.
 constexpr std::size_t kSignature = 0; // 2 bytes
 constexpr std::size_t kYear = 2;      // 2 bytes, high byte first
 constexpr std::size_t kMonth = 4;     // counts from 0

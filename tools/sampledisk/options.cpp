@@ -61,7 +61,7 @@ std::string helpText()
            "\n"
            "Writes a sample recorder disk, the volume DIR/RECORDER, with real, playable recordings whose\n"
            "pictures show their own number. Set DIR as the mount point to browse it. A disk that was written\n"
-           "before with the same options is kept; with other options it is written anew. Files that this\n"
+           "before with the same options is kept; with other options it is written again. Files that this\n"
            "program did not write are never changed or removed.\n"
            "\n"
            "  --recordings N   programmes on the disk (default " +

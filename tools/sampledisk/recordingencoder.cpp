@@ -25,8 +25,8 @@ Arguments words(const std::string &line)
     return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
 }
 
-// One thread for each encoder: the recordings are made side by side instead, and the same bytes come out on every
-// machine, however many processors it has.
+// One thread for each encoder, so that the same bytes come out on every machine; several recordings are made at once
+// instead.
 const Arguments kMpeg2 = words("-c:v mpeg2video -threads:v 1 -b:v 4M -maxrate 8M -bufsize 1835k -g 12 -bf 2");
 const Arguments kH264 = words("-c:v libx264 -threads:v 1 -preset ultrafast -coder 1 -crf 26 -g 48 -bf 2");
 const Arguments kHevc = words("-c:v libx265 -preset ultrafast -crf 30 "
@@ -82,7 +82,7 @@ NumberedStream streamOf(RecordingKind kind)
     return stream;
 }
 
-// An octave's worth of tones, so that recordings can be told apart by ear.
+// The tones of an octave, so that recordings sound different.
 int toneOf(const Recording &recording)
 {
     return 220 + 20 * static_cast<int>(recording.look % 12);

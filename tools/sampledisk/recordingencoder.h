@@ -11,8 +11,8 @@ namespace quorvale {
 /// The extensions of a recording's files: ".ts" alone, ".ts", ".ts1" and ".ts2" of a split one, none of a missing one.
 [[nodiscard]] std::vector<std::string> fileExtensions(RecordingKind kind);
 
-/// The pictures of a recording where a long one has `length`: a short one has no more than 260. A radio programme is as
-/// long as so many pictures are.
+/// How many pictures a recording has if a long one has `length`: a short one has no more than 260. A radio programme
+/// takes as long as so many pictures.
 [[nodiscard]] int pictureCount(RecordingKind kind, int length);
 
 /// Makes the stream of a recording with the ffmpeg program in the folder `work` and moves its files to `folder`, on the

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kContentVersion = 2; // to be raised when the same options give another disk
+constexpr int kContentVersion = 2; // raise it when the same options make another disk than before
 
 const fs::path kVolume = "RECORDER";
 const fs::path kStreams = "DVR/RECS";
@@ -28,8 +28,8 @@ std::string streamFile(const Recording &recording, const std::string &extension)
     return (kStreams / (recording.record.fileName + extension)).string();
 }
 
-/// A hidden folder of the volume for streams that are not finished, gone at the end of the run. Each run has one of its
-/// own: the ffmpeg programs that outlive a run that was killed can create no file in the next one's.
+/// A hidden folder of the volume for unfinished streams, removed at the end of the run. Each run has its own: ffmpeg
+/// programs that outlive a killed run cannot create files in the folder of the next one.
 class WorkFolder
 {
 public:
@@ -92,7 +92,7 @@ bool holdsStreams(const fs::path &volume, const Stamp &stamp, const Options &opt
     });
 }
 
-/// Every name that making the recordings uses, also for a while.
+/// Every name that making the recordings uses, also temporarily.
 std::vector<std::string> namesOf(const std::vector<Recording> &recordings)
 {
     std::vector<std::string> names{kIndex.string(), unfinishedFile(kIndex.string())};
@@ -103,8 +103,8 @@ std::vector<std::string> namesOf(const std::vector<Recording> &recordings)
     return names;
 }
 
-/// Takes the volume into possession: from here on the stamp names every file that this run or an earlier one writes.
-/// Leaves none of them in place.
+/// Takes over the volume: from here on the stamp names every file that this run or an earlier one writes. Removes all
+/// of them.
 void clearVolume(const fs::path &volume, const std::optional<Stamp> &before, Stamp &stamp,
                  const std::vector<std::string> &names)
 {
@@ -136,7 +136,7 @@ void encodeBuiltIn(const std::vector<Recording> &recordings, int length, const f
         if (&recording == &recordings[static_cast<std::size_t>(recording.source)] &&
             !fileExtensions(recording.kind).empty())
             builtIn.push_back(&recording);
-    // HEVC takes by far the longest: begun first, it is not what all the others have to wait for in the end.
+    // HEVC takes by far the longest, so it begins first.
     std::stable_partition(builtIn.begin(), builtIn.end(),
                           [](const Recording *recording) { return recording->kind == RecordingKind::Hevc; });
 
@@ -154,8 +154,8 @@ void encodeBuiltIn(const std::vector<Recording> &recordings, int length, const f
     runParallel(jobs);
 }
 
-/// Gives the further episodes the files of the built-in recordings: a second name where the file system can, else a
-/// copy.
+/// Gives further episodes the files of the built-in recordings: as hard links if the file system has them, else as
+/// copies.
 void linkEpisodes(const std::vector<Recording> &recordings, const fs::path &volume)
 {
     for (const Recording &recording : recordings) {

@@ -11,12 +11,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char *const kName = ".quorvale-sampledisk"; // hidden, and beside the recorder's own folder
+const char *const kName = ".quorvale-sampledisk"; // hidden, next to the recorder's own folder
 const char *const kUnfinishedName = ".quorvale-sampledisk.part";
 const char *const kFirstWord = "quorvale-sampledisk";
 
-/// Whether a name is one of the recorder's folder: nothing outside of it is ever this program's to remove, whatever a
-/// note says that someone has changed.
+/// Whether a name is one in the recorder's folder. This program removes nothing outside of it, even if someone edited
+/// the stamp.
 bool isInRecorderFolder(const fs::path &name)
 {
     return name == name.lexically_normal() && name.has_filename() && name.begin()->string() == "DVR";
@@ -74,7 +74,7 @@ void writeStamp(const fs::path &volume, const Stamp &stamp)
     for (const auto &[name, size] : stamp.files)
         file << "file " << size << ' ' << name << '\n';
     if (stamp.complete)
-        file << "complete\n"; // last: a note that was cut off says nothing is complete
+        file << "complete\n"; // last: a stamp that was cut off must not say so
     file.close();
     if (!file)
         throw std::runtime_error("cannot write " + unfinished.string());

@@ -13,10 +13,9 @@ constexpr int kPacketSize = 188;
 /// Throws std::runtime_error when a file cannot be read or written.
 void cutIntoPieces(const std::filesystem::path &path, const std::vector<std::filesystem::path> &pieces);
 
-/// Damages the second half of the stream `path` as weak reception and a full disk do: bytes with errors, packets that
-/// were lost, a stretch without any packet, an end in the middle of a packet. The first 45 percent stay whole.
-/// The same stream is damaged in the same way every time.
-/// Throws std::runtime_error when the file cannot be read or written.
+/// Damages the second half of the stream `path` as weak reception and a full disk do: wrong bytes, lost packets, a gap,
+/// an end in the middle of a packet. The first 45 percent stay whole. The same stream is damaged in the same way every
+/// time. Throws std::runtime_error when the file cannot be read or written.
 void damageStream(const std::filesystem::path &path);
 
 } // namespace quorvale

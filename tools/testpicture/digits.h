@@ -4,7 +4,7 @@
 
 namespace quorvale {
 
-/// Where something stands in a picture, in pixels of luma; nothing is nowhere, 0 wide.
+/// An area of a picture, in pixels of luma; nothing has a width of 0.
 struct PictureArea
 {
     int left = 0;

@@ -46,10 +46,11 @@ std::string fileFor(const NumberedStream &stream)
     if (!folder || !*folder)
         return {};
     NumberedStream recipe = stream;
-    recipe.path = fs::path(stream.path).extension().string(); // It says which container is meant.
+    recipe.path = fs::path(stream.path).extension().string();   // It says which container is meant.
     std::string text = QUORVALE_STREAM_MAKER + ffmpegVersion(); // the hash of the sources that draw the pictures
     for (const std::string &argument : ffmpegArguments(recipe))
         text += argument + '\n';
+    text += fs::path(stream.path).extension().string() + '\n'; // says which container, where no argument does
     for (const unsigned number : {static_cast<unsigned>(stream.frames), stream.firstNumber, stream.look})
         text += std::to_string(number) + '\n';
     char name[17] = "";

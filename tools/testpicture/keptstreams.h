@@ -6,11 +6,11 @@
 /// names. Without the variable nothing is kept. Tests make the same streams again and again, in every build; from one
 /// recipe and one version of the ffmpeg program the same bytes come out.
 ///
-/// A file is there whole or not at all, so that any number of processes may use the folder at once. Each use renews its
-/// time of change: what is old is not needed any more.
+/// A file appears in one step, so that any number of processes may use the folder at once. Each use renews its
+/// modification time: an old file is no longer needed.
 namespace quorvale::keptstreams {
 
-/// The kept file of `stream`, of whose `path` only the ending counts; empty where nothing is kept.
+/// The kept file of `stream`, of whose `path` only the ending counts; empty if nothing is kept.
 [[nodiscard]] std::string fileFor(const NumberedStream &stream);
 
 /// Copies the kept file to `path`. False where there is none yet.

@@ -60,7 +60,7 @@ void drawWave(const Plane &plane, const Wave &wave, unsigned number, bool interl
     }
 }
 
-// A ball that swings across the lower half of the picture: motion that a still background cannot be shifted into.
+// A ball that swings across the lower half of the picture: motion that no shift of the background can predict.
 void drawBall(const Plane &plane, unsigned number, bool interlaced, std::uint8_t level, int aspect)
 {
     const int radius = std::max(plane.height / 12, 1); // in rows
@@ -83,7 +83,7 @@ void drawBall(const Plane &plane, unsigned number, bool interlaced, std::uint8_t
     }
 }
 
-// Takes the colour out of an area of the picture: black and white with a tint lie outside of red, green and blue.
+// Removes the colour from an area of the picture: tinted black and white have no red, green and blue.
 void drawGrey(const Plane &chroma, const PictureFormat &format, const PictureArea &area)
 {
     const auto scaled = [](int value, int to, int from) { return (value * to + from - 1) / from; };

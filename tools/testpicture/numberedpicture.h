@@ -7,8 +7,8 @@ namespace quorvale {
 
 enum class ChromaFormat { Yuv420, Yuv422 };
 
-/// The shape of a planar 8 bit picture that lies in memory as the ffmpeg program's raw video does: the planes Y, Cb and
-/// Cr one after the other without padding; a chroma plane's odd sizes are rounded up.
+/// The shape of a planar 8 bit picture, in memory as in the ffmpeg program's raw video: the planes Y, Cb and Cr one
+/// after the other without padding; a chroma plane's odd sizes are rounded up.
 struct PictureFormat
 {
     int width = 0;  ///< at least 1 when something is drawn

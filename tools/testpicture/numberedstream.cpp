@@ -45,7 +45,7 @@ std::vector<std::string> ffmpegArguments(const NumberedStream &stream)
         filters += "," + stream.videoFilters;
     add({"-vf", filters});
     add(stream.encoderArguments);
-    arguments.push_back("file:" + stream.path); // a path with a colon or a leading dash is a path all the same
+    arguments.push_back("file:" + stream.path); // the path may have a colon or a leading dash
     return arguments;
 }
 

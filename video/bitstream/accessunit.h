@@ -30,7 +30,7 @@ struct AccessUnit
     PictureStructure structure = PictureStructure::Frame;
     RandomAccess randomAccess = RandomAccess::None;
     bool isReference = true; ///< other pictures may refer to it; false only where none does
-    /// Picture order counts start anew. H.264: IDR, memory_management_control_operation 5; HEVC: IDR, BLA, and a CRA
+    /// Picture order counts start again. H.264: IDR, memory_management_control_operation 5; HEVC: IDR, BLA, and a CRA
     /// that begins the stream or follows an end of sequence.
     bool startsSequence = false;
     /// Within one coded video sequence pictures are output by ascending count. For H.262, which has none, made from
@@ -44,9 +44,11 @@ struct AccessUnit
     /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself
     /// (RefPicSetStCurrBefore, RefPicSetStCurrAfter, RefPicSetLtCurr).
     std::vector<std::int64_t> references;
+    bool isPrevTid0Pic = false;          ///< HEVC: the counts of pictures after it are told from this one's (8.3.1)
+    std::uint32_t maxPicOrderCntLsb = 0; ///< HEVC: MaxPicOrderCntLsb; from counts less than half of it away
 
-    /// H.262: holds both fields of one frame, one after the other, each with a picture header of its own. onePicture is
-    /// false then, but what else stands here is true of the frame.
+    /// H.262: holds both fields of one frame, one after the other, each with a picture header of its own. onePicture,
+    /// which is of one header, is false then; what else stands here is true of the frame.
     bool bothFields = false;
 
     bool parametersChanged = false; ///< a parameter set differs from the last one with its id, or cannot be read

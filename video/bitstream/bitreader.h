@@ -6,12 +6,12 @@
 
 namespace quorvale {
 
-/// Reads syntax elements, most significant bit first. After the end everything is 0 and failed() says so: a reader may
-/// go on and ask once, when it is done.
+/// Reads syntax elements, most significant bit first. After the end everything is 0 and failed() is true, so a parser
+/// can ask once, when it is done.
 class BitReader
 {
 public:
-    /// Whether the bytes hold emulation_prevention_three_byte, which is left out then (ITU-T H.264, 7.3.1; ITU-T
+    /// Whether the bytes have emulation_prevention_three_byte, which is skipped (ITU-T H.264, 7.3.1; ITU-T
     /// H.265, 7.3.1.1). ITU-T H.262 has none.
     enum class EmulationPrevention : bool { No, Yes };
 
@@ -33,7 +33,7 @@ public:
     void skipBits(std::int64_t count);
 
     [[nodiscard]] bool isByteAligned() const { return cached % 8 == 0; }
-    /// Whether more was read than there is, or a number that no 32 bits hold.
+    /// Whether more was read than there is, or a number that does not fit 32 bits.
     [[nodiscard]] bool failed() const { return hasFailed; }
 
 private:

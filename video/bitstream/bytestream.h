@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// A view of bytes that belong to someone else.
+/// A view of bytes that it does not own.
 struct Bytes
 {
     const std::uint8_t *data = nullptr;
@@ -17,8 +17,8 @@ struct Bytes
     return {bytes.data + count, bytes.size - count};
 }
 
-/// Goes through a byte stream: the NAL units of ITU-T H.264, Annex B, and ITU-T H.265, Annex B; in ITU-T H.262 what
-/// stands between one start_code_prefix and the next, the start code's last byte first (6.2.1).
+/// Iterates over a byte stream: the NAL units of ITU-T H.264, Annex B, and ITU-T H.265, Annex B; in ITU-T H.262 the
+/// bytes from after one start_code_prefix to the next (6.2.1), the start code value first.
 class ByteStream
 {
 public:
@@ -28,7 +28,7 @@ public:
     {
     }
 
-    /// The next unit, start_code_prefix_one_3bytes and trailing_zero_8bits left out; false where there is none. May be
+    /// The next unit, start_code_prefix_one_3bytes and trailing_zero_8bits left out; false if there is none. May be
     /// empty.
     bool next(Bytes &found)
     {
@@ -46,7 +46,7 @@ public:
 private:
     static constexpr int kPrefixSize = 3;
 
-    // Looks for the 1: in compressed pictures it is as rare as any other byte, and memchr is as fast as memory.
+    // Looks for the byte 1: it is as rare as any other in compressed pictures, and memchr is fast.
     [[nodiscard]] const std::uint8_t *afterStartCodePrefix(const std::uint8_t *from) const
     {
         if (!from || end - from < kPrefixSize)

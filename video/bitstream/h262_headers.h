@@ -32,13 +32,13 @@ struct PictureHeader
     PictureCodingType type{};            ///< picture_coding_type
 };
 
-/// `bytes`: from the start code value on. Nothing where it is cut short or its type is none of ITU-T H.262.
+/// `bytes`: from the start code value on. Nothing if it is cut short or its type is none of ITU-T H.262.
 [[nodiscard]] std::optional<PictureHeader> parsePictureHeader(Bytes bytes);
 
-/// extension_start_code_identifier; nothing where there is none. `bytes`: from the start code value on.
+/// extension_start_code_identifier; nothing if there is none. `bytes`: from the start code value on.
 [[nodiscard]] std::optional<ExtensionId> parseExtensionId(Bytes bytes);
 
-/// picture_structure of a picture coding extension; nothing where it is cut short or has a reserved value.
+/// picture_structure of a picture coding extension; nothing if it is cut short or has a reserved value.
 [[nodiscard]] std::optional<PictureStructure> parsePictureStructure(Bytes bytes);
 
 } // namespace quorvale::h262

@@ -47,24 +47,14 @@ RandomAccess randomAccessAt(const Slices &slices, const std::optional<RecoveryPo
 
 void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
 {
-    std::optional<SpsWithId> found = parseSps(parseNalUnit(bytes).reader());
-    if (!found || !found->sps)
-        unit.parametersChanged = true;
-    if (!found)
-        return;
-    spsTable.at(found->id) = std::move(found->sps);
-    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Sps), found->id, bytes, unit);
+    takeParameterSet(parseSps(parseNalUnit(bytes).reader()), static_cast<std::uint8_t>(NalUnitType::Sps), bytes,
+                     spsTable, parameterSets, unit);
 }
 
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
 {
-    const std::optional<PpsWithId> found = parsePps(parseNalUnit(bytes).reader());
-    if (!found || !found->pps)
-        unit.parametersChanged = true;
-    if (!found)
-        return;
-    ppsTable.at(found->id) = found->pps;
-    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Pps), found->id, bytes, unit);
+    takeParameterSet(parsePps(parseNalUnit(bytes).reader()), static_cast<std::uint8_t>(NalUnitType::Pps), bytes,
+                     ppsTable, parameterSets, unit);
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)

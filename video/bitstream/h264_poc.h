@@ -13,7 +13,7 @@ class PictureOrderCounter
 {
 public:
     /// PicOrderCnt() of the picture with this slice header: of a frame the lesser of its fields'. After
-    /// memory_management_control_operation 5 it is the one that later pictures see. Nothing where it does not fit into
+    /// memory_management_control_operation 5 it is the one that later pictures see. Nothing if it does not fit into
     /// the 32 bits that the standard allows.
     [[nodiscard]] std::optional<std::int64_t> next(const SliceHeader &slice, const Sps &sps);
 

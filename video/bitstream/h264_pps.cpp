@@ -86,14 +86,14 @@ std::optional<Pps> parsePpsContents(BitReader &reader, std::uint32_t spsId)
 } // namespace
 
 // ITU-T H.264, 7.3.2.2, pic_parameter_set_rbsp()
-std::optional<PpsWithId> parsePps(BitReader reader)
+std::optional<ParameterSet<Pps>> parsePps(BitReader reader)
 {
-    PpsWithId found;
+    ParameterSet<Pps> found;
     found.id = reader.readUe();                  // pic_parameter_set_id
     const std::uint32_t spsId = reader.readUe(); // seq_parameter_set_id
     if (reader.failed() || found.id >= kPpsIds || spsId >= kSpsIds)
         return std::nullopt;
-    found.pps = parsePpsContents(reader, spsId);
+    found.parsed = parsePpsContents(reader, spsId);
     return found;
 }
 

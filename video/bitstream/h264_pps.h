@@ -1,6 +1,7 @@
 #pragma once
 
 #include "video/bitstream/bitreader.h"
+#include "video/bitstream/parametersethistory.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,13 +27,7 @@ struct Pps
 
 inline constexpr std::uint32_t kPpsIds = 256; ///< pic_parameter_set_id is below
 
-struct PpsWithId
-{
-    std::uint32_t id = 0;   ///< pic_parameter_set_id
-    std::optional<Pps> pps; ///< nothing where what follows the ids is out of range
-};
-
 /// Reads an RBSP from its start; nothing where not even the ids of it and of its SPS can be read.
-[[nodiscard]] std::optional<PpsWithId> parsePps(BitReader reader);
+[[nodiscard]] std::optional<ParameterSet<Pps>> parsePps(BitReader reader);
 
 } // namespace quorvale::h264

@@ -150,6 +150,7 @@ bool Parser::parseDecRefPicMarking()
     return !reader.readFlag() || parseMemoryManagement(); // adaptive_ref_pic_marking_mode_flag
 }
 
+// ITU-T H.264, 7.3.3.3, from memory_management_control_operation on
 bool Parser::parseMemoryManagement()
 {
     while (slice.memoryManagement.size() < kMostMemoryManagement) {

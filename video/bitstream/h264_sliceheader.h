@@ -56,7 +56,7 @@ struct SliceHeader
 using SpsTable = std::array<std::optional<Sps>, kSpsIds>;
 using PpsTable = std::array<std::optional<Pps>, kPpsIds>;
 
-/// The header of a slice, `nal`. Nothing where a parameter set is missing or anything is out of its range.
+/// The header of a slice, `nal`. Nothing if a parameter set is missing or anything is out of its range.
 [[nodiscard]] std::optional<SliceHeader> parseSliceHeader(const NalUnit &nal, const SpsTable &spsTable,
                                                           const PpsTable &ppsTable);
 

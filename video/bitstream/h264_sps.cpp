@@ -116,17 +116,17 @@ std::optional<Sps> parseSpsContents(BitReader &reader, std::uint32_t profileIdc)
 } // namespace
 
 // ITU-T H.264, 7.3.2.1.1, seq_parameter_set_data()
-std::optional<SpsWithId> parseSps(BitReader reader)
+std::optional<ParameterSet<Sps>> parseSps(BitReader reader)
 {
     const std::uint32_t profileIdc = reader.readBits(8); // profile_idc
     reader.skipBits(6);                                  // constraint_set0_flag to constraint_set5_flag
     reader.skipBits(2);                                  // reserved_zero_2bits
     reader.skipBits(8);                                  // level_idc
-    SpsWithId found;
+    ParameterSet<Sps> found;
     found.id = reader.readUe(); // seq_parameter_set_id
     if (reader.failed() || found.id >= kSpsIds)
         return std::nullopt;
-    found.sps = parseSpsContents(reader, profileIdc);
+    found.parsed = parseSpsContents(reader, profileIdc);
     return found;
 }
 

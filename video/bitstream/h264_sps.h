@@ -1,6 +1,7 @@
 #pragma once
 
 #include "video/bitstream/bitreader.h"
+#include "video/bitstream/parametersethistory.h"
 
 #include <cstdint>
 #include <optional>
@@ -37,13 +38,7 @@ inline constexpr std::uint32_t kSpsIds = 32;                   ///< seq_paramete
 inline constexpr std::uint32_t kMaxDpbFrames = 16;             ///< MaxDpbFrames, of all levels (A.3.1)
 inline constexpr std::int64_t kLargestPicOrderCnt = INT32_MAX; ///< 8.2.1
 
-struct SpsWithId
-{
-    std::uint32_t id = 0;   ///< seq_parameter_set_id
-    std::optional<Sps> sps; ///< nothing where what follows the id is out of range
-};
-
 /// Reads an RBSP from its start; nothing where not even the id can be read.
-[[nodiscard]] std::optional<SpsWithId> parseSps(BitReader reader);
+[[nodiscard]] std::optional<ParameterSet<Sps>> parseSps(BitReader reader);
 
 } // namespace quorvale::h264

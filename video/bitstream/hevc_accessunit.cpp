@@ -56,27 +56,17 @@ void AccessUnitReader::readVps(Bytes bytes, AccessUnit &unit)
 
 void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
 {
-    std::optional<SpsWithId> found = parseSps(parseNalUnit(bytes).reader());
-    if (!found || !found->sps)
-        unit.parametersChanged = true;
-    if (!found)
-        return;
-    spsTable.at(found->id) = std::move(found->sps);
-    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Sps), found->id, bytes, unit);
+    takeParameterSet(parseSps(parseNalUnit(bytes).reader()), static_cast<std::uint8_t>(NalUnitType::Sps), bytes,
+                     spsTable, parameterSets, unit);
 }
 
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
 {
-    const std::optional<PpsWithId> found = parsePps(parseNalUnit(bytes).reader());
-    if (!found || !found->pps)
-        unit.parametersChanged = true;
-    if (!found)
-        return;
+    const std::optional<ParameterSet<Pps>> found = parsePps(parseNalUnit(bytes).reader());
     // Its pictures may say that they are not output. A slice that does is told of too; this is told before.
-    if (found->pps && found->pps->outputFlagPresent)
+    if (found && found->parsed && found->parsed->outputFlagPresent)
         unit.mayWithholdOutput = true;
-    ppsTable.at(found->id) = found->pps;
-    parameterSets.note(static_cast<std::uint8_t>(NalUnitType::Pps), found->id, bytes, unit);
+    takeParameterSet(found, static_cast<std::uint8_t>(NalUnitType::Pps), bytes, ppsTable, parameterSets, unit);
 }
 
 void AccessUnitReader::describe(const SliceHeader &slice, const PictureOrderCounter::Picture &picture,
@@ -92,6 +82,8 @@ void AccessUnitReader::describe(const SliceHeader &slice, const PictureOrderCoun
     // The pictures of a lower temporal sub-layer serve the higher ones, whatever their type.
     unit.isReference = !isSubLayerNonReference(slice.nalUnitType) || slice.temporalId < sps.maxSubLayersMinus1;
     unit.referencesAreKnown = findReferences(slice, sps, picture.count, unit.references);
+    unit.isPrevTid0Pic = picture.isPrevTid0Pic;
+    unit.maxPicOrderCntLsb = sps.maxPicOrderCntLsb();
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)

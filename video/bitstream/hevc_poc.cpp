@@ -24,8 +24,9 @@ PictureOrderCounter::Picture PictureOrderCounter::next(const SliceHeader &slice,
             picOrderCntMsb -= maxLsb;
     }
     picture.count = picOrderCntMsb + lsb;
-    if (slice.temporalId == 0 && !isRasl(slice.nalUnitType) && !isRadl(slice.nalUnitType) &&
-        !isSubLayerNonReference(slice.nalUnitType))
+    picture.isPrevTid0Pic = slice.temporalId == 0 && !isRasl(slice.nalUnitType) && !isRadl(slice.nalUnitType) &&
+                            !isSubLayerNonReference(slice.nalUnitType);
+    if (picture.isPrevTid0Pic)
         prevTid0PicOrderCnt = picture.count;
     return picture;
 }

@@ -17,6 +17,7 @@ public:
         std::int64_t count = 0;            ///< PicOrderCntVal
         bool startsSequence = false;       ///< IRAP picture with NoRaslOutputFlag 1
         bool followsEndOfSequence = false; ///< the first one after an end of sequence
+        bool isPrevTid0Pic = false;        ///< the counts of pictures after it are told from this one's
     };
 
     /// The picture with this header of its first slice segment.
@@ -31,7 +32,7 @@ private:
 };
 
 /// The pictures that the one of count `count` may refer to itself (8.3.2: PocStCurrBefore, PocStCurrAfter, PocLtCurr).
-/// False where a long-term one is known by the lowest bits of its count only; it is left out then.
+/// False if a long-term one is known by the lowest bits of its count only; it is left out then.
 [[nodiscard]] bool findReferences(const SliceHeader &slice, const Sps &sps, std::int64_t count,
                                   std::vector<std::int64_t> &references);
 

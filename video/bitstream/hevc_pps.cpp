@@ -111,14 +111,14 @@ std::optional<Pps> parsePpsContents(BitReader &reader, std::uint32_t spsId)
 } // namespace
 
 // ITU-T H.265, 7.3.2.3.1, pic_parameter_set_rbsp()
-std::optional<PpsWithId> parsePps(BitReader reader)
+std::optional<ParameterSet<Pps>> parsePps(BitReader reader)
 {
-    PpsWithId found;
+    ParameterSet<Pps> found;
     found.id = reader.readUe();                  // pps_pic_parameter_set_id
     const std::uint32_t spsId = reader.readUe(); // pps_seq_parameter_set_id
     if (reader.failed() || found.id >= kPpsIds || spsId >= kSpsIds)
         return std::nullopt;
-    found.pps = parsePpsContents(reader, spsId);
+    found.parsed = parsePpsContents(reader, spsId);
     return found;
 }
 

@@ -36,7 +36,7 @@ struct ShortTermRps
 };
 
 /// Reads st_ref_pic_set(stRpsIdx): of an SPS, where `previous` are the sets before it, or of a slice header, where they
-/// are all those of the SPS. Nothing where anything is out of range.
+/// are all those of the SPS. Nothing if anything is out of range.
 [[nodiscard]] std::optional<ShortTermRps>
 parseShortTermRps(BitReader &reader, const std::vector<ShortTermRps> &previous, bool inSliceHeader);
 

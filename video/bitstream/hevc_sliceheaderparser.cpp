@@ -22,7 +22,7 @@ bool SliceHeaderParser::parse()
     return parseAddress() && (slice.dependentSliceSegment || parseIndependent()) && parseEntryPoints() && parseEnd();
 }
 
-// dependent_slice_segment_flag, slice_segment_address
+// ITU-T H.265, 7.3.6.1, dependent_slice_segment_flag, slice_segment_address
 bool SliceHeaderParser::parseAddress()
 {
     if (slice.firstSliceSegmentInPic)
@@ -33,7 +33,7 @@ bool SliceHeaderParser::parseAddress()
     return slice.sliceSegmentAddress > 0 && slice.sliceSegmentAddress < sps.picSizeInCtbs();
 }
 
-// from slice_reserved_flag to slice_loop_filter_across_slices_enabled_flag
+// ITU-T H.265, 7.3.6.1, from slice_reserved_flag to slice_loop_filter_across_slices_enabled_flag
 bool SliceHeaderParser::parseIndependent()
 {
     reader.skipBits(pps.numExtraSliceHeaderBits);    // slice_reserved_flag[i]
@@ -60,7 +60,7 @@ bool SliceHeaderParser::parseIndependent()
     return parseQp() && parseLoopFilters(saoIsOn);
 }
 
-// slice_pic_order_cnt_lsb to slice_temporal_mvp_enabled_flag
+// ITU-T H.265, 7.3.6.1, slice_pic_order_cnt_lsb to slice_temporal_mvp_enabled_flag
 bool SliceHeaderParser::parsePictureOrderCountAndReferences()
 {
     slice.picOrderCntLsb = reader.readBits(sps.log2MaxPicOrderCntLsb); // slice_pic_order_cnt_lsb
@@ -73,7 +73,8 @@ bool SliceHeaderParser::parsePictureOrderCountAndReferences()
     return true;
 }
 
-// short_term_ref_pic_set_sps_flag, st_ref_pic_set(num_short_term_ref_pic_sets), short_term_ref_pic_set_idx
+// ITU-T H.265, 7.3.6.1, short_term_ref_pic_set_sps_flag, st_ref_pic_set(num_short_term_ref_pic_sets),
+// short_term_ref_pic_set_idx
 bool SliceHeaderParser::parseShortTermReferences()
 {
     const auto numShortTermRefPicSets = static_cast<std::uint32_t>(sps.shortTermRps.size());
@@ -90,7 +91,7 @@ bool SliceHeaderParser::parseShortTermReferences()
     return true;
 }
 
-// num_long_term_sps to delta_poc_msb_cycle_lt[i]
+// ITU-T H.265, 7.3.6.1, num_long_term_sps to delta_poc_msb_cycle_lt[i]
 bool SliceHeaderParser::parseLongTermReferences()
 {
     const auto numLongTermRefPicsSps = static_cast<std::uint32_t>(sps.ltRefPicPocLsb.size());
@@ -105,6 +106,7 @@ bool SliceHeaderParser::parseLongTermReferences()
     return !reader.failed();
 }
 
+// ITU-T H.265, 7.3.6.1, lt_idx_sps[i] to delta_poc_msb_cycle_lt[i]
 bool SliceHeaderParser::parseLongTermPicture(std::uint32_t i, std::uint32_t numLongTermSps)
 {
     LongTermPicture picture;
@@ -128,7 +130,7 @@ bool SliceHeaderParser::parseLongTermPicture(std::uint32_t i, std::uint32_t numL
     return true;
 }
 
-// num_ref_idx_active_override_flag to five_minus_max_num_merge_cand
+// ITU-T H.265, 7.3.6.1, num_ref_idx_active_override_flag to five_minus_max_num_merge_cand
 bool SliceHeaderParser::parsePrediction()
 {
     const bool overrides = reader.readFlag(); // num_ref_idx_active_override_flag
@@ -165,7 +167,7 @@ void SliceHeaderParser::skipListsModification()
     }
 }
 
-// collocated_from_l0_flag, collocated_ref_idx
+// ITU-T H.265, 7.3.6.1, collocated_from_l0_flag, collocated_ref_idx
 bool SliceHeaderParser::parseCollocatedPicture()
 {
     const bool fromL0 = slice.sliceType != SliceType::B || reader.readFlag(); // collocated_from_l0_flag
@@ -206,7 +208,7 @@ bool SliceHeaderParser::parsePredWeightTable()
     return true;
 }
 
-// slice_qp_delta to cu_chroma_qp_offset_enabled_flag
+// ITU-T H.265, 7.3.6.1, slice_qp_delta to cu_chroma_qp_offset_enabled_flag
 bool SliceHeaderParser::parseQp()
 {
     const std::int64_t sliceQp = std::int64_t{pps.initQp} + reader.readSe(); // slice_qp_delta
@@ -223,7 +225,7 @@ bool SliceHeaderParser::parseQp()
     return true;
 }
 
-// deblocking_filter_override_flag to slice_loop_filter_across_slices_enabled_flag
+// ITU-T H.265, 7.3.6.1, deblocking_filter_override_flag to slice_loop_filter_across_slices_enabled_flag
 bool SliceHeaderParser::parseLoopFilters(bool saoIsOn)
 {
     bool disabled = pps.deblockingFilterDisabled;
@@ -241,7 +243,7 @@ bool SliceHeaderParser::parseLoopFilters(bool saoIsOn)
     return true;
 }
 
-// num_entry_point_offsets to entry_point_offset_minus1[i]
+// ITU-T H.265, 7.3.6.1, num_entry_point_offsets to entry_point_offset_minus1[i]
 bool SliceHeaderParser::parseEntryPoints()
 {
     if (!pps.tilesEnabled && !pps.entropyCodingSyncEnabled)
@@ -260,7 +262,7 @@ bool SliceHeaderParser::parseEntryPoints()
     return true;
 }
 
-// slice_segment_header_extension_length to byte_alignment() (7.3.2.12)
+// ITU-T H.265, 7.3.6.1, slice_segment_header_extension_length to byte_alignment() (7.3.2.12)
 bool SliceHeaderParser::parseEnd()
 {
     if (pps.sliceSegmentHeaderExtensionPresent) {

@@ -8,7 +8,7 @@
 namespace quorvale::hevc {
 
 /// What the parts of one slice segment header have in common while it is read, from slice_pic_parameter_set_id on. Each
-/// part is false where something is out of its range.
+/// part is false if something is out of its range.
 struct SliceHeaderParser
 {
     BitReader reader;

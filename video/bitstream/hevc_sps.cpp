@@ -164,18 +164,18 @@ int ceilLog2(std::uint32_t count)
 }
 
 // ITU-T H.265, 7.3.2.2.1, seq_parameter_set_rbsp()
-std::optional<SpsWithId> parseSps(BitReader reader)
+std::optional<ParameterSet<Sps>> parseSps(BitReader reader)
 {
     reader.skipBits(4);                                          // sps_video_parameter_set_id
     const std::uint32_t maxSubLayersMinus1 = reader.readBits(3); // sps_max_sub_layers_minus1
     reader.readFlag();                                           // sps_temporal_id_nesting_flag
     const bool profileIsRead = parseProfileTierLevel(reader, maxSubLayersMinus1);
-    SpsWithId found;
+    ParameterSet<Sps> found;
     found.id = reader.readUe(); // sps_seq_parameter_set_id
     if (reader.failed() || found.id >= kSpsIds)
         return std::nullopt;
     if (profileIsRead && maxSubLayersMinus1 < 7)
-        found.sps = parseSpsContents(reader, maxSubLayersMinus1);
+        found.parsed = parseSpsContents(reader, maxSubLayersMinus1);
     return found;
 }
 

@@ -2,6 +2,7 @@
 
 #include "video/bitstream/bitreader.h"
 #include "video/bitstream/hevc_rps.h"
+#include "video/bitstream/parametersethistory.h"
 
 #include <cstdint>
 #include <optional>
@@ -33,14 +34,8 @@ struct Sps
 
 inline constexpr std::uint32_t kSpsIds = 16; ///< sps_seq_parameter_set_id is below
 
-struct SpsWithId
-{
-    std::uint32_t id = 0;   ///< sps_seq_parameter_set_id
-    std::optional<Sps> sps; ///< nothing where what follows the id is out of range, or of a profile that is not read
-};
-
 /// Reads an RBSP from its start; nothing where not even the id can be read.
-[[nodiscard]] std::optional<SpsWithId> parseSps(BitReader reader);
+[[nodiscard]] std::optional<ParameterSet<Sps>> parseSps(BitReader reader);
 
 /// Ceil(Log2(count)): the bits of a number below `count`.
 [[nodiscard]] int ceilLog2(std::uint32_t count);

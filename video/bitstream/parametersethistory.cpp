@@ -1,7 +1,5 @@
 #include "video/bitstream/parametersethistory.h"
 
-#include "video/bitstream/accessunit.h"
-
 #include <algorithm>
 
 namespace quorvale {

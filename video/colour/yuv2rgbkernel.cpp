@@ -1,8 +1,7 @@
 #include "video/colour/yuv2rgbkernel.h"
 
-// Plain loops over integers of 8 and 16 bits, which the compiler turns into vectors; this file is compiled with -O3 for
-// that. No processor's own instructions are written out: the same loops are compiled several times instead, and what
-// the processor can run is found out at run time.
+// Plain loops over integers of 8 and 16 bits, which the compiler turns into vectors; so this file is compiled with -O3.
+// The loops are compiled for several kinds of processors, and chosen at run time.
 //
 // With k = Cr - 127 and j = Cb - 127, the arithmetic of yuv2rgb comes down to
 //
@@ -52,7 +51,7 @@ QUORVALE_ALWAYS_INLINE std::int16_t greenShift(std::int16_t k, std::int16_t j)
     return narrow(narrow(carry - narrow(120 * k + 48 * j)) >> 8);
 }
 
-// The amount where it is above 0, in both bytes of an element.
+// The amount if it is above 0, in both bytes of an element.
 QUORVALE_ALWAYS_INLINE std::uint16_t twice(std::int16_t amount)
 {
     return static_cast<std::uint16_t>((amount > 0 ? amount : 0) * 0x0101);

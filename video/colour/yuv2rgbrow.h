@@ -8,10 +8,10 @@
 
 namespace quorvale {
 
-/// Converts whole rows of pixels to RGB, to the byte as `yuv2rgb` does one by one: a channel is the low eight bits of
-/// what yuv2rgb gives, so that a negative one wraps round.
+/// Converts whole rows of pixels to RGB, with the bytes that `yuv2rgb` gives one by one: a channel is the low eight
+/// bits of its result, so a negative one wraps.
 ///
-/// For planes whose chroma has half the columns of luma (4:2:0, 4:2:2): the chroma is taken over once and then serves
+/// For planes whose chroma has half the columns of luma (4:2:0, 4:2:2): the chroma is assigned once and then used for
 /// one row of luma or two.
 ///
 ///     ChromaRow chroma;
@@ -19,15 +19,15 @@ namespace quorvale {
 ///     chroma.toRgb(luma, 1920, rgb);
 ///     chroma.toRgb(luma + stride, 1920, rgb + rgbStride);
 ///
-/// Nothing that is handed in is kept. Not thread-safe: one object belongs to one thread at a time.
+/// Keeps no pointers. Not thread-safe: one object belongs to one thread at a time.
 class ChromaRow
 {
 public:
-    /// With the kernel that is the fastest on this processor.
+    /// Uses the fastest kernel of this processor.
     ChromaRow();
     explicit ChromaRow(const Yuv2RgbKernel &kernel);
 
-    /// Takes over `samples` samples of each plane; sample n serves the pixels 2n and 2n + 1.
+    /// Assigns `samples` samples of each plane; sample n is for the pixels 2n and 2n + 1.
     void assign(const std::uint8_t *cb, const std::uint8_t *cr, std::size_t samples);
 
     /// Converts `columns` pixels into 3 * `columns` bytes in the order red, green, blue. `columns` is at most twice the

@@ -2,23 +2,22 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/picturelimits.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvale {
 
-DecoderRecipe::DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
+DecoderRecipe::DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec,
+                             ffmpeg::PictureBudget budget)
     : m_parameters(avcodec_parameters_alloc())
     , m_timeBase(timeBase)
     , m_codec(codec)
+    , m_budget(std::move(budget))
 {
     if (m_parameters && avcodec_parameters_copy(m_parameters.get(), &parameters) < 0)
         m_parameters.reset();
-}
-
-void DecoderRecipe::Deleter::operator()(AVCodecParameters *parameters) const
-{
-    avcodec_parameters_free(&parameters);
 }
 
 ffmpeg::DecoderPtr DecoderRecipe::make() const
@@ -28,7 +27,8 @@ ffmpeg::DecoderPtr DecoderRecipe::make() const
     ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*m_parameters, m_timeBase, m_codec);
     if (!decoder)
         return nullptr;
-    m_budget->limit(*decoder);
+    m_budget.limit(*decoder);
+    decoder->max_pixels = ffmpeg::kMostPixelsUncounted; // There may be one more beside it.
     ffmpeg::keepTags(*decoder);
     return avcodec_open2(decoder.get(), m_codec, nullptr) < 0 ? nullptr : std::move(decoder);
 }

@@ -20,23 +20,19 @@ namespace quorvale {
 class DecoderRecipe
 {
 public:
-    /// `parameters` are copied.
-    DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
+    /// `parameters` are copied; `budget`: of the pictures of all its decoders.
+    DecoderRecipe(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec,
+                  ffmpeg::PictureBudget budget);
 
-    /// An opened decoder whose pictures carry tags; null where it cannot be opened. All decoders of a recipe share the
-    /// memory that the pictures of one may take, and must not decode any longer than the recipe lives.
+    /// An opened decoder whose pictures carry tags; null where it cannot be opened. It must not decode any longer than
+    /// the recipe lives.
     [[nodiscard]] ffmpeg::DecoderPtr make() const;
 
 private:
-    struct Deleter
-    {
-        void operator()(AVCodecParameters *parameters) const;
-    };
-
-    std::unique_ptr<AVCodecParameters, Deleter> m_parameters;
+    ffmpeg::ParametersPtr m_parameters;
     AVRational m_timeBase;
     const AVCodec *m_codec; ///< libavcodec's own
-    std::unique_ptr<ffmpeg::PictureBudget> m_budget = std::make_unique<ffmpeg::PictureBudget>();
+    ffmpeg::PictureBudget m_budget;
 };
 
 /// One decoder. Every picture says by its tag which coded picture it is; which packet it comes out with says nothing.

@@ -25,7 +25,7 @@ bool DecodingWorker::prime(const StartPlan::Primer &primer)
     const ffmpeg::PacketPtr sent = ffmpeg::makePacket();
     const ffmpeg::FramePtr dropped = ffmpeg::makeFrame();
     for (const PlannedPacket &packet : primer.packets) {
-        if (!replay.read(packet, primer.ways, *sent))
+        if (!packets->read(packet, primer.ways, *sent))
             return false;
         decoding.send(*sent, packet.picture);
         while (decoding.receive(*dropped) == Decoding::Output::Picture) {

@@ -2,8 +2,10 @@
 
 #include "video/exact/decoding.h"
 #include "video/exact/exactcounters.h"
-#include "video/exact/packetreplay.h"
+#include "video/exact/packetsource.h"
 
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace quorvale {
@@ -24,19 +26,19 @@ struct StartPlan
     bool strict = false;        ///< any complaint of the decoder means damage that no packet showed
 };
 
-/// A decoder with a demultiplexer of its own, and what it knows.
+/// A decoder with packets of its own, and what it knows. Belongs to one thread at a time.
 struct DecodingWorker
 {
-    DecodingWorker(VideoLocation location, ffmpeg::DecoderPtr decoder)
-        : replay(std::move(location))
+    DecodingWorker(std::unique_ptr<PacketSource> source, ffmpeg::DecoderPtr decoder)
+        : packets(std::move(source))
         , decoding(std::move(decoder))
     {
     }
 
-    /// Prepares the decoder for the entry point's packets. False where the primers' are not found again.
+    /// Prepares the decoder for the entry point's packets. False if the primers' are not found again.
     bool start(const StartPlan &plan, ExactCounters &counters);
 
-    PacketReplay replay;
+    std::unique_ptr<PacketSource> packets; ///< never null
     Decoding decoding;
     PictureIndex knowsUpTo; ///< it was shown every picture before it that sets parameters
 

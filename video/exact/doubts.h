@@ -4,10 +4,10 @@
 
 namespace quorvale {
 
-/// Why a coded picture cannot be counted on to be one picture that comes out in its turn. Bits of
+/// Reasons to doubt that a coded picture is exactly one picture and is output in its place. Bits of
 /// CodedPicture::doubts.
 enum Doubt : std::uint16_t {
-    kCorruptNear = 1U << 0,         ///< transport packets were lost or repeated in this packet or one beside it
+    kCorruptNear = 1U << 0,         ///< transport packets were lost or repeated in this packet or one next to it
     kNotOnePicture = 1U << 1,       ///< no picture, a torn one, or pieces of several
     kUnpairedField = 1U << 2,       ///< a field without the other one of its frame is not output
     kParametersChanged = 1U << 3,   ///< a parameter set differs from the last one with its id
@@ -17,7 +17,7 @@ enum Doubt : std::uint16_t {
     kNoDisplayTime = 1U << 7,       ///< nothing to check the picture order count against
     kOutOfOrder = 1U << 8,          ///< its place in output order is taken, or too far from its place in decode order
     kLastOfFile = 1U << 9,          ///< a recording that was cut ends in a torn picture
-    kDecoderFailed = 1U << 10,      ///< decoding showed what no packet did
+    kDecoderFailed = 1U << 10,      ///< decoding found damage that no packet showed
 };
 
 } // namespace quorvale

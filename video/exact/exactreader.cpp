@@ -3,9 +3,12 @@
 #include "video/exact/framesource.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/picturecopy.h"
+#include "video/ffmpeg/picturelimits.h"
 #include "video/ffvideo.h"
 
+#include <algorithm>
 #include <cstring>
+#include <initializer_list>
 
 namespace quorvale {
 
@@ -25,35 +28,62 @@ std::optional<VideoCoding> codingOf(AVCodecID codec)
     }
 }
 
-// Whether a demultiplexer of the kind finds its way from any byte on, and leaves the start codes in.
-bool canBeEntered(const AVInputFormat &format)
+bool isOneOf(std::initializer_list<const char *> names, const AVInputFormat &format)
 {
-    for (const char *name : {"mpegts", "mpeg", "mpegvideo"}) {
-        if (std::strcmp(format.name, name) == 0)
-            return true;
-    }
-    return false;
+    return std::any_of(names.begin(), names.end(),
+                       [&](const char *name) { return std::strcmp(name, format.name) == 0; });
 }
 
-std::unique_ptr<FrameSource> makeSource(const FFVideo &video)
+// Demultiplexers of broadcasts and of raw streams find their way from any byte on; the others have an index.
+Entrance entranceOf(const AVInputFormat &format)
 {
-    if (!video.formatContext || !video.videoCodec || video.videoStream < 0 ||
-        !canBeEntered(*video.formatContext->iformat))
+    return isOneOf({"mpegts", "mpeg", "mpegvideo"}, format) ? Entrance::AnyByte : Entrance::Times;
+}
+
+// Whether NAL units stand between start codes (Annex B): containers of files put lengths before them, and the parameter
+// sets into a structure whose first byte, its version, is 1 (ISO/IEC 14496-15, 5.3.3.1 and 8.3.3.1).
+bool hasStartCodes(const AVCodecParameters &parameters)
+{
+    return parameters.codec_id == AV_CODEC_ID_MPEG2VIDEO || parameters.extradata_size == 0 ||
+           parameters.extradata[0] != 1;
+}
+
+// Whether there is memory for these pictures in other decoders, beside that of `video`.
+bool isSmallEnough(const AVCodecContext &video)
+{
+    return std::int64_t{video.width} * video.height <= ffmpeg::kMostPixelsUncounted;
+}
+
+std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
+{
+    if (!video.formatContext || !video.videoCodec || video.videoStream < 0 || !isSmallEnough(*video.videoCodec))
         return nullptr;
     const AVStream &stream = *video.formatContext->streams[video.videoStream];
+    const AVInputFormat &format = *video.formatContext->iformat;
     const std::optional<VideoCoding> coding = codingOf(stream.codecpar->codec_id);
-    if (!coding)
+    if (!coding || !hasStartCodes(*stream.codecpar))
         return nullptr;
-    const VideoLocation location = {video.formatContext->url, stream.id, stream.index, stream.pts_wrap_bits};
+    // H.264 and HEVC without display times have nothing to check their order by.
+    if (*coding != VideoCoding::Mpeg2 && (format.flags & AVFMT_NOTIMESTAMPS) != 0)
+        return nullptr;
+    VideoLocation location;
+    location.path = video.formatContext->url;
+    location.streamId = stream.id;
+    location.streamIndex = stream.index;
+    location.timestampBits = stream.pts_wrap_bits;
+    location.entrance = entranceOf(format);
+    location.tellsByTimes = isOneOf({"mpegts", "mpeg"}, format);
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
     return std::make_unique<FrameSource>(location, *coding, second,
-                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec));
+                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec,
+                                                       ffmpeg::PictureBudget::of(*video.videoCodec)),
+                                         aheadLimits(pictureBytesOf(*stream.codecpar), processors));
 }
 
 } // namespace
 
-ExactReader::ExactReader(const FFVideo &video)
-    : m_source(makeSource(video))
+ExactReader::ExactReader(const FFVideo &video, int processors)
+    : m_source(makeSource(video, processors))
     , m_height(video.height)
 {
 }

@@ -1,30 +1,21 @@
 #include "video/exact/framechecksum.h"
 
+#include "video/ffmpeg/pointers.h"
+
 extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
-#include <libavutil/mem.h>
 #include <libavutil/murmur3.h>
 #include <libavutil/pixdesc.h>
 }
 
-#include <memory>
 #include <new>
 
 namespace quorvale {
 
-namespace {
-
-struct HashDeleter
-{
-    void operator()(AVMurMur3 *hash) const { av_free(hash); }
-};
-
-} // namespace
-
 FrameChecksum checksumOf(const AVFrame &frame)
 {
-    const std::unique_ptr<AVMurMur3, HashDeleter> hash(av_murmur3_alloc());
+    const ffmpeg::Owner<AVMurMur3> hash(av_murmur3_alloc());
     if (!hash)
         throw std::bad_alloc();
     av_murmur3_init(hash.get());

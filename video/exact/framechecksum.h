@@ -9,8 +9,8 @@ namespace quorvale {
 
 using FrameChecksum = std::array<std::uint8_t, 16>;
 
-/// Of the size, the format and the visible samples of a picture; pictures that differ have different ones, unless they
-/// were made not to.
+/// Checksum of the size, the format and the visible samples of a picture. Different pictures have different checksums,
+/// unless someone constructed them.
 [[nodiscard]] FrameChecksum checksumOf(const AVFrame &frame);
 
 } // namespace quorvale

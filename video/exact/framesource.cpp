@@ -9,18 +9,20 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kBehind = 16;    // pictures after a target that must be without doubt
-constexpr std::int64_t kNearStart = 24; // pictures that are decoded from the start rather than proven
+constexpr std::int64_t kBehind = 16; // pictures after a target that must be without doubt
 
 } // namespace
 
-FrameSource::FrameSource(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond, DecoderRecipe recipe)
+FrameSource::FrameSource(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond, DecoderRecipe recipe,
+                         AheadLimits limits)
     : m_location(location)
     , m_coding(coding)
     , m_recipe(std::move(recipe))
-    , m_scan(std::move(location), coding, unitsInASecond)
+    , m_scan(location, coding, unitsInASecond)
     , m_frame(ffmpeg::makeFrame())
     , m_nextFrame(ffmpeg::makeFrame())
+    , m_limits(limits)
+    , m_loader(std::move(location), m_kept)
 {
 }
 
@@ -35,6 +37,8 @@ FrameSource::Status FrameSource::find(FrameNumber number)
 {
     m_horizon = std::max(m_horizon, number);
     lookAtProspects();
+    if (takeAhead(number))
+        return Status::Found;
     Status status = m_refusedUpTo && number <= *m_refusedUpTo ? Status::NotProven : findAnywhere(number);
     if (m_scan.hasFailed() && status == Status::NotProven)
         status = Status::Failed;
@@ -139,11 +143,28 @@ OutputIndex FrameSource::provenEnd(const Anchor &anchor) const
     return anchor.betrayedFrom ? std::min(end, *anchor.betrayedFrom) : end;
 }
 
+// The last one that is not after the picture; the first one must not be.
+std::deque<Anchor>::iterator FrameSource::anchorFor(FrameNumber number)
+{
+    return std::find_if(m_anchors.begin(), m_anchors.end(),
+                        [&](const Anchor &anchor) { return anchor.number > number; }) -
+           1;
+}
+
+// Whether the place can be counted on; scans on where that is to be seen yet.
+bool FrameSource::isProven(const Anchor &anchor, OutputIndex place)
+{
+    while (place >= provenEnd(anchor) && !stretchOf(anchor).isClosed() && m_scan.readOn()) {
+    }
+    return place < provenEnd(anchor);
+}
+
 PlanningRules FrameSource::rules(const Anchor &anchor) const
 {
     PlanningRules rules;
     rules.isH264 = m_coding == VideoCoding::H264;
     rules.isHevc = m_coding == VideoCoding::Hevc;
+    rules.byReferenceSets = m_byReferenceSets;
     rules.depth = anchor.depth;
     if (m_worker)
         rules.primeFrom = m_worker->knowsUpTo;
@@ -153,19 +174,16 @@ PlanningRules FrameSource::rules(const Anchor &anchor) const
 FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
 {
     for (;;) {
-        const auto next = std::find_if(m_anchors.begin(), m_anchors.end(),
-                                       [&](const Anchor &anchor) { return anchor.number > number; });
-        Anchor &anchor = *(next - 1);
+        const auto found = anchorFor(number);
+        Anchor &anchor = *found;
         const Stretch &home = stretchOf(anchor);
         const OutputIndex place = anchor.placeOf(number);
-        while (place >= provenEnd(anchor) && !home.isClosed() && m_scan.readOn()) {
-        }
-        if (place < provenEnd(anchor))
+        if (isProven(anchor, place))
             return hop(anchor, place);
         if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
             return findNearEnd(anchor, number);
         // It lies in what is doubtful, or after it.
-        if (next != m_anchors.end() || !bridge(anchor))
+        if (found + 1 != m_anchors.end() || !bridge(anchor))
             return Status::NotProven;
     }
 }
@@ -192,6 +210,11 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
         return Status::Found;
     }
     m_worker.reset();
+    if (m_coding == VideoCoding::Hevc && m_byReferenceSets) {
+        // A decoder may miss pictures that are still in a set, but that neither this picture nor the wanted one needs.
+        m_byReferenceSets = false;
+        return hop(anchor, place);
+    }
     m_inVain += m_counters.picturesDecoded - before;
     anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(entry->place), entry->place);
     return Status::NotProven;
@@ -213,10 +236,12 @@ bool FrameSource::prepareWorker(PictureIndex entry)
     return m_worker != nullptr;
 }
 
-std::unique_ptr<DecodingWorker> FrameSource::makeWorker() const
+std::unique_ptr<DecodingWorker> FrameSource::makeWorker()
 {
     ffmpeg::DecoderPtr decoder = m_recipe.make();
-    return decoder ? std::make_unique<DecodingWorker>(m_location, std::move(decoder)) : nullptr;
+    return decoder ? std::make_unique<DecodingWorker>(std::make_unique<PacketReplay>(m_location, m_kept),
+                                                      std::move(decoder))
+                   : nullptr;
 }
 
 } // namespace quorvale

@@ -1,11 +1,17 @@
 #pragma once
 
+#include "video/exact/aheadlimits.h"
+#include "video/exact/decodingthreads.h"
 #include "video/exact/exactcounters.h"
+#include "video/exact/keptpackets.h"
 #include "video/exact/literalrun.h"
+#include "video/exact/loadedpackets.h"
+#include "video/exact/packetreplay.h"
 #include "video/exact/planning.h"
 #include "video/exact/scan.h"
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -28,14 +34,20 @@ struct Anchor
 
 /// Finds decoded pictures by their number, with the least decoding that shows them to be right. See
 /// docs/exact-reading.md.
+///
+/// Belongs to one thread at a time, as its user does. It has threads of its own for pictures that were announced; those
+/// share nothing with it but the tasks that DecodingThreads hands over, and are joined when it is destroyed.
 class FrameSource
 {
 public:
     enum class Status { Found, PastEnd, NotProven, Failed };
 
-    FrameSource(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond, DecoderRecipe recipe);
+    /// `limits`: of what is decoded before it is asked for.
+    FrameSource(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond, DecoderRecipe recipe,
+                AheadLimits limits);
 
-    /// Says which pictures will be asked for: those that cannot be had are then refused before anything is decoded.
+    /// Says which pictures will be asked for: those that cannot be had are then refused before anything is decoded,
+    /// and the others are decoded at once. In place of any that were announced before.
     void announce(const std::vector<FrameNumber> &numbers);
 
     /// Makes frame() picture `number`.
@@ -44,8 +56,8 @@ public:
 
     /// Number of pictures, once the end of the file was decoded.
     [[nodiscard]] std::optional<FrameNumber> end() const { return m_fileEnd; }
-    /// Whether the whole file was scanned, and nothing in it is doubtful.
-    [[nodiscard]] bool isSound() const { return m_scan.pictures().isFinished() && m_scan.pictures().isSound(); }
+    /// Whether the whole file was scanned, and nothing is doubtful from its first random access point on.
+    [[nodiscard]] bool isSound() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:
@@ -60,9 +72,22 @@ private:
         std::int64_t proof; ///< pictures from it on that must come out as foreseen
     };
 
+    // A picture that is decoded before it is asked for.
+    struct Ahead
+    {
+        std::unique_ptr<DecodingTask> task; ///< with the threads until takeAhead()
+        std::size_t anchor;
+        OutputIndex place;
+        std::int64_t bytes; ///< of packets
+    };
+
+    static constexpr std::int64_t kNearStart = 24; ///< pictures that are decoded from the start rather than proven
+
     [[nodiscard]] const PictureList &pictures() const { return m_scan.pictures(); }
     [[nodiscard]] const Stretch &stretchOf(const Anchor &anchor) const { return m_scan.stretches().at(anchor.stretch); }
     [[nodiscard]] OutputIndex provenEnd(const Anchor &anchor) const;
+    bool isProven(const Anchor &anchor, OutputIndex place);
+    [[nodiscard]] std::deque<Anchor>::iterator anchorFor(FrameNumber number);
     [[nodiscard]] PlanningRules rules(const Anchor &anchor) const;
 
     Status findAnywhere(FrameNumber number);
@@ -82,8 +107,16 @@ private:
     void testRestart(Anchor &anchor, OutputIndex place);
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
 
+    void loadAhead();
+    bool loadNext(FrameNumber number);
+    [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
+    bool takeAhead(FrameNumber number);
+    void dropAhead();
+
     void lookAtProspects();
     [[nodiscard]] bool isSurelyRefused(FrameNumber number) const;
+    [[nodiscard]] std::int64_t bridgesBefore(PictureIndex end) const;
+    [[nodiscard]] static std::int64_t proofFrom(RandomAccess kind, bool isBridge);
     [[nodiscard]] bool mayTry(std::int64_t cost) const;
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
@@ -91,8 +124,9 @@ private:
     LiteralRun::Step decodeLiterally();
     void takeNextFrame();
     bool prepareWorker(PictureIndex entry);
-    [[nodiscard]] std::unique_ptr<DecodingWorker> makeWorker() const;
+    [[nodiscard]] std::unique_ptr<DecodingWorker> makeWorker();
 
+    KeptPackets m_kept; ///< while announced pictures are looked at and loaded
     VideoLocation m_location;
     VideoCoding m_coding;
     DecoderRecipe m_recipe;
@@ -104,17 +138,25 @@ private:
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
+    bool m_byReferenceSets = true;    ///< see PlanningRules; not any more after a run that failed
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
-    std::vector<FrameNumber> m_announced; ///< until their prospects were looked at
+    std::vector<FrameNumber> m_announced; ///< ascending; until their prospects were looked at
     std::optional<FrameNumber> m_refusedUpTo;
-    FrameNumber m_horizon;     ///< the farthest picture that was asked for
-    std::int64_t m_inVain = 0; ///< pictures that were decoded for nothing
+    FrameNumber m_horizon;        ///< the farthest picture that was asked for
+    std::int64_t m_inVain = 0;    ///< pictures that were decoded for nothing
+    std::int64_t m_onBridges = 0; ///< pictures that were decoded on bridges
 
     ffmpeg::FramePtr m_frame;
     ffmpeg::FramePtr m_nextFrame;
     std::optional<FrameNumber> m_frameNumber; ///< of the picture in m_frame
     std::optional<FrameNumber> m_fileEnd;
+
+    AheadLimits m_limits;
+    PacketReplay m_loader;            ///< for the packets of the tasks
+    std::deque<FrameNumber> m_toLoad; ///< announced, with good prospects; ascending
+    std::map<FrameNumber, Ahead> m_ahead;
+    std::unique_ptr<DecodingThreads> m_threads; ///< null until there is a task; ends before the tasks do
 };
 
 } // namespace quorvale

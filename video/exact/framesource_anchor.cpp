@@ -8,9 +8,9 @@ namespace quorvale {
 
 namespace {
 
-// Pictures from a random access point on that must come out as foreseen before it is an anchor. From the start they
-// only show that what is foreseen is what this decoder does. After damage they have also replaced what the decoder
-// remembers of it.
+// Pictures from a random access point on that must come out as foreseen before it is an anchor. At the start of the
+// file they only show that the forecast is right for this decoder. After damage they also replace the damaged pictures
+// in the decoder's memory.
 constexpr std::int64_t kProof = 16;
 constexpr std::int64_t kProofAfterDamage = 32;
 constexpr std::int64_t kProofAfterDamageFromOthers = 64; // than IDR, BLA and CRA pictures
@@ -19,17 +19,19 @@ constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first st
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
 constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
 constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
+constexpr std::int64_t kBeyondBridge = 64;               // pictures that a bridge may be longer than it looked
 constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
 
-std::int64_t proofFrom(RandomAccess kind, bool isBridge)
+} // namespace
+
+// Pictures that a candidate must show to be as foreseen.
+std::int64_t FrameSource::proofFrom(RandomAccess kind, bool isBridge)
 {
     if (!isBridge)
         return kProof;
     const bool isClean = kind == RandomAccess::Idr || kind == RandomAccess::Bla || kind == RandomAccess::Cra;
     return isClean ? kProofAfterDamage : kProofAfterDamageFromOthers;
 }
-
-} // namespace
 
 // Decodes the beginning until the first random access point that can be counted from has shown its number.
 bool FrameSource::hasFirstAnchor()
@@ -48,7 +50,7 @@ bool FrameSource::hasFirstAnchor()
     return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, effort);
 }
 
-// Decodes through what is doubtful, from the last random access point well before it on.
+// Decodes through a doubt, from the last random access point well before it on.
 bool FrameSource::bridge(Anchor &from)
 {
     if (from.wasBridgedFrom)
@@ -64,7 +66,7 @@ bool FrameSource::bridge(Anchor &from)
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(from.depth))
         trouble = std::min(trouble, *tooDeep);
 
-    // To go on decoding up to the farthest picture that was asked for must be dearer.
+    // A bridge must cost less than decoding up to the farthest picture that was asked for.
     const std::optional<Candidate> first = candidate(trouble, 0, true);
     const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     if (!first)
@@ -83,14 +85,13 @@ bool FrameSource::bridge(Anchor &from)
                                              from.numberAt(entry->place), start->ways);
     m_literalFromStart = false;
     const std::int64_t before = m_counters.picturesDecoded;
-    if (searchAnchor(trouble, true, entry->picture.value() + effort))
-        return true;
-    m_inVain += m_counters.picturesDecoded - before;
-    return false;
+    const bool isFound = searchAnchor(trouble, true, entry->picture.value() + std::min(effort, cost + kBeyondBridge));
+    m_onBridges += m_counters.picturesDecoded - before;
+    m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
+    return isFound;
 }
 
-// Decodes on until a random access point after picture `after` and what follows it came out as foreseen, but not
-// beyond coded picture `effort`.
+// Decodes on until a random access point after picture `after` is proven, but not beyond coded picture `effort`.
 bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort)
 {
     for (std::size_t refuted = 0;; ++refuted) {
@@ -120,7 +121,7 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t e
     }
 }
 
-// The random access points after picture `after` with enough pictures for a proof, `passedOver` of them left out.
+// The next random access point after picture `after` with enough pictures for a proof, after `passedOver` others.
 std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge)
 {
     const std::int64_t farthest = std::max(after.value(), m_horizon.value()) + kBeyondHorizon;
@@ -136,7 +137,7 @@ std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after,
             }
             if (home.entryPoints().size() <= point)
                 break;
-            const EntryPoint found = home.entryPoints()[point]; // Scanning adds points.
+            const EntryPoint found = home.entryPoints()[point]; // a copy: scanning adds points
             const std::int64_t proof = proofFrom(pictures().picture(found.picture).randomAccess, isBridge);
             while (home.certainEnd() - found.place < proof && !home.isClosed() && m_scan.readOn()) {
             }

@@ -6,19 +6,34 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSoundBehind = 16; // pictures between the entry point and the last one that is certain
+constexpr std::int64_t kSoundAfterEntry = 16; // pictures between the entry point and the last one that is certain
 
 } // namespace
 
-// Which of a file's last pictures exist is up to the decoder: it gets all that come after the last one that is
-// certain, and is not drained.
+// Most recordings begin in the middle of a group: what comes before the first random access point is doubtful.
+bool FrameSource::isSound() const
+{
+    if (!pictures().isFinished() || m_scan.stretches().count() == 0)
+        return pictures().isFinished() && pictures().isSound();
+    const Stretch &only = m_scan.stretches().at(0);
+    if (m_scan.stretches().count() > 1 || !only.endsFile())
+        return pictures().isSound();
+    for (PictureIndex i = only.end(); i < pictures().pictureEnd(); ++i) {
+        if ((pictures().picture(i).doubts & ~kLastOfFile) != 0)
+            return false;
+    }
+    return true;
+}
+
+// The decoder decides which of a file's last pictures exist: it gets all packets from a point well before the last
+// certain picture to the end, and is not drained.
 FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
 {
     const Stretch &home = stretchOf(anchor);
-    const OutputIndex lastCertain = home.certainEnd() - 1 - kSoundBehind;
+    const OutputIndex lastCertain = home.certainEnd() - 1 - kSoundAfterEntry;
     const std::optional<EntryPoint> entry =
         lastCertain >= anchor.point.place ? entryFor(anchor, lastCertain) : std::nullopt;
-    // Going on from the start is no dearer, and needs no plan.
+    // To go on from the start costs no more, and needs no plan.
     if (!entry || (m_literal && m_literalFromStart && m_literal->position() >= entry->picture))
         return findFromStart(number);
     if (!prepareWorker(entry->picture))

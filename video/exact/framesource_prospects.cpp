@@ -3,41 +3,51 @@
 #include "video/exact/framesource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSharedInVain = 10;      // of the plain way, the part that may be decoded in vain
-constexpr std::int64_t kBridgeShare = 2;        // of the plain way, the part that a bridge may cost
-constexpr std::int64_t kWorthAfterBridge = 300; // pictures for which reading exactly is taken up again
-constexpr std::int64_t kLookedAtBehind = 33;    // pictures after a target that a doubt must not be in
+constexpr std::int64_t kSharedInVain = 10;       // of the plain way, the part that may be decoded in vain
+constexpr std::int64_t kBridgeShare = 2;         // of the plain way, the part that all bridges may cost
+constexpr std::int64_t kForeseenBridgeShare = 3; // likewise, as far as can be told before the first of them
+constexpr std::int64_t kWorthAfterBridge = 300;  // pictures for which reading exactly is taken up again
+constexpr std::int64_t kWorthAnEnd = 100;        // pictures of a file whose end is found by less than all of them
+constexpr std::int64_t kLongestWay = 300;        // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kLookedAtBehind = 33;     // pictures after a target that a doubt must not be in
+constexpr std::int64_t kScannedBehind = 2 * kLookedAtBehind; // so that what casts a doubt on them was seen
 
 } // namespace
 
 void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 {
+    dropAhead();
     m_announced = numbers;
     std::sort(m_announced.begin(), m_announced.end());
+    m_announced.erase(std::unique(m_announced.begin(), m_announced.end()), m_announced.end());
     for (const FrameNumber number : numbers)
         m_horizon = std::max(m_horizon, number);
 }
 
-// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything.
+// Where a picture is certain to be refused, those before it are had for nothing from whoever decodes everything. What
+// is read is kept: where the disk fails on the way, the pictures before that can still be had.
 void FrameSource::lookAtProspects()
 {
-    if (m_announced.empty())
-        return;
-    const std::int64_t last = m_announced.back().value();
-    while (pictures().pictureEnd().value() <= last + kLookedAtBehind && m_scan.readOn()) {
+    for (const FrameNumber number : std::exchange(m_announced, {})) {
+        while (pictures().pictureEnd().value() <= number.value() + kScannedBehind && m_scan.readOn(&m_kept)) {
+        }
+        if (m_scan.hasFailed() || !isSurelyRefused(number)) {
+            m_toLoad.push_back(number);
+            continue;
+        }
+        m_toLoad.clear();
+        const bool isWorthIt = m_horizon - number >= kWorthAfterBridge;
+        m_refusedUpTo = isWorthIt ? number : m_horizon;
+        if (!isWorthIt)
+            break;
     }
-    const auto refused = std::find_if(m_announced.rbegin(), m_announced.rend(),
-                                      [this](FrameNumber number) { return isSurelyRefused(number); });
-    if (refused != m_announced.rend()) {
-        const bool isWorthIt = m_announced.back() - *refused >= kWorthAfterBridge;
-        m_refusedUpTo = isWorthIt ? *refused : m_announced.back();
-    }
-    m_announced.clear();
+    loadAhead();
 }
 
 // As far as can be told before numbers are known; pictures are as many as their numbers say, or a few more.
@@ -45,16 +55,48 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const std::int64_t end = pictures().pictureEnd().value();
     if (number.value() >= end)
-        return !pictures().isSound();
+        return !isSound() || (!pictures().isSound() && end < kWorthAnEnd);
     PictureIndex first(number.value());
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
+    if (number.value() - first.value() > kLongestWay)
+        return true;
     const PictureIndex last(std::min(end - kLookedAtBehind / 2, number.value() + kLookedAtBehind));
     for (PictureIndex i = first; i < last; ++i) {
         if (pictures().picture(i).doubts != 0)
             return true;
     }
-    return false;
+    return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeShare;
+}
+
+// The pictures that all bridges to picture `end` decode, at least. What is doubtful before the first anchor needs none.
+std::int64_t FrameSource::bridgesBefore(PictureIndex end) const
+{
+    std::int64_t cost = 0;
+    PictureIndex entry; // the last random access point without a doubt
+    PictureIndex begin; // of the bridge
+    PictureIndex sound; // from it on, nothing is doubtful yet
+    bool isDoubted = true;
+    bool isSound = false;
+    bool hasAnchor = false;
+    for (PictureIndex i; i < end; ++i) {
+        const CodedPicture &picture = pictures().picture(i);
+        if (picture.doubts != 0) {
+            begin = isDoubted ? begin : entry;
+            isDoubted = true;
+            isSound = false;
+        } else if (picture.randomAccess != RandomAccess::None) {
+            entry = i;
+            sound = isSound ? sound : i;
+            isSound = true;
+        }
+        if (isDoubted && isSound && i - sound >= proofFrom(pictures().picture(sound).randomAccess, hasAnchor)) {
+            cost += hasAnchor ? i - begin : 0;
+            hasAnchor = true;
+            isDoubted = false;
+        }
+    }
+    return hasAnchor && isDoubted ? cost + (end - begin) : cost;
 }
 
 // Whether up to `cost` pictures may be decoded that may be in vain. Once some were, no more than a part of the way to
@@ -66,7 +108,7 @@ bool FrameSource::mayTry(std::int64_t cost) const
 
 bool FrameSource::mayBridge(std::int64_t cost) const
 {
-    return mayTry(cost) && cost <= m_horizon.value() / kBridgeShare;
+    return mayTry(cost) && m_onBridges + cost <= m_horizon.value() / kBridgeShare;
 }
 
 } // namespace quorvale

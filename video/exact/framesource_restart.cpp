@@ -4,6 +4,7 @@
 #include "video/ffmpeg/compat.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace quorvale {
@@ -17,19 +18,19 @@ constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at m
 
 } // namespace
 
-// Where to begin for the picture at `place`. Points that promise nothing are put to a test first.
+// The entry point for the picture at `place`. Points that promise nothing are tested first.
 std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex place)
 {
-    const auto exact = entryPointFor(stretchOf(anchor), place, anchor.point.place, false);
-    const auto any = entryPointFor(stretchOf(anchor), place, anchor.point.place, true);
+    const auto exact = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, false);
+    const auto any = entryPointFor(pictures(), stretchOf(anchor), place, anchor.point.place, true);
     const bool isFar = place - (exact ? exact->place : anchor.point.place) > kFarAway;
     if (any && any->isInexact && m_inexact == Trust::Unknown && isFar && &anchor == &m_anchors.front())
         testRestart(anchor, place);
     return m_inexact == Trust::Yes ? any : exact;
 }
 
-// A second decoder begins at the first such point that the decoder which began at the file's start has not come to
-// yet. What both make of it and of the pictures after it must be the same.
+// A second decoder begins at a point that promises nothing, the first one that the decoder from the file's start has
+// not reached yet. Both must output the same pictures from there on.
 void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
 {
     if (!beginFromStart())
@@ -42,7 +43,7 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
     if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
         point->place.value() + kCompared > place.value() / kTestEffortDivisor)
         return;
-    const EntryPoint tested = *point; // Scanning adds points.
+    const EntryPoint tested = *point; // a copy: scanning adds points
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
 }
 
@@ -65,10 +66,12 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
     all.primeFrom = PictureIndex();
     const OutputIndex last = point.place + (kCompared - 1);
     const std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
-    const std::unique_ptr<DecodingWorker> worker = makeWorker();
-    if (!plan || !worker)
+    std::unique_ptr<LoadedPackets> packets = plan ? load(*plan) : nullptr;
+    ffmpeg::DecoderPtr decoder = m_recipe.make();
+    if (!packets || !decoder)
         return false;
-    Run run(*plan, *worker, m_counters);
+    DecodingWorker worker(std::move(packets), std::move(decoder));
+    Run run(*plan, worker, m_counters);
     return std::all_of(expected.begin(), expected.end(), [&](const FrameChecksum &checksum) {
         return run.next(*m_nextFrame) == Run::Step::Picture && checksumOf(*m_nextFrame) == checksum;
     });

@@ -70,7 +70,7 @@ bool LiteralRun::sendNext(const PictureList &pictures)
     while (m_picture + 1 < pictures.pictureEnd() && pictures.picture(m_picture + 1).firstPacket <= m_next)
         ++m_picture;
     const PlannedPacket wanted = {pictures.packet(m_next), m_next, m_picture, true};
-    if (!m_worker->replay.read(wanted, m_ways, *m_packet))
+    if (!m_worker->packets->read(wanted, m_ways, *m_packet))
         return false;
     if (pictures.picture(m_picture).firstPacket == m_next)
         ++m_counters.picturesDecoded;

@@ -29,7 +29,7 @@ public:
 
     /// The number that the next picture will have.
     [[nodiscard]] FrameNumber end() const { return m_firstNumber + static_cast<std::int64_t>(m_shown.size()); }
-    /// The number with which a coded picture came out; nothing where it did not.
+    /// The number with which a coded picture came out; nothing if it did not.
     [[nodiscard]] std::optional<FrameNumber> numberOf(PictureIndex picture) const;
     /// The coded picture that came out with a number from the first one up to end().
     [[nodiscard]] PictureIndex at(FrameNumber number) const

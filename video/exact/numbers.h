@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// A place in one kind of sequence, counted from 0. Two kinds do not mix: what counts packets never counts pictures.
+/// A place in one kind of sequence, counted from 0. A type for each kind: what counts packets cannot count pictures.
 template <typename Kind>
 class Index
 {
@@ -21,7 +21,7 @@ public:
     }
 
     [[nodiscard]] constexpr std::int64_t value() const { return m_value; }
-    /// To look something up by; the index must not be negative.
+    /// For use as a subscript; the index must not be negative.
     [[nodiscard]] constexpr std::size_t place() const { return static_cast<std::size_t>(m_value); }
 
     constexpr Index &operator++()

@@ -6,16 +6,20 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kNear = 64;   // packets that are read through rather than sought
-constexpr int kMostBeforeEntry = 16; // packets that may come first where a demultiplexer is entered
-constexpr int kZeroBytesAtFront = 3; // of a start code, which may have gone to the packet before
+constexpr std::int64_t kNear = 64;   // up to so many packets ahead, reading is quicker than seeking
+constexpr int kMostBeforeByte = 16;  // other packets that may come first after a seek to a byte
+constexpr int kMostBeforeTime = 512; // and to a time: an index may hold only the first picture of a group
+constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to the packet before
 
 } // namespace
 
 bool PacketReplay::read(const PlannedPacket &wanted, const WaysIn &ways, AVPacket &packet)
 {
+    const bool fromStart = ways.front() < 0;
+    if (fromStart && m_kept.read(wanted, ways, packet))
+        return true;
     const std::int64_t ahead = wanted.index - m_next;
-    if (!m_lost && ahead >= 0 && ahead <= kNear)
+    if (!m_lost && ahead >= 0 && (ahead <= kNear || fromStart))
         return skipTo(wanted, packet);
     for (const std::int64_t way : ways) {
         if (enter(wanted, way, packet))
@@ -38,9 +42,10 @@ bool PacketReplay::skipTo(const PlannedPacket &wanted, AVPacket &packet)
 bool PacketReplay::enter(const PlannedPacket &wanted, std::int64_t position, AVPacket &packet)
 {
     m_lost = true;
-    if (position < 0 || !m_source.goToByte(position))
+    if (position < 0 || !m_source.goTo(position))
         return false;
-    for (int i = 0; i < kMostBeforeEntry && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
+    const int most = m_source.location().entrance == Entrance::AnyByte ? kMostBeforeByte : kMostBeforeTime;
+    for (int i = 0; i < most && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
         if (isSame(packet, wanted.packet, kZeroBytesAtFront)) {
             m_next = wanted.index + 1;
             m_lost = false;
@@ -56,9 +61,11 @@ bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, 
     const int missing = scanned.size - packet.size;
     if (missing < 0 || missing > allowedAtFront)
         return false;
-    if (packet.pts == AV_NOPTS_VALUE || scanned.pts == AV_NOPTS_VALUE)
+    if (!m_source.location().tellsByTimes)
+        return m_source.describe(packet).checksum == scanned.checksum;
+    if (packet.pts == kNoTimestamp || scanned.pts == kNoTimestamp)
         return packet.pts == scanned.pts;
-    // How often the timestamps have begun anew is known only to who has read all of the file.
+    // How often the timestamps have wrapped is known only after reading the whole file.
     const int bits = m_source.location().timestampBits;
     const std::uint64_t step = static_cast<std::uint64_t>(packet.pts) - static_cast<std::uint64_t>(scanned.pts);
     return bits >= 64 ? step == 0 : step % (std::uint64_t{1} << bits) == 0;

@@ -30,7 +30,7 @@ void PictureList::append(const ScannedPacket &packet, const AccessUnit &unit, co
     m_latest = unit;
 
     const PictureIndex current = pictureEnd() - 1;
-    if (!unit.onePicture)
+    if (!unit.onePicture && !unit.bothFields)
         doubt(current, kNotOnePicture);
     if (unit.mayWithholdOutput)
         doubt(current, kOutputWithheld);
@@ -64,18 +64,51 @@ void PictureList::addPicture(const ScannedPacket &packet, const AccessUnit &unit
     picture.sequence = m_sequence;
     picture.randomAccess = unit.randomAccess;
     picture.isReference = unit.isReference;
+    picture.isFieldPair = unit.bothFields;
+    picture.references = referencesOf(unit);
     m_pictures.push_back(picture);
-    if (m_needsDisplayTimes && packet.pts == ScannedPacket::kUnknown)
+    if (m_needsDisplayTimes && packet.pts == kNoTimestamp)
         doubt(pictureEnd() - 1, kNoDisplayTime);
+}
+
+// Before the picture itself is in the list.
+KnownReferences PictureList::referencesOf(const AccessUnit &unit) const
+{
+    KnownReferences known;
+    known.isPrevTid0Pic = unit.isPrevTid0Pic;
+    known.maxPicOrderCntLsb = unit.maxPicOrderCntLsb;
+    if (!unit.referencesAreKnown || unit.references.size() > known.distances.size())
+        return known;
+    for (std::size_t i = 0; i < unit.references.size(); ++i) {
+        known.distances.at(i) = distanceTo(unit.references[i]);
+        if (known.distances.at(i) == 0)
+            return known;
+    }
+    known.areKnown = true;
+    return known;
+}
+
+// How many pictures ago the one with this count came, of the current sequence; 0 where it did not, or too long ago.
+std::uint8_t PictureList::distanceTo(std::int64_t pictureOrderCount) const
+{
+    const std::size_t farthest = std::min<std::size_t>(m_pictures.size(), UINT8_MAX);
+    for (std::size_t distance = 1; distance <= farthest; ++distance) {
+        const CodedPicture &picture = m_pictures[m_pictures.size() - distance];
+        if (picture.sequence != m_sequence)
+            break;
+        if (picture.pictureOrderCount == pictureOrderCount)
+            return static_cast<std::uint8_t>(distance);
+    }
+    return 0;
 }
 
 void PictureList::checkDecodeTime(std::int64_t dts)
 {
-    if (dts == ScannedPacket::kUnknown)
+    if (dts == kNoTimestamp)
         return;
     // Times come from the file: the difference of two is formed without a sign, and is then as large as it gets.
     const std::uint64_t step = static_cast<std::uint64_t>(dts) - static_cast<std::uint64_t>(m_lastDts);
-    const bool isFirst = m_lastDts == ScannedPacket::kUnknown;
+    const bool isFirst = m_lastDts == kNoTimestamp;
     const bool steady = isFirst || (dts >= m_lastDts && step <= static_cast<std::uint64_t>(m_second));
     m_lastDts = dts;
     if (!steady)

@@ -1,5 +1,7 @@
 #include "video/exact/planning.h"
 
+#include "video/exact/neededpictures.h"
+
 #include <algorithm>
 
 namespace quorvale {
@@ -39,6 +41,32 @@ void addLeading(RunPlan &plan, const PictureList &pictures, const EntryPoint &en
     }
 }
 
+struct Section
+{
+    PictureIndex entry;
+    PictureIndex target;
+    PictureIndex end;
+};
+
+// By what the pictures themselves say about being referred to:
+//     output order   K . . r . . T . r      decoded   K r . . T r . . r
+//     what comes out K     r     T . r                K r     T r   . r    . : no other picture refers to it
+void leaveOutUnreferenced(NeededPictures &needed, const PictureList &pictures, const Section &section,
+                          const PlanningRules &rules)
+{
+    const CodedPicture &first = pictures.picture(section.entry);
+    const CodedPicture &wanted = pictures.picture(section.target);
+    for (PictureIndex i = section.entry; i < section.end; ++i) {
+        const CodedPicture &picture = pictures.picture(i);
+        // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
+        // before it. In H.264 it would be missed all the same, where frame numbers are counted.
+        const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
+        const bool completesTarget = i > section.target && !picture.isOutputBefore(wanted);
+        if (i != section.target && !mayBeReferredTo && !picture.setsParameters && !completesTarget)
+            needed.leaveOut(i);
+    }
+}
+
 } // namespace
 
 std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry, const PlanningRules &rules)
@@ -63,8 +91,10 @@ std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex ent
     return plan;
 }
 
-std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from, bool allowInexact)
+std::optional<EntryPoint> entryPointFor(const PictureList &pictures, const Stretch &stretch, OutputIndex place,
+                                        OutputIndex from, bool allowInexact)
 {
+    PictureIndex checked = stretch.at(place) + 1; // from here on no field pairs
     const std::vector<EntryPoint> &points = stretch.entryPoints();
     auto point = std::upper_bound(points.begin(), points.end(), place,
                                   [](OutputIndex wanted, const EntryPoint &p) { return wanted < p.place; });
@@ -72,8 +102,13 @@ std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex plac
         --point;
         if (point->place < from)
             break;
-        if (point->picture <= stretch.at(place) && (allowInexact || !point->isInexact))
-            return *point;
+        if (point->picture > stretch.at(place) || (point->isInexact && !allowInexact))
+            continue;
+        for (; !allowInexact && checked > point->picture; checked = checked - 1) {
+            if (pictures.picture(checked - 1).isFieldPair)
+                return std::nullopt;
+        }
+        return *point;
     }
     return std::nullopt;
 }
@@ -88,28 +123,19 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     plan.start = std::move(*start);
     addLeading(plan, pictures, entry);
     const PictureIndex target = stretch.at(place);
-    const CodedPicture &wanted = pictures.picture(target);
     const CodedPicture &first = pictures.picture(entry.picture);
     // Draining loses pictures in H.264, after recovery points.
     plan.drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
     const PictureIndex end =
         plan.drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
 
-    //     output order   K . . r . . T . r      decoded   K r . . T r . . r
-    //     what comes out K     r     T . r                K r     T r   . r    . : no other picture refers to it
-    for (PictureIndex i = entry.picture; i < end; ++i) {
-        const CodedPicture &picture = pictures.picture(i);
-        // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
-        // before it. In H.264 it would be missed all the same, where frame numbers are counted.
-        const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
-        const bool isNeeded = !rules.leavesOut || i == target || mayBeReferredTo || picture.setsParameters ||
-                              (i > target && !picture.isOutputBefore(wanted));
-        addPackets(plan.packets, pictures, i, isNeeded);
-    }
+    NeededPictures needed(entry.picture, end);
+    if (rules.leavesOut && !(rules.isHevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
+        leaveOutUnreferenced(needed, pictures, {entry.picture, target, end}, rules);
+    for (PictureIndex i = entry.picture; i < end; ++i)
+        addPackets(plan.packets, pictures, i, needed.isNeeded(i));
     for (OutputIndex i = entry.place; i <= place; ++i) {
-        const CodedPicture &picture = pictures.picture(stretch.at(i));
-        const bool isSent = picture.isReference || picture.setsParameters || !rules.leavesOut;
-        if (i == place || (isSent && stretch.at(i) < end))
+        if (stretch.at(i) < end && needed.isNeeded(stretch.at(i)))
             plan.outputs.push_back(stretch.at(i));
     }
     return plan;

@@ -12,15 +12,16 @@ struct PlanningRules
 {
     bool isH264 = false;
     bool isHevc = false;
-    std::int64_t depth = 0; ///< of the decoder that was seen, see Decoding::depth()
-    PictureIndex primeFrom; ///< the first picture whose parameters the decoder may not know
-    bool leavesOut = true;  ///< pictures that no other one refers to
+    bool byReferenceSets = true; ///< HEVC: leaves out what they do not reach
+    std::int64_t depth = 0;      ///< of the decoder that was seen, see Decoding::depth()
+    PictureIndex primeFrom;      ///< the first picture whose parameters the decoder may not know
+    bool leavesOut = true;       ///< pictures that no other one refers to
 };
 
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
-/// is none. /// `allowInexact`: also one that promises nothing.
-[[nodiscard]] std::optional<EntryPoint> entryPointFor(const Stretch &stretch, OutputIndex place, OutputIndex from,
-                                                      bool allowInexact);
+/// is none. `allowInexact`: also one that promises nothing, itself or with what is decoded from it on.
+[[nodiscard]] std::optional<EntryPoint> entryPointFor(const PictureList &pictures, const Stretch &stretch,
+                                                      OutputIndex place, OutputIndex from, bool allowInexact);
 
 /// To begin at `entry`. Nothing where too many other pictures set parameters first.
 [[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,

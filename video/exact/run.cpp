@@ -61,7 +61,7 @@ bool Run::sendNext()
     const PlannedPacket &packet = m_plan.packets[m_sent];
     const bool beginsPicture = m_sent == 0 || m_plan.packets[m_sent - 1].picture != packet.picture;
     ++m_sent;
-    if (!m_worker.replay.read(packet, m_plan.start.ways, *m_packet))
+    if (!m_worker.packets->read(packet, m_plan.start.ways, *m_packet))
         return false;
     if (!packet.isNeeded)
         return true;

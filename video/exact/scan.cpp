@@ -17,9 +17,9 @@ bool announcesExtradata(const AVPacket &packet)
 
 } // namespace
 
-// MPEG-2 pictures are output by their types alone; with the others, display times are what order counts are checked by.
+// MPEG-2 pictures are output by their types alone; for the others, display times check the picture order counts.
 Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond)
-    : m_source(std::move(location))
+    : m_source(std::move(location), true)
     , m_reader(makeAccessUnitReader(coding))
     , m_packet(ffmpeg::makePacket())
     , m_pictures(unitsInASecond, coding != VideoCoding::Mpeg2)
@@ -27,14 +27,16 @@ Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASeco
 {
 }
 
-bool Scan::readOn()
+bool Scan::readOn(KeptPackets *kept)
 {
     for (int i = 0; i < kPacketsAtOnce && !m_failed && !m_pictures.isFinished(); ++i) {
         const VideoPackets::Status status = m_source.read(*m_packet);
         if (status == VideoPackets::Status::Read) {
+            if (kept)
+                kept->keep(m_pictures.packetEnd(), *m_packet);
             const AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
             m_pictures.append(
-                {m_packet->pos, m_packet->pts, m_packet->size}, unit,
+                m_source.describe(*m_packet), unit,
                 {m_packet->dts, (m_packet->flags & AV_PKT_FLAG_CORRUPT) != 0, announcesExtradata(*m_packet)});
         } else if (status == VideoPackets::Status::EndOfFile) {
             m_pictures.finish();

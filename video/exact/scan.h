@@ -1,6 +1,7 @@
 #pragma once
 
 #include "video/bitstream/accessunitreader.h"
+#include "video/exact/keptpackets.h"
 #include "video/exact/picturelist.h"
 #include "video/exact/stretches.h"
 #include "video/exact/videopackets.h"
@@ -16,8 +17,8 @@ public:
     /// `unitsInASecond`: of the stream's time base.
     Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond);
 
-    /// Reads some more packets. False where the file has ended, or cannot be read.
-    bool readOn();
+    /// Reads some more packets, which `kept` gets, too. False if the file has ended, or cannot be read.
+    bool readOn(KeptPackets *kept = nullptr);
     [[nodiscard]] bool hasFailed() const { return m_failed; }
 
     [[nodiscard]] const PictureList &pictures() const { return m_pictures; }

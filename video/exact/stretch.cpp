@@ -8,9 +8,9 @@ namespace {
 
 constexpr std::size_t kReordering = kMostReordering;
 constexpr std::size_t kJudgedAtOnce = 8;    // places
-constexpr std::size_t kUsualStepsSeen = 40; // places that tell the usual distance of display times
+constexpr std::size_t kUsualStepsSeen = 40; // places from which the usual distance of display times is taken
 
-// Times come from the file; a difference that does not fit wraps, and is not steady either way.
+// Times come from the file; a difference that does not fit wraps, and is not steady in any case.
 std::int64_t stepBetween(std::int64_t earlier, std::int64_t later)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
@@ -22,8 +22,7 @@ Stretch::Stretch(const PictureList &pictures, PictureIndex first)
     : m_order{first}
     , m_end(first + 1)
 {
-    const bool isInexact = pictures.picture(first).randomAccess == RandomAccess::InexactRecoveryPoint;
-    m_entryPoints.push_back({first, OutputIndex(), isInexact});
+    m_entryPoints.push_back({first, OutputIndex(), pictures.picture(first).promisesNothing()});
 }
 
 void Stretch::append(PictureList &pictures, PictureIndex picture)
@@ -42,13 +41,13 @@ void Stretch::append(PictureList &pictures, PictureIndex picture)
     const std::size_t depth = m_order.size() - *place;
     m_order.insert(m_order.begin() + static_cast<std::ptrdiff_t>(*place), picture);
     noteDepth(picture, depth);
-    // All that is decoded before it is output before it, too.
+    // Everything decoded before it is also output before it.
     if (depth == 0 && pictures.picture(picture).randomAccess != RandomAccess::None)
         m_waitingPoints.push_back(picture);
     judge(pictures, false);
 }
 
-// Nothing where another picture has the place, or it is too far away.
+// Nothing if another picture has the place, or if the place is too far away.
 std::optional<std::size_t> Stretch::findPlace(const PictureList &pictures, PictureIndex picture) const
 {
     const CodedPicture &inserted = pictures.picture(picture);
@@ -85,7 +84,7 @@ void Stretch::close(PictureList &pictures, PictureIndex end)
     judge(pictures, true);
 }
 
-// At the end of what is known, pictures are still missing in between.
+// The last places are not final: pictures that are not scanned yet may come between.
 void Stretch::judge(PictureList &pictures, bool toTheEnd)
 {
     const std::size_t final = m_order.size() > kReordering ? m_order.size() - kReordering : 0;
@@ -102,13 +101,13 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
     const std::int64_t usual = usualStep(pictures, end);
     for (std::size_t i = from; i < end; ++i) {
         const std::int64_t pts = pictures.picture(m_order[i]).pts;
-        if (pts == ScannedPacket::kUnknown)
+        if (pts == kNoTimestamp)
             continue;
         const std::int64_t earlier = pictures.picture(m_order[m_lastTimed]).pts;
-        if (m_lastTimed < i && earlier != ScannedPacket::kUnknown) {
+        if (m_lastTimed < i && earlier != kNoTimestamp) {
             const std::int64_t step = stepBetween(earlier, pts);
             const auto places = static_cast<std::int64_t>(i - m_lastTimed);
-            // Pictures shown for two fields and for three still pass; a lost or a doubled one does not.
+            // Pictures shown for two or three fields pass; a lost or a doubled one does not.
             const bool steady = step > 0 && (usual <= 0 || (step / places >= usual / 2 && //
                                                             step / places <= usual + usual / 4 * 3));
             if (!steady)
@@ -118,14 +117,14 @@ void Stretch::judgeDisplayTimes(PictureList &pictures, std::size_t from, std::si
     }
 }
 
-// The median of the latest steps between neighbours; 0 where there are none.
+// The median of the latest steps between neighbours; 0 if there are none.
 std::int64_t Stretch::usualStep(const PictureList &pictures, std::size_t end) const
 {
     std::vector<std::int64_t> steps;
     for (std::size_t i = std::max<std::size_t>(end, kUsualStepsSeen) - kUsualStepsSeen + 1; i < end; ++i) {
         const std::int64_t earlier = pictures.picture(m_order[i - 1]).pts;
         const std::int64_t later = pictures.picture(m_order[i]).pts;
-        if (earlier != ScannedPacket::kUnknown && later != ScannedPacket::kUnknown)
+        if (earlier != kNoTimestamp && later != kNoTimestamp)
             steps.push_back(stepBetween(earlier, later));
     }
     if (steps.empty())
@@ -148,8 +147,7 @@ void Stretch::noteEntryPoints(const PictureList &pictures, std::size_t from)
 {
     for (std::size_t i = from; i < m_certainEnd.place() && !m_waitingPoints.empty(); ++i) {
         if (m_order[i] == m_waitingPoints.front()) {
-            const bool isInexact = pictures.picture(m_order[i]).randomAccess == RandomAccess::InexactRecoveryPoint;
-            m_entryPoints.push_back({m_order[i], OutputIndex(i), isInexact});
+            m_entryPoints.push_back({m_order[i], OutputIndex(i), pictures.picture(m_order[i]).promisesNothing()});
             m_waitingPoints.erase(m_waitingPoints.begin());
         }
     }

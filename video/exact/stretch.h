@@ -13,12 +13,12 @@ namespace quorvale {
 /// Pictures by which output order can differ from decode order.
 inline constexpr std::int64_t kMostReordering = 16;
 
-/// A random access point of a stretch: what is output from it on needs nothing decoded before it.
+/// A random access point of a stretch: pictures that are output from it on need nothing decoded before it.
 struct EntryPoint
 {
     PictureIndex picture;
     OutputIndex place;
-    bool isInexact = false; ///< the standard does not promise it
+    bool isInexact = false; ///< the standard does not promise that
 };
 
 /// A run of pictures without doubt, from a random access point on, in the order in which a decoder outputs them.
@@ -32,18 +32,19 @@ class Stretch
 public:
     Stretch(const PictureList &pictures, PictureIndex first);
 
-    /// Takes the next picture in decode order, which is not doubtful by itself. Where its place in the order, or the
-    /// display times that are complete now, cannot be right, it doubts pictures and the stretch is closed.
+    /// Adds the next picture in decode order, which has no doubt of its own. If its place in the order cannot be right,
+    /// or the display times that are now complete, pictures are doubted and the stretch is closed.
     void append(PictureList &pictures, PictureIndex picture);
     /// Ends the stretch before picture `end`.
     void close(PictureList &pictures, PictureIndex end);
 
     [[nodiscard]] bool isClosed() const { return m_closed; }
-    /// The first picture, in decode order, that is not in it; of a closed stretch, that which closed it or is after it.
+    /// The first picture, in decode order, that is not in it; of a closed stretch, the one that closed it or one after
+    /// it.
     [[nodiscard]] PictureIndex end() const { return m_end; }
     [[nodiscard]] PictureIndex first() const { return m_order.front(); }
 
-    /// Whether the file ends with it: nothing but its last pictures' being so is doubtful.
+    /// Whether the file ends with it: the only doubt is which of its last pictures exist.
     [[nodiscard]] bool endsFile() const { return m_endsFile; }
     void setEndsFile() { m_endsFile = true; }
 
@@ -52,7 +53,7 @@ public:
     [[nodiscard]] PictureIndex at(OutputIndex place) const { return m_order[place.place()]; }
     /// Up to here the order is final and was judged.
     [[nodiscard]] OutputIndex certainEnd() const { return m_certainEnd; }
-    /// Place that a picture would have if none after the first ones, which are left out, were reordered.
+    /// The place of a picture if no picture but those left out at the beginning were reordered.
     [[nodiscard]] OutputIndex placeWithoutReordering(PictureIndex picture) const
     {
         return OutputIndex(picture - first() - m_leftOut);
@@ -60,7 +61,7 @@ public:
 
     /// Entry points whose place is certain, in order.
     [[nodiscard]] const std::vector<EntryPoint> &entryPoints() const { return m_entryPoints; }
-    /// The first picture that comes after more than `depth` pictures that are output after it; nothing where none does.
+    /// The first picture that is decoded after more than `depth` pictures that are output after it; nothing if none is.
     [[nodiscard]] std::optional<PictureIndex> firstDeeperThan(std::int64_t depth) const;
 
 private:
@@ -75,7 +76,7 @@ private:
     std::vector<PictureIndex> m_order;
     std::vector<EntryPoint> m_entryPoints;
     std::vector<PictureIndex> m_waitingPoints; ///< entry points whose place is not certain yet
-    /// At [d]: the first picture that came after d pictures or more that are output after it.
+    /// At [d]: the first picture that was decoded after d pictures or more that are output after it.
     std::array<std::optional<PictureIndex>, kMostReordering + 1> m_firstOfDepth;
     OutputIndex m_certainEnd;
     std::size_t m_lastTimed = 0; ///< the last judged place with a display time

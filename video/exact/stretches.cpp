@@ -4,7 +4,7 @@ namespace quorvale {
 
 namespace {
 
-// Pictures before the end of a file that may be torn, lost or alone: which of them exist is shown by decoding them.
+// Pictures at the end of a file that may be torn, lost or unpaired: decoding shows which of them exist.
 constexpr std::int64_t kRaggedEnd = 3;
 
 } // namespace
@@ -19,7 +19,7 @@ void Stretches::extend(PictureList &pictures)
                 open.close(pictures, m_next);
             else
                 open.append(pictures, m_next);
-            // What closes a stretch late begins none.
+            // A picture that closes a stretch late does not begin the next one.
             if (open.isClosed())
                 m_next = open.end();
         } else if (picture.doubts == 0 && picture.randomAccess != RandomAccess::None) {

@@ -6,11 +6,11 @@
 
 namespace quorvale {
 
-/// All stretches without doubt of the part of a file that was scanned, in order.
+/// All stretches in the part of a file that was scanned, in order.
 class Stretches
 {
 public:
-    /// Takes in what was scanned since the last call.
+    /// Adds what was scanned since the last call.
     void extend(PictureList &pictures);
 
     [[nodiscard]] std::size_t count() const { return m_stretches.size(); }

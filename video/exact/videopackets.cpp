@@ -1,13 +1,27 @@
 #include "video/exact/videopackets.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/regularfile.h"
 #include "video/ffmpeg/singleinput.h"
+
+extern "C" {
+#include <libavutil/crc.h>
+}
+
+#include <algorithm>
 
 namespace quorvale {
 
 namespace {
 
-static_assert(AV_NOPTS_VALUE == ScannedPacket::kUnknown, "one constant for no timestamp");
+// Without the zeros before the first start code, which may have gone to the packet before.
+std::uint32_t checksumOf(const AVPacket &packet)
+{
+    const std::uint8_t *end = packet.data + packet.size;
+    const std::uint8_t *begin =
+        std::find_if(static_cast<const std::uint8_t *>(packet.data), end, [](std::uint8_t byte) { return byte != 0; });
+    return av_crc(av_crc_get_table(AV_CRC_32_IEEE_LE), 0, begin, static_cast<std::size_t>(end - begin));
+}
 
 } // namespace
 
@@ -19,10 +33,12 @@ bool VideoPackets::open()
     if (!ffmpeg::openSingleInput(input, m_location.path.c_str()))
         return false;
     m_input.reset(input);
+    if (m_readsAhead)
+        ffmpeg::readAhead(*input->pb);
     return true;
 }
 
-// By the container's own number: where streams are found as they come, their order depends on where reading begins.
+// By the container's own number: a demultiplexer may number streams as it finds them, which depends on where it begins.
 bool VideoPackets::isWanted(const AVPacket &packet) const
 {
     const AVStream &stream = *m_input->streams[packet.stream_index];
@@ -47,9 +63,26 @@ VideoPackets::Status VideoPackets::read(AVPacket &packet)
     }
 }
 
-bool VideoPackets::goToByte(std::int64_t position)
+bool VideoPackets::goTo(std::int64_t position)
 {
-    return open() && av_seek_frame(m_input.get(), -1, position, AVSEEK_FLAG_BYTE) >= 0;
+    if (!open())
+        return false;
+    if (m_location.entrance == Entrance::AnyByte)
+        return av_seek_frame(m_input.get(), -1, position, AVSEEK_FLAG_BYTE) >= 0;
+    return m_location.streamIndex < static_cast<int>(m_input->nb_streams) &&
+           av_seek_frame(m_input.get(), m_location.streamIndex, position, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+ScannedPacket VideoPackets::describe(const AVPacket &packet) const
+{
+    ScannedPacket scanned;
+    const std::int64_t time = packet.pts != kNoTimestamp ? packet.pts : packet.dts;
+    scanned.position = m_location.entrance == Entrance::AnyByte ? packet.pos : time;
+    scanned.pts = packet.pts;
+    scanned.size = packet.size;
+    if (!m_location.tellsByTimes)
+        scanned.checksum = checksumOf(packet);
+    return scanned;
 }
 
 } // namespace quorvale

@@ -13,7 +13,7 @@ namespace quorvale::ffmpeg {
 /// libavutil's colour space for `colourSpace`; nothing for a value outside the enumeration.
 [[nodiscard]] std::optional<std::int32_t> avColourSpaceFor(FFColourSpace colourSpace);
 
-/// This program's name for libavutil's colour space; FF_CS_UNSPECIFIED for every one that has no name here.
+/// This program's name for libavutil's colour space; FF_CS_UNSPECIFIED for those without a name here.
 [[nodiscard]] FFColourSpace colourSpaceOf(std::int32_t avColourSpace);
 
 } // namespace quorvale::ffmpeg

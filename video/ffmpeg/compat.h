@@ -2,8 +2,8 @@
 
 #include "video/ffmpeg/timestamp.h"
 
-// Every difference between FFmpeg 4.4 and the newest major version that this room meets, one named function each.
-// No other file asks which version it is compiled against; tests/house looks for it.
+// Every difference between FFmpeg 4.4 and the newest major version that matters here, one named function each. No other
+// file asks for FFmpeg's version; tests/house checks it.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -25,8 +25,8 @@ namespace quorvale::ffmpeg {
 
 static_assert(kNoTimestamp == AV_NOPTS_VALUE);
 
-/// Prepares the libraries, once in a process. Codecs and containers register themselves since FFmpeg 4.0; what is
-/// left is to keep the libraries from writing to the terminal: a damaged broadcast is nothing to report.
+/// Prepares the libraries, once in a process: keeps them from writing to the terminal, because a damaged broadcast is
+/// nothing to report. (Codecs and containers register themselves since FFmpeg 4.0.)
 inline void registerLibraries()
 {
     av_log_set_level(AV_LOG_QUIET);
@@ -91,7 +91,7 @@ inline void keepTags(AVCodecContext &decoder)
 #endif
 }
 
-/// Has the picture that begins with `packet`, the next one to be sent, carry the number `value`, all 64 bits of it on
+/// Makes the picture that begins with `packet`, the next one to be sent, carry the number `value`, with all 64 bits on
 /// every machine. Throws std::bad_alloc.
 inline void tag(AVCodecContext &decoder, AVPacket &packet, std::int64_t value)
 {
@@ -109,7 +109,7 @@ inline void tag(AVCodecContext &decoder, AVPacket &packet, std::int64_t value)
 #endif
 }
 
-/// The number that tag() gave to the packet with which the picture begins; a negative one where it gave none.
+/// The number that tag() gave to the packet with which the picture begins; negative if it gave none.
 inline std::int64_t tagOf(const AVFrame &frame)
 {
 #ifdef AV_CODEC_FLAG_COPY_OPAQUE

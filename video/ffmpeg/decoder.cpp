@@ -6,6 +6,22 @@
 
 namespace quorvale::ffmpeg {
 
+namespace {
+
+bool holdsUncountedPictures(const AVCodec &codec)
+{
+    const AVCodecDescriptor *facts = avcodec_descriptor_get(codec.id);
+    const bool isIntraOnly = facts && (facts->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+    return (codec.capabilities & AV_CODEC_CAP_DR1) == 0 && !isIntraOnly;
+}
+
+} // namespace
+
+std::int64_t mostPixelsOf(const AVCodec &codec)
+{
+    return holdsUncountedPictures(codec) ? kMostPixelsUncounted : kMostPixels;
+}
+
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
     DecoderPtr decoder(avcodec_alloc_context3(codec));
@@ -15,7 +31,7 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
     // One thread. Frame threads change which packet completes a picture, and thereby the table's rows and the number
     // of pictures at the end of the file; any threads change how damaged pictures are concealed.
     decoder->thread_count = 1;
-    decoder->max_pixels = kMostPixels;
+    decoder->max_pixels = mostPixelsOf(*codec);
     return decoder;
 }
 

@@ -2,6 +2,8 @@
 
 #include "video/ffmpeg/pointers.h"
 
+#include <cstdint>
+
 struct AVCodec;
 struct AVCodecParameters;
 struct AVRational;
@@ -13,6 +15,9 @@ namespace quorvale::ffmpeg {
 /// It has one thread and refuses pictures of absurd sizes. `timeBase`: that of the packets' timestamps; `codec`: the
 /// one that it will be opened with.
 [[nodiscard]] DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec);
+
+/// The most pixels that a picture may have which `codec` decodes.
+[[nodiscard]] std::int64_t mostPixelsOf(const AVCodec &codec);
 
 /// Has the decoder forget what it was sent: the next picture is of a packet that is sent after this.
 void flush(AVCodecContext &decoder);

@@ -1,77 +1,131 @@
 #include "video/ffmpeg/picturebudget.h"
 
+#include "video/ffmpeg/picturelimits.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/buffer.h>
 #include <libavutil/error.h>
 #include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
 }
 
+#include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <new>
+#include <utility>
 
 namespace quorvale::ffmpeg {
 
 namespace {
 
 constexpr std::int64_t kMiB = 1024 * 1024;
-constexpr std::int64_t kUsualPixels = std::int64_t{1920} * 1088;
-constexpr std::int64_t kUsualBytes = 104 * kMiB;
-constexpr std::int64_t kMostBytes = 512 * kMiB;
+constexpr std::int64_t kUsualBytes = 112 * kMiB;
+constexpr std::int64_t kMostBytesOf8Bits = 640 * kMiB;
+constexpr std::int64_t kMostBytes = 896 * kMiB;
 
+std::int64_t pixelsOf(const AVFrame &picture)
+{
+    return std::int64_t{picture.width} * picture.height;
+}
+
+// With what a decoder keeps beside each picture: vectors, references and kinds of its blocks, half a byte a pixel.
 std::int64_t bytesOf(const AVFrame &picture)
 {
-    std::int64_t bytes = 0;
+    std::int64_t bytes = pixelsOf(picture) / 2;
     for (const AVBufferRef *plane : picture.buf)
         bytes += plane ? static_cast<std::int64_t>(plane->size) : 0;
     return bytes;
 }
 
+bool hasMoreThan8Bits(const AVFrame &picture)
+{
+    const AVPixFmtDescriptor *format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
+    return format && format->comp[0].depth > 8;
+}
+
 } // namespace
+
+struct PictureBudget::Account : std::enable_shared_from_this<Account>
+{
+    std::atomic<std::int64_t> lentBytes{0};
+    std::atomic<bool> hadLargePicture{false};
+
+    std::int64_t limitFor(const AVFrame &picture)
+    {
+        if (pixelsOf(picture) > kUsualPixels)
+            hadLargePicture = true;
+        if (!hadLargePicture)
+            return kUsualBytes;
+        return hasMoreThan8Bits(picture) ? kMostBytes : kMostBytesOf8Bits;
+    }
+};
 
 // What the first plane's buffer is wrapped in: the last reference to it gives the picture's bytes back.
 struct PictureBudget::Lent
 {
+    Lent(AVBufferRef *first, std::int64_t size, std::shared_ptr<Account> from)
+        : buffer(first)
+        , bytes(size)
+        , account(std::move(from))
+    {
+        account->lentBytes += bytes;
+    }
+    ~Lent() { account->lentBytes -= bytes; }
+    Lent(const Lent &) = delete;
+    Lent &operator=(const Lent &) = delete;
+
     AVBufferRef *buffer;
     std::int64_t bytes;
-    std::shared_ptr<std::atomic<std::int64_t>> budget;
+    std::shared_ptr<Account> account;
 };
 
-void PictureBudget::limit(AVCodecContext &decoder)
+PictureBudget::PictureBudget()
+    : m_account(std::make_shared<Account>())
 {
-    decoder.opaque = this;
+}
+
+PictureBudget::PictureBudget(std::shared_ptr<Account> account)
+    : m_account(std::move(account))
+{
+}
+
+PictureBudget PictureBudget::of(const AVCodecContext &decoder)
+{
+    return PictureBudget(static_cast<Account *>(decoder.opaque)->shared_from_this());
+}
+
+void PictureBudget::limit(AVCodecContext &decoder) const
+{
+    decoder.opaque = m_account.get();
     decoder.get_buffer2 = lend;
 }
 
 int PictureBudget::lend(AVCodecContext *decoder, AVFrame *picture, int flags)
 {
-    const PictureBudget &budget = *static_cast<const PictureBudget *>(decoder->opaque);
+    Account &account = *static_cast<Account *>(decoder->opaque);
     const int status = avcodec_default_get_buffer2(decoder, picture, flags);
     if (status < 0 || !picture->buf[0])
         return status;
 
-    const std::int64_t bytes = bytesOf(*picture);
-    const bool isUsual = std::int64_t{picture->width} * picture->height <= kUsualPixels;
-    const bool fits = *budget.m_bytes + bytes <= (isUsual ? kUsualBytes : kMostBytes);
-    auto *lent =
-        fits ? new (std::nothrow) Lent{picture->buf[0], bytes, budget.m_bytes} : nullptr; // owned by the buffer
+    std::unique_ptr<Lent> lent(new (std::nothrow) Lent(picture->buf[0], bytesOf(*picture), account.shared_from_this()));
+    const bool fits = lent && account.lentBytes <= account.limitFor(*picture);
     AVBufferRef *wrapped =
-        lent ? av_buffer_create(picture->buf[0]->data, picture->buf[0]->size, takeBack, lent, 0) : nullptr;
+        fits ? av_buffer_create(picture->buf[0]->data, picture->buf[0]->size, takeBack, lent.get(), 0) : nullptr;
     if (!wrapped) {
-        delete lent;
         av_frame_unref(picture);
         return AVERROR(ENOMEM);
     }
+    lent.release(); // NOLINT(bugprone-unused-return-value): owned by the buffer
     picture->buf[0] = wrapped;
-    *budget.m_bytes += bytes;
     return 0;
 }
 
-void PictureBudget::takeBack(void *opaque, std::uint8_t *)
+void PictureBudget::takeBack(void *opaque, unsigned char *)
 {
     const std::unique_ptr<Lent> lent(static_cast<Lent *>(opaque));
     av_buffer_unref(&lent->buffer);
-    *lent->budget -= lent->bytes;
 }
 
 } // namespace quorvale::ffmpeg

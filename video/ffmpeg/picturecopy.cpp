@@ -16,11 +16,11 @@ namespace {
 
 using Plane = std::unique_ptr<std::uint8_t[]>;
 
-// Bytes that may be read from `start` on. A cropped picture begins inside its buffer, and a row's padding can then
-// reach past the end.
-std::int64_t bytesBehind(const AVFrame &frame, int plane, const std::uint8_t *start)
+// How many bytes may be read from `start` on. A cropped picture begins inside its buffer, so a row's padding can reach
+// past the end.
+std::int64_t bytesAfter(const AVFrame &frame, int plane, const std::uint8_t *start)
 {
-    // FFmpeg takes the frame as one that could be changed, and does not change it.
+    // The parameter is not const, but FFmpeg does not change the frame.
     const AVBufferRef *buffer = av_frame_get_plane_buffer(const_cast<AVFrame *>(&frame), plane);
     return buffer ? static_cast<std::int64_t>(buffer->data + buffer->size - start) : 0;
 }
@@ -34,7 +34,7 @@ void copyBytes(std::uint8_t *to, const std::uint8_t *from, std::int64_t wanted, 
 }
 
 // A copy of a plane, `rows` rows of the frame's line size each, in display order. `bottomUpRows`: how many rows are
-// copied where the picture is stored bottom-up.
+// copied if the picture is stored bottom-up.
 Plane copyPlane(const AVFrame &frame, int plane, std::int32_t rows, std::int32_t bottomUpRows)
 {
     const std::int64_t lineSize = frame.linesize[plane];
@@ -43,12 +43,12 @@ Plane copyPlane(const AVFrame &frame, int plane, std::int32_t rows, std::int32_t
     Plane copy(new std::uint8_t[static_cast<std::size_t>(stride * rows)]);
 
     if (lineSize >= 0) {
-        copyBytes(copy.get(), start, stride * rows, bytesBehind(frame, plane, start));
+        copyBytes(copy.get(), start, stride * rows, bytesAfter(frame, plane, start));
         return copy;
     }
     for (std::int32_t row = 0; row < rows; ++row) {
         const std::uint8_t *line = start + row * lineSize;
-        const std::int64_t readable = row < bottomUpRows ? bytesBehind(frame, plane, line) : 0;
+        const std::int64_t readable = row < bottomUpRows ? bytesAfter(frame, plane, line) : 0;
         copyBytes(copy.get() + row * stride, line, stride, readable);
     }
     return copy;
@@ -98,7 +98,7 @@ bool copyPicture(const AVFrame &frame, std::int32_t bottomUpRows, BridgeImage &i
     if (layout == PlaneLayout::None)
         return false;
 
-    // All planes are made before the first is handed over, so that none is lost when memory runs out.
+    // All planes are made before `image` owns the first, so that none is lost when memory runs out.
     std::array<Plane, 4> copies;
     const int planes = planesOf(layout);
     for (int plane = 0; plane < planes; ++plane)

@@ -68,7 +68,7 @@ std::optional<FFPixelFormat> labelOf(std::int32_t avFormat)
 
 PlaneLayout planeLayoutOf(std::int32_t avFormat)
 {
-    // YUV444P, YUVA444P and YUVA422P16LE have a label and are not copied all the same.
+    // YUV444P, YUVA444P and YUVA422P16LE have a label, but are not copied.
     switch (avFormat) {
     case AV_PIX_FMT_YUV420P:
     case AV_PIX_FMT_YUVJ420P:

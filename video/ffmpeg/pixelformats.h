@@ -22,7 +22,7 @@ enum class PlaneLayout {
 /// libavutil's format that `format` asks for, -1 for none; nothing for a value outside the enumeration.
 [[nodiscard]] std::optional<std::int32_t> avPixelFormatFor(FFPixelFormat format);
 
-/// The label of a picture decoded as libavutil's `avFormat`; nothing where it has none. Not the inverse of
+/// The label of a picture decoded as libavutil's `avFormat`; nothing if it has none. Not the inverse of
 /// avPixelFormatFor: some formats can be asked for and are never reported.
 [[nodiscard]] std::optional<FFPixelFormat> labelOf(std::int32_t avFormat);
 

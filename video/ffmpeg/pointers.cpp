@@ -20,6 +20,16 @@ void release(AVCodecContext *decoder)
     avcodec_free_context(&decoder);
 }
 
+void release(AVCodecParameters *parameters)
+{
+    avcodec_parameters_free(&parameters);
+}
+
+void release(AVMurMur3 *hash)
+{
+    av_free(hash);
+}
+
 void release(AVFrame *frame)
 {
     av_frame_free(&frame);

@@ -3,18 +3,22 @@
 #include <memory>
 
 struct AVCodecContext;
+struct AVCodecParameters;
 struct AVFormatContext;
 struct AVFrame;
+struct AVMurMur3;
 struct AVPacket;
 
 namespace quorvale::ffmpeg {
 
 void release(AVFormatContext *input);
 void release(AVCodecContext *decoder);
+void release(AVCodecParameters *parameters);
+void release(AVMurMur3 *hash);
 void release(AVFrame *frame);
 void release(AVPacket *packet);
 
-/// Gives an object of FFmpeg's back by the function that FFmpeg has for its kind.
+/// Frees an object of FFmpeg's with FFmpeg's own function.
 template <typename Object>
 struct Deleter
 {
@@ -26,6 +30,7 @@ using Owner = std::unique_ptr<Object, Deleter<Object>>;
 
 using InputPtr = Owner<AVFormatContext>; ///< an input opened with openSingleInput
 using DecoderPtr = Owner<AVCodecContext>;
+using ParametersPtr = Owner<AVCodecParameters>;
 using FramePtr = Owner<AVFrame>;
 using PacketPtr = Owner<AVPacket>;
 

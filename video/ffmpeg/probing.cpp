@@ -1,7 +1,12 @@
 #include "video/ffmpeg/probing.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/probingcost.h"
+#include "video/ffmpeg/singleinput.h"
 
 extern "C" {
 #include <libavutil/dict.h>
@@ -15,20 +20,18 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-// Options for the decoders with which probing looks at the streams that are known by now, one set for each. Each
-// stream's pictures are held until all are known, so the bound of one picture is shared among them. Of streams that it
-// meets only later it knows no options; the bound on single pieces of memory is left for them.
+// Options for the decoders with which probing looks at the streams that are known by now, one set for each. Of streams
+// that it meets only later it knows no options; what these may hold was counted.
 class ProbeOptions
 {
 public:
-    explicit ProbeOptions(const AVFormatContext &input)
+    explicit ProbeOptions(const AVFormatContext &input, const std::vector<std::int64_t> &pixels)
         : m_options(input.nb_streams)
     {
-        std::int64_t videoStreams = 0;
-        for (unsigned i = 0; i < input.nb_streams; ++i)
-            videoStreams += input.streams[i]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? 1 : 0;
-        for (AVDictionary *&options : m_options) {
-            av_dict_set_int(&options, "max_pixels", kMostPixels / std::max<std::int64_t>(videoStreams, 1), 0);
+        for (std::size_t i = 0; i < m_options.size(); ++i) {
+            AVDictionary *&options = m_options[i];
+            const std::int64_t claimed = i < pixels.size() ? pixels[i] : kUsualPixels;
+            av_dict_set_int(&options, "max_pixels", std::min(claimed, kMostPixels), 0);
             // What probing keeps of a picture is its kind, its size and its place; nobody sees its samples.
             av_dict_set(&options, "skip_loop_filter", "all", 0);
             av_dict_set(&options, "skip_idct", "all", 0);
@@ -48,11 +51,59 @@ private:
     std::vector<AVDictionary *> m_options;
 };
 
+InputPtr openAgain(const AVFormatContext &input)
+{
+    AVFormatContext *again = nullptr;
+    return InputPtr(openSingleInput(again, input.url) ? again : nullptr);
+}
+
+// What a decoder with a budget finds out about the stream with `index`: FFmpeg's own while it probes have none.
+void describeByDecoding(AVStream &stream, AVFormatContext &input, const AVCodec &codec)
+{
+    const DecoderPtr decoder = makeDecoder(*stream.codecpar, stream.time_base, &codec);
+    const PictureBudget budget;
+    if (!decoder)
+        return;
+    budget.limit(*decoder);
+    if (avcodec_open2(decoder.get(), &codec, nullptr) < 0)
+        return;
+    const PacketPtr packet = makePacket();
+    const FramePtr picture = makeFrame();
+    bool isDecoded = false;
+    for (std::int64_t bytes = 0; !isDecoded && bytes < input.probesize && av_read_frame(&input, packet.get()) >= 0;) {
+        bytes += packet->size;
+        if (packet->stream_index == stream.index && avcodec_send_packet(decoder.get(), packet.get()) >= 0)
+            isDecoded = avcodec_receive_frame(decoder.get(), picture.get()) >= 0;
+        av_packet_unref(packet.get());
+    }
+    if (decoder->width > 0)
+        avcodec_parameters_from_context(stream.codecpar, decoder.get());
+}
+
+// The pictures of all streams could take too much: only those of the stream that will be read are decoded.
+bool probeWithinBudget(AVFormatContext &input)
+{
+    if (!restrictToSound(input) || avformat_find_stream_info(&input, nullptr) < 0 || !restrictToVideo(input))
+        return false;
+    const AVCodec *codec = nullptr;
+    const int index = findBestStream(&input, AVMEDIA_TYPE_VIDEO, codec);
+    const InputPtr again = index >= 0 ? openAgain(input) : nullptr;
+    if (again)
+        describeByDecoding(*input.streams[index], *again, *codec);
+    return true;
+}
+
 } // namespace
 
 bool probeStreams(AVFormatContext &input)
 {
-    ProbeOptions options(input);
+    const InputPtr ahead = openAgain(input);
+    if (!ahead)
+        return false;
+    const ProbingCost cost = probingCost(*ahead);
+    if (!cost.fits)
+        return probeWithinBudget(input);
+    ProbeOptions options(input, cost.pixels);
     return avformat_find_stream_info(&input, options.get()) >= 0;
 }
 

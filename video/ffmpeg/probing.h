@@ -4,8 +4,7 @@ struct AVFormatContext;
 
 namespace quorvale::ffmpeg {
 
-/// Reads on from the beginning until it is known what the streams of `input` hold. False where nothing can be found
-/// out.
+/// Reads from the beginning until it is known what the streams of `input` hold. False if nothing can be found out.
 [[nodiscard]] bool probeStreams(AVFormatContext &input);
 
 } // namespace quorvale::ffmpeg

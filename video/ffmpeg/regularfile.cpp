@@ -1,5 +1,7 @@
 #include "video/ffmpeg/regularfile.h"
 
+#include "video/ffmpeg/readahead.h"
+
 extern "C" {
 #include <libavformat/avio.h>
 #include <libavutil/error.h>
@@ -9,6 +11,7 @@ extern "C" {
 #include <cerrno>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -23,7 +26,10 @@ constexpr int kBufferBytes = 32768; // as FFmpeg's own files have
 class Descriptor
 {
 public:
-    // Where there is a file to wait for, as with a pipe that nobody writes to, O_NONBLOCK does not wait.
+    // Where `off_t` has 32 bits, files larger than 2 GiB could not be opened.
+    static_assert(sizeof(off_t) >= sizeof(std::int64_t), "_FILE_OFFSET_BITS is to be 64");
+
+    // O_NONBLOCK: opening a pipe does not wait for a writer.
     explicit Descriptor(const char *path)
         : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
     {
@@ -49,32 +55,54 @@ private:
     int m_number;
 };
 
+// What FFmpeg gets a file's bytes from.
+struct OpenFile
+{
+    explicit OpenFile(const char *path)
+        : descriptor(path)
+    {
+    }
+
+    Descriptor descriptor;
+    std::int64_t position = 0; // of the next read
+    std::optional<ReadAhead> ahead;
+};
+
 int readFile(void *opaque, std::uint8_t *buffer, int size)
 {
-    const Descriptor &file = *static_cast<const Descriptor *>(opaque);
+    OpenFile &file = *static_cast<OpenFile *>(opaque);
     ssize_t bytes = 0;
     do {
-        bytes = read(file.number(), buffer, static_cast<std::size_t>(size));
+        bytes = read(file.descriptor.number(), buffer, static_cast<std::size_t>(size));
     } while (bytes < 0 && errno == EINTR);
     if (bytes < 0)
         return AVERROR(errno);
+    file.position += bytes;
+    if (file.ahead && bytes > 0)
+        file.ahead->noteRead(file.descriptor.number(), file.position);
     return bytes == 0 ? AVERROR_EOF : static_cast<int>(bytes);
 }
 
 std::int64_t seekInFile(void *opaque, std::int64_t offset, int whence)
 {
-    const Descriptor &file = *static_cast<const Descriptor *>(opaque);
-    const bool asksForSize = (whence & AVSEEK_SIZE) != 0;
-    const std::int64_t result = asksForSize ? file.size() : lseek(file.number(), offset, whence & ~AVSEEK_FORCE);
-    return result < 0 ? AVERROR(errno) : result;
+    OpenFile &file = *static_cast<OpenFile *>(opaque);
+    if ((whence & AVSEEK_SIZE) != 0) {
+        const std::int64_t size = file.descriptor.size();
+        return size < 0 ? AVERROR(EIO) : size; // It was regular when it was opened.
+    }
+    const std::int64_t position = lseek(file.descriptor.number(), offset, whence & ~AVSEEK_FORCE);
+    if (position < 0)
+        return AVERROR(errno);
+    file.position = position;
+    return position;
 }
 
 } // namespace
 
 AVIOContext *openRegularFile(const char *path)
 {
-    auto file = std::make_unique<Descriptor>(path);
-    if (file->number() < 0 || file->size() < 0)
+    auto file = std::make_unique<OpenFile>(path);
+    if (file->descriptor.number() < 0 || file->descriptor.size() < 0)
         return nullptr;
     auto *buffer = static_cast<unsigned char *>(av_malloc(kBufferBytes));
     AVIOContext *context =
@@ -87,11 +115,16 @@ AVIOContext *openRegularFile(const char *path)
     return context;
 }
 
+void readAhead(AVIOContext &file)
+{
+    static_cast<OpenFile *>(file.opaque)->ahead.emplace();
+}
+
 void closeRegularFile(AVIOContext *&file)
 {
     if (!file)
         return;
-    delete static_cast<Descriptor *>(file->opaque);
+    delete static_cast<OpenFile *>(file->opaque);
     av_freep(&file->buffer);
     avio_context_free(&file);
 }

@@ -2,7 +2,7 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/inputformats.h"
-#include "video/ffmpeg/mp4samples.h"
+#include "video/ffmpeg/mp4tables.h"
 #include "video/ffmpeg/regularfile.h"
 
 extern "C" {
@@ -15,6 +15,9 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
+// A whole multiplex of a dozen programmes has about as many. Each stream of a small file takes some 100 KB.
+constexpr int kMostStreams = 128;
+
 int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
     return AVERROR(EPERM);
@@ -24,17 +27,18 @@ int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDict
 bool restrictToItself(AVFormatContext &input)
 {
     input.io_open = openNothingElse;
+    input.max_streams = kMostStreams;
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
-// What `file` is, as FFmpeg finds it by itself; null where it is nothing that FFmpeg knows, or claims what is absurd.
+// What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
 InputFormat *formatOf(AVIOContext &file, const char *path)
 {
     InputFormat *format = nullptr;
     if (av_probe_input_buffer2(&file, &format, path, nullptr, 0, 0) < 0 || !format)
         return nullptr;
     const bool isMp4 = av_match_name("mp4", format->name) > 0;
-    return isMp4 && claimsTooManySamples(file) ? nullptr : format;
+    return isMp4 && !hasBoundedTables(file) ? nullptr : format;
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 
 namespace quorvale {
 
-/// The timestamp of what has none: FFmpeg's AV_NOPTS_VALUE, without FFmpeg's headers. compat.h holds the two together.
+/// No timestamp: FFmpeg's AV_NOPTS_VALUE, without FFmpeg's headers. compat.h asserts that both are equal.
 inline constexpr std::int64_t kNoTimestamp = INT64_MIN;
 
 } // namespace quorvale

@@ -1,5 +1,5 @@
 // A program that reveals the file named by its first argument, and then says on the standard output how many strings
-// the call has left behind.
+// the call has left.
 
 #include "platform/finder.h"
 

@@ -1,0 +1,88 @@
+// Paths on desktops that read from right to left: in what empty lists say and in tips.
+
+#include "app/displaypath.h"
+#include "app/emptylisthint.h"
+#include "tests/support/viewerfixture.h"
+
+#include <QHelpEvent>
+#include <QToolTip>
+#include <QtTest>
+
+namespace {
+
+QString tipAt(QWidget *widget, const QPoint &place)
+{
+    QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
+    QCoreApplication::sendEvent(widget, &event);
+    return QToolTip::isVisible() ? QToolTip::text() : QString();
+}
+
+// What an empty list paints for `text`, without the ground around it.
+QImage paintedHint(const QString &text, Qt::LayoutDirection desktop)
+{
+    QApplication::setLayoutDirection(desktop);
+    QListWidget list;
+    list.resize(300, 100);
+    (new quorvale::EmptyListHint(&list))->setText(text); // owned by the list
+    const QImage image = list.viewport()->grab().toImage();
+    QRect painted;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, y) != image.pixel(0, 0))
+                painted |= QRect(x, y, 1, 1);
+        }
+    }
+    // Colours, where letters are smoothed by thirds of a pixel, are a matter of where the line begins.
+    return image.copy(painted).convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+}
+
+} // namespace
+
+class TestViewerRightToLeft : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup()
+    {
+        QToolTip::hideText();
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+    }
+
+    void hint_showsAPath_asItReads();
+    void tips_isolatePaths();
+};
+
+void TestViewerRightToLeft::hint_showsAPath_asItReads()
+{
+    const QString path = "/media/anna";
+    const QString isolated = quorvale::pathInText(path);
+    const QSize size = paintedHint(isolated, Qt::LeftToRight).size();
+    QCOMPARE(paintedHint(isolated, Qt::RightToLeft).size(), size);
+    QCOMPARE(paintedHint(isolated, Qt::RightToLeft), paintedHint(isolated, Qt::LeftToRight));
+    QVERIFY(paintedHint(path, Qt::RightToLeft) != paintedHint(path, Qt::LeftToRight)); // Its first "/" goes to the end.
+}
+
+void TestViewerRightToLeft::tips_isolatePaths()
+{
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    ViewerFixture fixture;
+    const QString deep = QString("deep").repeated(30);
+    QVERIFY(TestVolume::create(fixture.path(deep), {fixture.titled("one")}));
+    const Viewer &viewer = fixture.open();
+    QTreeWidget *devices = viewer.ui.deviceList;
+    const QPoint row = devices->visualItemRect(devices->topLevelItem(0)).center();
+    QVERIFY(tipAt(devices->viewport(), row).contains(quorvale::pathInText(fixture.path(deep))));
+    QToolTip::hideText();
+    QTRY_VERIFY(!QToolTip::isVisible());
+    QVERIFY(tipAt(viewer.ui.thumbnailLabel, QPoint(5, 5)).contains(quorvale::pathInText(viewer.recordingFile(0))));
+    fixture.close();
+    QToolTip::hideText();
+    QTRY_VERIFY(!QToolTip::isVisible());
+    QVERIFY(QDir(fixture.path(deep)).removeRecursively());
+    QVERIFY(
+        tipAt(fixture.open().ui.deviceList->viewport(), QPoint(5, 5)).contains(quorvale::pathInText(fixture.path())));
+}
+
+QTEST_MAIN(TestViewerRightToLeft)
+#include "tst_viewer_righttoleft.moc"

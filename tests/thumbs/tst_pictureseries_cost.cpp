@@ -1,0 +1,188 @@
+#include "tests/support/decoderwork.h"
+#include "tests/support/picture.h"
+#include "tests/support/teststreams.h"
+#include "tests/support/transportmutant.h"
+#include "thumbs/pictureseries.h"
+#include "video/ffvideo.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <iterator>
+
+namespace {
+
+using transportmutant::Bytes;
+using transportmutant::Kind;
+
+constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
+constexpr double kMostRatio = 1.10; // of what reading literally decodes
+constexpr int kFrames = 420;
+
+// What the five thumbnails of a recording make the decoders do, once it is open, in packets.
+struct Cost
+{
+    long exactly = 0;
+    long literally = 0;
+    std::int64_t inReader = 0; // of `exactly`, pictures that the ExactReader decoded
+
+    [[nodiscard]] double ratio() const
+    {
+        return literally == 0 ? double(exactly) : double(exactly) / double(literally);
+    }
+};
+
+bool open(FFVideo &video, const QString &path)
+{
+    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
+}
+
+std::optional<Cost> costOf(const QString &path)
+{
+    Cost cost;
+    FFVideo literal;
+    if (!open(literal, path))
+        return std::nullopt;
+    decoderwork::reset();
+    for (const int frame : kThumbnails) {
+        Picture picture;
+        if (!literal.Read(frame, picture))
+            break;
+    }
+    cost.literally = decoderwork::counts().packets;
+
+    FFVideo video;
+    if (!open(video, path))
+        return std::nullopt;
+    decoderwork::reset();
+    quorvale::PictureSeries series(video, {std::begin(kThumbnails), std::end(kThumbnails)});
+    for (const int frame : kThumbnails) {
+        Picture picture;
+        if (!series.read(frame, picture))
+            break;
+    }
+    cost.exactly = decoderwork::counts().packets;
+    cost.inReader = series.counters().picturesDecoded;
+    return cost;
+}
+
+int numberFromEnvironment(const char *name, int otherwise)
+{
+    bool ok = false;
+    const int number = qEnvironmentVariableIntValue(name, &ok);
+    return ok ? number : otherwise;
+}
+
+} // namespace
+
+/// Thumbnails never cost more than a little above reading literally, counted in what is decoded. QUORVALE_MUTANTS says
+/// how many damaged recordings are tried, QUORVALE_MUTANT_SEED which.
+class TestPictureSeriesCost : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    std::vector<Bytes> bases;
+    double worst = 0;
+    QString worstName;
+
+    void note(const QString &name, const Cost &cost)
+    {
+        if (qEnvironmentVariableIsSet("QUORVALE_EVERY_COST") || cost.ratio() > kMostRatio)
+            qInfo("%s: %ld packets decoded instead of %ld, %.3f; %lld pictures by the reader", qPrintable(name),
+                  cost.exactly, cost.literally, cost.ratio(), static_cast<long long>(cost.inReader));
+        if (cost.ratio() > worst) {
+            worst = cost.ratio();
+            worstName = name;
+        }
+    }
+
+    void add(const QString &fileName, const QStringList &encoder, bool interlaced = false, bool sound = false)
+    {
+        TestStream stream;
+        stream.fileName = fileName;
+        stream.encoder = encoder;
+        stream.frames = kFrames;
+        stream.width = 160;
+        stream.height = 128;
+        stream.interlaced = interlaced;
+        stream.sound = sound;
+        const QByteArray bytes = readFile(makeStream(folder.path(), stream));
+        QVERIFY2(bytes.size() > 10000, qPrintable(fileName));
+        bases.emplace_back(bytes.begin(), bytes.end());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const QStringList mpeg2{"-c:v", "mpeg2video", "-q:v", "3", "-g", "12"};
+        const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-g", "28", "-bf", "3"};
+        const QStringList hevc{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params"};
+        add("mpeg2-b.ts", mpeg2 + QStringList{"-bf", "2", "-c:a", "mp2"}, true, true);
+        add("h264-closed.ts", h264);
+        add("h264-open.ts", h264 + QStringList{"-x264-params", "open-gop=1:b-pyramid=normal"});
+        add("h264-250.ts", h264 + QStringList{"-g", "250"});
+        add("hevc-open.ts", hevc + QStringList{"keyint=50:open-gop=1:bframes=4:b-pyramid=1:log-level=none"});
+        add("hevc-closed.ts", hevc + QStringList{"keyint=16:open-gop=0:bframes=2:log-level=none"});
+    }
+
+    void captures()
+    {
+        const QDir samples = QFileInfo(samplePath("README.md").value_or(QString())).dir();
+        if (!samplePath("README.md"))
+            QSKIP("the folder with real captures is not here");
+        for (const QString &name : samples.entryList(QDir::Files)) {
+            if (const std::optional<Cost> cost = costOf(samples.filePath(name)))
+                note(name, *cost);
+        }
+        qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
+        QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+    }
+
+    void shortRecordings()
+    {
+        worst = 0;
+        for (const Bytes &base : bases) {
+            const int index = int(&base - bases.data());
+            for (int part = 1; part <= numberFromEnvironment("QUORVALE_MUTANTS", 180) / 6; ++part) {
+                const int parts = numberFromEnvironment("QUORVALE_MUTANTS", 180) / 6;
+                const int packets = int(base.size()) / 188 * part / parts;
+                const QString path = writeFile(folder.path(), "short.ts",
+                                               QByteArray(reinterpret_cast<const char *>(base.data()), packets * 188));
+                if (const std::optional<Cost> cost = costOf(path))
+                    note(QStringLiteral("base %1, %2 of %3").arg(index).arg(part).arg(parts), *cost);
+            }
+        }
+        qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
+        QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+    }
+
+    void damagedRecordings()
+    {
+        worst = 0;
+        const int mutants = numberFromEnvironment("QUORVALE_MUTANTS", 180);
+        const auto firstSeed = std::uint64_t(numberFromEnvironment("QUORVALE_MUTANT_SEED", 1));
+        for (int i = 0; i < mutants; ++i) {
+            const std::uint64_t seed = firstSeed + std::uint64_t(i);
+            const Kind kind = transportmutant::kAllKinds.at(seed % transportmutant::kAllKinds.size());
+            const std::size_t base = seed / transportmutant::kAllKinds.size() % bases.size();
+            const Bytes mutant = transportmutant::mutate(bases[base], kind, seed, bases[(base + 1) % bases.size()]);
+            const QString path =
+                writeFile(folder.path(), "mutant.ts",
+                          QByteArray::fromRawData(reinterpret_cast<const char *>(mutant.data()), int(mutant.size())));
+            if (const std::optional<Cost> cost = costOf(path))
+                note(QStringLiteral("base %1, %2, seed %3")
+                         .arg(int(base))
+                         .arg(transportmutant::nameOf(kind))
+                         .arg(static_cast<qulonglong>(seed)),
+                     *cost);
+        }
+        qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
+        QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPictureSeriesCost)
+#include "tst_pictureseries_cost.moc"
