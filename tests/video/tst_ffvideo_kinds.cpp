@@ -68,6 +68,7 @@ private slots:
         QVERIFY(!path.isEmpty());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QFETCH(const QStringList, encoder);
         QCOMPARE(video.width, encoder.contains("720x576") ? 768 : 96);
         Picture picture;
         const bool isCopied = video.Read(1, picture);
