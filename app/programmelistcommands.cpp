@@ -126,12 +126,17 @@ bool ProgrammeListCommands::handleMouse(const QMouseEvent &event)
 
 bool ProgrammeListCommands::drag()
 {
-    QMimeData *files = recordingFiles(m_press->recording);
-    m_press.reset();
+    const Press press = *std::exchange(m_press, std::nullopt);
+    QMimeData *files = recordingFiles(press.recording);
     if (!files)
         return false;
     auto *drag = new QDrag(m_list); // deletes itself, and the data with it
     drag->setMimeData(files);
+    const QRect row = m_list->visualItemRect(m_list->currentItem()) & m_list->viewport()->rect();
+    if (row.contains(press.place)) { // not scrolled since
+        drag->setPixmap(m_list->viewport()->grab(row));
+        drag->setHotSpot(press.place - row.topLeft());
+    }
     drag->exec(Qt::CopyAction);
     return true;
 }

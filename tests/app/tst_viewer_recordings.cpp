@@ -283,12 +283,16 @@ void TestViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
     const QPoint from = list->visualItemRect(list->item(0)).center();
     QStringList files;
     Qt::DropActions offered;
+    QPixmap picture;
+    QPoint held;
     const auto note = [&] {
         if (const auto *drag = list->findChild<QDrag *>()) {
             files.clear();
             for (const QUrl &url : drag->mimeData()->urls())
                 files.append(url.toLocalFile());
             offered = drag->supportedActions();
+            picture = drag->pixmap();
+            held = drag->hotSpot();
         }
     };
     // On some displays a drag lasts until the pointer lets go, on others it ends at once.
@@ -305,6 +309,9 @@ void TestViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
     const QString main = viewer->recordingFile(0);
     QCOMPARE(files, QStringList({main, main + "1", main + "2"}));
     QCOMPARE(offered, Qt::DropActions(Qt::CopyAction));
+    const QRect row = list->visualItemRect(list->item(0)) & list->viewport()->rect();
+    QCOMPARE(picture.toImage(), list->viewport()->grab(row).toImage());
+    QCOMPARE(held, from - row.topLeft());
     QCoreApplication::processEvents();
 }
 
