@@ -33,7 +33,7 @@ std::vector<std::string> recordingPaths(const fs::path &disk)
 // By a program of its own: on `processors`, and with these reads.
 Cost scan(const fs::path &folder, const std::vector<std::string> &paths, const char *processors, double bytesPerSecond)
 {
-    std::vector<std::string> command{"env"};
+    std::vector<std::string> command{"env", "QT_QPA_PLATFORM=offscreen"};
     if (bytesPerSecond > 0) {
         command.push_back(std::string("LD_PRELOAD=") + QUORVALE_SLOW_READS);
         command.push_back("QUORVALE_BYTES_PER_SECOND=" + std::to_string(bytesPerSecond));

@@ -18,6 +18,11 @@ using transportmutant::Kind;
 
 constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
 constexpr double kMostRatio = 1.10; // of what reading literally decodes
+// Damage can show only when much was decoded already: a bridge that leads nowhere, a run that fails in a long group. So
+// many of a hundred damaged recordings may cost more, and none more than that.
+constexpr int kMostAboveOfAHundred = 2;
+constexpr double kMostRatioAfterDamage = 1.5;
+constexpr int kTried = 36; // damaged recordings, and as many that end early
 constexpr int kFrames = 420;
 
 // What the five thumbnails of a recording make the decoders do, once it is open, in packets.
@@ -87,12 +92,14 @@ private:
     std::vector<Bytes> bases;
     double worst = 0;
     QString worstName;
+    int above = 0;
 
     void note(const QString &name, const Cost &cost)
     {
         if (qEnvironmentVariableIsSet("QUORVALE_EVERY_COST") || cost.ratio() > kMostRatio)
             qInfo("%s: %ld packets decoded instead of %ld, %.3f; %lld pictures by the reader", qPrintable(name),
                   cost.exactly, cost.literally, cost.ratio(), static_cast<long long>(cost.inReader));
+        above += cost.ratio() > kMostRatio ? 1 : 0;
         if (cost.ratio() > worst) {
             worst = cost.ratio();
             worstName = name;
@@ -144,10 +151,10 @@ private slots:
     void shortRecordings()
     {
         worst = 0;
+        const int parts = numberFromEnvironment("QUORVALE_MUTANTS", kTried) / int(bases.size());
         for (const Bytes &base : bases) {
             const int index = int(&base - bases.data());
-            for (int part = 1; part <= numberFromEnvironment("QUORVALE_MUTANTS", 180) / 6; ++part) {
-                const int parts = numberFromEnvironment("QUORVALE_MUTANTS", 180) / 6;
+            for (int part = 1; part <= parts; ++part) {
                 const int packets = int(base.size()) / 188 * part / parts;
                 const QString path = writeFile(folder.path(), "short.ts",
                                                QByteArray(reinterpret_cast<const char *>(base.data()), packets * 188));
@@ -161,8 +168,8 @@ private slots:
 
     void damagedRecordings()
     {
-        worst = 0;
-        const int mutants = numberFromEnvironment("QUORVALE_MUTANTS", 180);
+        worst = above = 0;
+        const int mutants = numberFromEnvironment("QUORVALE_MUTANTS", kTried);
         const auto firstSeed = std::uint64_t(numberFromEnvironment("QUORVALE_MUTANT_SEED", 1));
         for (int i = 0; i < mutants; ++i) {
             const std::uint64_t seed = firstSeed + std::uint64_t(i);
@@ -179,8 +186,9 @@ private slots:
                          .arg(static_cast<qulonglong>(seed)),
                      *cost);
         }
-        qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
-        QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+        qInfo("worst: %s, %.3f; %d of %d above %.2f", qPrintable(worstName), worst, above, mutants, kMostRatio);
+        QVERIFY2(worst > 0 && worst <= kMostRatioAfterDamage, qPrintable(worstName));
+        QVERIFY(above <= (mutants * kMostAboveOfAHundred + 99) / 100);
     }
 };
 

@@ -13,9 +13,9 @@ namespace {
 
 using namespace h264;
 
-constexpr std::uint32_t kISlice = 2;             // slice_type modulo 5, table 7-6
-constexpr std::uint32_t kRecoveryPoint = 6;      // payloadType, D.1.1
-constexpr std::uint8_t kReservedTrailing = 0x80; // rbsp_trailing_bits(), at a byte's beginning
+constexpr std::uint32_t kISlice = 2;         // slice_type modulo 5, table 7-6
+constexpr std::uint32_t kRecoveryPoint = 6;  // payloadType, D.1.1
+constexpr std::uint8_t kTrailingBits = 0x80; // rbsp_trailing_bits(), at a byte's beginning
 
 struct SliceFacts
 {
@@ -49,11 +49,11 @@ bool isSlice(const NalUnit &nal)
 void H264Editor::learn(const NalUnit &nal)
 {
     if (nal.type == NalUnitType::Sps) {
-        if (const std::optional<SpsWithId> found = parseSps(nal.reader()))
-            m_sps.at(found->id) = found->sps;
+        if (const std::optional<ParameterSet<Sps>> found = parseSps(nal.reader()))
+            m_sps.at(found->id) = found->parsed;
     } else if (nal.type == NalUnitType::Pps) {
-        if (const std::optional<PpsWithId> found = parsePps(nal.reader()))
-            m_pps.at(found->id) = found->pps;
+        if (const std::optional<ParameterSet<Pps>> found = parsePps(nal.reader()))
+            m_pps.at(found->id) = found->parsed;
     }
 }
 
@@ -168,11 +168,11 @@ UnitEditor::ByteVector H264Editor::changed(const ByteVector &unit, const UnitShi
         }
         if (isSlice(nal)) {
             if (const std::optional<SliceFacts> slice = readSlice(nal, rbsp)) {
-                // recovery_frame_cnt 0, exact_match_flag 1, broken_link_flag 0, changing_slice_group_idc 0
+                // recovery_frame_cnt 0, exact_match_flag 0, broken_link_flag 0, changing_slice_group_idc 0
                 if (changes.forgesRecoveryPoints && !hasSlice && slice->isIntra && !hasRecoveryPoint &&
                     nal.type == NalUnitType::NonIdrSlice)
                     append(result, static_cast<std::uint8_t>(NalUnitType::Sei),
-                           {kRecoveryPoint, 1, 0xC4, kReservedTrailing});
+                           {kRecoveryPoint, 1, 0x84, kTrailingBits});
                 const Sps &sps = *slice->sps;
                 rbsp.overwriteBits(slice->frameNumAt, sps.log2MaxFrameNum,
                                    (slice->frameNum + shift.frameNum) % sps.maxFrameNum());

@@ -37,11 +37,11 @@ private:
 void HevcEditor::learn(const NalUnit &nal)
 {
     if (nal.type == NalUnitType::Sps) {
-        if (const std::optional<SpsWithId> found = parseSps(nal.reader()))
-            m_sps.at(found->id) = found->sps;
+        if (const std::optional<ParameterSet<Sps>> found = parseSps(nal.reader()))
+            m_sps.at(found->id) = found->parsed;
     } else if (nal.type == NalUnitType::Pps) {
-        if (const std::optional<PpsWithId> found = parsePps(nal.reader()))
-            m_pps.at(found->id) = found->pps;
+        if (const std::optional<ParameterSet<Pps>> found = parsePps(nal.reader()))
+            m_pps.at(found->id) = found->parsed;
     }
 }
 

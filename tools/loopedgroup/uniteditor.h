@@ -26,7 +26,7 @@ struct UnitShift
 struct UnitChanges
 {
     bool clearsExactMatch = false; ///< H.264: exact_match_flag becomes 0
-    /// H.264: pictures of I slices without a recovery point get one, with exact_match_flag 1, though those after them
+    /// H.264: pictures of I slices without a recovery point get one, with exact_match_flag 0, though those after them
     /// may refer to pictures before them.
     bool forgesRecoveryPoints = false;
 };

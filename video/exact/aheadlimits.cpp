@@ -1,5 +1,7 @@
 #include "video/exact/aheadlimits.h"
 
+#include "video/ffmpeg/picturelimits.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/imgutils.h>
@@ -15,9 +17,8 @@ namespace {
 // A scan of 1920x1080 with one decoder takes 113 MiB as a process, and is to stay below 256 MiB. Of the rest, 48 MiB
 // are for packets (KeptPackets), 32 MiB for pictures that wait, and these for decoders beside the first, which is in
 // the 113.
-constexpr std::int64_t kMiB = 1024 * 1024;
-constexpr std::int64_t kDecodersBytes = 40 * kMiB;
-constexpr std::int64_t kWaitingBytes = 32 * kMiB;
+constexpr std::int64_t kDecodersBytes = 40 * ffmpeg::kMiB;
+constexpr std::int64_t kWaitingBytes = 32 * ffmpeg::kMiB;
 // Pictures that a decoder holds, at most, in what television sends: 4 of 1920x1080 that others refer to, as many that
 // wait for their turn, the one in hand and the one handed out; and what it keeps beside them, about 2 pictures more.
 constexpr std::int64_t kHeldPictures = 12;

@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg/compat.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -9,12 +10,13 @@ namespace quorvale {
 
 bool makeCompact(AVPacket &packet)
 {
-    if (packet.size <= 0 || (packet.buf && packet.buf->size / 2 <= static_cast<std::size_t>(packet.size)))
+    const auto size = static_cast<std::size_t>(std::max(packet.size, 0));
+    if (size == 0 || (packet.buf && static_cast<std::size_t>(packet.buf->size) <= 2 * size))
         return true;
     const ffmpeg::PacketPtr compact = ffmpeg::makePacket();
     if (av_new_packet(compact.get(), packet.size) < 0 || av_packet_copy_props(compact.get(), &packet) < 0)
         return false;
-    std::memcpy(compact->data, packet.data, static_cast<std::size_t>(packet.size));
+    std::memcpy(compact->data, packet.data, size);
     av_packet_unref(&packet);
     av_packet_move_ref(&packet, compact.get());
     return true;
@@ -44,7 +46,7 @@ bool KeptPackets::read(const PlannedPacket &wanted, const WaysIn &, AVPacket &pa
 
 void KeptPackets::clear()
 {
-    m_packets = {};
+    m_packets = std::vector<ffmpeg::PacketPtr>();
     m_bytes = 0;
     m_isFull = false;
 }

@@ -1,6 +1,7 @@
 #include "video/ffmpeg/mp4tables.h"
 
 #include "video/ffmpeg/mp4track.h"
+#include "video/ffmpeg/picturelimits.h"
 
 extern "C" {
 #include <libavformat/avio.h>
@@ -9,6 +10,7 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <utility>
 
 namespace quorvale::ffmpeg {
@@ -23,7 +25,6 @@ constexpr std::uint32_t boxType(const char (&name)[5])
     return type;
 }
 
-constexpr std::int64_t kMiB = 1024 * 1024;
 constexpr std::int64_t kMostTableBytes = 52 * kMiB; // 1,700,000 samples: two hours of pictures with four kinds of sound
 constexpr std::int64_t kMostHeaderBytes = 64 * kMiB;
 constexpr std::int64_t kMostDescribingBytes = 16 * kMiB; // of texts and a picture of the cover

@@ -20,7 +20,6 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kMiB = 1024 * 1024;
 constexpr std::int64_t kUsualBytes = 112 * kMiB;
 constexpr std::int64_t kMostBytesOf8Bits = 640 * kMiB;
 constexpr std::int64_t kMostBytes = 896 * kMiB;

@@ -4,6 +4,8 @@
 
 namespace quorvale::ffmpeg {
 
+inline constexpr std::int64_t kMiB = 1024 * 1024;
+
 /// The most pixels that a picture may have: 7680x4320, rounded up to whole blocks, and a little wider. A header can
 /// claim any size; what claims more is damage or malice, and is refused before there is memory for it.
 inline constexpr std::int64_t kMostPixels = std::int64_t{8192} * 4352;
@@ -17,6 +19,6 @@ inline constexpr std::int64_t kUsualPixels = std::int64_t{1920} * 1088;
 
 /// The most bytes of any one piece of memory in the FFmpeg libraries: a plane of the largest picture with four bytes a
 /// pixel, and some room around it.
-inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 4 + 1024 * 1024;
+inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 4 + kMiB;
 
 } // namespace quorvale::ffmpeg

@@ -16,7 +16,6 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kMiB = 1024 * 1024;
 constexpr std::int64_t kMostBytesForUsual = 192 * kMiB;
 constexpr std::int64_t kMostBytesForLarge = 896 * kMiB;
 // With three planes of two bytes a sample, which is the most that the decoders have which refer to pictures.

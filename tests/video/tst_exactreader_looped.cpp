@@ -1,0 +1,147 @@
+#include "tests/support/teststreams.h"
+#include "tests/video/exactcomparison.h"
+#include "tools/loopedgroup/loopedgroup.h"
+#include "tools/testpicture/ffmpegprocess.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <exception>
+
+namespace {
+
+using quorvale::LoopedGroup;
+using quorvale::UnitChanges;
+
+// One group of a capture, and what reading five pictures of the recording made of it may cost.
+struct Row
+{
+    const char *name;
+    const char *capture;
+    int group;
+    int pictures; ///< of the group
+    bool inexact;
+    int decoded; ///< most pictures that are decoded for the five
+};
+
+constexpr int kPictures = 800;
+
+constexpr Row kRows[] = {
+    {"mpeg2-576i", "mpeg2-704x576i-16x11-subs.ts", 1, 36, false, 60},
+    {"h264-576i-fields", "h264-576i-12x11-bars.ts", 1, 30, false, 24},
+    {"h264-234p", "h264-234p-61s-truncated.ts", 1, 150, false, 24},
+    {"h264-1080i-inexact", "h264-1080i5994-dirtystart-mp2.ts", 3, 20, true, 52},
+};
+
+std::string make(const LoopedGroup &looped)
+{
+    try {
+        writeLoopedGroup(looped);
+        return {};
+    } catch (const std::exception &error) {
+        return error.what();
+    }
+}
+
+} // namespace
+
+/// Long recordings out of real groups of pictures: what is read exactly is that of decoding everything, for a bounded
+/// part of it.
+class TestExactReaderLooped : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+
+    // Its path; empty, with a message, where it cannot be made.
+    QString loop(LoopedGroup looped, const QString &source, const QString &name)
+    {
+        looped.source = source.toStdString();
+        looped.path = folder.filePath(name).toStdString();
+        const std::string error = make(looped);
+        if (!error.empty())
+            qWarning("%s", error.c_str());
+        return error.empty() ? folder.filePath(name) : QString();
+    }
+    static bool decodesCleanly(const QString &path)
+    {
+        const quorvale::ProcessEnd end = quorvale::runFFmpeg(
+            {"-v", "error", "-nostdin", "-threads", "1", "-i", path.toStdString(), "-map", "0:v:0", "-f", "null", "-"});
+        if (!end.errors.empty())
+            qWarning("%s", end.errors.c_str());
+        return end.ok() && end.errors.empty();
+    }
+
+private slots:
+    void groupsOfCaptures_areReadExactly_data()
+    {
+        QTest::addColumn<int>("index");
+        for (std::size_t i = 0; i < std::size(kRows); ++i)
+            QTest::newRow(kRows[i].name) << int(i);
+    }
+    void groupsOfCaptures_areReadExactly()
+    {
+        QFETCH(const int, index);
+        const Row &row = kRows[index];
+        const std::optional<QString> capture = samplePath(row.capture);
+        if (!capture)
+            QSKIP("the folder with real captures is not here");
+        LoopedGroup looped;
+        looped.group = row.group;
+        looped.times = kPictures / row.pictures + 1;
+        looped.changes.clearsExactMatch = row.inexact;
+        const QString path = loop(looped, *capture, "looped.ts");
+        QVERIFY(!path.isEmpty());
+        looped.times = 4; // From the second time on all are alike.
+        QVERIFY(decodesCleanly(loop(looped, *capture, "short.ts")));
+
+        const LiteralPictures pictures(path, 752);
+        // What was made is what was meant: the same pictures, again and again.
+        QCOMPARE(pictures.count(), 752);
+        for (const int number : {150, 301, 452})
+            QCOMPARE(pictures.picture(number + row.pictures), pictures.picture(number));
+        QVERIFY(pictures.picture(301) != pictures.picture(302) || pictures.picture(302) != pictures.picture(303));
+
+        const ExactComparison five = compareExactly(pictures, thumbnailTargets());
+        qInfo("%d delivered, %d refused, %lld decoded", five.delivered, five.refused,
+              static_cast<long long>(five.counters.picturesDecoded));
+        QCOMPARE(five.difference, QString());
+        QCOMPARE(five.delivered, 5);
+        QVERIFY(five.counters.picturesDecoded <= row.decoded);
+        const ExactComparison any = compareExactly(pictures, shuffled(everyNth(0, 751, 47), 5));
+        QCOMPARE(any.difference, QString());
+        QVERIFY(row.inexact ? any.delivered >= 8 : any.refused == 0);
+    }
+
+    void forgedRecoveryPoints_areRefused_orDecodeTheSame()
+    {
+        // Cuts make I pictures that are no place to begin at: those after them refer to what came before.
+        const QString base = makeWithFFmpeg(
+            folder.path(), "cuts.ts",
+            {"-f",           "lavfi",
+             "-i",           "testsrc2=size=160x128:rate=25:duration=16",
+             "-vf",          "geq=lum='mod(lum(X\\,Y)+floor(N/20)*97\\,219)+16':cb='cb(X\\,Y)':cr='cr(X\\,Y)'",
+             "-c:v",         "libx264",
+             "-preset",      "veryfast",
+             "-pix_fmt",     "yuv420p",
+             "-g",           "200",
+             "-keyint_min",  "200",
+             "-refs",        "4",
+             "-bf",          "3",
+             "-x264-params", "open-gop=1:scenecut=100"});
+        QVERIFY(!base.isEmpty());
+        LoopedGroup looped;
+        looped.times = 3;
+        looped.changes.forgesRecoveryPoints = true;
+        const QString path = loop(looped, base, "forged.ts");
+        QVERIFY(!path.isEmpty());
+        const LiteralPictures pictures(path);
+        const ExactComparison result = compareExactly(pictures, everyNth(0, pictures.count(), 13));
+        qInfo("%d pictures, %d delivered, %d refused", pictures.count(), result.delivered, result.refused);
+        QCOMPARE(result.difference, QString());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExactReaderLooped)
+#include "tst_exactreader_looped.moc"
