@@ -12,7 +12,6 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QScrollBar>
 #include <QtTest>
 
 #include <fstream>
@@ -258,7 +257,7 @@ void TestViewerRecordings::menu_opensWithinTheList_forARowOutOfSight()
     for (int i = 0; i < 100; ++i)
         list->addItem("row"); // without a programme
     list->setCurrentRow(0);
-    list->verticalScrollBar()->setValue(list->verticalScrollBar()->maximum());
+    list->scrollToBottom();
     QVERIFY(!list->viewport()->rect().intersects(list->visualItemRect(list->item(0))));
     QMenu *menu = openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard);
     QVERIFY(menu);

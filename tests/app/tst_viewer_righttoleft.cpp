@@ -2,6 +2,7 @@
 
 #include "app/displaypath.h"
 #include "app/emptylisthint.h"
+#include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QHelpEvent>
@@ -84,5 +85,5 @@ void TestViewerRightToLeft::tips_isolatePaths()
         tipAt(fixture.open().ui.deviceList->viewport(), QPoint(5, 5)).contains(quorvale::pathInText(fixture.path())));
 }
 
-QTEST_MAIN(TestViewerRightToLeft)
+TEST_CLASS(TestViewerRightToLeft, QApplication)
 #include "tst_viewer_righttoleft.moc"

@@ -302,6 +302,7 @@ void TestViewerTranslation::commandsOnProgrammes_areTranslated()
     QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
     QVERIFY(TestVolume::writeFile(viewer.recordingFile(0), "x"));
     QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
+    QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
 }
 
 void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
