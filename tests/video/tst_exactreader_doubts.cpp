@@ -232,7 +232,7 @@ private slots:
                  qPrintable(QString::number(result.counters.picturesDecoded)));
     }
 
-    void damageInFrontOfThePicture_isNoConcern()
+    void damageBeforeThePicture_isNoConcern()
     {
         // In a group that is not decoded, and in the data of a picture: its header still counts.
         const QString damaged = changed(hevc, [&](QByteArray &bytes) {

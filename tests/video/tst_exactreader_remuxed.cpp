@@ -203,7 +203,7 @@ private slots:
         QVERIFY(altered.frameCount < video.frameCount);
     }
 
-    void picturesInFrontOfAKeyPicture_areTheSame_whereRecordingsWereJoined()
+    void picturesBeforeAKeyPicture_areTheSame_whereRecordingsWereJoined()
     {
         // The second recording begins in the middle: what is decoded after its first key picture and shown before it
         // refers to pictures that are not there.

@@ -62,7 +62,7 @@ private slots:
         QVERIFY(!kept.read(planned(103), kNoWays, *out));
     }
 
-    void keep_takesNothingBehindAGap()
+    void keep_takesNothingAfterAGap()
     {
         KeptPackets kept;
         kept.keep(PacketIndex(std::int64_t{0}), *packetOf(10, 1));

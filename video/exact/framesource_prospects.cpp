@@ -15,8 +15,8 @@ constexpr std::int64_t kForeseenBridgeShare = 3; // likewise, as far as can be t
 constexpr std::int64_t kWorthAfterBridge = 300;  // pictures for which reading exactly is taken up again
 constexpr std::int64_t kWorthAnEnd = 100;        // pictures of a file whose end is found by less than all of them
 constexpr std::int64_t kLongestWay = 300;        // pictures from an entry point; from the start on is no dearer
-constexpr std::int64_t kLookedAtBehind = 33;     // pictures after a target that a doubt must not be in
-constexpr std::int64_t kScannedBehind = 2 * kLookedAtBehind; // so that what casts a doubt on them was seen
+constexpr std::int64_t kLookedAtAfter = 33;      // pictures after a target that a doubt must not be in
+constexpr std::int64_t kScannedAfter = 2 * kLookedAtAfter; // so that what casts a doubt on them was seen
 
 } // namespace
 
@@ -35,7 +35,7 @@ void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 void FrameSource::lookAtProspects()
 {
     for (const FrameNumber number : std::exchange(m_announced, {})) {
-        while (pictures().pictureEnd().value() <= number.value() + kScannedBehind && m_scan.readOn(&m_kept)) {
+        while (pictures().pictureEnd().value() <= number.value() + kScannedAfter && m_scan.readOn(&m_kept)) {
         }
         if (m_scan.hasFailed() || !isSurelyRefused(number)) {
             m_toLoad.push_back(number);
@@ -61,7 +61,7 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
         first = first - 1;
     if (number.value() - first.value() > kLongestWay)
         return true;
-    const PictureIndex last(std::min(end - kLookedAtBehind / 2, number.value() + kLookedAtBehind));
+    const PictureIndex last(std::min(end - kLookedAtAfter / 2, number.value() + kLookedAtAfter));
     for (PictureIndex i = first; i < last; ++i) {
         if (pictures().picture(i).doubts != 0)
             return true;

@@ -49,7 +49,7 @@ constexpr const char *kVideoCodecs[] = {
 // What FFmpeg calls lossless and is no video: it stands in files of single pictures, in documents and in games.
 constexpr const char *kLosslessButNoVideo[] = {
     // single pictures and animations of the web; PNG stays, which stands in QuickTime files
-    "alias_pix,apng,bmp,brender_pix,cri,dds,dpx,exr,fits,gif,jpegxl,jpegxl_anim,pam,pbm,pcx,pfm,pgm,pgmyuv,pgx,phm,ppm,"
+    "alias_pix,apng,bmp,brender_pix,cri,dds,dpx,exr,fits,gif,jpegxl,jpegxl_anim,pam,pbm,pcx,pfm,pgm,pgmyuv,pgx,phm,ppm",
     "psd,qdraw,qoi,sgi,sunrast,targa,tiff,wbmp,webp,xbm,xpm,xwd",
     // drawings
     "svg",
@@ -67,7 +67,7 @@ constexpr const char *kSoundCodecs[] = {
     "qdm2,qdmc,ra_144,ra_288,cook,sipr,siren,atrac1,atrac3,atrac3p,atrac9,imc,iac,mace3,mace6,truespeech,avc,"
     "dvaudio,musepack7,musepack8,metasound,twinvq,sbc,aptx,aptx_hd,codec2,sonic",
     // without loss
-    "flac,alac,ape,tak,shorten,wmalossless,tta,wavpack,ralf,atrac3al,atrac3pal,dsd_lsbf,dsd_lsbf_planar,dsd_msbf,"
+    "flac,alac,ape,tak,shorten,wmalossless,tta,wavpack,ralf,atrac3al,atrac3pal,dsd_lsbf,dsd_lsbf_planar,dsd_msbf",
     "dsd_msbf_planar,dst",
 };
 
