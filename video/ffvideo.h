@@ -198,5 +198,5 @@ private:
     int finishAudio(AudioStatus status);
 
     quorvale::ffmpeg::FramePtr m_spare;              // receives what a packet completes beside its first picture
-    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec and of whoever reads the file beside it
+    quorvale::ffmpeg::PictureBudget m_pictureBudget; // of videoCodec
 };

@@ -168,6 +168,20 @@ private slots:
         }
     }
 
+    void theLastPicture_isRight_whereAnotherWasDecodedAheadSinceItsEndWasNear()
+    {
+        const QStringList encoder{"-c:v", "libx264", "-preset", "veryfast", "-g", "12", "-bf", "2"};
+        const QString path = makeStream(folder.path(), {"short.ts", encoder, 60, false, false, 160, 128});
+        QVERIFY(!path.isEmpty());
+        const int end = LiteralPictures(path).count();
+        Announced announced(path, {24, 25}, 2);
+        for (const int number : {24, 23, end - 1, 25})
+            QVERIFY(announced.reads(number));
+        Picture picture;
+        QCOMPARE(announced.reader->read(end, picture), ExactReader::Answer::PastEnd);
+        QVERIFY(announced.reads(end - 1));
+    }
+
     void whatWasLoaded_isReadWithoutTheFile()
     {
         const QString copy = writeFile(folder.path(), "gone.ts", readFile(paths["h264.ts"]));

@@ -76,7 +76,7 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
     return std::make_unique<FrameSource>(location, *coding, second,
                                          DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec,
-                                                       ffmpeg::PictureBudget::of(*video.videoCodec)),
+                                                       ffmpeg::PictureBudget(ffmpeg::PictureBudget::Reader::Second)),
                                          aheadLimits(pictureBytesOf(*stream.codecpar), processors));
 }
 

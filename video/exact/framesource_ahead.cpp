@@ -89,6 +89,7 @@ bool FrameSource::takeAhead(FrameNumber number)
         dropAhead();
         return false;
     }
+    m_literal.reset(); // At the end of the file it would take this picture for its own last one.
     av_frame_unref(m_frame.get());
     av_frame_move_ref(m_frame.get(), ahead.task->picture());
     m_frameNumber = number;

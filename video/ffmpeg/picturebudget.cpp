@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -21,8 +22,11 @@ namespace quorvale::ffmpeg {
 namespace {
 
 constexpr std::int64_t kUsualBytes = 112 * kMiB;
+constexpr std::int64_t kLargeBytes = 576 * kMiB; // up to kMostPixelsUncounted
 constexpr std::int64_t kMostBytesOf8Bits = 640 * kMiB;
 constexpr std::int64_t kMostBytes = 896 * kMiB;
+constexpr std::int64_t kUsualBytesOfSecond = 96 * kMiB;
+constexpr std::int64_t kLargeBytesOfSecond = 320 * kMiB; // It decodes no larger pictures.
 
 std::int64_t pixelsOf(const AVFrame &picture)
 {
@@ -49,14 +53,24 @@ bool hasMoreThan8Bits(const AVFrame &picture)
 struct PictureBudget::Account : std::enable_shared_from_this<Account>
 {
     std::atomic<std::int64_t> lentBytes{0};
-    std::atomic<bool> hadLargePicture{false};
+    std::atomic<std::int64_t> mostPixels{0}; ///< of the pictures so far
+    const Reader reader;
+
+    explicit Account(Reader whose)
+        : reader(whose)
+    {
+    }
 
     std::int64_t limitFor(const AVFrame &picture)
     {
-        if (pixelsOf(picture) > kUsualPixels)
-            hadLargePicture = true;
-        if (!hadLargePicture)
-            return kUsualBytes;
+        std::int64_t most = mostPixels;
+        while (most < pixelsOf(picture) && !mostPixels.compare_exchange_weak(most, pixelsOf(picture))) {
+        }
+        most = std::max(most, pixelsOf(picture));
+        if (reader == Reader::Second)
+            return most <= kUsualPixels ? kUsualBytesOfSecond : kLargeBytesOfSecond;
+        if (most <= kMostPixelsUncounted)
+            return most <= kUsualPixels ? kUsualBytes : kLargeBytes;
         return hasMoreThan8Bits(picture) ? kMostBytes : kMostBytesOf8Bits;
     }
 };
@@ -80,19 +94,9 @@ struct PictureBudget::Lent
     std::shared_ptr<Account> account;
 };
 
-PictureBudget::PictureBudget()
-    : m_account(std::make_shared<Account>())
+PictureBudget::PictureBudget(Reader reader)
+    : m_account(std::make_shared<Account>(reader))
 {
-}
-
-PictureBudget::PictureBudget(std::shared_ptr<Account> account)
-    : m_account(std::move(account))
-{
-}
-
-PictureBudget PictureBudget::of(const AVCodecContext &decoder)
-{
-    return PictureBudget(static_cast<Account *>(decoder.opaque)->shared_from_this());
 }
 
 void PictureBudget::limit(AVCodecContext &decoder) const

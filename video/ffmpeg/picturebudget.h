@@ -7,27 +7,31 @@ struct AVFrame;
 
 namespace quorvale::ffmpeg {
 
-/// How much memory the pictures of one recording take together, the ones that its decoders refer to and the ones that
-/// were handed out. A stream of a few KB can ask for 16 references of any size; what goes beyond the budget is not
-/// decoded.
+/// How much memory the pictures of one reader take together, the ones that its decoders refer to and the ones that were
+/// handed out. A stream of a few KB can ask for 16 references of any size; what goes beyond the budget is not decoded.
 ///
-///   pictures                        in bytes    room for
-///   up to 1920x1088                 112 MiB     28 of 4:2:0 with 8 bits, 12 of 4:2:2 with 10
-///   larger, of 8 bits               640 MiB     10 of 7680x4320, 4:2:0
-///   larger, with more bits          896 MiB     8 of 7680x4320, 4:2:0
+///   pictures                        FFVideo's    room for                                    a second reader's
+///   up to 1920x1088                 112 MiB      28 of 4:2:0 with 8 bits, 12 of 4:2:2 with 10  96 MiB
+///   up to 4096x2304                 576 MiB      17 of 4:2:0 with 10 bits                     320 MiB
+///   larger, of 8 bits               640 MiB      10 of 7680x4320, 4:2:0                       none
+///   larger, with more bits          896 MiB      8 of 7680x4320, 4:2:0                        none
 ///
 /// Television has 4 references of 1920x1080, and 6 of the largest pictures, beside the picture in hand and the one that
-/// was handed out. Pictures of 8 bits have less, for these are copied and converted outside of the decoder. Once one
-/// picture was large, the bound is that of large ones.
+/// was handed out. Pictures of 8 bits have less, for these are copied and converted outside of the decoder. The bound
+/// is that of the largest picture so far.
+///
+/// Readers do not share: how far a second reader's threads have come must not change what FFVideo decodes. The second
+/// one has less, since it may refuse.
 ///
 /// A handle: copies share the budget. A decoder must not decode any longer than one of them lives; pictures may live
 /// longer. Decoders on several threads may share one.
 class PictureBudget
 {
 public:
-    PictureBudget();
-    /// The budget of `decoder`, which limit() was called with.
-    [[nodiscard]] static PictureBudget of(const AVCodecContext &decoder);
+    /// Whose budget it is: FFVideo's, or that of a reader beside it.
+    enum class Reader { First, Second };
+
+    explicit PictureBudget(Reader reader = Reader::First);
 
     /// Has `decoder`, which is not opened yet, take its pictures' memory from here. Takes its `opaque` and
     /// `get_buffer2`.
@@ -37,7 +41,6 @@ private:
     struct Account;
     struct Lent;
 
-    explicit PictureBudget(std::shared_ptr<Account> account);
     static int lend(AVCodecContext *decoder, AVFrame *picture, int flags);
     static void takeBack(void *lent, unsigned char *);
 
