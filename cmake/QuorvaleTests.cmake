@@ -13,7 +13,7 @@ endif()
 # script/test runs every test once at least, and not every test twice. Each group is a target to build:
 #   thread_tests     what crosses threads, for ThreadSanitizer: label threads
 #   <room>_tests     those of one room
-#   plain_tests      for a build without sanitizers: all but label sanitized_only (what reads foreign bytes and uses no Qt)
+#   plain_tests      for a build without sanitizers: all but label sanitized_only (what reads untrusted bytes and uses no Qt)
 #   sanitized_tests  for AddressSanitizer: all but label plain_only (the tools, the packages, the house, and the longest)
 add_custom_target(thread_tests)
 add_custom_target(plain_tests)

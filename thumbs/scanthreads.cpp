@@ -20,7 +20,7 @@ std::unique_ptr<ScanThreads> theInstance;
 void endAtExit()
 {
     if (theInstance)
-        theInstance->end(); // A thread that hangs does without it.
+        theInstance->end(); // A thread that hangs is left running.
     theInstance.reset();
 }
 

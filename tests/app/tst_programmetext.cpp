@@ -28,8 +28,8 @@ public:
     static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
 private slots:
-    void twoDigits_putsZeroInFront_upToNine_data();
-    void twoDigits_putsZeroInFront_upToNine();
+    void twoDigits_putsZeroBefore_upToNine_data();
+    void twoDigits_putsZeroBefore_upToNine();
     void startTime_padsEachPart();
     void date_isRelative_nearToday_data();
     void date_isRelative_nearToday();
@@ -46,7 +46,7 @@ private slots:
     void fileSize_changesUnit_at1GiB();
 };
 
-void TestProgrammeText::twoDigits_putsZeroInFront_upToNine_data()
+void TestProgrammeText::twoDigits_putsZeroBefore_upToNine_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("text");
@@ -58,7 +58,7 @@ void TestProgrammeText::twoDigits_putsZeroInFront_upToNine_data()
     QTest::newRow("negative") << -3 << "0-3";
 }
 
-void TestProgrammeText::twoDigits_putsZeroInFront_upToNine()
+void TestProgrammeText::twoDigits_putsZeroBefore_upToNine()
 {
     QFETCH(int, number);
     QTEST(twoDigits(number), "text");

@@ -80,7 +80,7 @@ int scan(const char *path)
     QEventLoop loop;
     QObject::connect(&scanner, &ThumbnailScanner::gotThumbs,
                      [&](const QString &, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
-                         pictures = small.size();
+                         pictures = static_cast<int>(small.size());
                          qDeleteAll(small);
                          qDeleteAll(large);
                      });

@@ -13,9 +13,9 @@ struct LoopedGroup
     std::string path{};   ///< written over when it exists
     /// Which group, from the first picture on where decoding can begin, counted from 0. It must be followed by another.
     int group = 0;
-    int groups = 1; ///< so many in a row are one
+    int groups = 1; ///< consecutive groups that are repeated together
     int times = 1;
-    bool keepsBeginning = false; ///< what comes before the group stands there once
+    bool keepsBeginning = false; ///< what comes before the group is written once, first
     /// The pictures that follow the very first one and are shown before it, and refer to what is not there, are left
     /// out.
     bool dropsLeading = false;

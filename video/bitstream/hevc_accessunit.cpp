@@ -63,7 +63,7 @@ void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
 {
     const std::optional<ParameterSet<Pps>> found = parsePps(parseNalUnit(bytes).reader());
-    // Its pictures may say that they are not output. A slice that does is told of too; this is told before.
+    // Its slices may withhold pictures from output. The flag is set before such a slice comes.
     if (found && found->parsed && found->parsed->outputFlagPresent)
         unit.mayWithholdOutput = true;
     takeParameterSet(found, static_cast<std::uint8_t>(NalUnitType::Pps), bytes, ppsTable, parameterSets, unit);

@@ -13,7 +13,7 @@ namespace {
 // in the decoder's memory.
 constexpr std::int64_t kProof = 16;
 constexpr std::int64_t kProofAfterDamage = 32;
-constexpr std::int64_t kProofAfterDamageFromOthers = 64; // than IDR, BLA and CRA pictures
+constexpr std::int64_t kLongProofAfterDamage = 64; // from a point that is no IDR, BLA or CRA picture
 
 constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
@@ -30,7 +30,7 @@ std::int64_t FrameSource::proofFrom(RandomAccess kind, bool isBridge)
     if (!isBridge)
         return kProof;
     const bool isClean = kind == RandomAccess::Idr || kind == RandomAccess::Bla || kind == RandomAccess::Cra;
-    return isClean ? kProofAfterDamage : kProofAfterDamageFromOthers;
+    return isClean ? kProofAfterDamage : kLongProofAfterDamage;
 }
 
 // Decodes the beginning until the first random access point that can be counted from has shown its number.

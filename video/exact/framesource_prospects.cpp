@@ -9,13 +9,13 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSharedInVain = 10;       // of the plain way, the part that may be decoded in vain
-constexpr std::int64_t kBridgeShare = 2;         // of the plain way, the part that all bridges may cost
-constexpr std::int64_t kForeseenBridgeShare = 3; // likewise, as far as can be told before the first of them
-constexpr std::int64_t kWorthAfterBridge = 300;  // pictures for which reading exactly is taken up again
-constexpr std::int64_t kWorthAnEnd = 100;        // pictures of a file whose end is found by less than all of them
-constexpr std::int64_t kLongestWay = 300;        // pictures from an entry point; from the start on is no dearer
-constexpr std::int64_t kLookedAtAfter = 33;      // pictures after a target that a doubt must not be in
+constexpr std::int64_t kInVainDivisor = 10; // of the pictures to the farthest one: so many may be decoded in vain
+constexpr std::int64_t kBridgeDivisor = 2;  // likewise: so many may be decoded on bridges
+constexpr std::int64_t kForeseenBridgeDivisor = 3; // likewise, as far as can be told before the first
+constexpr std::int64_t kWorthAfterBridge = 300;    // pictures for which reading exactly is taken up again
+constexpr std::int64_t kWorthAnEnd = 100;          // pictures of a file whose end is found by less than all of them
+constexpr std::int64_t kLongestWay = 300;          // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kLookedAtAfter = 33;        // pictures after a target that a doubt must not be in
 constexpr std::int64_t kScannedAfter = 2 * kLookedAtAfter; // so that what casts a doubt on them was seen
 
 } // namespace
@@ -66,7 +66,7 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
         if (pictures().picture(i).doubts != 0)
             return true;
     }
-    return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeShare;
+    return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeDivisor;
 }
 
 // The pictures that all bridges to picture `end` decode, at least. What is doubtful before the first anchor needs none.
@@ -103,12 +103,12 @@ std::int64_t FrameSource::bridgesBefore(PictureIndex end) const
 // the farthest picture that was asked for.
 bool FrameSource::mayTry(std::int64_t cost) const
 {
-    return m_inVain == 0 || m_inVain + cost <= m_horizon.value() / kSharedInVain;
+    return m_inVain == 0 || m_inVain + cost <= m_horizon.value() / kInVainDivisor;
 }
 
 bool FrameSource::mayBridge(std::int64_t cost) const
 {
-    return mayTry(cost) && m_onBridges + cost <= m_horizon.value() / kBridgeShare;
+    return mayTry(cost) && m_onBridges + cost <= m_horizon.value() / kBridgeDivisor;
 }
 
 } // namespace quorvale

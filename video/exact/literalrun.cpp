@@ -90,7 +90,7 @@ bool LiteralRun::isLeading(const PictureList &pictures, PictureIndex picture) co
 
 std::optional<FrameNumber> LiteralRun::numberOf(PictureIndex picture) const
 {
-    // What was asked for came out lately.
+    // Searched from the end: the picture is nearly always a recent one.
     const auto found = std::find(m_shown.rbegin(), m_shown.rend(), picture);
     if (found == m_shown.rend())
         return std::nullopt;

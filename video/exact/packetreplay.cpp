@@ -9,7 +9,7 @@ namespace {
 constexpr std::int64_t kNear = 64;   // up to so many packets ahead, reading is quicker than seeking
 constexpr int kMostBeforeByte = 16;  // other packets that may come first after a seek to a byte
 constexpr int kMostBeforeTime = 512; // and to a time: an index may hold only the first picture of a group
-constexpr int kZeroBytesAtFront = 3; // of a start code; they may have gone to the packet before
+constexpr int kZeroBytesAtStart = 3; // of a start code; they may have gone to the packet before
 
 } // namespace
 
@@ -46,7 +46,7 @@ bool PacketReplay::enter(const PlannedPacket &wanted, std::int64_t position, AVP
         return false;
     const int most = m_source.location().entrance == Entrance::AnyByte ? kMostBeforeByte : kMostBeforeTime;
     for (int i = 0; i < most && m_source.read(packet) == VideoPackets::Status::Read; ++i) {
-        if (isSame(packet, wanted.packet, kZeroBytesAtFront)) {
+        if (isSame(packet, wanted.packet, kZeroBytesAtStart)) {
             m_next = wanted.index + 1;
             m_lost = false;
             return true;
@@ -55,11 +55,11 @@ bool PacketReplay::enter(const PlannedPacket &wanted, std::int64_t position, AVP
     return false;
 }
 
-// `allowedAtFront`: bytes that may be missing there.
-bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, int allowedAtFront) const
+// `allowedAtStart`: bytes that may be missing there.
+bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, int allowedAtStart) const
 {
     const int missing = scanned.size - packet.size;
-    if (missing < 0 || missing > allowedAtFront)
+    if (missing < 0 || missing > allowedAtStart)
         return false;
     if (!m_source.location().tellsByTimes)
         return m_source.describe(packet).checksum == scanned.checksum;

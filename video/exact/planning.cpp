@@ -85,8 +85,8 @@ std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex ent
     const CodedPicture &first = pictures.picture(entry);
     plan.ways = waysTo(pictures, first.firstPacket);
     plan.depth = rules.depth;
-    // After open recovery points sound streams hold memory commands about pictures before them, which would count as
-    // errors.
+    // After an open recovery point even an undamaged stream has memory commands about pictures before it, which would
+    // count as errors.
     plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
     return plan;
 }

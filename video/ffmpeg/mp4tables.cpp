@@ -47,7 +47,7 @@ constexpr std::array kDescribing = {boxType("stsd"), boxType("udta"), boxType("m
 constexpr std::array kUncoded = {boxType("sowt"), boxType("twos"), boxType("raw "), boxType("NONE"), boxType("lpcm"),
                                  boxType("in24"), boxType("in32"), boxType("fl32"), boxType("fl64"), boxType("ipcm"),
                                  boxType("fpcm"), boxType("ulaw"), boxType("alaw")};
-// The ones that would count, and have no place in those.
+// Boxes that would count against the bound, and must not be inside kDescribing.
 constexpr std::array kCounting = {boxType("moov"), boxType("cmov"), boxType("trak"), boxType("stbl"),
                                   boxType("stsz"), boxType("stz2"), boxType("stsc"), boxType("stts"),
                                   boxType("stco"), boxType("co64"), boxType("elst"), boxType("moof"),
@@ -127,7 +127,7 @@ private:
         case boxType("hoov"): // FFmpeg takes it for a header
             m_isJudged = false;
             return;
-        case boxType("free"): // this, too, where a header begins inside
+        case boxType("free"): // FFmpeg takes it for a header, too, if a header begins inside
             avio_skip(&m_file, 4);
             m_isJudged = m_isJudged && !isHeaderBox(avio_rb32(&m_file));
             return;
