@@ -26,7 +26,7 @@ constexpr Capture kCaptures[] = {
     {"h264-234p-61s-truncated.ts", 0, 0, 22},
     {"hevc-main10-360p-12s.ts", 0, 0, 82},
     {"bd-1080i-5s.m2ts", 0, 0, 60},
-    {"akiyo-x265.265", 33, 5, 0}, // no display times
+    {"akiyo-x265.265", 36, 5, 0}, // no display times
 };
 
 } // namespace

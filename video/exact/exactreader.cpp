@@ -63,8 +63,10 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
     const std::optional<VideoCoding> coding = codingOf(stream.codecpar->codec_id);
     if (!coding || !hasStartCodes(*stream.codecpar))
         return nullptr;
-    // H.264 and HEVC without display times have nothing to check their order by.
-    if (*coding != VideoCoding::Mpeg2 && (format.flags & AVFMT_NOTIMESTAMPS) != 0)
+    // H.264 and HEVC without display times have nothing to check their order by. Not all versions of FFmpeg say so of
+    // raw streams, whose times they make up.
+    if (*coding != VideoCoding::Mpeg2 &&
+        ((format.flags & AVFMT_NOTIMESTAMPS) != 0 || isOneOf({"h264", "hevc"}, format)))
         return nullptr;
     VideoLocation location;
     location.path = video.formatContext->url;
