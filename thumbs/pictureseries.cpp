@@ -57,7 +57,7 @@ PictureSeries::Outcome PictureSeries::missingPicture(int frame, BridgeImage &ima
         m_passedEnd = true;
         return readExactly(static_cast<int>(pictures - 1), image);
     }
-    return frame > pictures && m_exact->isSound() ? Outcome::Missing : Outcome::Unknown;
+    return frame > pictures && m_exact->isUndoubted() ? Outcome::Missing : Outcome::Unknown;
 }
 
 // The FFVideo first seeks the pictures that were delivered, so that it starts where it would after reading them.

@@ -280,7 +280,7 @@ private slots:
         Picture picture;
         QCOMPARE(reader.read(0, picture), ExactReader::Answer::NotProven);
         QVERIFY(!reader.pictureCount());
-        QVERIFY(!reader.isSound());
+        QVERIFY(!reader.isUndoubted());
         FFVideo video;
         QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
         QCOMPARE(ExactReader(video).read(-1, picture), ExactReader::Answer::NotProven);

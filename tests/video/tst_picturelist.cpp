@@ -67,7 +67,7 @@ private slots:
     {
         const PictureList pictures = listWith([](ScannedPacket &, AccessUnit &, PacketCircumstances &) {});
         QCOMPARE(doubtful(pictures, kCorruptNear), QVector<int>());
-        QVERIFY(pictures.isSound());
+        QVERIFY(pictures.isUndoubted());
         QVERIFY(pictures.parameterSetters().empty());
     }
 
@@ -77,7 +77,7 @@ private slots:
         const PictureList pictures = listWith(
             [](ScannedPacket &, AccessUnit &, PacketCircumstances &circumstances) { circumstances.corrupt = true; });
         QCOMPARE(doubtful(pictures, kCorruptNear), (QVector<int>{kOdd - 1, kOdd, kOdd + 1, kOdd + 2}));
-        QVERIFY(!pictures.isSound());
+        QVERIFY(!pictures.isUndoubted());
     }
 
     void newExtradata_isAChangeOfParameters()
@@ -125,7 +125,7 @@ private slots:
             unit.onePicture = false;
             unit.bothFields = true;
         });
-        QVERIFY(pictures.isSound());
+        QVERIFY(pictures.isUndoubted());
         QVERIFY(pictures.picture(PictureIndex(std::int64_t{kOdd})).promisesNothing());
         QVERIFY(!pictures.picture(PictureIndex(std::int64_t{kOdd + 1})).promisesNothing());
     }
@@ -135,7 +135,7 @@ private slots:
         PictureList pictures = listWith([](ScannedPacket &, AccessUnit &, PacketCircumstances &) {});
         pictures.finish();
         QCOMPARE(doubtful(pictures, kLastOfFile), QVector<int>{kPictures - 1});
-        QVERIFY(pictures.isSound());
+        QVERIFY(pictures.isUndoubted());
     }
 };
 

@@ -128,9 +128,9 @@ std::optional<std::int64_t> ExactReader::pictureCount() const
     return m_source->end()->value();
 }
 
-bool ExactReader::isSound() const
+bool ExactReader::isUndoubted() const
 {
-    return m_source && m_source->isSound();
+    return m_source && m_source->isUndoubted();
 }
 
 ExactCounters ExactReader::counters() const

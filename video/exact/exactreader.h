@@ -53,7 +53,7 @@ public:
     /// How many pictures there are, once an answer was PastEnd or the last one was read.
     [[nodiscard]] std::optional<std::int64_t> pictureCount() const;
     /// Whether all of the file was looked at, and nothing is doubtful from its first random access point on.
-    [[nodiscard]] bool isSound() const;
+    [[nodiscard]] bool isUndoubted() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:

@@ -9,7 +9,7 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSoundAfterTarget = 16; // pictures without a doubt
+constexpr std::int64_t kUndoubtedAfterTarget = 16; // pictures
 
 } // namespace
 
@@ -135,10 +135,10 @@ FrameSource::Status FrameSource::endAt(FrameNumber end, FrameNumber wanted)
 OutputIndex FrameSource::provenEnd(const Anchor &anchor) const
 {
     const Stretch &home = stretchOf(anchor);
-    OutputIndex end = home.certainEnd() - kSoundAfterTarget;
+    OutputIndex end = home.certainEnd() - kUndoubtedAfterTarget;
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(anchor.depth)) {
         // Up to there, pictures are decoded no more than `depth` places after their place in output order.
-        end = std::min(end, home.placeWithoutReordering(*tooDeep) - (kSoundAfterTarget + 1 + anchor.depth));
+        end = std::min(end, home.placeWithoutReordering(*tooDeep) - (kUndoubtedAfterTarget + 1 + anchor.depth));
     }
     return anchor.betrayedFrom ? std::min(end, *anchor.betrayedFrom) : end;
 }

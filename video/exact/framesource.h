@@ -57,7 +57,7 @@ public:
     /// Number of pictures, once the end of the file was decoded.
     [[nodiscard]] std::optional<FrameNumber> end() const { return m_fileEnd; }
     /// Whether the whole file was scanned, and nothing is doubtful from its first random access point on.
-    [[nodiscard]] bool isSound() const;
+    [[nodiscard]] bool isUndoubted() const;
     [[nodiscard]] ExactCounters counters() const;
 
 private:

@@ -6,18 +6,18 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::int64_t kSoundAfterEntry = 16; // pictures between the entry point and the last one that is certain
+constexpr std::int64_t kUndoubtedAfterEntry = 16; // pictures between the entry point and the last one that is certain
 
 } // namespace
 
 // Most recordings begin in the middle of a group: what comes before the first random access point is doubtful.
-bool FrameSource::isSound() const
+bool FrameSource::isUndoubted() const
 {
     if (!pictures().isFinished() || m_scan.stretches().count() == 0)
-        return pictures().isFinished() && pictures().isSound();
+        return pictures().isFinished() && pictures().isUndoubted();
     const Stretch &only = m_scan.stretches().at(0);
     if (m_scan.stretches().count() > 1 || !only.endsFile())
-        return pictures().isSound();
+        return pictures().isUndoubted();
     for (PictureIndex i = only.end(); i < pictures().pictureEnd(); ++i) {
         if ((pictures().picture(i).doubts & ~kLastOfFile) != 0)
             return false;
@@ -30,7 +30,7 @@ bool FrameSource::isSound() const
 FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
 {
     const Stretch &home = stretchOf(anchor);
-    const OutputIndex lastCertain = home.certainEnd() - 1 - kSoundAfterEntry;
+    const OutputIndex lastCertain = home.certainEnd() - 1 - kUndoubtedAfterEntry;
     const std::optional<EntryPoint> entry =
         lastCertain >= anchor.point.place ? entryFor(anchor, lastCertain) : std::nullopt;
     // To go on from the start costs no more, and needs no plan.

@@ -55,7 +55,7 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const std::int64_t end = pictures().pictureEnd().value();
     if (number.value() >= end)
-        return !isSound() || (!pictures().isSound() && end < kWorthAnEnd);
+        return !isUndoubted() || (!pictures().isUndoubted() && end < kWorthAnEnd);
     PictureIndex first(number.value());
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
@@ -73,24 +73,24 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 std::int64_t FrameSource::bridgesBefore(PictureIndex end) const
 {
     std::int64_t cost = 0;
-    PictureIndex entry; // the last random access point without a doubt
-    PictureIndex begin; // of the bridge
-    PictureIndex sound; // from it on, nothing is doubtful yet
+    PictureIndex entry;   // the last random access point without a doubt
+    PictureIndex begin;   // of the bridge
+    PictureIndex runFrom; // from it on, no picture has a doubt
     bool isDoubted = true;
-    bool isSound = false;
+    bool isInRun = false;
     bool hasAnchor = false;
     for (PictureIndex i; i < end; ++i) {
         const CodedPicture &picture = pictures().picture(i);
         if (picture.doubts != 0) {
             begin = isDoubted ? begin : entry;
             isDoubted = true;
-            isSound = false;
+            isInRun = false;
         } else if (picture.randomAccess != RandomAccess::None) {
             entry = i;
-            sound = isSound ? sound : i;
-            isSound = true;
+            runFrom = isInRun ? runFrom : i;
+            isInRun = true;
         }
-        if (isDoubted && isSound && i - sound >= proofFrom(pictures().picture(sound).randomAccess, hasAnchor)) {
+        if (isDoubted && isInRun && i - runFrom >= proofFrom(pictures().picture(runFrom).randomAccess, hasAnchor)) {
             cost += hasAnchor ? i - begin : 0;
             hasAnchor = true;
             isDoubted = false;

@@ -153,7 +153,7 @@ PictureIndex PictureList::settledEnd() const
 void PictureList::doubt(PictureIndex index, Doubt doubt)
 {
     m_pictures[index.place()].doubts |= doubt;
-    m_sound = false;
+    m_undoubted = false;
 }
 
 } // namespace quorvale

@@ -97,7 +97,7 @@ public:
 
     void doubt(PictureIndex index, Doubt doubt);
     /// Whether no picture so far is doubtful but the last of the file, which may be torn.
-    [[nodiscard]] bool isSound() const { return m_sound; }
+    [[nodiscard]] bool isUndoubted() const { return m_undoubted; }
 
 private:
     [[nodiscard]] bool completesFrame(const AccessUnit &unit) const;
@@ -117,7 +117,7 @@ private:
     std::int64_t m_lastDts = kNoTimestamp;
     std::int64_t m_packetsSinceCorrupt = 100;
     bool m_fieldOpen = false; ///< the latest packet is a field that waits for the other one
-    bool m_sound = true;
+    bool m_undoubted = true;
     bool m_finished = false;
 };
 
