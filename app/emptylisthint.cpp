@@ -27,6 +27,8 @@ EmptyListHint::EmptyListHint(QAbstractItemView *view)
     , m_view(view)
 {
     view->viewport()->installEventFilter(this);
+    // Comes before the view's children, this and the model, are deleted.
+    connect(view, &QObject::destroyed, this, [this] { m_view = nullptr; });
     const QAbstractItemModel *rows = view->model();
     connect(rows, &QAbstractItemModel::rowsInserted, this, &EmptyListHint::describe);
     connect(rows, &QAbstractItemModel::rowsRemoved, this, &EmptyListHint::describe);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
 class QAbstractItemView;
@@ -30,7 +29,7 @@ private:
     void describe() const;
     void paint() const;
 
-    QPointer<QAbstractItemView> m_view; ///< null while it is being destroyed, when its model still says that rows go
+    QAbstractItemView *m_view; ///< null once it is being destroyed, when its model still says that rows go
     QString m_text;
 };
 
