@@ -76,16 +76,18 @@ void TestViewerDetails::choose_changesNothing_outsideTheList()
 
 void TestViewerDetails::choose_showsTheDateRelativeToToday()
 {
-    ViewerFixture fixture;
-    RecordBytes record;
-    const QDate today = QDate::currentDate();
-    record.year = today.year();
-    record.month = today.month();
-    record.day = today.day();
-    const Viewer &viewer = fixture.openDisk({record});
-    if (QDate::currentDate() != today)
-        QSKIP("Midnight has just passed.");
-    QCOMPARE(viewer.ui.dateEdit->text(), QString("Today"));
+    QDate today;
+    QString shown;
+    do { // once more if midnight passes meanwhile
+        ViewerFixture fixture;
+        RecordBytes record;
+        today = QDate::currentDate();
+        record.year = today.year();
+        record.month = today.month();
+        record.day = today.day();
+        shown = fixture.openDisk({record}).ui.dateEdit->text();
+    } while (QDate::currentDate() != today);
+    QCOMPARE(shown, QString("Today"));
 }
 
 void TestViewerDetails::choose_rendersMarkup_andForgetsThatOfTheOneBefore()

@@ -244,24 +244,29 @@ void TestViewerSettingsDialog::dialog_leavesTheRelativeDate_asItIs_data()
 void TestViewerSettingsDialog::dialog_leavesTheRelativeDate_asItIs()
 {
     QFETCH(int, daysBack);
-    ViewerFixture fixture;
-    const QDate today = QDate::currentDate();
-    const QDate date = today.addDays(-daysBack);
-    RecordBytes record;
-    record.year = date.year();
-    record.month = date.month();
-    record.day = date.day();
-    const Viewer &viewer = fixture.openDisk({record});
-    const QString before = viewer.ui.dateEdit->text();
-    QVERIFY(inDialog(viewer,
-                     [](QDialog &, const SettingsDialog &fields) { QTest::keyClick(fields.dateFormat, Qt::Key_Up); }));
-    if (QDate::currentDate() != today)
-        QSKIP("Midnight has just passed.");
-    QCOMPARE(viewer.dateFormat, 1);
+    QDate today;
+    QDate date;
+    QString before;
+    QString after;
+    do { // once more if midnight passes meanwhile
+        ViewerFixture fixture;
+        today = QDate::currentDate();
+        date = today.addDays(-daysBack);
+        RecordBytes record;
+        record.year = date.year();
+        record.month = date.month();
+        record.day = date.day();
+        const Viewer &viewer = fixture.openDisk({record});
+        before = viewer.ui.dateEdit->text();
+        QVERIFY(inDialog(
+            viewer, [](QDialog &, const SettingsDialog &fields) { QTest::keyClick(fields.dateFormat, Qt::Key_Up); }));
+        QCOMPARE(viewer.dateFormat, 1);
+        after = viewer.ui.dateEdit->text();
+    } while (QDate::currentDate() != today);
     // On 1 January the day before goes by its weekday.
     const QString expected = formatRecordingDate(date.day(), date.month(), date.year(), DateOrder::YearFirst, today);
     QCOMPARE(before, expected);
-    QCOMPARE(viewer.ui.dateEdit->text(), expected);
+    QCOMPARE(after, expected);
     QVERIFY(!expected.contains('.'));
 }
 

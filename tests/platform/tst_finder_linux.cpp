@@ -66,7 +66,7 @@ private:
 void TestFinderLinux::initTestCase()
 {
     if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
-        QSKIP("This machine has no dbus-daemon");
+        QSKIP("This machine has no dbus-daemon.");
 }
 
 void TestFinderLinux::init()

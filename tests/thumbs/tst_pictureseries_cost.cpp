@@ -1,7 +1,6 @@
 #include "tests/support/decoderwork.h"
+#include "tests/support/mutantset.h"
 #include "tests/support/picture.h"
-#include "tests/support/teststreams.h"
-#include "tests/support/transportmutant.h"
 #include "thumbs/pictureseries.h"
 #include "video/ffvideo.h"
 
@@ -12,9 +11,6 @@
 #include <iterator>
 
 namespace {
-
-using transportmutant::Bytes;
-using transportmutant::Kind;
 
 constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
 constexpr double kMostRatio = 1.10; // of what reading literally decodes
@@ -72,13 +68,6 @@ std::optional<Cost> costOf(const QString &path)
     return cost;
 }
 
-int numberFromEnvironment(const char *name, int otherwise)
-{
-    bool ok = false;
-    const int number = qEnvironmentVariableIntValue(name, &ok);
-    return ok ? number : otherwise;
-}
-
 } // namespace
 
 /// Thumbnails never cost more than a little above reading literally, counted in what is decoded. QUORVALE_MUTANTS says
@@ -89,7 +78,7 @@ class TestPictureSeriesCost : public QObject
 
 private:
     QTemporaryDir folder;
-    std::vector<Bytes> bases;
+    MutantSet mutantSet;
     double worst = 0;
     QString worstName;
     int above = 0;
@@ -108,17 +97,8 @@ private:
 
     void add(const QString &fileName, const QStringList &encoder, bool interlaced = false, bool sound = false)
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = kFrames;
-        stream.width = 160;
-        stream.height = 128;
-        stream.interlaced = interlaced;
-        stream.sound = sound;
-        const QByteArray bytes = readFile(makeStream(folder.path(), stream));
-        QVERIFY2(bytes.size() > 10000, qPrintable(fileName));
-        bases.emplace_back(bytes.begin(), bytes.end());
+        QVERIFY2(mutantSet.add(folder.path(), {fileName, encoder, kFrames, interlaced, sound, 160, 128}),
+                 qPrintable(fileName));
     }
 
 private slots:
@@ -151,9 +131,9 @@ private slots:
     void shortRecordings()
     {
         worst = 0;
-        const int parts = numberFromEnvironment("QUORVALE_MUTANTS", kTried) / int(bases.size());
-        for (const Bytes &base : bases) {
-            const int index = int(&base - bases.data());
+        const int parts = numberFromEnvironment("QUORVALE_MUTANTS", kTried) / int(mutantSet.bases().size());
+        for (const transportmutant::Bytes &base : mutantSet.bases()) {
+            const int index = int(&base - mutantSet.bases().data());
             for (int part = 1; part <= parts; ++part) {
                 const int packets = int(base.size()) / 188 * part / parts;
                 const QString path = writeFile(folder.path(), "short.ts",
@@ -173,16 +153,11 @@ private slots:
         const auto firstSeed = std::uint64_t(numberFromEnvironment("QUORVALE_MUTANT_SEED", 1));
         for (int i = 0; i < mutants; ++i) {
             const std::uint64_t seed = firstSeed + std::uint64_t(i);
-            const Kind kind = transportmutant::kAllKinds.at(seed % transportmutant::kAllKinds.size());
-            const std::size_t base = seed / transportmutant::kAllKinds.size() % bases.size();
-            const Bytes mutant = transportmutant::mutate(bases[base], kind, seed, bases[(base + 1) % bases.size()]);
-            const QString path =
-                writeFile(folder.path(), "mutant.ts",
-                          QByteArray::fromRawData(reinterpret_cast<const char *>(mutant.data()), int(mutant.size())));
-            if (const std::optional<Cost> cost = costOf(path))
+            const MutantSet::Mutant mutant = mutantSet.write(folder.path(), seed);
+            if (const std::optional<Cost> cost = costOf(mutant.path))
                 note(QStringLiteral("base %1, %2, seed %3")
-                         .arg(int(base))
-                         .arg(transportmutant::nameOf(kind))
+                         .arg(mutant.base)
+                         .arg(transportmutant::nameOf(mutant.kind))
                          .arg(static_cast<qulonglong>(seed)),
                      *cost);
         }

@@ -19,13 +19,7 @@ private:
 
     void add(const QString &codec, const QStringList &encoder)
     {
-        TestStream stream;
-        stream.fileName = codec + ".ts";
-        stream.encoder = encoder;
-        stream.frames = kFrames;
-        stream.width = 160;
-        stream.height = 128;
-        streams[codec] = makeStream(folder.path(), stream);
+        streams[codec] = makeStream(folder.path(), {codec + ".ts", encoder, kFrames, false, false, 160, 128});
         QVERIFY(!streams[codec].isEmpty());
     }
 

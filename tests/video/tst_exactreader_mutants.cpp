@@ -1,6 +1,5 @@
+#include "tests/support/mutantset.h"
 #include "tests/support/testclass.h"
-#include "tests/support/teststreams.h"
-#include "tests/support/transportmutant.h"
 #include "tests/video/exactcomparison.h"
 
 #include <QTemporaryDir>
@@ -12,15 +11,7 @@ namespace {
 
 constexpr int kFrames = 220;
 
-using transportmutant::Bytes;
 using transportmutant::Kind;
-
-int numberFromEnvironment(const char *name, int otherwise)
-{
-    bool ok = false;
-    const int number = qEnvironmentVariableIntValue(name, &ok);
-    return ok ? number : otherwise;
-}
 
 // Some damage changes what the decoder does without a trace in the packets: no transport packet is lost, no time and no
 // picture order count is wrong. An example is a damaged slice header in a picture that is not decoded: the decoder
@@ -61,21 +52,12 @@ class TestExactReaderMutants : public QObject
 
 private:
     QTemporaryDir folder;
-    std::vector<Bytes> bases;
+    MutantSet mutantSet;
 
     void add(const QString &fileName, const QStringList &encoder, bool interlaced = false, bool sound = false)
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = kFrames;
-        stream.width = 160;
-        stream.height = 128;
-        stream.interlaced = interlaced;
-        stream.sound = sound;
-        const QByteArray bytes = readFile(makeStream(folder.path(), stream));
-        QVERIFY2(bytes.size() > 10000, qPrintable(fileName));
-        bases.emplace_back(bytes.begin(), bytes.end());
+        QVERIFY2(mutantSet.add(folder.path(), {fileName, encoder, kFrames, interlaced, sound, 160, 128}),
+                 qPrintable(fileName));
     }
 
 private slots:
@@ -105,15 +87,9 @@ private slots:
         QVector<int> hidden; // seeds of mutants with a picture that is not the right one
         QVector<int> visible;
         for (int i = 0; i < mutants; ++i) {
-            // Kind and base follow from the seed, so that one mutant can be made again by itself.
             const std::uint64_t seed = firstSeed + std::uint64_t(i);
-            const Kind kind = transportmutant::kAllKinds.at(seed % transportmutant::kAllKinds.size());
-            const std::size_t base = seed / transportmutant::kAllKinds.size() % bases.size();
-            const Bytes mutant = transportmutant::mutate(bases[base], kind, seed, bases[(base + 1) % bases.size()]);
-            const QString path =
-                writeFile(folder.path(), "mutant.ts",
-                          QByteArray::fromRawData(reinterpret_cast<const char *>(mutant.data()), int(mutant.size())));
-            const LiteralPictures literal(path);
+            const MutantSet::Mutant mutant = mutantSet.write(folder.path(), seed);
+            const LiteralPictures literal(mutant.path);
             if (!literal.isOpen())
                 continue;
             const ExactComparison result = compareExactly(literal, shuffled(targets, unsigned(seed)));
@@ -123,8 +99,8 @@ private slots:
             decoded += result.counters.picturesDecoded;
             if (result.difference.isEmpty())
                 continue;
-            (canHide(kind) ? hidden : visible).append(int(seed));
-            qWarning("base %d, %s, seed %llu: %s", int(base), transportmutant::nameOf(kind),
+            (canHide(mutant.kind) ? hidden : visible).append(int(seed));
+            qWarning("base %d, %s, seed %llu: %s", mutant.base, transportmutant::nameOf(mutant.kind),
                      static_cast<unsigned long long>(seed), qPrintable(result.difference));
         }
         qInfo("%d mutants, %d answers, %d refusals, %lld pictures decoded, %d different by hidden damage, %d by other "

@@ -38,13 +38,7 @@ private:
 
     void add(const QString &name, const QStringList &encoder)
     {
-        TestStream stream;
-        stream.fileName = name + ".ts";
-        stream.encoder = encoder;
-        stream.frames = kFrames;
-        stream.width = 160;
-        stream.height = 128;
-        whole[name] = makeStream(folder.path(), stream);
+        whole[name] = makeStream(folder.path(), {name + ".ts", encoder, kFrames, false, false, 160, 128});
         QVERIFY(!whole[name].isEmpty());
     }
 
