@@ -180,6 +180,7 @@ private slots:
                                         "news", "channel", viewer.ui.timeEdit->text(), viewer.recordingFile(row)};
             QCOMPARE(unmarkedTexts(viewer, data).join(QChar(0x7C)), QString());
             QCOMPARE(cutOffTexts(viewer).join(QChar(0x7C)), QString());
+            QCOMPARE(viewer.ui.dateEdit->minimumWidth(), 100); // the form's
         }
     }
 
