@@ -58,7 +58,8 @@ void Viewer::scanDisk()
         return;
     ui.thumbnailLabel->ClearThumbs();
     devicePath = selectedDevice.toStdString();
-    auto index = readRecordingsIndex(devicePath);
+    bool failed = false;
+    auto index = readRecordingsIndex(devicePath, failed);
     if (!index) {
         programmeHint->setText(quorvale::unreadableDeviceText(selectedDevice));
         describePictures();
@@ -71,7 +72,8 @@ void Viewer::scanDisk()
     ui.fileSizeEdit->clear();
     describePictures();
     if (programmes.empty()) {
-        programmeHint->setText(quorvale::emptyDeviceText(selectedDevice));
+        programmeHint->setText(failed ? quorvale::unreadableDeviceText(selectedDevice)
+                                      : quorvale::emptyDeviceText(selectedDevice));
         return; // The list keeps the titles of the device shown before.
     }
     programmeHint->setText({});
