@@ -260,7 +260,8 @@ private slots:
               noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
               noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
               emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
-              picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
+              picturesText({"file", two, two}), noPicturesText(ScanProgress::Turn::Awaited),
+              noPicturesText(ScanProgress::Turn::InVain), noPicturesText(ScanProgress::Turn::Unknown)})
             QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
     }
 
