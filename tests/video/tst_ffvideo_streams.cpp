@@ -76,7 +76,7 @@ struct StepsByHand
         return avcodec_open2(decoder.get(), codec, nullptr) == 0;
     }
 
-    // False at the end of the file.
+    // Passes over one packet after the other until a picture comes; false at the end of the file.
     bool step()
     {
         for (bool isFirst = true;;) {
@@ -143,6 +143,35 @@ private:
     }
     void addDamagedRows() { addRows(kDamaged); }
 
+    // `flags`: for the input, once the reader has the first picture.
+    void compareSteps(const QString &path, int flags)
+    {
+        StepsByHand byHand;
+        FFVideo video;
+        QVERIFY(byHand.open(path) && open(video, path, true));
+        int rows = 0;
+        for (int number = 0; byHand.step(); ++number) {
+            QVERIFY(!video.endOfStream);
+            QCOMPARE(video.currentFrame, number);
+            QCOMPARE((QVector<qint64>{video.lastDts, video.previousDts, video.seekDts, video.firstDts}),
+                     byHand.timestamps());
+            if (!video.isHevc && (number == 0 || byHand.isKey())) {
+                const KeyFrameEntry &row = video.keyFrames.entries[rows++];
+                const qint64 seek = number == 0 ? byHand.first : byHand.seek;
+                const qint64 dts = byHand.packet->dts;
+                QCOMPARE(row.frame, number);
+                QCOMPARE(row.seekDts, seek);
+                QCOMPARE(row.frameDts, dts != byHand.kNone ? dts : byHand.last != byHand.kNone ? byHand.last : seek);
+            }
+            QCOMPARE(video.keyFrames.count, rows);
+            byHand.input->flags |= flags;
+            video.formatContext->flags |= flags;
+            video.stepForward();
+        }
+        QVERIFY(video.endOfStream);
+        QCOMPARE(video.keyFrames.frames, video.currentFrame);
+    }
+
 private slots:
     void initTestCase()
     {
@@ -187,29 +216,16 @@ private slots:
     void step_notesTimestampsAndRows()
     {
         QFETCH(const QString, name);
-        StepsByHand byHand;
-        QVERIFY(byHand.open(paths[name]));
-        FFVideo video;
-        QVERIFY(open(video, paths[name], true));
-        int rows = 0;
-        for (int number = 0; byHand.step(); ++number) {
-            QVERIFY(!video.endOfStream);
-            QCOMPARE(video.currentFrame, number);
-            QCOMPARE((QVector<qint64>{video.lastDts, video.previousDts, video.seekDts, video.firstDts}),
-                     byHand.timestamps());
-            if (!video.isHevc && (number == 0 || byHand.isKey())) {
-                const KeyFrameEntry &row = video.keyFrames.entries[rows++];
-                const qint64 seek = number == 0 ? byHand.first : byHand.seek;
-                const qint64 dts = byHand.packet->dts;
-                QCOMPARE(row.frame, number);
-                QCOMPARE(row.seekDts, seek);
-                QCOMPARE(row.frameDts, dts != byHand.kNone ? dts : byHand.last != byHand.kNone ? byHand.last : seek);
-            }
-            QCOMPARE(video.keyFrames.count, rows);
-            video.stepForward();
-        }
-        QVERIFY(video.endOfStream);
-        QCOMPARE(video.keyFrames.frames, video.currentFrame);
+        compareSteps(paths[name], 0);
+    }
+
+    void step_notesTheTimestampBefore_ofAKeyPictureWithoutOne()
+    {
+        TestStream stream;
+        stream.fileName = "without.mkv"; // A container without decode timestamps, which FFmpeg fills in.
+        stream.encoder = QStringList{"-c:v", "libx264", "-preset", "veryfast", "-g", "10", "-bf", "2"};
+        stream.frames = kFrames;
+        compareSteps(makeStream(folder.path(), stream), AVFMT_FLAG_NOFILLIN);
     }
 
     void read_deliversEveryPicture_backwards_data() { addWholeRows(); }
@@ -300,6 +316,7 @@ private slots:
         stream.encoder = QStringList{"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-f", "h264"};
         stream.frames = kFrames;
         const QString path = makeStream(folder.path(), stream);
+        compareSteps(path, 0);
         const auto expected = pictureChecksums(path);
         FFVideo video;
         QVERIFY(open(video, path, true));
