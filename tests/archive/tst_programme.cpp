@@ -4,9 +4,6 @@
 #include "tests/support/recordbytes.h"
 #include "tests/support/testclass.h"
 
-#include <QTemporaryFile>
-#include <QtTest>
-
 #include <climits>
 #include <memory>
 #include <type_traits>
@@ -173,7 +170,6 @@ private slots:
         QTest::newRow("year 2048 or later") << 2 << 0x08;
         QTest::newRow("year before 1792") << 2 << 0x06;
     }
-
     void read_fails_leavingEveryField_withAnotherSignature()
     {
         QFETCH(int, offset);
@@ -242,7 +238,6 @@ private slots:
         QTest::newRow("1025 bytes end without terminator") << QByteArray(1025, 'X') << 1025 << QByteArray("itle");
         QTest::newRow("1026 bytes leave one for the title") << QByteArray(1026, 'X') << 1025 << QByteArray("Xtle");
     }
-
     void read_doesNotSkip_afterOverlongField()
     {
         QFETCH(QByteArray, fromChannelOn);
@@ -276,7 +271,6 @@ private slots:
         QTest::newRow("zero") << 0 << 0 << 0;
         QTest::newRow("unsigned") << 0xFF << 0xFF << 65535;
     }
-
     void read_setsPlayPosition_fromMarker()
     {
         QFETCH(int, low);
@@ -308,7 +302,6 @@ private slots:
         QTest::newRow("high byte missing") << 16392 << -256 + 0x20;
         QTest::newRow("marker missing") << 16390 << 42;
     }
-
     void read_givesNegativePosition_whenFileEndsAfterMarker()
     {
         QFETCH(int, size);
@@ -353,7 +346,6 @@ private slots:
         QTest::newRow("1025, terminator left") << 1025 << 1025L;
         QTest::newRow("2000, the rest left") << 2000 << 1025L;
     }
-
     void readCString_stopsAt1025Bytes_withoutTerminator()
     {
         QFETCH(int, length);

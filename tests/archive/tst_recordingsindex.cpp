@@ -3,9 +3,6 @@
 
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -73,7 +70,6 @@ private slots:
         QTest::newRow("first 32 KiB only") << 32768;
         QTest::newRow("two bytes of the signature") << 32768 + 2;
     }
-
     void load_givesAnEmptyList_fromAShortFile()
     {
         QFETCH(int, size);

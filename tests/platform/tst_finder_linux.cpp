@@ -83,7 +83,6 @@ private slots:
             "file:///d/Stra%DFe%FF%80.ts");
         row("a doubled separator", "//DVR/RECS/a.ts", "file:////DVR/RECS/a.ts");
     }
-
     void fileManager_receivesTheUri_ofAnyName()
     {
         QFETCH(QByteArray, path);

@@ -3,7 +3,6 @@
 #include "tools/testpicture/numberedstream.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <cstdio>
 
@@ -52,16 +51,8 @@ QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QSt
     return pathWhereMade(path, runFFmpeg(words));
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content)
 {
-    QFile file(QDir(folder).filePath(fileName));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        return {};
-    return file.fileName();
+    const QString path = QDir(folder).filePath(fileName);
+    return writeFile(path, content) ? path : QString();
 }

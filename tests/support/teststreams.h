@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include "tests/support/files.h"
+
 #include <QStringList>
 
 #include <optional>
@@ -29,6 +29,5 @@ struct TestStream
 /// Makes a stream of generated sound or pictures with the ffmpeg program's own arguments; its path, or empty.
 [[nodiscard]] QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QStringList &arguments);
 
-[[nodiscard]] QByteArray readFile(const QString &path);
 /// Writes `content` to `fileName` in `folder`; the path, or empty.
 [[nodiscard]] QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content);

@@ -2,9 +2,6 @@
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
-#include <QMetaMethod>
-#include <QTest>
-
 #include <algorithm>
 #include <functional>
 #include <type_traits>

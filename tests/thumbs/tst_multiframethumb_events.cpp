@@ -3,7 +3,6 @@
 #include "thumbs/multiframethumb.h"
 
 #include <QMouseEvent>
-#include <QTest>
 
 namespace {
 bool press(QWidget &widget, Qt::MouseButton button = Qt::LeftButton)
@@ -82,7 +81,6 @@ private slots:
         QTest::newRow("middle") << int(Qt::MiddleButton);
         QTest::newRow("back") << int(Qt::BackButton);
     }
-
     void mousePress_pausesAndResumes_withAnyButton()
     {
         QFETCH(int, button);
@@ -158,7 +156,6 @@ private slots:
         QTest::newRow("no dense frames") << 2 << 0;
         QTest::newRow("no standard frames") << 0 << 2;
     }
-
     void seriesOfDifferentLengths_areNeverReadPastTheirEnds()
     {
         QFETCH(int, length1x);

@@ -3,7 +3,6 @@
 #include "thumbs/multiframethumb.h"
 
 #include <QPainter>
-#include <QTest>
 #include <QVBoxLayout>
 
 namespace {
@@ -69,7 +68,6 @@ private slots:
         QTest::newRow("too wide by one") << QSize(201, 100) << QSize(200, 100) << QSize(200, 99);
         QTest::newRow("too high by one") << QSize(200, 101) << QSize(200, 100) << QSize(198, 100);
     }
-
     void paint_scalesSmoothly_whereThePixelsDoNotFit()
     {
         QFETCH(QSize, frameSize);
@@ -115,7 +113,6 @@ private slots:
         QTest::newRow("at the bottom right") << int(Qt::AlignRight | Qt::AlignBottom) << QSize(50, 51) << QPoint(0, 0);
         QTest::newRow("centred and more") << int(Qt::AlignCenter | Qt::AlignLeft) << QSize(50, 51) << QPoint(0, 0);
     }
-
     void paint_drawsAtTheTopLeft_unlessCentred()
     {
         QFETCH(int, alignment);

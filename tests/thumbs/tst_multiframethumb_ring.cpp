@@ -4,8 +4,6 @@
 
 #include <QConicalGradient>
 #include <QPainter>
-#include <QTest>
-#include <QtMath>
 
 #include <cmath>
 
@@ -81,7 +79,6 @@ private slots:
         QTest::newRow("odd") << QSize(103, 107) << QRect(39, 41, 25, 25);
         QTest::newRow("smallest") << QSize(4, 4) << QRect(2, 2, 1, 1);
     }
-
     void ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
     {
         QFETCH(QSize, size);
@@ -153,7 +150,6 @@ private slots:
             QTest::newRow(qPrintable(QString::number(angle))) << angle;
         }
     }
-
     void ring_fadesCounterClockwise_fromItsHead()
     {
         QFETCH(int, angle);

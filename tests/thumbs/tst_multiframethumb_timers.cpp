@@ -2,10 +2,6 @@
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
-#include <QAbstractEventDispatcher>
-#include <QSet>
-#include <QTest>
-
 #include <algorithm>
 
 namespace {

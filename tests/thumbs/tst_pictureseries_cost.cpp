@@ -4,8 +4,6 @@
 #include "thumbs/pictureseries.h"
 #include "video/ffvideo.h"
 
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <iterator>

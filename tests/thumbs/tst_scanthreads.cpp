@@ -7,8 +7,6 @@
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <sys/stat.h>

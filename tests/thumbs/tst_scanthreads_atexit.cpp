@@ -3,11 +3,7 @@
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
-#include <QPointer>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <atomic>

@@ -4,12 +4,6 @@
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QFile>
-#include <QMetaMethod>
-#include <QPointer>
-#include <QTemporaryDir>
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {

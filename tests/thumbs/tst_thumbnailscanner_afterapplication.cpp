@@ -4,8 +4,6 @@
 
 #include <QApplication>
 #include <QCommonStyle>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <memory>

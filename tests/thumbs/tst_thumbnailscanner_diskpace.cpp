@@ -3,8 +3,6 @@
 #include "tools/testpicture/numberedstream.h"
 #include "video/ffmpeg/readahead.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>

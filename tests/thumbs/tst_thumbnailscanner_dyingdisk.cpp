@@ -4,12 +4,6 @@
 #include "thumbs/scanthreads.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QDir>
-#include <QFile>
-#include <QPointer>
-#include <QSemaphore>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <cerrno>

@@ -7,9 +7,6 @@
 #include "thumbs/thumbnailsize.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 struct Expected

@@ -3,11 +3,6 @@
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <sys/stat.h>
 
 #if defined(__GLIBC__)

@@ -2,10 +2,6 @@
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QPointer>
-#include <QSemaphore>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <atomic>

@@ -3,9 +3,6 @@
 #include "tests/video/exactcomparison.h"
 #include "video/exact/neededpictures.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 using namespace quorvale;

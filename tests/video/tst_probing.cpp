@@ -5,10 +5,6 @@
 #include "video/ffmpeg/probing.h"
 #include "video/ffmpeg/singleinput.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {
