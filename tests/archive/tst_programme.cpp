@@ -58,6 +58,17 @@ Programme readFrom(const QByteArray &bytes)
     return programme;
 }
 
+// What is said of a record that cannot be read. The fields stay those of another one.
+QByteArray saidOfFailure(std::FILE *file, long offset)
+{
+    Programme programme = someProgramme();
+    CapturedOutput errors(stderr);
+    const bool read = programme.read(file, offset);
+    const QByteArray said = errors.text();
+    [&] { QVERIFY(!read && sameFields(programme, someProgramme())); }();
+    return said;
+}
+
 QVector<int> recordedAt(const Programme &programme)
 {
     return {programme.year, programme.month, programme.day, programme.hour, programme.minute, programme.second};
@@ -142,23 +153,13 @@ private slots:
 
     void read_fails_withMessage_withoutFile()
     {
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(nullptr, 0);
-        QCOMPARE(errors.text(), QByteArray("Cannot read given file\n"));
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(nullptr, 0), QByteArray("Cannot read given file\n"));
     }
 
     void read_fails_withMessage_whenItCannotSeek()
     {
         const File file = fileHolding(RecordBytes().bytes());
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(file.get(), -1);
-        QCOMPARE(errors.text(), QByteArray("Error seeking to programme offset\n"));
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(file.get(), -1), QByteArray("Error seeking to programme offset\n"));
     }
 
     void read_fails_leavingEveryField_withAnotherSignature_data()
@@ -176,28 +177,16 @@ private slots:
         QFETCH(int, byte);
         QByteArray bytes = RecordBytes().bytes();
         bytes[offset] = static_cast<char>(byte);
-        const File file = fileHolding(bytes);
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(file.get(), 0);
-        QCOMPARE(errors.text(), QByteArray());
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(fileHolding(bytes).get(), 0), QByteArray());
     }
 
     void read_fails_silently_pastTheEndOfFile()
     {
         const File file = fileHolding(RecordBytes().bytes());
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool readAfterEnd = programme.read(file.get(), 32768);
-        const bool readFarAfterEnd = programme.read(file.get(), LONG_MAX - 32768);
-        const bool readTwoBytes = programme.read(file.get(), 32766);
-        QCOMPARE(errors.text().replace("Error seeking to programme offset\n", ""), QByteArray());
-        QVERIFY(!readAfterEnd);
-        QVERIFY(!readFarAfterEnd);
-        QVERIFY(!readTwoBytes);
-        QVERIFY(sameFields(programme, someProgramme()));
+        for (const long offset : {32768L, LONG_MAX - 32768, 32766L}) {
+            const QByteArray said = saidOfFailure(file.get(), offset);
+            QVERIFY(said.isEmpty() || said == "Error seeking to programme offset\n"); // as the system has it
+        }
     }
 
     void read_startsChannelAt43_afterFileNameOf29Bytes()

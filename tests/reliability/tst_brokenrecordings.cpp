@@ -98,8 +98,8 @@ private slots:
     {
         QVERIFY(dir.isValid());
         const auto add = [&](const char *name, const QStringList &encoder, bool interlaced) {
-            const QString path = makeStream(dir.path(), {QString(name) + ".ts", encoder + QStringList{"-f", "mpegts"},
-                                                         320, interlaced, true, 96, 64});
+            const QString path =
+                makeStream(dir.path(), {QString(name) + ".ts", encoder, 320, {96, 64}, {1, 1}, interlaced, true});
             QVERIFY(!path.isEmpty());
             bases.push_back({name, bytesOf(path)});
         };

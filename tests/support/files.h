@@ -9,7 +9,7 @@
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-[[nodiscard]] inline bool writeFile(const QString &path, const QByteArray &bytes)
+inline bool writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();

@@ -31,10 +31,11 @@ QString makeStream(const QString &folder, const TestStream &stream)
     NumberedStream numbered;
     const QString path = QDir(folder).filePath(stream.fileName);
     numbered.path = path.toStdString();
-    numbered.picture = {stream.width, stream.height, ChromaFormat::Yuv420, stream.interlaced};
+    numbered.picture = {stream.size.width(), stream.size.height(), ChromaFormat::Yuv420, stream.interlaced};
     numbered.frames = stream.frames;
-    numbered.sarNumerator = stream.sarNumerator;
-    numbered.sarDenominator = stream.sarDenominator;
+    numbered.sarNumerator = stream.sampleAspect.width();
+    numbered.sarDenominator = stream.sampleAspect.height();
+    numbered.firstNumber = stream.firstNumber;
     numbered.toneFrequency = stream.sound ? 440 : 0;
     for (const QString &argument : stream.encoder)
         numbered.encoderArguments.push_back(argument.toStdString());

@@ -52,9 +52,7 @@ private slots:
 
     void timerEvent_ignores_otherTimers()
     {
-        Series series = solidSeries(kFrame, {Qt::red, Qt::green});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red, Qt::green}));
         widget.SetBusy(true);
         press(widget); // both timers run now
         tick(widget, widget.frameTimerId + widget.spinTimerId + 1);
@@ -84,9 +82,7 @@ private slots:
     void mousePress_pausesAndResumes_withAnyButton()
     {
         QFETCH(int, button);
-        Series series = solidSeries(kFrame, {Qt::red});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
         QVERIFY(press(widget, Qt::MouseButton(button)));
         QCOMPARE(widget.frameTimerId, -1);
         QVERIFY(press(widget, Qt::MouseButton(button)));

@@ -104,10 +104,7 @@ private slots:
     void initTestCase()
     {
         for (const UnitStream &wanted : coding.streams) {
-            TestStream stream;
-            stream.fileName = wanted.fileName;
-            stream.encoder = wanted.encoder;
-            stream.frames = kFrames;
+            TestStream stream{wanted.fileName, wanted.encoder, kFrames};
             stream.interlaced = wanted.interlaced;
             QCOMPARE(makeStream(folder.path(), stream), pathOf(wanted.fileName));
         }

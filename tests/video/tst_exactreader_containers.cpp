@@ -19,7 +19,7 @@ private:
 
     void add(const QString &codec, const QStringList &encoder)
     {
-        streams[codec] = makeStream(folder.path(), {codec + ".ts", encoder, kFrames, false, false, 160, 128});
+        streams[codec] = makeStream(folder.path(), {codec + ".ts", encoder, kFrames, {160, 128}});
         QVERIFY(!streams[codec].isEmpty());
     }
 

@@ -23,7 +23,7 @@ private:
 
     QString make(const QString &fileName, const QStringList &encoder, const QSize &size = {176, 144})
     {
-        return makeStream(folder.path(), {fileName, encoder, kFrames, false, false, size.width(), size.height()});
+        return makeStream(folder.path(), {fileName, encoder, kFrames, size});
     }
 
     static QStringList h264Encoder()

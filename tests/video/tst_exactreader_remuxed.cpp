@@ -38,7 +38,7 @@ private:
 
     void add(const QString &name, const QStringList &encoder)
     {
-        whole[name] = makeStream(folder.path(), {name + ".ts", encoder, kFrames, false, false, 160, 128});
+        whole[name] = makeStream(folder.path(), {name + ".ts", encoder, kFrames, {160, 128}});
         QVERIFY(!whole[name].isEmpty());
     }
 

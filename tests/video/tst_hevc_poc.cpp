@@ -208,8 +208,8 @@ private slots:
         QTemporaryDir folder;
         const QString path =
             makeWithFFmpeg(folder.path(), "open.ts",
-                           {"-f", "lavfi", "-i", "testsrc2=s=64x64:d=4", "-c:v", "libx265", "-preset", "ultrafast",
-                            "-x265-params", "keyint=24:log-level=none:bframes=4:b-pyramid=1:open-gop=1"});
+                           words("-f lavfi -i testsrc2=s=64x64:d=4 -c:v libx265 -preset ultrafast "
+                                 "-x265-params keyint=24:log-level=none:bframes=4:b-pyramid=1:open-gop=1"));
         const VideoPackets video = readVideoPackets(path);
         const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::Hevc);
         QVector<QByteArray> units;

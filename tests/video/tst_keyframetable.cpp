@@ -14,10 +14,10 @@ KeyFrameEntry row(int frame)
 struct HeldTable : KeyFrameTable
 {
     HeldTable() = default;
-    explicit HeldTable(const char *name, int size = -1, std::initializer_list<int> frames = {})
+    explicit HeldTable(const char *name, int size = -1, std::initializer_list<int> rows = {})
     {
         InitialiseKFT(this, name, size);
-        for (const int frame : frames)
+        for (const int frame : rows)
             AddEntry(this, row(frame));
     }
     ~HeldTable() { ReleaseKFT(this); }
