@@ -12,7 +12,6 @@
 #include "thumbs/thumbnailscanner.h"
 
 #include <QApplication>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -129,7 +128,6 @@ private slots:
                     << int(base) << int(kind);
         }
     }
-
     void scan_endsWithinItsBound_onEveryMutant()
     {
         QFETCH(int, base);

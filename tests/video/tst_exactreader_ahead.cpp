@@ -7,8 +7,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <array>

@@ -2,7 +2,6 @@
 #include "tests/video/exactcomparison.h"
 #include "tools/loopedgroup/loopedgroup.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <exception>

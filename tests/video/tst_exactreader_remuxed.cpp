@@ -3,9 +3,6 @@
 #include "tests/video/exactcomparison.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 // The byte after each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.

@@ -4,9 +4,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <stdexcept>
 
 namespace {

@@ -3,7 +3,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>

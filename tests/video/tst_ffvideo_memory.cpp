@@ -2,8 +2,6 @@
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>
