@@ -111,14 +111,11 @@ void MultiFrameThumb::togglePause()
 
 void MultiFrameThumb::paintEvent(QPaintEvent * /*event*/)
 {
-    QPainter painter(this);
     if (busy) {
-        paintBusyRing(painter);
-        return;
+        paintBusyRing();
+    } else {
+        shrinkToHeight(paintFrame()); // when its painter has ended
     }
-    const int drawnHeight = paintFrame(painter);
-    painter.end(); // a widget must not be resized under an active painter
-    shrinkToHeight(drawnHeight);
 }
 
 /// The ratio of the screen the widget is on. The painter's device is the widget, so this holds also while it is
@@ -128,8 +125,9 @@ int MultiFrameThumb::pixelRatio() const
     return metric(QPaintDevice::PdmDevicePixelRatio);
 }
 
-int MultiFrameThumb::paintFrame(QPainter &painter)
+int MultiFrameThumb::paintFrame()
 {
+    QPainter painter(this);
     const QPixmap *frame = chooseFrame();
     // A pixmap without pixels counts as nothing: its height of 0 would shrink the widget to nothing for good.
     if (frame == nullptr || frame->isNull()) {
@@ -196,9 +194,10 @@ void MultiFrameThumb::shrinkToHeight(int limit)
     }
 }
 
-void MultiFrameThumb::paintBusyRing(QPainter &painter)
+void MultiFrameThumb::paintBusyRing()
 {
     highDensity = pixelRatio() > 1;
+    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
 
     const int size = std::min(width() / 4, height() / 4);

@@ -6,8 +6,6 @@
 #include <QVector>
 #include <QWidget>
 
-class QPainter;
-
 /// Shows a recording's thumbnail as a slide show, one frame a second and over again, or a turning ring while the
 /// frames are still being made. A click pauses and resumes the show.
 ///
@@ -63,11 +61,11 @@ public slots:
 
 private:
     [[nodiscard]] int pixelRatio() const;
-    void paintBusyRing(QPainter &painter);
+    void paintBusyRing();
     [[nodiscard]] QPixmap generatePixmap(int size);
     /// Returns the height of what was drawn: in units when it was scaled, else in its own pixels; 10000 when nothing
     /// was.
-    int paintFrame(QPainter &painter);
+    int paintFrame();
     [[nodiscard]] const QPixmap *chooseFrame();
     [[nodiscard]] QPixmap scaledTo(const QSize &fitting, const QPixmap &frame) const;
     [[nodiscard]] QPointF placeOf(const QSize &picture) const;

@@ -3,10 +3,6 @@
 #include "tests/support/imagenumber.h"
 #include "tests/support/viewerfixture.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QSettings>
 #include <QtTest>
 
 namespace {

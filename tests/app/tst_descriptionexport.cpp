@@ -5,11 +5,7 @@
 
 #include "tests/support/testvolume.h"
 
-#include <QScopeGuard>
-#include <QTemporaryDir>
-#include <QtTest>
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-#include <QTextCodec>
 #endif
 
 using namespace quorvale;
@@ -69,7 +65,6 @@ private slots:
         QTest::newRow("month first") << 1 << "Date       : 03.05.2016";
         QTest::newRow("year first") << 2 << "Date       : 2016.03.05";
     }
-
     void text_writesTheDate_inTheChosenOrder()
     {
         QFETCH(int, dateFormat);

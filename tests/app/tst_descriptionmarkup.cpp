@@ -7,7 +7,6 @@
 #include <QTextCursor>
 #include <QTextFrame>
 #include <QTextTable>
-#include <QtTest>
 
 using namespace quorvale;
 
@@ -55,7 +54,6 @@ private slots:
         QTest::newRow("table in a table") << "<table border=1><tr><td><table width='50%'><tr><td>x</table>y</table>";
         QTest::newRow("link and picture") << "<a href=\"http://example.org/20000\">x</a><img width=100 src=\"none\">";
     }
-
     void description_isRenderedAsByQt_whereNothingIsLarge()
     {
         QFETCH(const QString, markup);
@@ -80,7 +78,6 @@ private slots:
         row("width of a column", "<table><tr><td %1>x</td></tr></table> <b>y</b>", "width=20000");
         row("line", "<p style='%1'>x</p> <b>y</b>", "line-height:20000%");
     }
-
     void length_isDropped_whereItIsLarge()
     {
         QFETCH(const QString, large);
@@ -130,7 +127,6 @@ private slots:
                                       "colspan=\"20000"})
             QTest::newRow(attribute) << QString::fromLatin1(attribute);
     }
-
     void table_staysSmall_howeverItsSpansAreWritten()
     {
         QFETCH(const QString, attribute);
@@ -156,7 +152,6 @@ private slots:
         QTest::newRow("floating") << QString("<table align=left><tr><td>").repeated(38);
         QTest::newRow("list in cells") << QString("<table><tr><td><ul><li>").repeated(43);
     }
-
     void layout_isBounded_inNestedTables()
     {
         QFETCH(const QString, opening);

@@ -9,7 +9,6 @@
 
 #include <QTextCursor>
 #include <QTextTable>
-#include <QtTest>
 
 using namespace quorvale;
 
@@ -124,7 +123,6 @@ private slots:
         for (int seed = 1; seed <= thousands; ++seed)
             QTest::addRow("a thousand, seed %d", seed) << seed;
     }
-
     void words_areThoseThatQtShows_whateverTheMarkup()
     {
         QFETCH(const int, seed);

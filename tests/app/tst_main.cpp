@@ -3,9 +3,6 @@
 #include "app/program.h"
 
 #include <QApplication>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 #include <optional>

@@ -4,8 +4,6 @@
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
-#include <QTranslator>
-#include <QtTest>
 
 class TestMainWindowForm : public QObject
 {
@@ -122,7 +120,6 @@ private slots:
         QTest::newRow("fileSizeEdit") << "fileSizeEdit" << true << QSize(0, 0) << 0;
         QTest::newRow("watchedEdit") << "watchedEdit" << true << QSize(0, 0) << 0;
     }
-
     void form_setsTheseProperties_onFields()
     {
         QFETCH(QString, name);
@@ -165,7 +162,6 @@ private slots:
         for (const QStringList &row : rows)
             QTest::newRow(qPrintable(row[0] + ' ' + row[1])) << row[0] << row[1] << row[2];
     }
-
     void form_setsTheseTexts()
     {
         QFETCH(QString, name);

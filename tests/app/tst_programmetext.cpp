@@ -1,8 +1,6 @@
 #include "app/programmetext.h"
 #include "tests/support/testclass.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {
@@ -39,7 +37,6 @@ private slots:
         QTest::newRow("123") << 123 << "123";
         QTest::newRow("negative") << -3 << "0-3";
     }
-
     void twoDigits_putsZeroBefore_upToNine()
     {
         QFETCH(int, number);
@@ -79,7 +76,6 @@ private slots:
         QTest::newRow("day before in another year") << QDate(2015, 3, 14) << march15 << "14.03.2015";
         QTest::newRow("28 February of another year") << QDate(2015, 2, 28) << QDate(2016, 3, 1) << "28.02.2015";
     }
-
     void date_isRelative_nearToday()
     {
         QFETCH(QDate, recorded);
@@ -99,7 +95,6 @@ private slots:
         QTest::newRow("next year") << -366 << true;
         QTest::newRow("thirty years ahead") << -11000 << true;
     }
-
     void date_isTheWeekday_upToSixDaysBackAndAhead()
     {
         QFETCH(int, daysBack);
@@ -117,7 +112,6 @@ private slots:
         QTest::newRow("month first") << 1 << "07.03.2016";
         QTest::newRow("year first") << 2 << "2016.07.03";
     }
-
     void date_isNumeric_inTheChosenOrder()
     {
         QFETCH(int, dateFormat);
@@ -141,7 +135,6 @@ private slots:
         QTest::newRow("30 February") << 30 << 2;
         QTest::newRow("day 256") << 256 << 3;
     }
-
     void date_isEmpty_whenItDoesNotExist()
     {
         QFETCH(int, day);
@@ -161,7 +154,6 @@ private slots:
         QTest::newRow("65535") << 65535 << "18h 12m 15s";
         QTest::newRow("cut off in the index") << -257 << "0h -4m -17s";
     }
-
     void playPosition_isTruncatedAndUnpadded()
     {
         QFETCH(int, seconds);
@@ -185,7 +177,6 @@ private slots:
         QTest::newRow("the most there is") << 2147483647 << "2.05e+03 GB";
         QTest::newRow("16.0500002 GiB, less in single precision") << 16829645 << "16 GB";
     }
-
     void fileSize_changesUnit_at1GiB()
     {
         QFETCH(int, kibibytes);

@@ -1,8 +1,6 @@
 #include "app/programmetext.h"
 #include "tests/support/testclass.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 /// Dates where the system speaks German. A process of its own: Qt reads the system's locale once.
@@ -29,7 +27,6 @@ private slots:
         QTest::newRow("tomorrow") << QDate(2016, 3, 16) << "Mittwoch";
         QTest::newRow("next Monday") << QDate(2016, 3, 21) << "Montag";
     }
-
     void date_isTheWeekday_inTheSystemsLanguage()
     {
         QFETCH(QDate, recorded);

@@ -3,9 +3,6 @@
 
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <limits>
 
 using namespace quorvale;

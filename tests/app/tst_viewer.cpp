@@ -3,10 +3,7 @@
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
-#include <QAbstractEventDispatcher>
 #include <QSignalSpy>
-#include <QTimerEvent>
-#include <QtTest>
 
 namespace {
 

@@ -6,7 +6,6 @@
 #include <QAccessible>
 #include <QHelpEvent>
 #include <QToolTip>
-#include <QtTest>
 
 namespace {
 

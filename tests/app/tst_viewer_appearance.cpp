@@ -14,7 +14,6 @@
 #include <QStyleFactory>
 #include <QTextEdit>
 #include <QTreeWidget>
-#include <QtTest>
 
 #include <algorithm>
 #include <cmath>
@@ -114,7 +113,6 @@ private slots:
         QTest::newRow("light") << QColor(250, 250, 250) << QColor(20, 20, 20);
         QTest::newRow("dark") << QColor(35, 35, 38) << QColor(240, 240, 240);
     }
-
     void texts_areReadable_withAnyColours()
     {
         QFETCH(const QColor, ground);

@@ -7,8 +7,6 @@
 
 #include <QMessageBox>
 #include <QSignalSpy>
-#include <QThread>
-#include <QtTest>
 
 class TestViewerDesktop : public QObject
 {

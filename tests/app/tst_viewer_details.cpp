@@ -3,10 +3,8 @@
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
-#include <QScopeGuard>
 #include <QScrollBar>
 #include <QTextFrame>
-#include <QtTest>
 
 class TestViewerDetails : public QObject
 {

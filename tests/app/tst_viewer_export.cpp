@@ -6,7 +6,6 @@
 
 #include <QFileDialog>
 #include <QMessageBox>
-#include <QtTest>
 
 namespace {
 
@@ -180,7 +179,6 @@ private slots:
         QTest::newRow("with all others") << 0 << -1;
         QTest::newRow("and the selection was not told") << 1 << 1;
     }
-
     void export_writesNothing_whenTheProgrammeHasGone()
     {
         QFETCH(int, programmesLeft);

@@ -3,8 +3,6 @@
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {
@@ -42,7 +40,6 @@ private slots:
         QTest::newRow("unknown") << "abc" << 0;
         QTest::newRow("empty") << "" << 0;
     }
-
     void load_understandsTheStoredOrder()
     {
         QFETCH(QString, stored);
@@ -69,7 +66,6 @@ private slots:
         QTest::newRow("1") << 1 << "mdy";
         QTest::newRow("2") << 2 << "ymd";
     }
-
     void save_writesBothValues_whenTheWindowIsDestroyed()
     {
         QFETCH(int, dateFormat);
@@ -102,7 +98,6 @@ private slots:
         QTest::newRow("other case of another order") << "YMD";
         QTest::newRow("unknown") << "abc";
     }
-
     void save_writesDayFirst_afterATextThatWasNotUnderstood()
     {
         QFETCH(QString, stored);
@@ -171,7 +166,6 @@ private slots:
         QTest::newRow("as they are") << QByteArray("/media/Jörg");
         QTest::newRow("escaped") << QByteArray("/media/J\\xf6rg");
     }
-
     void mountPoint_isRead_howeverItsLettersAreWritten()
     {
         QFETCH(QByteArray, text);

@@ -9,7 +9,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QFormLayout>
-#include <QtTest>
 
 #include <functional>
 
@@ -223,7 +222,6 @@ private slots:
         QTest::newRow("earlier this week") << 3;
         QTest::newRow("ahead") << -400;
     }
-
     void dialog_leavesTheRelativeDate_asItIs()
     {
         QFETCH(int, daysBack);

@@ -4,9 +4,6 @@
 #include "tests/support/testclass.h"
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -3,9 +3,6 @@
 
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 class TestArchivePaths : public QObject
 {
     Q_OBJECT
@@ -29,7 +26,6 @@ private slots:
         QTest::newRow("empty") << QByteArray() << QByteArray() << QByteArray("/DVR/RECSINFO/RECS.INF")
                                << QByteArray("/DVR/RECS/.ts");
     }
-
     void paths_areJoinedAsTheyAre()
     {
         QFETCH(QByteArray, device);

@@ -4,9 +4,6 @@
 #include "tests/support/recordbytes.h"
 #include "tests/support/testclass.h"
 
-#include <QTemporaryFile>
-#include <QtTest>
-
 #include <climits>
 #include <memory>
 #include <type_traits>
@@ -59,6 +56,17 @@ Programme readFrom(const QByteArray &bytes)
     const bool read = programme.read(fileHolding(bytes).get(), 0);
     [&] { QVERIFY(read); }();
     return programme;
+}
+
+// What is said of a record that cannot be read. The fields stay those of another one.
+QByteArray saidOfFailure(std::FILE *file, long offset)
+{
+    Programme programme = someProgramme();
+    CapturedOutput errors(stderr);
+    const bool read = programme.read(file, offset);
+    const QByteArray said = errors.text();
+    [&] { QVERIFY(!read && sameFields(programme, someProgramme())); }();
+    return said;
 }
 
 QVector<int> recordedAt(const Programme &programme)
@@ -145,23 +153,13 @@ private slots:
 
     void read_fails_withMessage_withoutFile()
     {
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(nullptr, 0);
-        QCOMPARE(errors.text(), QByteArray("Cannot read given file\n"));
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(nullptr, 0), QByteArray("Cannot read given file\n"));
     }
 
     void read_fails_withMessage_whenItCannotSeek()
     {
         const File file = fileHolding(RecordBytes().bytes());
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(file.get(), -1);
-        QCOMPARE(errors.text(), QByteArray("Error seeking to programme offset\n"));
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(file.get(), -1), QByteArray("Error seeking to programme offset\n"));
     }
 
     void read_fails_leavingEveryField_withAnotherSignature_data()
@@ -173,35 +171,22 @@ private slots:
         QTest::newRow("year 2048 or later") << 2 << 0x08;
         QTest::newRow("year before 1792") << 2 << 0x06;
     }
-
     void read_fails_leavingEveryField_withAnotherSignature()
     {
         QFETCH(int, offset);
         QFETCH(int, byte);
         QByteArray bytes = RecordBytes().bytes();
         bytes[offset] = static_cast<char>(byte);
-        const File file = fileHolding(bytes);
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool read = programme.read(file.get(), 0);
-        QCOMPARE(errors.text(), QByteArray());
-        QVERIFY(!read);
-        QVERIFY(sameFields(programme, someProgramme()));
+        QCOMPARE(saidOfFailure(fileHolding(bytes).get(), 0), QByteArray());
     }
 
     void read_fails_silently_pastTheEndOfFile()
     {
         const File file = fileHolding(RecordBytes().bytes());
-        Programme programme = someProgramme();
-        CapturedOutput errors(stderr);
-        const bool readAfterEnd = programme.read(file.get(), 32768);
-        const bool readFarAfterEnd = programme.read(file.get(), LONG_MAX - 32768);
-        const bool readTwoBytes = programme.read(file.get(), 32766);
-        QCOMPARE(errors.text().replace("Error seeking to programme offset\n", ""), QByteArray());
-        QVERIFY(!readAfterEnd);
-        QVERIFY(!readFarAfterEnd);
-        QVERIFY(!readTwoBytes);
-        QVERIFY(sameFields(programme, someProgramme()));
+        for (const long offset : {32768L, LONG_MAX - 32768, 32766L}) {
+            const QByteArray said = saidOfFailure(file.get(), offset);
+            QVERIFY(said.isEmpty() || said == "Error seeking to programme offset\n"); // as the system has it
+        }
     }
 
     void read_startsChannelAt43_afterFileNameOf29Bytes()
@@ -242,7 +227,6 @@ private slots:
         QTest::newRow("1025 bytes end without terminator") << QByteArray(1025, 'X') << 1025 << QByteArray("itle");
         QTest::newRow("1026 bytes leave one for the title") << QByteArray(1026, 'X') << 1025 << QByteArray("Xtle");
     }
-
     void read_doesNotSkip_afterOverlongField()
     {
         QFETCH(QByteArray, fromChannelOn);
@@ -276,7 +260,6 @@ private slots:
         QTest::newRow("zero") << 0 << 0 << 0;
         QTest::newRow("unsigned") << 0xFF << 0xFF << 65535;
     }
-
     void read_setsPlayPosition_fromMarker()
     {
         QFETCH(int, low);
@@ -308,7 +291,6 @@ private slots:
         QTest::newRow("high byte missing") << 16392 << -256 + 0x20;
         QTest::newRow("marker missing") << 16390 << 42;
     }
-
     void read_givesNegativePosition_whenFileEndsAfterMarker()
     {
         QFETCH(int, size);
@@ -353,7 +335,6 @@ private slots:
         QTest::newRow("1025, terminator left") << 1025 << 1025L;
         QTest::newRow("2000, the rest left") << 2000 << 1025L;
     }
-
     void readCString_stopsAt1025Bytes_withoutTerminator()
     {
         QFETCH(int, length);

@@ -3,9 +3,6 @@
 
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -14,6 +11,13 @@ namespace {
 std::optional<std::vector<Programme>> load(const QTemporaryDir &volume)
 {
     return readRecordingsIndex(volume.path().toStdString());
+}
+
+template <typename Index>
+std::optional<std::vector<Programme>> loaded(const Index &index)
+{
+    const QTemporaryDir volume;
+    return TestVolume::create(volume.path(), index) ? load(volume) : std::nullopt;
 }
 
 RecordBytes titled(const char *title)
@@ -73,13 +77,10 @@ private slots:
         QTest::newRow("first 32 KiB only") << 32768;
         QTest::newRow("two bytes of the signature") << 32768 + 2;
     }
-
     void load_givesAnEmptyList_fromAShortFile()
     {
         QFETCH(int, size);
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), indexBytes({RecordBytes()}).left(size)));
-        const auto programmes = load(volume);
+        const auto programmes = loaded(indexBytes({RecordBytes()}).left(size));
         QVERIFY(programmes.has_value());
         QVERIFY(programmes->empty());
     }
@@ -88,9 +89,7 @@ private slots:
     {
         RecordBytes early = titled("b");
         early.year = 2000;
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), {titled("c"), titled("a"), early}));
-        const auto programmes = load(volume);
+        const auto programmes = loaded(QList<RecordBytes>{titled("c"), titled("a"), early});
         QVERIFY(programmes.has_value());
         QCOMPARE(programmes->size(), std::size_t(3));
         QCOMPARE((*programmes)[0].title, std::string("c"));
@@ -102,17 +101,13 @@ private slots:
     {
         QByteArray index = indexBytes({titled("1"), titled("2"), titled("3"), titled("4"), titled("5")});
         index[4 * 32768 + 2] = 0x08;
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), index));
-        QCOMPARE(load(volume)->size(), std::size_t(3));
+        QCOMPARE(loaded(index)->size(), std::size_t(3));
     }
 
     void load_neverReadsTheFirst32KiB()
     {
         const QByteArray index = titled("in the first 32 KiB").bytes() + titled("record 1").bytes();
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), index));
-        const auto programmes = load(volume);
+        const auto programmes = loaded(index);
         QCOMPARE(programmes->size(), std::size_t(1));
         QCOMPARE(programmes->front().title, std::string("record 1"));
     }
@@ -143,9 +138,8 @@ private slots:
         marked.playPosition = 120;
         RecordBytes reset = titled("watched from the start");
         reset.playPosition = 0;
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), {titled("a"), marked, titled("b"), titled("c"), reset, titled("d")}));
-        const auto programmes = load(volume);
+        const auto programmes =
+            loaded(QList<RecordBytes>{titled("a"), marked, titled("b"), titled("c"), reset, titled("d")});
         QVERIFY(programmes.has_value());
         std::vector<int> positions;
         for (const Programme &programme : *programmes)
@@ -155,9 +149,7 @@ private slots:
 
     void load_readsTheLastRecord_fromATruncatedFile()
     {
-        const QTemporaryDir volume;
-        QVERIFY(TestVolume::create(volume.path(), indexBytes({titled("whole"), titled("cut")}).left(65536 + 1067 + 4)));
-        const auto programmes = load(volume);
+        const auto programmes = loaded(indexBytes({titled("whole"), titled("cut")}).left(65536 + 1067 + 4));
         QCOMPARE(programmes->size(), std::size_t(2));
         QCOMPARE(programmes->back().title, std::string("cut"));
         QCOMPARE(programmes->back().description, std::string(1025, '\xFF'));

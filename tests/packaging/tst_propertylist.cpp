@@ -1,9 +1,5 @@
 // The property list of the bundle, as the build system fills it in.
 
-#include <QFile>
-#include <QMap>
-#include <QXmlStreamReader>
-#include <QtEndian>
 #include <QtTest>
 
 namespace {

@@ -1,6 +1,6 @@
 #include "tests/platform/sessionbus.h"
 
-#include <QFile>
+#include "tests/support/files.h"
 
 SessionBus::SessionBus(const QString &folder)
     : m_folder(folder)
@@ -14,18 +14,16 @@ SessionBus::~SessionBus()
 
 bool SessionBus::start()
 {
-    QFile configuration(m_folder + QStringLiteral("/bus.conf"));
-    if (!configuration.open(QIODevice::WriteOnly))
+    const QString configuration = m_folder + QStringLiteral("/bus.conf");
+    if (!writeFile(configuration, "<busconfig><type>session</type><listen>" + address().toUtf8() +
+                                      "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow "
+                                      "send_destination=\"*\"/><allow receive_sender=\"*\"/>"
+                                      "<allow own=\"*\"/></policy></busconfig>"))
         return false;
-    configuration.write("<busconfig><type>session</type><listen>" + address().toUtf8() +
-                        "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow "
-                        "send_destination=\"*\"/><allow receive_sender=\"*\"/>"
-                        "<allow own=\"*\"/></policy></busconfig>");
-    configuration.close();
 
     QFile::remove(m_folder + QStringLiteral("/bus"));
     m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--config-file=") + configuration.fileName(), QStringLiteral("--nofork"),
+                   {QStringLiteral("--config-file=") + configuration, QStringLiteral("--nofork"),
                     QStringLiteral("--nopidfile"), QStringLiteral("--print-address")});
     return m_daemon.waitForReadyRead(); // the address: the bus listens
 }

@@ -5,9 +5,10 @@
 StandInFileManager::StandInFileManager(const QString &busAddress)
     : m_name(QUuid::createUuid().toString())
     , m_bus(QDBusConnection::connectToBus(busAddress, m_name))
-    , m_registered(m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath) &&
-                   m_bus.registerService(QStringLiteral("org.freedesktop.FileManager1")))
 {
+    if (!m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath) ||
+        !m_bus.registerService(QStringLiteral("org.freedesktop.FileManager1")))
+        qFatal("no file manager can stand in on this bus");
 }
 
 StandInFileManager::~StandInFileManager()

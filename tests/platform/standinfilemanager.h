@@ -6,7 +6,7 @@
 #include <QList>
 
 /// Stands in for the desktop's file manager on a bus: keeps every message that reaches it, whatever it is, and answers
-/// when told to.
+/// when told to. The test ends at once where it cannot take the name.
 class StandInFileManager : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -14,9 +14,6 @@ class StandInFileManager : public QDBusVirtualObject
 public:
     explicit StandInFileManager(const QString &busAddress);
     ~StandInFileManager() override;
-
-    /// False when the name could not be taken.
-    [[nodiscard]] bool isRegistered() const { return m_registered; }
 
     /// Answers message `index` of `received`: "done", or an error.
     void answer(int index) { m_bus.send(received.at(index).createReply()); }
@@ -33,5 +30,4 @@ public:
 private:
     QString m_name;
     QDBusConnection m_bus;
-    bool m_registered;
 };

@@ -45,7 +45,6 @@ private slots:
         QTest::newRow("tall") << 2 << 50;
         QTest::newRow("wide") << 50 << 2;
     }
-
     void pixmap_hasTheImagesPixels()
     {
         QFETCH(int, width);

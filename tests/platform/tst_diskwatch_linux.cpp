@@ -5,11 +5,11 @@
 #include "tests/platform/heapbytes.h"
 #include "tests/platform/privatemounts.h"
 #include "tests/support/capturedoutput.h"
+#include "tests/support/files.h"
 
 #include <QAbstractEventDispatcher>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
@@ -24,6 +24,7 @@
 namespace {
 
 constexpr int kTwoSeconds = 2000;
+constexpr int kManyRounds = 200;
 
 QByteArray whyNoMounts;
 
@@ -37,6 +38,13 @@ public:
     }
 
     int calls = 0;
+};
+
+struct Watched
+{
+    NewDiskNotifier notifier;
+    Listener listener{notifier};
+    const DiskWatch watch{&notifier};
 };
 
 /// Lets the event loop handle its sources a few times. The kernel raises its condition before a mount returns, so all
@@ -73,30 +81,26 @@ private slots:
 
     void watch_raisesTheSignal_withinTwoSecondsOfAMountAndOfAnUnmount()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
 
         Mount disk = Mount::disk(m_folder);
         QVERIFY(disk.isMounted());
-        QTRY_COMPARE_WITH_TIMEOUT(listener.calls, 1, kTwoSeconds);
+        QTRY_COMPARE_WITH_TIMEOUT(watched.listener.calls, 1, kTwoSeconds);
         QVERIFY(disk.unmount());
-        QTRY_COMPARE_WITH_TIMEOUT(listener.calls, 2, kTwoSeconds);
+        QTRY_COMPARE_WITH_TIMEOUT(watched.listener.calls, 2, kTwoSeconds);
     }
 
     void watch_raisesOneSignal_perChange()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
 
         for (int round = 0; round < 20; ++round) {
             Mount disk = Mount::disk(m_folder);
             handleWhatIsPending();
-            QCOMPARE(listener.calls, 2 * round + 1);
+            QCOMPARE(watched.listener.calls, 2 * round + 1);
             QVERIFY(disk.unmount());
             handleWhatIsPending();
-            QCOMPARE(listener.calls, 2 * round + 2);
+            QCOMPARE(watched.listener.calls, 2 * round + 2);
         }
     }
 
@@ -116,21 +120,19 @@ private slots:
             QVERIFY(copies.back()->isMounted());
         }
 
-        NewDiskNotifier notifier;
-        Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        Watched watched;
         for (int round = 0; round < 50; ++round) {
             // From another thread, so that the event loop runs while the kernel adds one line after the other.
-            listener.calls = 0;
+            watched.listener.calls = 0;
             std::unique_ptr<Mount> disk;
             std::thread mounting([&disk, &volume] { disk.reset(new Mount(Mount::disk(volume))); });
             const QDeadlineTimer deadline(kTwoSeconds);
-            while (listener.calls == 0 && !deadline.hasExpired())
+            while (watched.listener.calls == 0 && !deadline.hasExpired())
                 QCoreApplication::processEvents();
             mounting.join();
             handleWhatIsPending();
             QVERIFY(disk->isMounted());
-            QCOMPARE(listener.calls, 1);
+            QCOMPARE(watched.listener.calls, 1);
             QVERIFY(disk->unmount());
             handleWhatIsPending();
         }
@@ -138,34 +140,28 @@ private slots:
 
     void watch_raisesASignal_whenADiskCameAndWentBeforeAnybodyLooked()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
 
         Mount disk = Mount::disk(m_folder);
         QVERIFY(disk.unmount());
         handleWhatIsPending();
-        QCOMPARE(listener.calls, 1);
+        QCOMPARE(watched.listener.calls, 1);
     }
 
     void watch_isSilent_whileNothingChanges()
     {
         const Mount before = Mount::disk(m_folder);
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         handleWhatIsPending();
-        QCOMPARE(listener.calls, 0); // what was there at the start is no change
+        QCOMPARE(watched.listener.calls, 0); // what was there at the start is no change
     }
 
     void watch_letsTheEventLoopSleep_afterAChange()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         Mount disk = Mount::disk(m_folder);
         handleWhatIsPending();
-        QCOMPARE(listener.calls, 1);
+        QCOMPARE(watched.listener.calls, 1);
 
         int wakeUps = 0;
         const auto *dispatcher = QAbstractEventDispatcher::instance();
@@ -194,9 +190,7 @@ private slots:
         const QString mountPoint = m_root.filePath(QStringLiteral("volumes"));
         const QString volume = mountPoint + QStringLiteral("/RECORDER");
         QVERIFY(QDir().mkpath(recorder + QStringLiteral("/DVR/RECSINFO")) && QDir().mkpath(volume));
-        QFile index(recorder + QStringLiteral("/DVR/RECSINFO/RECS.INF"));
-        QVERIFY(index.open(QIODevice::WriteOnly));
-        index.close();
+        QVERIFY(writeFile(recorder + QStringLiteral("/DVR/RECSINFO/RECS.INF"), {}));
 
         NewDiskNotifier notifier;
         const DiskWatch watch(&notifier);
@@ -211,52 +205,26 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(devices, QStringList(), kTwoSeconds);
     }
 
-    void watch_leavesDescriptorsAndMemoryFlat_over200MountsAndUnmounts()
+    void watch_leavesDescriptorsAndMemoryFlat_overManyMountsAndUnmounts()
     {
-        constexpr int kCycles = 200;
-        NewDiskNotifier notifier;
-        Listener listener(notifier);
-        const DiskWatch watch(&notifier);
-        const auto cycle = [this] {
+        Watched watched;
+        staysFlat([this] {
             Mount disk = Mount::disk(m_folder);
             handleWhatIsPending();
-            const bool ejected = disk.unmount();
+            QVERIFY(disk.unmount());
             handleWhatIsPending();
-            return ejected;
-        };
-        QVERIFY(cycle()); // what is allocated once is allocated here
-
-        listener.calls = 0;
-        const auto descriptors = openDescriptors().size();
-        const std::size_t memory = heapBytes();
-        for (int i = 0; i < kCycles; ++i)
-            QVERIFY(cycle());
-        const std::size_t memoryAfter = heapBytes();
-
-        QCOMPARE(listener.calls, 2 * kCycles);
-        QCOMPARE(openDescriptors().size(), descriptors);
-        QVERIFY2(memoryAfter < memory + kCycles, qPrintable(QStringLiteral("%1 -> %2").arg(memory).arg(memoryAfter)));
+        });
+        QCOMPARE(watched.listener.calls, 2 * (1 + kManyRounds));
     }
 
-    void watch_leavesDescriptorsAndMemoryFlat_over200Lives()
+    void watch_leavesDescriptorsAndMemoryFlat_overManyLives()
     {
-        constexpr int kLives = 200;
         NewDiskNotifier notifier;
-        const auto live = [this, &notifier] {
+        staysFlat([this, &notifier] {
             const DiskWatch watch(&notifier);
             const Mount disk = Mount::disk(m_folder);
             handleWhatIsPending();
-        };
-        live();
-
-        const auto descriptors = openDescriptors().size();
-        const std::size_t memory = heapBytes();
-        for (int i = 0; i < kLives; ++i)
-            live();
-        const std::size_t memoryAfter = heapBytes();
-
-        QCOMPARE(openDescriptors().size(), descriptors);
-        QVERIFY2(memoryAfter < memory + kLives, qPrintable(QStringLiteral("%1 -> %2").arg(memory).arg(memoryAfter)));
+        });
     }
 
     void watch_closesItsDescriptor_inChildProcesses()
@@ -320,6 +288,20 @@ private slots:
     }
 
 private:
+    template <typename Round>
+    static void staysFlat(const Round &round)
+    {
+        round(); // what is allocated once is allocated here
+        const auto descriptors = openDescriptors().size();
+        const std::size_t memory = heapBytes();
+        for (int i = 0; i < kManyRounds; ++i)
+            round();
+        const std::size_t memoryAfter = heapBytes();
+        QCOMPARE(openDescriptors().size(), descriptors);
+        QVERIFY2(memoryAfter < memory + kManyRounds,
+                 qPrintable(QStringLiteral("%1 -> %2").arg(memory).arg(memoryAfter)));
+    }
+
     QTemporaryDir m_root;
     QString m_folder;
 };

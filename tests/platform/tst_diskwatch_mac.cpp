@@ -31,6 +31,13 @@ public:
     bool onlyOnMainThread = true;
 };
 
+struct Watched
+{
+    NewDiskNotifier notifier;
+    const Listener listener{notifier};
+    const DiskWatch watch{&notifier};
+};
+
 void deliver()
 {
     fakes::waitForCallbacks();
@@ -56,65 +63,57 @@ private slots:
 
     void watch_raisesOneSignal_perDiskThatAppearsOrDisappears()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         deliver();
-        QCOMPARE(listener.calls, 0);
+        QCOMPARE(watched.listener.calls, 0);
 
         fakes::insertDisk();
         deliver();
-        QCOMPARE(listener.calls, 1);
+        QCOMPARE(watched.listener.calls, 1);
 
         fakes::ejectDisk();
         deliver();
-        QCOMPARE(listener.calls, 2);
+        QCOMPARE(watched.listener.calls, 2);
     }
 
     void watch_raisesABurst_forTheDisksThatAreAlreadyThere()
     {
         for (int i = 0; i < 3; ++i)
             fakes::insertDisk();
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         deliver();
-        QCOMPARE(listener.calls, 3);
+        QCOMPARE(watched.listener.calls, 3);
 
         for (int i = 0; i < 3; ++i)
             fakes::ejectDisk();
         deliver();
-        QCOMPARE(listener.calls, 6);
+        QCOMPARE(watched.listener.calls, 6);
     }
 
     void watch_raisesEverySignal_whenCallbacksRunAtTheSameTime()
     {
         constexpr int kDisks = 40;
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         for (int i = 0; i < kDisks; ++i) {
             fakes::insertDisk();
             fakes::ejectDisk();
         }
         deliver();
-        QCOMPARE(listener.calls, 2 * kDisks);
-        QVERIFY(listener.onlyOnMainThread);
+        QCOMPARE(watched.listener.calls, 2 * kDisks);
+        QVERIFY(watched.listener.onlyOnMainThread);
     }
 
     void callback_isDeliveredToTheMainThreadThroughItsEventLoop()
     {
-        NewDiskNotifier notifier;
-        const Listener listener(notifier);
-        const DiskWatch watch(&notifier);
+        const Watched watched;
         const int runBefore = fakes::callbacksRun();
         fakes::insertDisk();
         fakes::waitForCallbacks();
         QCOMPARE(fakes::callbacksRun(), runBefore + 1);
-        QCOMPARE(listener.calls, 0); // it waits for the event loop
+        QCOMPARE(watched.listener.calls, 0); // it waits for the event loop
         QCoreApplication::processEvents();
-        QCOMPARE(listener.calls, 1);
-        QVERIFY(listener.onlyOnMainThread);
+        QCOMPARE(watched.listener.calls, 1);
+        QVERIFY(watched.listener.onlyOnMainThread);
         fakes::ejectDisk();
         deliver(); // before the notifier goes
     }

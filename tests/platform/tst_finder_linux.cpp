@@ -1,6 +1,7 @@
 #include "tests/platform/finderprobe.h"
 #include "tests/platform/sessionbus.h"
 #include "tests/platform/standinfilemanager.h"
+#include "tests/support/files.h"
 
 #include <QDir>
 #include <QFile>
@@ -83,13 +84,11 @@ private slots:
             "file:///d/Stra%DFe%FF%80.ts");
         row("a doubled separator", "//DVR/RECS/a.ts", "file:////DVR/RECS/a.ts");
     }
-
     void fileManager_receivesTheUri_ofAnyName()
     {
         QFETCH(QByteArray, path);
         QFETCH(QByteArray, uri);
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         probe.reveal(path);
         QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
@@ -111,7 +110,6 @@ private slots:
     void fileManager_receivesOneMessageAndNoQuestions_perCall()
     {
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         for (const char *path : {"/d/1", "/d/2", "/d/3"})
             probe.reveal(path);
@@ -131,7 +129,6 @@ private slots:
     void call_returnsBeforeTheFileManagerAnswers()
     {
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         probe.reveal("/d/1");
         QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
@@ -150,7 +147,7 @@ private slots:
     {
         DeadBus deadBus(folder("dead"));
         QVERIFY(deadBus.listens());
-        Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+        Probe probe(addressOf("dead"), folder("bin"));
         probe.reveal("/d/1");
         probe.reveal("/d/2");
         QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 2, kLongEnough);
@@ -166,7 +163,6 @@ private slots:
     void call_writesTheLogLine_withTheBytesOfThePath()
     {
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         const QByteArray path = "/d/100% \"a\" \xC3\xA9 \xFF.ts";
         probe.reveal(path);
@@ -178,7 +174,7 @@ private slots:
 
     void call_writesTheLogLine_whenThereIsNoBus()
     {
-        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        Probe probe(addressOf("nowhere"), folder("bin"));
         probe.reveal("/d/1");
         QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
         QVERIFY(probe.end());
@@ -188,7 +184,6 @@ private slots:
     void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError()
     {
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         probe.reveal("/d/shown/1.ts");
         probe.reveal("/d/not \xFFshown/2.ts");
@@ -209,7 +204,7 @@ private slots:
 
     void folder_isOpened_whenThereIsNoBus()
     {
-        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        Probe probe(addressOf("nowhere"), folder("bin"));
         probe.reveal("/d/DVR/RECS/a b.ts");
         QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
     }
@@ -223,7 +218,7 @@ private slots:
         const rlimit few{300, own.rlim_max}; // passed on to the probe
         QVERIFY(own.rlim_max > 300);
         QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
-        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        Probe probe(addressOf("nowhere"), folder("bin"));
         QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
         probe.reveal("/d/1");
         QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
@@ -244,7 +239,7 @@ private slots:
         QFile opener(folder("bin/xdg-open"));
         QVERIFY(opener.open(QIODevice::Append) && opener.write("read x < '" + life + "'\n") > 0);
         opener.close();
-        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        Probe probe(addressOf("nowhere"), folder("bin"));
         probe.reveal("/first/1");
         probe.reveal("/second/1");
         QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
@@ -257,7 +252,7 @@ private slots:
     void nothingHappens_whenThereIsNoOpenerEither()
     {
         QVERIFY(QFile::remove(folder("bin/xdg-open")));
-        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        Probe probe(addressOf("nowhere"), folder("bin"));
         QByteArray expected;
         for (int i = 0; i < 20; ++i) {
             probe.reveal("/d/1");
@@ -279,13 +274,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
 
         QVERIFY(m_bus->start());
-        StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
-        probe.reveal("/third/1");
-        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-        QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///third/1"));
-        fileManager.answer(0);
-        QVERIFY(probe.end());
+        reachesTheFileManager(probe);
         QCOMPARE(opened(), (QList<QByteArray>{"1 file:///first", "1 file:///second"}));
     }
 
@@ -300,20 +289,13 @@ private slots:
         m_bus->stop();
         QTRY_COMPARE_WITH_TIMEOUT(probe.sockets(), connected - 1, kLongEnough); // It knows that the connection is lost.
         QVERIFY(m_bus->start());
-        StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
-        probe.reveal("/second/1");
-        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-        QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///second/1"));
-        fileManager.answer(0);
-        QVERIFY(probe.end());
+        reachesTheFileManager(probe);
         QCOMPARE(opened(), QList<QByteArray>{"1 file:///first"});
     }
 
     void program_ends_whileTheFileManagerHasNotAnswered()
     {
         StandInFileManager fileManager(m_bus->address());
-        QVERIFY(fileManager.isRegistered());
         Probe probe(m_bus->address(), folder("bin"));
         probe.reveal("/d/1");
         QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
@@ -325,7 +307,7 @@ private slots:
     {
         DeadBus deadBus(folder("dead"));
         QVERIFY(deadBus.listens());
-        Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+        Probe probe(addressOf("dead"), folder("bin"));
         probe.reveal("/d/1");
         QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
         probe.closeWriteChannel();
@@ -337,13 +319,23 @@ private slots:
 private:
     [[nodiscard]] QString folder(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
 
+    void reachesTheFileManager(Probe &probe) const
+    {
+        StandInFileManager fileManager(m_bus->address());
+        probe.reveal("/last/1");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+        QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///last/1"));
+        fileManager.answer(0);
+        QVERIFY(probe.end());
+    }
+
+    /// Of a bus whose socket has that name.
+    [[nodiscard]] QString addressOf(const char *name) const { return QStringLiteral("unix:path=") + folder(name); }
+
     /// What the opener was started with, one entry each time.
     [[nodiscard]] QList<QByteArray> opened() const
     {
-        QFile log(folder("opened"));
-        if (!log.open(QIODevice::ReadOnly))
-            return {};
-        QList<QByteArray> lines = log.readAll().split('\n');
+        QList<QByteArray> lines = readFile(folder("opened")).split('\n');
         lines.removeLast(); // what follows the last line's end: nothing, or a line that is being written
         return lines;
     }
@@ -351,12 +343,9 @@ private:
     /// A stand-in for the desktop's opener, which logs what `command` says.
     [[nodiscard]] bool writeOpener(const QByteArray &command) const
     {
-        QFile opener(folder("bin/xdg-open"));
-        if (!opener.open(QIODevice::WriteOnly))
-            return false;
-        opener.write("#!/bin/sh\n" + command + " >> '" + QFile::encodeName(folder("opened")) + "'\n");
-        opener.close();
-        return opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const QByteArray log = QFile::encodeName(folder("opened"));
+        return writeFile(folder("bin/xdg-open"), "#!/bin/sh\n" + command + " >> '" + log + "'\n") &&
+               QFile::setPermissions(folder("bin/xdg-open"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;

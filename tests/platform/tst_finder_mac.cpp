@@ -78,7 +78,6 @@ private slots:
         QTest::newRow("non-ASCII, one unit") << QStringLiteral("/Volumes/disk/Stra\u00DFe.ts");
         QTest::newRow("non-ASCII, two units") << QStringLiteral("/Volumes/disk/\u20AC \U0001F4FA.ts");
     }
-
     void call_reachesTheViewerAndTheLog()
     {
         QFETCH(QString, path);

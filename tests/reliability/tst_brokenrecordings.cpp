@@ -12,7 +12,6 @@
 #include "thumbs/thumbnailscanner.h"
 
 #include <QApplication>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -98,8 +97,8 @@ private slots:
     {
         QVERIFY(dir.isValid());
         const auto add = [&](const char *name, const QStringList &encoder, bool interlaced) {
-            const QString path = makeStream(dir.path(), {QString(name) + ".ts", encoder + QStringList{"-f", "mpegts"},
-                                                         320, interlaced, true, 96, 64});
+            const QString path =
+                makeStream(dir.path(), {QString(name) + ".ts", encoder, 320, {96, 64}, {1, 1}, interlaced, true});
             QVERIFY(!path.isEmpty());
             bases.push_back({name, bytesOf(path)});
         };
@@ -129,7 +128,6 @@ private slots:
                     << int(base) << int(kind);
         }
     }
-
     void scan_endsWithinItsBound_onEveryMutant()
     {
         QFETCH(int, base);

@@ -6,9 +6,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/support/testvolume.h"
 
-#include <QDirIterator>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <sys/mount.h>

@@ -6,8 +6,6 @@
 #include "thumbs/thumbnailscanner.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class TestOnePass : public QObject
@@ -23,7 +21,6 @@ private slots:
         QTest::newRow("MPEG-2") << QStringList{"-c:v", "mpeg2video", "-b:v", "2M", "-g", "15", "-bf", "2"};
         QTest::newRow("H.264") << QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M", "-g", "25"};
     }
-
     void scan_readsOnceAndEachWantedGroupAgain()
     {
         QFETCH(const QStringList, encoder);

@@ -125,8 +125,7 @@ private:
         if (recording.isEmpty()) {
             const QTemporaryDir work;
             recording = readFile(
-                makeStream(work.path(),
-                           {"a.ts", {"-c:v", "mpeg2video", "-q:v", "31", "-f", "mpegts"}, 152, false, false, 64, 48}));
+                makeStream(work.path(), {"a.ts", {"-c:v", "mpeg2video", "-q:v", "31", "-f", "mpegts"}, 152, {64, 48}}));
         }
         QVERIFY(!recording.isEmpty());
         QList<RecordBytes> records;

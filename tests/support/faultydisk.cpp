@@ -105,6 +105,14 @@ bool mayPass(What what, const std::string &path, std::int64_t offset = -1, std::
     return error == 0;
 }
 
+// Whether a call about this path or descriptor fails; never where it is not below the folder.
+template <typename Subject>
+bool fails(What what, Subject subject, std::int64_t offset = -1, std::int64_t bytes = -1)
+{
+    const std::string known = watched(subject);
+    return !known.empty() && !mayPass(what, known, offset, bytes);
+}
+
 void noteOpened(int descriptor, const std::string &path)
 {
     const std::lock_guard lock(guard());
@@ -131,13 +139,10 @@ void noteRead(ssize_t bytes)
     counts.bytesRead += bytes;
 }
 
-bool takesMode(int flags)
+int openWatched(const char *name, const char *path, int flags, va_list more)
 {
-    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
-}
-
-int openWatched(const char *name, const char *path, int flags, mode_t mode)
-{
+    const bool takesMode = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    const mode_t mode = takesMode ? va_arg(more, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
     const std::string known = watched(path);
     if (!known.empty() && !mayPass(What::Open, known))
         return -1;
@@ -150,8 +155,7 @@ int openWatched(const char *name, const char *path, int flags, mode_t mode)
 template <typename Facts>
 int look(const char *name, const char *path, Facts *facts)
 {
-    const std::string known = watched(path);
-    if (!known.empty() && !mayPass(What::Look, known))
+    if (fails(What::Look, path))
         return -1;
     return real<int(const char *, Facts *)>(name)(path, facts);
 }
@@ -159,8 +163,7 @@ int look(const char *name, const char *path, Facts *facts)
 template <typename Offset>
 Offset seek(const char *name, int descriptor, Offset offset, int whence)
 {
-    const std::string known = watched(descriptor);
-    if (!known.empty() && !mayPass(What::Seek, known))
+    if (fails(What::Seek, descriptor))
         return -1;
     return real<Offset(int, Offset, int)>(name)(descriptor, offset, whence);
 }
@@ -272,18 +275,18 @@ int open(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
+    const int descriptor = faultydisk::openWatched("open", path, flags, arguments);
     va_end(arguments);
-    return faultydisk::openWatched("open", path, flags, mode);
+    return descriptor;
 }
 
 int open64(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = faultydisk::takesMode(flags) ? va_arg(arguments, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
+    const int descriptor = faultydisk::openWatched("open64", path, flags, arguments);
     va_end(arguments);
-    return faultydisk::openWatched("open64", path, flags, mode);
+    return descriptor;
 }
 
 FILE *fopen(const char *path, const char *mode)
@@ -315,8 +318,7 @@ size_t __fread_chk(void *buffer, size_t, size_t size, size_t count, FILE *file) 
 
 int fseek(FILE *file, long offset, int whence)
 {
-    const std::string known = faultydisk::watched(::fileno(file));
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Seek, known))
+    if (faultydisk::fails(faultydisk::What::Seek, ::fileno(file)))
         return -1;
     return faultydisk::real<int(FILE *, long, int)>("fseek")(file, offset, whence);
 }
@@ -364,16 +366,14 @@ off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
 
 int posix_fadvise(int descriptor, off_t begin, off_t bytes, int advice) noexcept
 {
-    const std::string known = faultydisk::watched(descriptor);
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+    if (faultydisk::fails(faultydisk::What::Tell, descriptor, begin, bytes))
         return errno;
     return faultydisk::real<int(int, off_t, off_t, int)>("posix_fadvise")(descriptor, begin, bytes, advice);
 }
 
 int posix_fadvise64(int descriptor, off64_t begin, off64_t bytes, int advice) noexcept
 {
-    const std::string known = faultydisk::watched(descriptor);
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Tell, known, begin, bytes))
+    if (faultydisk::fails(faultydisk::What::Tell, descriptor, begin, bytes))
         return errno;
     return faultydisk::real<int(int, off64_t, off64_t, int)>("posix_fadvise64")(descriptor, begin, bytes, advice);
 }
@@ -400,8 +400,7 @@ int lstat64(const char *path, struct stat64 *facts) noexcept
 
 int statx(int folder, const char *path, int flags, unsigned mask, struct statx *facts) noexcept
 {
-    const std::string known = faultydisk::watched(path);
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Look, known))
+    if (faultydisk::fails(faultydisk::What::Look, path))
         return -1;
     return faultydisk::real<int(int, const char *, int, unsigned, struct statx *)>("statx")(folder, path, flags, mask,
                                                                                             facts);
@@ -409,16 +408,14 @@ int statx(int folder, const char *path, int flags, unsigned mask, struct statx *
 
 int access(const char *path, int mode) noexcept
 {
-    const std::string known = faultydisk::watched(path);
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::Look, known))
+    if (faultydisk::fails(faultydisk::What::Look, path))
         return -1;
     return faultydisk::real<int(const char *, int)>("access")(path, mode);
 }
 
 DIR *opendir(const char *path)
 {
-    const std::string known = faultydisk::watched(path);
-    if (!known.empty() && !faultydisk::mayPass(faultydisk::What::List, known))
+    if (faultydisk::fails(faultydisk::What::List, path))
         return nullptr;
     return faultydisk::real<DIR *(const char *)>("opendir")(path);
 }

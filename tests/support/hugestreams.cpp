@@ -29,50 +29,19 @@ QByteArray pngChunk(const char *type, const QByteArray &content)
 
 QByteArray h264(int width, int height, int pictures)
 {
-    // Baseline profile, level 6.2, four reference pictures.
-    const QByteArray sequence = BitWriter()
-                                    .u(66, 8)
-                                    .u(0, 8)
-                                    .u(62, 8)
-                                    .ue(0)                        // number of the set
-                                    .ue(0)                        // frame numbers have four bits
-                                    .ue(2)                        // pictures come in display order
-                                    .ue(4)                        // reference pictures
-                                    .u(0, 1)                      // no gaps
-                                    .ue(unsigned(width / 16 - 1)) // size in blocks of 16
-                                    .ue(unsigned(height / 16 - 1))
-                                    .u(1, 1) // progressive
-                                    .u(1, 1)
-                                    .u(0, 1) // not cropped
-                                    .u(0, 1) // nothing about display
-                                    .nalUnit("\x67");
-    const QByteArray picture = BitWriter()
-                                   .ue(0)
-                                   .ue(0)
-                                   .u(0, 1) // variable lengths, not arithmetic
-                                   .u(0, 1)
-                                   .ue(0)
-                                   .ue(0)
-                                   .ue(0)
-                                   .u(0, 3) // no weights
-                                   .ue(0)
-                                   .ue(0)
-                                   .ue(0)
-                                   .u(0, 3)
-                                   .nalUnit("\x68");
+    // Baseline profile, level 6.2, four reference pictures, pictures in display order, progressive, not cropped.
+    BitWriter sequence;
+    sequence.u(66, 8).u(0, 8).u(62, 8).ue(0).ue(0).ue(2).ue(4).u(0, 1);
+    sequence.ue(unsigned(width / 16 - 1)).ue(unsigned(height / 16 - 1)).u(1, 1).u(1, 1).u(0, 1).u(0, 1);
+    // Variable lengths instead of arithmetic coding, no weights.
+    BitWriter picture;
+    picture.ue(0).ue(0).u(0, 1).u(0, 1).ue(0).ue(0).ue(0).u(0, 3).ue(0).ue(0).ue(0).u(0, 3);
     QByteArray stream;
     for (int number = 0; number < pictures; ++number) {
-        const QByteArray slice = BitWriter()
-                                     .ue(0)   // from the first block on
-                                     .ue(7)   // intra
-                                     .ue(0)   // of the set above
-                                     .u(0, 4) // frame number
-                                     .ue(unsigned(number % 2))
-                                     .u(0, 2) // references are kept
-                                     .ue(0)   // quantiser
-                                     .bytes(QByteArray(600, '\x5A'))
-                                     .nalUnit("\x65");
-        stream += sequence + picture + slice;
+        // Intra, from the first block on, of the sets above, frame number 0; references are kept.
+        BitWriter slice;
+        slice.ue(0).ue(7).ue(0).u(0, 4).ue(unsigned(number % 2)).u(0, 2).ue(0).bytes(QByteArray(600, '\x5A'));
+        stream += sequence.nalUnit("\x67") + picture.nalUnit("\x68") + slice.nalUnit("\x65");
     }
     return stream;
 }

@@ -3,7 +3,6 @@
 #include "tools/testpicture/numberedstream.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <cstdio>
 
@@ -32,10 +31,11 @@ QString makeStream(const QString &folder, const TestStream &stream)
     NumberedStream numbered;
     const QString path = QDir(folder).filePath(stream.fileName);
     numbered.path = path.toStdString();
-    numbered.picture = {stream.width, stream.height, ChromaFormat::Yuv420, stream.interlaced};
+    numbered.picture = {stream.size.width(), stream.size.height(), ChromaFormat::Yuv420, stream.interlaced};
     numbered.frames = stream.frames;
-    numbered.sarNumerator = stream.sarNumerator;
-    numbered.sarDenominator = stream.sarDenominator;
+    numbered.sarNumerator = stream.sampleAspect.width();
+    numbered.sarDenominator = stream.sampleAspect.height();
+    numbered.firstNumber = stream.firstNumber;
     numbered.toneFrequency = stream.sound ? 440 : 0;
     for (const QString &argument : stream.encoder)
         numbered.encoderArguments.push_back(argument.toStdString());
@@ -52,16 +52,8 @@ QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QSt
     return pathWhereMade(path, runFFmpeg(words));
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content)
 {
-    QFile file(QDir(folder).filePath(fileName));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        return {};
-    return file.fileName();
+    const QString path = QDir(folder).filePath(fileName);
+    return writeFile(path, content) ? path : QString();
 }

@@ -1,25 +1,15 @@
 #pragma once
 
+#include "tests/support/files.h"
 #include "tests/support/recordbytes.h"
 
 #include <QDir>
-#include <QFile>
-#include <QString>
 
 /// Writes recorder volumes for tests.
 namespace TestVolume {
 
-inline bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-inline QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
+using ::readFile;
+using ::writeFile;
 
 /// A file of `size` bytes that takes no room on the disk.
 inline bool writeSparseFile(const QString &path, qint64 size)

@@ -3,6 +3,7 @@
 #include "tests/support/seededrandom.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace transportmutant {
 
@@ -241,110 +242,57 @@ void changeTimeStamps(Bytes &stream, SeededRandom &random)
     }
 }
 
+// A kind that takes nothing from the other stream; `settings` are the function's own.
+template <auto damage, auto... settings>
+void alone(Bytes &stream, SeededRandom &random, const Bytes & /*other*/)
+{
+    damage(stream, random, settings...);
+}
+
+struct Damage
+{
+    Kind kind;
+    const char *name;
+    void (*apply)(Bytes &stream, SeededRandom &random, const Bytes &other);
+};
+
+constexpr Damage kDamages[] = {
+    {Kind::BitsFlipped, "bits flipped", alone<flipBits>},
+    {Kind::PacketHeadersDamaged, "packet headers damaged", alone<damagePacketHeaders>},
+    {Kind::PictureHeadersDamaged, "picture headers damaged", alone<damagePictureHeaders>},
+    {Kind::BytesBurst, "bursts of noise", alone<burst>},
+    {Kind::PacketDropped, "single packets dropped", alone<dropPackets, 1>},
+    {Kind::PacketsDropped, "packets dropped in a row", alone<dropPackets, kDroppedInARow>},
+    {Kind::PacketDoubled, "packets doubled", alone<doublePackets>},
+    {Kind::PacketsSwapped, "packets swapped", alone<swapPackets>},
+    {Kind::SegmentSplicedIn, "segment spliced in", spliceIn},
+    {Kind::SegmentMoved, "segment moved", alone<moveSegment>},
+    {Kind::SegmentRepeated, "segment repeated", alone<repeatSegment>},
+    {Kind::TruncatedBetweenUnits, "truncated between units", alone<truncateBeforePacket, true>},
+    {Kind::TruncatedInUnit, "truncated in a unit", alone<truncateBeforePacket, false>},
+    {Kind::TruncatedInPacket, "truncated in a packet", alone<truncateInPacket>},
+    {Kind::Emptied, "emptied", [](Bytes &stream, SeededRandom &, const Bytes &) { stream.clear(); }},
+    {Kind::ZeroedRun, "zeroed run", alone<zeroRun>},
+    {Kind::ErrorsMarked, "errors marked", alone<markErrors>},
+    {Kind::TimeStampsChanged, "timestamps changed", alone<changeTimeStamps>},
+};
+
+const Damage &damageOf(Kind kind)
+{
+    return *std::find_if(std::begin(kDamages), std::end(kDamages), [&](const Damage &row) { return row.kind == kind; });
+}
+
 } // namespace
 
 const char *nameOf(Kind kind)
 {
-    switch (kind) {
-    case Kind::BitsFlipped:
-        return "bits flipped";
-    case Kind::PacketHeadersDamaged:
-        return "packet headers damaged";
-    case Kind::PictureHeadersDamaged:
-        return "picture headers damaged";
-    case Kind::BytesBurst:
-        return "bursts of noise";
-    case Kind::PacketDropped:
-        return "single packets dropped";
-    case Kind::PacketsDropped:
-        return "packets dropped in a row";
-    case Kind::PacketDoubled:
-        return "packets doubled";
-    case Kind::PacketsSwapped:
-        return "packets swapped";
-    case Kind::SegmentSplicedIn:
-        return "segment spliced in";
-    case Kind::SegmentMoved:
-        return "segment moved";
-    case Kind::SegmentRepeated:
-        return "segment repeated";
-    case Kind::TruncatedBetweenUnits:
-        return "truncated between units";
-    case Kind::TruncatedInUnit:
-        return "truncated in a unit";
-    case Kind::TruncatedInPacket:
-        return "truncated in a packet";
-    case Kind::Emptied:
-        return "emptied";
-    case Kind::ZeroedRun:
-        return "zeroed run";
-    case Kind::ErrorsMarked:
-        return "errors marked";
-    case Kind::TimeStampsChanged:
-        return "timestamps changed";
-    }
-    return "";
+    return damageOf(kind).name;
 }
 
 Bytes mutate(Bytes base, Kind kind, std::uint64_t seed, const Bytes &other)
 {
     SeededRandom random(seed);
-    switch (kind) {
-    case Kind::BitsFlipped:
-        flipBits(base, random);
-        break;
-    case Kind::PacketHeadersDamaged:
-        damagePacketHeaders(base, random);
-        break;
-    case Kind::PictureHeadersDamaged:
-        damagePictureHeaders(base, random);
-        break;
-    case Kind::BytesBurst:
-        burst(base, random);
-        break;
-    case Kind::PacketDropped:
-        dropPackets(base, random, 1);
-        break;
-    case Kind::PacketsDropped:
-        dropPackets(base, random, kDroppedInARow);
-        break;
-    case Kind::PacketDoubled:
-        doublePackets(base, random);
-        break;
-    case Kind::PacketsSwapped:
-        swapPackets(base, random);
-        break;
-    case Kind::SegmentSplicedIn:
-        spliceIn(base, random, other);
-        break;
-    case Kind::SegmentMoved:
-        moveSegment(base, random);
-        break;
-    case Kind::SegmentRepeated:
-        repeatSegment(base, random);
-        break;
-    case Kind::TruncatedBetweenUnits:
-        truncateBeforePacket(base, random, true);
-        break;
-    case Kind::TruncatedInUnit:
-        truncateBeforePacket(base, random, false);
-        break;
-    case Kind::TruncatedInPacket:
-        truncateInPacket(base, random);
-        break;
-    case Kind::Emptied:
-        base.clear();
-        break;
-    case Kind::ZeroedRun:
-        zeroRun(base, random);
-        break;
-    case Kind::ErrorsMarked:
-        markErrors(base, random);
-        break;
-    case Kind::TimeStampsChanged:
-        changeTimeStamps(base, random);
-        break;
-    }
+    damageOf(kind).apply(base, random, other);
     return base;
 }
 

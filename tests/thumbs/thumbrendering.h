@@ -51,9 +51,8 @@ private:
 inline Series solidSeries(const QSize &size, const QVector<QColor> &colours, qreal ratio = 1)
 {
     Series series;
-    for (const QColor &colour : colours) {
+    for (const QColor &colour : colours)
         series.add(size, colour, ratio);
-    }
     return series;
 }
 
@@ -120,9 +119,8 @@ inline QRect paintedRect(const QImage &image)
     QRect painted;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            if (qAlpha(image.pixel(x, y)) != 0) {
+            if (qAlpha(image.pixel(x, y)) != 0)
                 painted |= QRect(x, y, 1, 1);
-            }
         }
     }
     return painted;
@@ -134,9 +132,8 @@ inline bool showsOnly(const QImage &image, const QRect &rect, const QColor &colo
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             const QColor expected = rect.contains(x, y) ? colour : QColor(Qt::transparent);
-            if (image.pixelColor(x, y) != expected) {
+            if (image.pixelColor(x, y) != expected)
                 return false;
-            }
         }
     }
     return true;
@@ -148,9 +145,8 @@ inline QPixmap slopes(const QSize &size)
 {
     QImage image(size, QImage::Format_RGB32);
     for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
+        for (int x = 0; x < size.width(); ++x)
             image.setPixel(x, y, qRgb(255 * x / (size.width() - 1), 255 * y / (size.height() - 1), 0));
-        }
     }
     return QPixmap::fromImage(image);
 }
@@ -160,9 +156,8 @@ inline int coloursIn(const QImage &image, const QRect &rect)
 {
     QSet<QRgb> colours;
     for (int y = rect.top(); y <= rect.bottom(); ++y) {
-        for (int x = rect.left(); x <= rect.right(); ++x) {
+        for (int x = rect.left(); x <= rect.right(); ++x)
             colours.insert(image.pixel(x, y));
-        }
     }
     return int(colours.size());
 }
@@ -178,9 +173,8 @@ inline bool cached(const QString &key, QPixmap *picture = nullptr)
 {
     QPixmap found;
     const bool present = QPixmapCache::find(key, &found);
-    if (picture != nullptr) {
+    if (picture != nullptr)
         *picture = found;
-    }
     return present;
 }
 
@@ -226,9 +220,8 @@ private:
     static void receive(QtMsgType type, const QMessageLogContext &context, const QString &text)
     {
         warnings += type == QtWarningMsg || type == QtCriticalMsg ? 1 : 0;
-        if (previous != nullptr) {
+        if (previous != nullptr)
             previous(type, context, text);
-        }
     }
 
     inline static int warnings = 0;

@@ -2,9 +2,6 @@
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
-#include <QMetaMethod>
-#include <QTest>
-
 #include <algorithm>
 #include <functional>
 #include <type_traits>
@@ -239,9 +236,7 @@ private slots:
 
     void setBusyFalse_doesNotPause_aRunningShow()
     {
-        Series series = solidSeries(kFrame, {Qt::red});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
         const int timer = widget.frameTimerId;
         widget.SetBusy(false);
         QCOMPARE(widget.frameTimerId, timer);

@@ -3,7 +3,6 @@
 #include "thumbs/multiframethumb.h"
 
 #include <QMouseEvent>
-#include <QTest>
 
 namespace {
 bool press(QWidget &widget, Qt::MouseButton button = Qt::LeftButton)
@@ -53,9 +52,7 @@ private slots:
 
     void timerEvent_ignores_otherTimers()
     {
-        Series series = solidSeries(kFrame, {Qt::red, Qt::green});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red, Qt::green}));
         widget.SetBusy(true);
         press(widget); // both timers run now
         tick(widget, widget.frameTimerId + widget.spinTimerId + 1);
@@ -82,13 +79,10 @@ private slots:
         QTest::newRow("middle") << int(Qt::MiddleButton);
         QTest::newRow("back") << int(Qt::BackButton);
     }
-
     void mousePress_pausesAndResumes_withAnyButton()
     {
         QFETCH(int, button);
-        Series series = solidSeries(kFrame, {Qt::red});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(kFrame, solidSeries(kFrame, {Qt::red}));
         QVERIFY(press(widget, Qt::MouseButton(button)));
         QCOMPARE(widget.frameTimerId, -1);
         QVERIFY(press(widget, Qt::MouseButton(button)));
@@ -158,7 +152,6 @@ private slots:
         QTest::newRow("no dense frames") << 2 << 0;
         QTest::newRow("no standard frames") << 0 << 2;
     }
-
     void seriesOfDifferentLengths_areNeverReadPastTheirEnds()
     {
         QFETCH(int, length1x);

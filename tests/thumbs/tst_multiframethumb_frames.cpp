@@ -3,7 +3,6 @@
 #include "thumbs/multiframethumb.h"
 
 #include <QPainter>
-#include <QTest>
 #include <QVBoxLayout>
 
 namespace {
@@ -12,9 +11,8 @@ QPixmap pattern(int width, int height)
 {
     QImage image(width, height, QImage::Format_RGB32);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
+        for (int x = 0; x < width; ++x)
             image.setPixelColor(x, y, QColor((x * 37) % 256, (y * 59) % 256, (x * y) % 256));
-        }
     }
     return QPixmap::fromImage(image);
 }
@@ -51,9 +49,7 @@ private slots:
     {
         Series series;
         const QPixmap *frame = series.add(pattern(120, 90));
-        MultiFrameThumb widget(nullptr);
-        widget.resize(160, 90);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget({160, 90}, std::move(series));
         QCOMPARE(rendered(widget), expectation({160, 90}, {0, 0}, *frame));
         QVERIFY(!heightIsFixed(widget)); // No room was taken away.
     }
@@ -69,7 +65,6 @@ private slots:
         QTest::newRow("too wide by one") << QSize(201, 100) << QSize(200, 100) << QSize(200, 99);
         QTest::newRow("too high by one") << QSize(200, 101) << QSize(200, 100) << QSize(198, 100);
     }
-
     void paint_scalesSmoothly_whereThePixelsDoNotFit()
     {
         QFETCH(QSize, frameSize);
@@ -79,9 +74,7 @@ private slots:
         const QPixmap *frame = series.add(pattern(frameSize.width(), frameSize.height()));
         const QPixmap smooth = frame->scaled(drawnSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         const QPixmap fast = frame->scaled(drawnSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-        MultiFrameThumb widget(nullptr);
-        widget.resize(widgetSize);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget(widgetSize, std::move(series));
         const QImage image = rendered(widget);
         QCOMPARE(paintedRect(image), QRect(QPoint(0, 0), drawnSize));
         QCOMPARE(image, expectation(widgetSize, {0, 0}, smooth));
@@ -92,9 +85,7 @@ private slots:
     {
         Series series;
         QPixmap *frame = series.add({160, 120}, Qt::red);
-        MultiFrameThumb widget(nullptr);
-        widget.resize(80, 60);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget({80, 60}, std::move(series));
         QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 80, 60), Qt::red));
         frame->fill(Qt::blue);
         QVERIFY(showsOnly(rendered(widget), QRect(0, 0, 80, 60), Qt::blue));
@@ -115,18 +106,13 @@ private slots:
         QTest::newRow("at the bottom right") << int(Qt::AlignRight | Qt::AlignBottom) << QSize(50, 51) << QPoint(0, 0);
         QTest::newRow("centred and more") << int(Qt::AlignCenter | Qt::AlignLeft) << QSize(50, 51) << QPoint(0, 0);
     }
-
     void paint_drawsAtTheTopLeft_unlessCentred()
     {
         QFETCH(int, alignment);
         QFETCH(QSize, frameSize);
         QFETCH(QPoint, at);
-        Series series;
-        series.add(frameSize, Qt::red);
-        MultiFrameThumb widget(nullptr);
-        widget.resize(201, 101);
+        ShownThumb widget({201, 101}, solidSeries(frameSize, {Qt::red}));
         widget.alignment = alignment;
-        widget.SetThumbs(series.pointers, series.pointers);
         QVERIFY(showsOnly(rendered(widget), QRect(at, frameSize), Qt::red));
     }
 
@@ -159,9 +145,7 @@ private slots:
         Series series;
         series.add({100, 50}, Qt::red);
         series.add({100, 100}, Qt::blue);
-        MultiFrameThumb widget(nullptr);
-        widget.resize(200, 300);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget({200, 300}, std::move(series));
         rendered(widget);
         QCOMPARE(widget.height(), 50);
         tick(widget, widget.frameTimerId);
@@ -177,9 +161,7 @@ private slots:
         Series series;
         series.add({100, 50}, Qt::red);
         series.add({100, 40}, Qt::blue);
-        MultiFrameThumb widget(nullptr);
-        widget.resize(200, 300);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget({200, 300}, std::move(series));
         rendered(widget);
         tick(widget, widget.frameTimerId);
         rendered(widget);
@@ -214,9 +196,7 @@ private slots:
     {
         Series series;
         series.add(QPixmap());
-        MultiFrameThumb widget(nullptr);
-        widget.resize(200, 300);
-        widget.SetThumbs(series.pointers, series.pointers);
+        ShownThumb widget({200, 300}, std::move(series));
         QVERIFY(paintedRect(rendered(widget)).isEmpty());
         QCOMPARE(widget.height(), 300);
         QVERIFY(!heightIsFixed(widget));

@@ -4,8 +4,6 @@
 
 #include <QConicalGradient>
 #include <QPainter>
-#include <QTest>
-#include <QtMath>
 
 #include <cmath>
 
@@ -28,10 +26,8 @@ void setTextColour(QWidget &widget, const QColor &colour)
 /// The ring's picture at its design size, 200 x 200, so that its pixels are the design's units.
 QImage designPicture(const QColor &colour, int angle)
 {
-    MultiFrameThumb widget(nullptr);
+    BusyThumb widget({800, 800});
     setTextColour(widget, colour);
-    widget.resize(800, 800);
-    widget.SetBusy(true);
     widget.spinAngle = angle;
     return rendered(widget).copy(300, 300, 200, 200);
 }
@@ -81,7 +77,6 @@ private slots:
         QTest::newRow("odd") << QSize(103, 107) << QRect(39, 41, 25, 25);
         QTest::newRow("smallest") << QSize(4, 4) << QRect(2, 2, 1, 1);
     }
-
     void ring_liesInTheMiddle_atAQuarterOfTheSmallerSide()
     {
         QFETCH(QSize, size);
@@ -101,10 +96,8 @@ private slots:
 
     void ring_turnsAboutAWholePixel_whereItsSizeIsOdd()
     {
-        MultiFrameThumb widget(nullptr);
+        BusyThumb widget({100, 60});
         setTextColour(widget, kRed);
-        widget.resize(100, 60);
-        widget.SetBusy(true);
         widget.spinAngle = 30;
         rendered(widget);
         QPixmap picture;
@@ -130,18 +123,15 @@ private slots:
         const QImage picture = designPicture(kRed, 0);
         QCOMPARE(picture.size(), QSize(200, 200));
         for (int degrees = 5; degrees < 250; degrees += 5) { // where the gradient is well above nothing
-            for (const qreal radius : {82.0, 85.0, 88.0}) {
+            for (const qreal radius : {82.0, 85.0, 88.0})
                 QVERIFY2(alphaAt(picture, degrees, radius) > 10, qPrintable(QString::number(degrees)));
-            }
-            for (const qreal radius : {0.0, 40.0, 70.0, 78.0, 92.0, 99.0}) {
+            for (const qreal radius : {0.0, 40.0, 70.0, 78.0, 92.0, 99.0})
                 QCOMPARE(alphaAt(picture, degrees, radius), 0);
-            }
         }
         // At nine o'clock the stroke covers the pixels 10 to 19, but for what the curve takes from their corners.
         QCOMPARE(qAlpha(picture.pixel(9, 99)), 0);
-        for (int x = 10; x < 20; ++x) {
+        for (int x = 10; x < 20; ++x)
             QVERIFY(std::abs(qAlpha(picture.pixel(x, 99)) - expectedAlpha(180)) <= 5);
-        }
         QVERIFY(qAlpha(picture.pixel(20, 99)) <= 2);
         QCOMPARE(qAlpha(picture.pixel(21, 99)), 0);
     }
@@ -149,11 +139,9 @@ private slots:
     void ring_fadesCounterClockwise_fromItsHead_data()
     {
         QTest::addColumn<int>("angle");
-        for (int angle = 0; angle < 360; angle += 30) {
+        for (int angle = 0; angle < 360; angle += 30)
             QTest::newRow(qPrintable(QString::number(angle))) << angle;
-        }
     }
-
     void ring_fadesCounterClockwise_fromItsHead()
     {
         QFETCH(int, angle);

@@ -108,7 +108,6 @@ private slots:
         QTest::newRow("even") << QSize(60, 44);
         QTest::newRow("odd") << QSize(61, 45);
     }
-
     void scaledFrame_hasEveryPixelOfItsPlace()
     {
         QFETCH(QSize, size);
@@ -160,7 +159,6 @@ private slots:
         QTest::newRow("no dense frames") << 2 << 0;
         QTest::newRow("no standard frames") << 0 << 2;
     }
-
     void series_areNeverReadPastTheirEnds()
     {
         QFETCH(int, length1x);

@@ -2,10 +2,6 @@
 #include "tests/thumbs/thumbrendering.h"
 #include "thumbs/multiframethumb.h"
 
-#include <QAbstractEventDispatcher>
-#include <QSet>
-#include <QTest>
-
 #include <algorithm>
 
 namespace {
@@ -14,9 +10,8 @@ QVector<int> intervals(QWidget &widget)
 {
     QVector<int> found;
     const auto timers = QAbstractEventDispatcher::instance()->registeredTimers(&widget);
-    for (const auto &timer : timers) {
+    for (const auto &timer : timers)
         found.append(timer.interval);
-    }
     std::sort(found.begin(), found.end());
     return found;
 }
@@ -58,12 +53,10 @@ public:
 protected:
     bool eventFilter(QObject * /*watched*/, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint) {
+        if (event->type() == QEvent::Paint)
             painted.insert(widget.spinAngle);
-        }
-        if (event->type() == QEvent::Timer && static_cast<QTimerEvent *>(event)->timerId() == widget.spinTimerId) {
+        if (event->type() == QEvent::Timer && static_cast<QTimerEvent *>(event)->timerId() == widget.spinTimerId)
             ticks.append(widget.spinAngle);
-        }
         return false;
     }
 
@@ -175,9 +168,8 @@ private slots:
         const QSet<int> all{0, 30, 60, 90, 120, 150, 180, 210, 240, 270, 300, 330};
         QTRY_COMPARE(notes.painted, all);
         QTRY_VERIFY(notes.ticks.size() >= 13);
-        for (int i = 0; i < notes.ticks.size(); ++i) {
+        for (int i = 0; i < notes.ticks.size(); ++i)
             QCOMPARE(notes.ticks[i], 30 * i % 360);
-        }
     }
 
     void spinTimer_onlyRepaints_afterSetBusyFalse()

@@ -5,8 +5,6 @@
 #include "tests/thumbs/expectedrgb.h"
 #include "video/bridgeimage.h"
 
-#include <QtTest>
-
 #include <array>
 #include <memory>
 #include <random>

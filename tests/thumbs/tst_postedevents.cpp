@@ -6,11 +6,6 @@
 #include "tests/support/processfacts.h"
 #include "tests/support/seenqueues.h"
 
-#include <QPointer>
-#include <QSemaphore>
-#include <QSocketNotifier>
-#include <QThread>
-#include <QTimer>
 #include <QtTest>
 
 #include <memory>

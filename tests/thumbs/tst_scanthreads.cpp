@@ -5,11 +5,9 @@
 #include "tests/support/processfacts.h"
 #include "tests/support/receivers.h"
 #include "tests/support/seenqueues.h"
+#include "tests/support/teststreams.h"
 #include "thumbs/thumbnailscanner.h"
-#include "tools/testpicture/numberedstream.h"
 
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -37,14 +35,9 @@ class TestScanThreads : public QObject
 private slots:
     void initTestCase()
     {
-        NumberedStream stream;
-        m_recording = m_directory.filePath("recording.ts");
-        stream.path = m_recording.toStdString();
-        stream.picture = {160, 120, ChromaFormat::Yuv420, false};
-        stream.frames = 30;
-        stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-        const ProcessEnd encoded = encodeNumberedStream(stream);
-        QVERIFY2(encoded.ok(), encoded.errors.c_str());
+        m_recording =
+            makeStream(m_directory.path(), {"recording.ts", {"-c:v", "mpeg2video", "-q:v", "8"}, 30, {160, 120}});
+        QVERIFY(!m_recording.isEmpty());
     }
 
     void end_succeeds_withoutScans() { QVERIFY(ScanThreads::instance().end(0)); }

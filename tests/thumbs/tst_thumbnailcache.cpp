@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "thumbs/thumbnailcache.h"
 
-#include <QtTest>
-
 namespace {
 
 // A pixmap that says when it is deleted.

@@ -1,16 +1,12 @@
 #include "tests/support/capturedoutput.h"
+#include "tests/support/teststreams.h"
 #include "thumbs/thumbnailscanner.h"
-#include "tools/testpicture/numberedstream.h"
 
 #include <QApplication>
 #include <QCommonStyle>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <memory>
-
-using namespace quorvale;
 
 namespace {
 
@@ -18,7 +14,7 @@ namespace {
 struct LateScan
 {
     bool isClosing = QCoreApplication::instance() && QCoreApplication::closingDown();
-    std::string problem = "not run";
+    QString recording; // empty where it could not be made
     QStringList files;
     int pixmaps = 0;
     QByteArray errors;
@@ -28,23 +24,17 @@ LateScan scanLate()
 {
     LateScan late;
     const QTemporaryDir dir;
-    NumberedStream stream;
-    stream.path = dir.filePath("recording.ts").toStdString();
-    stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-    stream.frames = 20;
-    stream.encoderArguments = {"-c:v", "mpeg2video", "-f", "mpegts"};
-    late.problem = encodeNumberedStream(stream).errors;
-
+    late.recording = makeStream(dir.path(), {"recording.ts", {"-c:v", "mpeg2video"}, 20});
     CapturedOutput capture(stderr);
     // One call: by now nothing delivers the one that it posts.
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         ThumbnailScanner scanner;
-        scanner.files = QStringList{dir.filePath("recording.ts")};
+        scanner.files = QStringList{late.recording};
         scanner.firstFrame = 3;
         QObject::connect(
             &scanner, &ThumbnailScanner::gotThumbs,
             [&late](const QString &file, const QVector<QPixmap *> &small, const QVector<QPixmap *> &large) {
-                late.files << file.section('/', -1);
+                late.files << file;
                 late.pixmaps += int(small.size() + large.size());
             });
         scanner.process();
@@ -82,8 +72,8 @@ private slots:
 private:
     static void makesNoPixmaps(const LateScan &late)
     {
-        QCOMPARE(late.problem, std::string());
-        QCOMPARE(late.files, QStringList{"recording.ts"});
+        QVERIFY(!late.recording.isEmpty());
+        QCOMPARE(late.files, QStringList{late.recording});
         QCOMPARE(late.pixmaps, 0);
         QCOMPARE(late.errors, QByteArray());
     }

@@ -1,10 +1,8 @@
 #include "tests/support/faultydisk.h"
+#include "tests/support/teststreams.h"
 #include "tests/thumbs/scanrun.h"
-#include "tools/testpicture/numberedstream.h"
 #include "video/ffmpeg/readahead.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -55,13 +53,8 @@ private:
 private slots:
     void initTestCase()
     {
-        NumberedStream stream;
-        stream.path = folder.filePath("0.ts").toStdString();
-        stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-        stream.frames = 820;
-        stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "4", "-f", "mpegts", "-muxrate", "4M"};
-        QCOMPARE(encodeNumberedStream(stream).errors, std::string());
-        files = QStringList{folder.filePath("0.ts"), folder.filePath("1.ts")};
+        const QStringList encoder{"-c:v", "mpeg2video", "-q:v", "4", "-muxrate", "4M"};
+        files = QStringList{makeStream(folder.path(), {"0.ts", encoder, 820}), folder.filePath("1.ts")};
         QVERIFY(QFile::copy(files.at(0), files.at(1)));
         QVERIFY(QFile(files.at(0)).size() > 10 * kBytesAhead);
     }

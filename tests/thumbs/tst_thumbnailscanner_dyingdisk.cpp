@@ -1,15 +1,9 @@
 #include "tests/platform/privatemounts.h"
 #include "tests/support/readhook.h"
+#include "tests/support/teststreams.h"
 #include "tests/thumbs/scanrun.h"
 #include "thumbs/scanthreads.h"
-#include "tools/testpicture/numberedstream.h"
 
-#include <QDir>
-#include <QFile>
-#include <QPointer>
-#include <QSemaphore>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <cerrno>
@@ -20,18 +14,6 @@ using namespace quorvale;
 namespace {
 
 QByteArray whyNoMounts;
-
-std::string encode(const QString &path, int frames)
-{
-    NumberedStream stream;
-    stream.path = path.toStdString();
-    stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-    stream.frames = frames;
-    // So many bytes that opening, which reads 5 MB of packets, does not come near the middle.
-    stream.videoFilters = "noise=alls=9:allf=t";
-    stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "2", "-g", "2", "-f", "mpegts", "-muxrate", "12M"};
-    return encodeNumberedStream(stream).errors;
-}
 
 const Numbers kAll = {100, 300, 500, 700};
 
@@ -49,8 +31,10 @@ private slots:
     void initTestCase()
     {
         QVERIFY(dir.isValid());
-        original = dir.filePath("original.ts");
-        QCOMPARE(encode(original, 720), std::string());
+        // So many bytes that opening, which reads 5 MB of packets, does not come near the middle.
+        const QString encoder = "-vf noise=alls=9:allf=t -c:v mpeg2video -q:v 2 -g 2 -muxrate 12M";
+        original = makeStream(dir.path(), {"original.ts", words(encoder), 720});
+        QVERIFY(QFileInfo(original).size() > 12 << 20);
     }
 
     void init()
@@ -71,22 +55,14 @@ private slots:
         fill(2);
         const ReadHook hook(files.at(0), middle(), end(),
                             [&] { return QFile::resize(files.at(0), 1000) ? 0 : EINVAL; });
-        const ScanResult result = scan();
-        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
-        QCOMPARE(result.errors, kUnreadable);
-        QCOMPARE(numbersIn(result.series.at(0).large), kBeforeTheMiddle);
-        QCOMPARE(numbersIn(result.series.at(1).large), kAll);
+        keepsHalfOfTheFirst();
     }
 
     void scan_keepsWhatItGot_whenTheDiskFailsInTheMiddleOfAFile()
     {
         fill(2);
         const ReadHook hook(files.at(0), middle(), end(), [] { return EIO; });
-        const ScanResult result = scan();
-        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
-        QCOMPARE(result.errors, kUnreadable);
-        QCOMPARE(numbersIn(result.series.at(0).large), kBeforeTheMiddle);
-        QCOMPARE(numbersIn(result.series.at(1).large), kAll);
+        keepsHalfOfTheFirst();
     }
 
     void scan_reportsAFileAsMissing_whenTheDiskFailsAtItsBeginning()
@@ -190,6 +166,15 @@ private:
         ThumbnailScanner scanner;
         setUp(scanner);
         return runScan(scanner);
+    }
+
+    void keepsHalfOfTheFirst() const
+    {
+        const ScanResult result = scan();
+        QCOMPARE(result.events, (QStringList{"gotThumbs " + files.at(0), "gotThumbs " + files.at(1), "finished"}));
+        QCOMPARE(result.errors, kUnreadable);
+        QCOMPARE(numbersIn(result.series.at(0).large), kBeforeTheMiddle);
+        QCOMPARE(numbersIn(result.series.at(1).large), kAll);
     }
 
     void completesOnlyTheFirst() const

@@ -7,9 +7,6 @@
 #include "thumbs/thumbnailsize.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 struct Expected
@@ -88,7 +85,7 @@ private slots:
     void initTestCase()
     {
         const auto add = [&](const QString &name, const QStringList &encoder) {
-            paths[name] = makeStream(folder.path(), {name, encoder, 330, false, false, 160, 128});
+            paths[name] = makeStream(folder.path(), {name, encoder, 330, {160, 128}});
             QVERIFY(!paths[name].isEmpty());
         };
         add("mpeg2.ts", {"-c:v", "mpeg2video", "-q:v", "4", "-g", "12", "-bf", "2"});

@@ -1,12 +1,7 @@
 #include "tests/support/testclass.h"
+#include "tests/support/teststreams.h"
 #include "tests/thumbs/rawpicture.h"
 #include "tests/thumbs/scanrun.h"
-#include "tools/testpicture/numberedstream.h"
-
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <sys/stat.h>
 
@@ -23,21 +18,6 @@ constexpr bool kSanitized = false;
 #endif
 
 namespace {
-
-std::string encode(const QString &path, int frames, std::vector<std::string> encoder)
-{
-    NumberedStream stream;
-    stream.path = path.toStdString();
-    stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-    stream.frames = frames;
-    stream.encoderArguments = std::move(encoder);
-    return encodeNumberedStream(stream).errors;
-}
-
-QString sample(const char *name)
-{
-    return QStringLiteral(QUORVALE_SAMPLES_DIR "/") + name;
-}
 
 // Bytes that the C library has handed out and not got back.
 std::size_t bytesInUse()
@@ -60,11 +40,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY(dir.isValid());
-        longFile = dir.filePath("long.ts");
-        tinyFile = dir.filePath("tiny.ts");
-        QCOMPARE(encode(longFile, 780, {"-c:v", "libx264", "-preset", "ultrafast", "-crf", "30", "-f", "mpegts"}),
-                 std::string());
-        QCOMPARE(encode(tinyFile, 8, {"-c:v", "mpeg2video", "-q:v", "10", "-f", "mpegts"}), std::string());
+        longFile = makeStream(dir.path(), {"long.ts", {"-c:v", "libx264", "-preset", "ultrafast", "-crf", "30"}, 780});
+        tinyFile = makeStream(dir.path(), {"tiny.ts", {"-c:v", "mpeg2video", "-q:v", "10"}, 8});
+        QVERIFY(!longFile.isEmpty() && !tinyFile.isEmpty());
     }
 
     void scan_reportsAFileWithoutVideoAsMissing_andGoesOn_data()
@@ -80,11 +58,8 @@ private slots:
     void scan_reportsAFileWithoutVideoAsMissing_andGoesOn()
     {
         QFETCH(QByteArray, content);
-        const QString path = dir.filePath("odd.ts");
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(content), qint64(content.size()));
-        file.close();
+        const QString path = writeFile(dir.path(), "odd.ts", content);
+        QVERIFY(!path.isEmpty());
         const ScanResult result = runScan({path, tinyFile}, 2, 900);
         QCOMPARE(result.events, (QStringList{"missingVideo " + path, "gotThumbs " + tinyFile, "finished"}));
         QCOMPARE(numbersIn(result.series.at(0).large), (Numbers{2}));
@@ -115,10 +90,9 @@ private slots:
 
     void scan_reportsARadioRecordingAsMissing()
     {
-        const QString radio = dir.filePath("radio.ts");
-        const ProcessEnd made = runFFmpeg({"-v", "error", "-nostdin", "-f", "lavfi", "-i", "sine=duration=2", "-c:a",
-                                           "mp2", "-f", "mpegts", radio.toStdString()});
-        QVERIFY2(made.ok(), made.errors.c_str());
+        const QString radio =
+            makeWithFFmpeg(dir.path(), "radio.ts", {"-f", "lavfi", "-i", "sine=duration=2", "-c:a", "mp2"});
+        QVERIFY(!radio.isEmpty());
         QCOMPARE(runScan(QStringList{radio}).events, (QStringList{"missingVideo " + radio, "finished"}));
     }
 
@@ -139,20 +113,15 @@ private slots:
     void scan_survivesDamage_inTheMiddleOfAFile()
     {
         const QString path = dir.filePath("damaged.ts");
-        QVERIFY(QFile::copy(longFile, path));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = readFile(longFile);
         quint32 noise = 20240229;
-        for (qint64 at = file.size() / 4; at < file.size(); at += 5003) {
-            QVERIFY(file.seek(at));
-            QByteArray garbage;
+        for (int at = int(bytes.size()) / 4; at + 40 < bytes.size(); at += 5003) {
             for (int i = 0; i < 40; ++i) {
                 noise = noise * 1664525 + 1013904223;
-                garbage.append(char(noise >> 24));
+                bytes[at + i] = char(noise >> 24);
             }
-            file.write(garbage);
         }
-        file.close();
+        QVERIFY(writeFile(path, bytes));
         const ScanResult result = runScan({path, tinyFile});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "gotThumbs " + tinyFile, "finished"}));
         const ScannedSeries &series = result.series.at(0);
@@ -186,11 +155,8 @@ private slots:
 
     void scan_ofAThousandUnreadableFiles_needsNoMemoryForThem()
     {
-        const QString zeros = dir.filePath("zeros.ts");
-        QFile file(zeros);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(10000, '\0'));
-        file.close();
+        const QString zeros = writeFile(dir.path(), "zeros.ts", QByteArray(10000, '\0'));
+        QVERIFY(!zeros.isEmpty());
         QStringList files;
         for (int i = 0; i < 500; ++i)
             files << zeros << dir.filePath(QStringLiteral("absent%1.ts").arg(i));
@@ -207,8 +173,8 @@ private slots:
 
     void scan_takesFivePictures_ofARealRecording()
     {
-        const QString path = sample("h264-234p-61s-truncated.ts");
-        if (!QFile::exists(path))
+        const QString path = samplePath("h264-234p-61s-truncated.ts").value_or(QString());
+        if (path.isEmpty())
             QSKIP("needs the real captures");
         const ScanResult result = runScan(QStringList{path});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
@@ -221,8 +187,8 @@ private slots:
 
     void scan_showsARealRecording_inItsDisplaysShape()
     {
-        const QString path = sample("mpeg2-704x576i-16x11-subs.ts");
-        if (!QFile::exists(path))
+        const QString path = samplePath("mpeg2-704x576i-16x11-subs.ts").value_or(QString());
+        if (path.isEmpty())
             QSKIP("needs the real captures");
         const ScanResult result = runScan(QStringList{path}, 60, 900);
         QCOMPARE(result.errors, QByteArray());
@@ -246,8 +212,8 @@ private slots:
     {
         QFETCH(QString, name);
         QFETCH(QByteArray, errors);
-        const QString path = sample(qPrintable(name));
-        if (!QFile::exists(path))
+        const QString path = samplePath(name).value_or(QString());
+        if (path.isEmpty())
             QSKIP("needs the real captures");
         const ScanResult result = runScan(QStringList{path});
         QCOMPARE(result.events, (QStringList{"gotThumbs " + path, "finished"}));
@@ -257,9 +223,11 @@ private slots:
 
     void scan_reportsRealStreamsWithoutVideo_asMissing()
     {
-        const QStringList files{sample("radio-mp2-12s-damaged.ts"), sample("epg-only-no-av.ts")};
-        if (!QFile::exists(files.at(0)) || !QFile::exists(files.at(1)))
+        const auto radio = samplePath("radio-mp2-12s-damaged.ts");
+        const auto guide = samplePath("epg-only-no-av.ts");
+        if (!radio || !guide)
             QSKIP("needs the real captures");
+        const QStringList files{*radio, *guide};
         QCOMPARE(runScan(files).events,
                  (QStringList{"missingVideo " + files.at(0), "missingVideo " + files.at(1), "finished"}));
     }

@@ -3,9 +3,6 @@
 #include "tests/thumbs/scanrun.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 using namespace quorvale;
 
 using Arguments = std::vector<std::string>;

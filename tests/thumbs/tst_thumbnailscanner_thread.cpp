@@ -1,11 +1,7 @@
 #include "tests/support/seenqueues.h"
+#include "tests/support/teststreams.h"
 #include "tests/thumbs/scanrun.h"
-#include "tools/testpicture/numberedstream.h"
 
-#include <QPointer>
-#include <QSemaphore>
-#include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <atomic>
@@ -66,15 +62,11 @@ private slots:
         qRegisterMetaType<QVector<QPixmap *>>("QVector<QPixmap *>");
         QVERIFY(dir.isValid());
         for (int i = 0; i < 3; ++i) {
-            NumberedStream stream;
-            files << dir.filePath(QStringLiteral("%1.ts").arg(i));
-            stream.path = files.last().toStdString();
-            stream.picture = {320, 240, ChromaFormat::Yuv420, false};
-            stream.frames = 180; // so many that pictures are decoded ahead
+            // So many pictures that some are decoded ahead.
+            TestStream stream{QStringLiteral("%1.ts").arg(i), {"-c:v", "mpeg2video", "-q:v", "8"}, 180};
             stream.firstNumber = 1000U * unsigned(i);
-            stream.encoderArguments = {"-c:v", "mpeg2video", "-q:v", "8", "-f", "mpegts"};
-            const ProcessEnd encoded = encodeNumberedStream(stream);
-            QVERIFY2(encoded.ok(), encoded.errors.c_str());
+            files << makeStream(dir.path(), stream);
+            QVERIFY(!files.last().isEmpty());
         }
     }
 
@@ -83,9 +75,7 @@ private slots:
         window = std::make_unique<Window>();
         thread = std::make_unique<QThread>();
         scanner = new ThumbnailScanner;
-        scanner->files = files;
-        scanner->firstFrame = 40;
-        scanner->frameStep = 30;
+        setUp(*scanner);
         scanner->moveToThread(thread.get());
         QVERIFY(connect(thread.get(), SIGNAL(started()), scanner, SLOT(process())));
         QVERIFY(connect(scanner, SIGNAL(gotThumbs(QString, QVector<QPixmap *>, QVector<QPixmap *>)), window.get(),
@@ -151,9 +141,7 @@ private slots:
         for (int turns = 0; turns < 12; ++turns) {
             ThumbnailScanner halted;
             QThread scanThread; // ends first
-            halted.files = files;
-            halted.firstFrame = 40;
-            halted.frameStep = 30;
+            setUp(halted);
             halted.moveToThread(&scanThread);
             Window receiver;
             connect(&scanThread, &QThread::started, &halted, &ThumbnailScanner::process);
@@ -217,6 +205,13 @@ private slots:
     }
 
 private:
+    void setUp(ThumbnailScanner &whole) const
+    {
+        whole.files = files;
+        whole.firstFrame = 40;
+        whole.frameStep = 30;
+    }
+
     struct Hold
     {
         QSemaphore sent;

@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "thumbs/thumbnailsize.h"
 
-#include <QtTest>
-
 #include <limits>
 
 using namespace quorvale;

@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tools/testpicture/blockcode.h"
 
-#include <QtTest>
-
 #include <vector>
 
 using namespace quorvale;

@@ -3,9 +3,6 @@
 #include "tools/sampledisk/options.h"
 #include "tools/sampledisk/recordingencoder.h"
 
-#include <QDate>
-#include <QtTest>
-
 #include <algorithm>
 #include <set>
 

@@ -1,10 +1,6 @@
+#include "tests/support/files.h"
 #include "tests/support/testclass.h"
 #include "tools/sampledisk/indexwriter.h"
-
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <functional>
 #include <stdexcept>
@@ -41,8 +37,7 @@ class TestIndexWriter : public QObject
     {
         const QString path = m_dir.filePath("RECS.INF");
         writeIndex(path.toStdString(), records);
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return readFile(path);
     }
 
 private slots:
@@ -56,17 +51,12 @@ private slots:
         const auto put = [&expected](int offset, const QByteArray &bytes) {
             expected.replace(kBlock + offset, bytes.size(), bytes);
         };
-        put(0, QByteArray::fromHex("5201"
-                                   "07ea"
-                                   "0a"
-                                   "14"
-                                   "140f3b"));
+        put(0, QByteArray::fromHex("5201 07ea 0a 14 140f3b"));
         put(13, "REC_0001");
         put(43, "Channel");
         put(1067, "Title");
         put(2091, "<b>Text</b>");
-        put(16390, QByteArray::fromHex("6a"
-                                       "100e"));
+        put(16390, QByteArray::fromHex("6a 100e"));
         QCOMPARE(written({record}), expected);
     }
 
@@ -130,9 +120,7 @@ private slots:
             IndexRecord record = plainRecord();
             mistake(record);
             QVERIFY_EXCEPTION_THROWN(written({plainRecord(), record}), std::runtime_error);
-            QFile file(m_dir.filePath("RECS.INF"));
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            QCOMPARE(file.readAll(), before);
+            QCOMPARE(readFile(m_dir.filePath("RECS.INF")), before);
         }
     }
 

@@ -1,11 +1,7 @@
 #include "tests/support/testclass.h"
 #include "tools/testpicture/keptstreams.h"
 
-#include "tests/support/testvolume.h"
-
-#include <QDateTime>
-#include <QTemporaryDir>
-#include <QtTest>
+#include "tests/support/files.h"
 
 #include <memory>
 
@@ -29,9 +25,9 @@ private slots:
     void stream_isMadeOnce()
     {
         // What is found in the kept file's place is given out: nobody makes it again.
-        QVERIFY(TestVolume::writeFile(path("kept/" + kept().first()), "as kept"));
+        QVERIFY(writeFile(path("kept/" + kept().first()), "as kept"));
         QVERIFY(encodeNumberedStream(stream("second.ts")).ok());
-        QCOMPARE(TestVolume::readFile(path("second.ts")), QByteArray("as kept"));
+        QCOMPARE(readFile(path("second.ts")), QByteArray("as kept"));
         QCOMPARE(kept().size(), 1);
     }
 
@@ -50,7 +46,6 @@ private slots:
         QTest::newRow("another container") << 3 << 0 << 0 << "2"
                                            << "other.mkv";
     }
-
     void stream_isMadeAnew_whereAnythingElseIsWanted()
     {
         QFETCH(const int, frames);
@@ -73,14 +68,14 @@ private slots:
 
     void stream_staysAsItWas_whateverBecomesOfACopy()
     {
-        const QByteArray made = TestVolume::readFile(path("first.ts"));
+        const QByteArray made = readFile(path("first.ts"));
         QVERIFY(made.size() > 188);
         QVERIFY(encodeNumberedStream(stream("second.ts")).ok());
         QFile changed(path("second.ts"));
         QVERIFY(changed.open(QIODevice::ReadWrite) && changed.write("damaged") == 7);
         changed.close();
         QVERIFY(encodeNumberedStream(stream("second.ts")).ok()); // It is replaced, too.
-        QCOMPARE(TestVolume::readFile(path("second.ts")), made);
+        QCOMPARE(readFile(path("second.ts")), made);
     }
 
     void use_renewsTheTimeOfAKeptFile()

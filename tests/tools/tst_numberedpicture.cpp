@@ -4,8 +4,6 @@
 #include "tools/testpicture/blockcode.h"
 #include "tools/testpicture/digits.h"
 
-#include <QtTest>
-
 #include <algorithm>
 #include <set>
 #include <vector>

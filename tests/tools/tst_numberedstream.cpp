@@ -1,19 +1,29 @@
 #include "tests/support/testclass.h"
 #include "tools/testpicture/numberedstream.h"
 
+#include "tests/support/files.h"
 #include "tests/tools/decodedluma.h"
 #include "tests/tools/probe.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 using namespace quorvale;
 
 using Arguments = std::vector<std::string>;
 Q_DECLARE_METATYPE(NumberedStream)
 
+namespace {
+
 constexpr int kPictures = 40;
+
+NumberedStream streamAt(const QString &path, int frames, Arguments encoder)
+{
+    NumberedStream stream;
+    stream.path = path.toStdString();
+    stream.frames = frames;
+    stream.encoderArguments = std::move(encoder);
+    return stream;
+}
+
+} // namespace
 
 class TestNumberedStream : public QObject
 {
@@ -24,12 +34,10 @@ private slots:
     {
         QTest::addColumn<NumberedStream>("stream");
         const auto add = [](const char *name, PictureFormat picture, Arguments encoder) {
-            NumberedStream stream;
+            encoder.insert(encoder.end(), {"-f", "mpegts"});
+            NumberedStream stream = streamAt({}, kPictures, std::move(encoder));
             stream.picture = picture;
-            stream.frames = kPictures;
             stream.firstNumber = 65520; // the number wraps in the middle
-            stream.encoderArguments = std::move(encoder);
-            stream.encoderArguments.insert(stream.encoderArguments.end(), {"-f", "mpegts"});
             QTest::newRow(name) << stream;
         };
         const PictureFormat progressive{416, 234, ChromaFormat::Yuv420, false};
@@ -63,11 +71,9 @@ private slots:
     void encode_writesBPictures_betweenPictures()
     {
         const QTemporaryDir dir;
-        NumberedStream stream;
-        stream.path = dir.filePath("stream.ts").toStdString();
+        NumberedStream stream =
+            streamAt(dir.filePath("stream.ts"), 50, {"-c:v", "libx264", "-preset", "veryfast", "-f", "mpegts"});
         stream.picture = {416, 234, ChromaFormat::Yuv420, false};
-        stream.frames = 50;
-        stream.encoderArguments = {"-c:v", "libx264", "-preset", "veryfast", "-f", "mpegts"};
         QVERIFY(encodeNumberedStream(stream).ok());
         const QByteArray types = ffprobe(dir.filePath("stream.ts"), {"-show_entries", "frame=pict_type"});
         QVERIFY2(types.count("=I") >= 1 && types.count("=P") > 5 && types.count("=B") > 5, types);
@@ -77,16 +83,13 @@ private slots:
     {
         const QTemporaryDir dir;
         const QString path = dir.filePath("a strange: name.ts");
-        NumberedStream stream;
-        stream.path = path.toStdString();
+        NumberedStream stream = streamAt(path, 45, {"-c:v", "mpeg2video", "-b:v", "4M", "-c:a", "mp2", "-f", "mpegts"});
         stream.picture = {704, 576, ChromaFormat::Yuv420, true};
-        stream.frames = 45;
         stream.fpsNumerator = 30000;
         stream.fpsDenominator = 1001;
         stream.sarNumerator = 16;
         stream.sarDenominator = 11;
         stream.toneFrequency = 440;
-        stream.encoderArguments = {"-c:v", "mpeg2video", "-b:v", "4M", "-c:a", "mp2", "-f", "mpegts"};
         const auto result = encodeNumberedStream(stream);
         QVERIFY2(result.ok(), result.errors.c_str());
 
@@ -111,15 +114,10 @@ private slots:
         const QTemporaryDir dir;
         QByteArray first;
         for (const char *name : {"a.ts", "b.ts"}) {
-            NumberedStream stream;
-            stream.path = dir.filePath(name).toStdString();
+            NumberedStream stream = streamAt(dir.filePath(name), 20, {"-c:v", "mpeg2video", "-f", "mpegts"});
             stream.picture = {352, 288, ChromaFormat::Yuv420, true};
-            stream.frames = 20;
-            stream.encoderArguments = {"-c:v", "mpeg2video", "-f", "mpegts"};
             QVERIFY(encodeNumberedStream(stream).ok());
-            QFile file(dir.filePath(name));
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            const QByteArray bytes = file.readAll();
+            const QByteArray bytes = readFile(dir.filePath(name));
             QVERIFY(!bytes.isEmpty());
             if (first.isEmpty())
                 first = bytes;
@@ -130,11 +128,8 @@ private slots:
     void encode_fails_withTheProgramsMessage_whenTheEncoderDoesNotExist()
     {
         const QTemporaryDir dir;
-        NumberedStream stream;
-        stream.path = dir.filePath("stream.ts").toStdString();
-        stream.frames = 500;
-        stream.encoderArguments = {"-c:v", "no-such-encoder", "-f", "mpegts"};
-        const auto result = encodeNumberedStream(stream);
+        const auto result =
+            encodeNumberedStream(streamAt(dir.filePath("stream.ts"), 500, {"-c:v", "no-such-encoder", "-f", "mpegts"}));
         QVERIFY(!result.ok());
         QVERIFY2(result.errors.find("no-such-encoder") != std::string::npos, result.errors.c_str());
     }

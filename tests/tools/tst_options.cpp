@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tools/sampledisk/options.h"
 
-#include <QtTest>
-
 #include <stdexcept>
 
 using namespace quorvale;

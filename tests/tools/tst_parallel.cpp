@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tools/sampledisk/parallel.h"
 
-#include <QtTest>
-
 #include <algorithm>
 #include <atomic>
 #include <stdexcept>

@@ -3,10 +3,6 @@
 
 #include "tests/tools/decodedluma.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <stdexcept>
 
 using namespace quorvale;

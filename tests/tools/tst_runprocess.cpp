@@ -1,10 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tools/testpicture/ffmpegprocess.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <csignal>
 #include <thread>
 

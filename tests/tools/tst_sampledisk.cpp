@@ -1,13 +1,7 @@
+#include "tests/support/files.h"
 #include "tests/tools/decodedluma.h"
 #include "tests/tools/probe.h"
 
-#include <QDate>
-#include <QDateTime>
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
@@ -38,17 +32,10 @@ Run makeDisk(const QString &dir, int recordings, int length)
     return run({"--recordings", QString::number(recordings), "--length", QString::number(length), dir});
 }
 
-QByteArray content(const QString &path)
+/// Also makes the folders on the way.
+bool placeFile(const QString &path, const QByteArray &bytes)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("could not be read");
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
-           file.write(bytes) == bytes.size();
+    return QDir().mkpath(QFileInfo(path).path()) && writeFile(path, bytes);
 }
 
 /// Every file below a folder with its size and the time of its last change.
@@ -100,7 +87,7 @@ private slots:
                          made.output.contains("its dates were renewed"),
                      made.output);
         } while (m_today != QDate::currentDate());
-        m_index = content(volume() + "/DVR/RECSINFO/RECS.INF");
+        m_index = readFile(volume() + "/DVR/RECSINFO/RECS.INF");
         QCOMPARE(m_index.size(), (kRecordings + 1) * kBlock);
     }
 
@@ -212,14 +199,14 @@ private slots:
     {
         QByteArray whole;
         for (const char *extension : {".ts", ".ts1", ".ts2"}) {
-            const QByteArray piece = content(stream(6, extension));
+            const QByteArray piece = readFile(stream(6, extension));
             QVERIFY(piece.size() > 0);
             QCOMPARE(piece.size() % 188, 0);
             QCOMPARE(piece[0], 'G');
             whole += piece;
         }
         const QString path = m_dir.filePath("whole.ts");
-        QVERIFY(writeFile(path, whole));
+        QVERIFY(placeFile(path, whole));
         QCOMPARE(decodedNumbers(path, 720, 576), consecutiveNumbers(0, kLength));
         QVERIFY(decodedNumbers(stream(6), 720, 576).size() < std::size_t(kLength));
     }
@@ -250,17 +237,17 @@ private slots:
     {
         const QString indexPath = volume() + "/DVR/RECSINFO/RECS.INF";
         const QString stampPath = volume() + "/.quorvale-sampledisk";
-        QByteArray stamp = content(stampPath);
+        QByteArray stamp = readFile(stampPath);
         const auto day = stamp.indexOf("day ") + 4;
         stamp.replace(day, 10, "2001-02-03");
-        QVERIFY(writeFile(stampPath, stamp));
-        QVERIFY(writeFile(indexPath, QByteArray(m_index.size(), 'x')));
+        QVERIFY(placeFile(stampPath, stamp));
+        QVERIFY(placeFile(indexPath, QByteArray(m_index.size(), 'x')));
         auto before = listing(disk());
 
         const Run again = makeDisk(disk(), kRecordings, kLength);
         QCOMPARE(again.status, 0);
         QCOMPARE(again.output, "The sample disk was there already; its dates were renewed: " + disk().toUtf8() + '\n');
-        const QByteArray renewed = content(indexPath);
+        const QByteArray renewed = readFile(indexPath);
         if (QDate::currentDate() == m_today)
             QCOMPARE(renewed, m_index);
         QCOMPARE(renewed.mid(kBlock, 3), QByteArray::fromHex("520107"));
@@ -277,17 +264,17 @@ private slots:
     {
         const QTemporaryDir dir;
         const QString recs = dir.filePath("RECORDER/DVR/RECS/");
-        QVERIFY(writeFile(dir.filePath("notes.txt"), "a neighbour"));
+        QVERIFY(placeFile(dir.filePath("notes.txt"), "a neighbour"));
         QCOMPARE(makeDisk(dir.path(), 3, 10).status, 0);
-        QVERIFY(writeFile(recs + "holiday.ts", "not ours"));
-        QVERIFY(writeFile(dir.filePath("RECORDER/DVR/RECSINFO/OTHER.INF"), "not ours"));
+        QVERIFY(placeFile(recs + "holiday.ts", "not ours"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/DVR/RECSINFO/OTHER.INF"), "not ours"));
 
         QCOMPARE(makeDisk(dir.path(), 2, 10).status, 0);
         QCOMPARE(QDir(recs).entryList(QDir::Files, QDir::Name),
                  (QStringList{"REC_0001.ts", "REC_0002.ts", "holiday.ts"}));
-        QCOMPARE(content(recs + "holiday.ts"), QByteArray("not ours"));
-        QCOMPARE(content(dir.filePath("RECORDER/DVR/RECSINFO/OTHER.INF")), QByteArray("not ours"));
-        QCOMPARE(content(dir.filePath("notes.txt")), QByteArray("a neighbour"));
+        QCOMPARE(readFile(recs + "holiday.ts"), QByteArray("not ours"));
+        QCOMPARE(readFile(dir.filePath("RECORDER/DVR/RECSINFO/OTHER.INF")), QByteArray("not ours"));
+        QCOMPARE(readFile(dir.filePath("notes.txt")), QByteArray("a neighbour"));
         QCOMPARE(QFileInfo(dir.filePath("RECORDER/DVR/RECSINFO/RECS.INF")).size(), qint64(3 * kBlock));
 
         QVERIFY(QFile::remove(recs + "REC_0002.ts"));
@@ -300,7 +287,7 @@ private slots:
     {
         const QTemporaryDir dir;
         QCOMPARE(makeDisk(dir.path(), 1, 10).status, 0);
-        QVERIFY(writeFile(dir.filePath("RECORDER/DVR/RECS/REC_0002.ts"), "not ours"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/DVR/RECS/REC_0002.ts"), "not ours"));
         const auto before = listing(dir.path());
         const Run refused = makeDisk(dir.path(), 2, 10);
         QCOMPARE(refused.status, 1);
@@ -312,7 +299,7 @@ private slots:
     void run_refuses_whenTheVolumeIsSomeoneElses()
     {
         const QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("RECORDER/DVR/RECSINFO/RECS.INF"), "a real recorder's"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/DVR/RECSINFO/RECS.INF"), "a real recorder's"));
         const auto before = listing(dir.path());
         const Run refused = makeDisk(dir.path(), 1, 10);
         QCOMPARE(refused.status, 1);
@@ -323,7 +310,7 @@ private slots:
     void run_takesAVolume_thatHoldsNothingButItsOwnUnfinishedStamp()
     {
         const QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("RECORDER/.quorvale-sampledisk.part"), "quorvale"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/.quorvale-sampledisk.part"), "quorvale"));
         const Run made = makeDisk(dir.path(), 1, 10);
         QVERIFY2(made.status == 0, made.errors);
         QVERIFY(!QFile::exists(dir.filePath("RECORDER/.quorvale-sampledisk.part")));
@@ -332,12 +319,12 @@ private slots:
     void run_removesNothingOutsideTheRecordersFolder_whateverTheStampSays()
     {
         const QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("precious.txt"), "precious"));
-        QVERIFY(writeFile(dir.filePath("RECORDER/.quorvale-sampledisk"),
+        QVERIFY(placeFile(dir.filePath("precious.txt"), "precious"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/.quorvale-sampledisk"),
                           "quorvale-sampledisk 1\nfile 8 ../precious.txt\nfile 8 DVR/../../precious.txt\nfile 8 " +
                               dir.filePath("precious.txt").toUtf8() + "\nfile 8 DVR/\n"));
         QCOMPARE(makeDisk(dir.path(), 1, 10).status, 0);
-        QCOMPARE(content(dir.filePath("precious.txt")), QByteArray("precious"));
+        QCOMPARE(readFile(dir.filePath("precious.txt")), QByteArray("precious"));
     }
 
     void run_leavesNoDisk_whenItIsKilled_andTheNextRunCompletesIt()
@@ -374,11 +361,11 @@ private slots:
     void run_fails_whenTheDirectoryCannotBeMade()
     {
         const QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("file"), "a file"));
+        QVERIFY(placeFile(dir.filePath("file"), "a file"));
         const Run failed = makeDisk(dir.filePath("file"), 1, 10);
         QCOMPARE(failed.status, 1);
         QVERIFY2(failed.errors.startsWith("quorvale-sampledisk: "), failed.errors);
-        QCOMPARE(content(dir.filePath("file")), QByteArray("a file"));
+        QCOMPARE(readFile(dir.filePath("file")), QByteArray("a file"));
     }
 
     void run_explainsItself_forHelpAndForAWrongCommandLine()

@@ -1,9 +1,6 @@
+#include "tests/support/files.h"
 #include "tests/support/testclass.h"
 #include "tools/sampledisk/transportstream.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <stdexcept>
 
@@ -17,21 +14,14 @@ class TestTransportStream : public QObject
 
     std::filesystem::path path(const QString &name) const { return m_dir.filePath(name).toStdString(); }
 
-    QByteArray content(const QString &name) const
-    {
-        QFile file(m_dir.filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("could not be read");
-    }
+    QByteArray content(const QString &name) const { return readFile(m_dir.filePath(name)); }
 
     QByteArray makeStream(const QString &name, int packets, int rest = 0) const
     {
         QByteArray bytes;
         for (int i = 0; i < packets * kPacketSize + rest; ++i)
             bytes += i % kPacketSize == 0 ? '\x47' : char(i / kPacketSize + i);
-        QFile file(m_dir.filePath(name));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            return {};
-        return bytes;
+        return writeFile(m_dir.filePath(name), bytes) ? bytes : QByteArray();
     }
 
 private slots:

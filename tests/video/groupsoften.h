@@ -20,12 +20,9 @@ struct GroupsOfTen
 
     [[nodiscard]] QString make(const QString &fileName, int frames) const
     {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder =
-            QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-g", "10", "-sc_threshold", "0"};
-        stream.frames = frames;
-        return makeStream(folder.path(), stream);
+        const QStringList encoder{"-c:v", "libx264", "-preset", "ultrafast",     "-bf",
+                                  "0",    "-g",      "10",      "-sc_threshold", "0"};
+        return makeStream(folder.path(), {fileName, encoder, frames});
     }
 
     void make()

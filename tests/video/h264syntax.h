@@ -68,23 +68,12 @@ struct Pps
 
     [[nodiscard]] QByteArray write() const
     {
-        return BitWriter()
-            .ue(id)
-            .ue(spsId)
-            .flag(entropyCodingMode)
-            .flag(bottomFieldPicOrderInFramePresent)
-            .ue(0) // num_slice_groups_minus1
-            .ue(numRefIdxL0DefaultActiveMinus1)
-            .ue(numRefIdxL1DefaultActiveMinus1)
-            .flag(weightedPred)
-            .u(weightedBipredIdc, 2)
-            .se(picInitQpMinus26)
-            .se(0)
-            .se(0)
-            .flag(deblockingFilterControlPresent)
-            .flag(false)
-            .flag(redundantPicCntPresent)
-            .nalUnit("\x68");
+        BitWriter pps;
+        pps.ue(id).ue(spsId).flag(entropyCodingMode).flag(bottomFieldPicOrderInFramePresent);
+        pps.ue(0).ue(numRefIdxL0DefaultActiveMinus1).ue(numRefIdxL1DefaultActiveMinus1); // num_slice_groups_minus1
+        pps.flag(weightedPred).u(weightedBipredIdc, 2).se(picInitQpMinus26).se(0).se(0);
+        pps.flag(deblockingFilterControlPresent).flag(false).flag(redundantPicCntPresent);
+        return pps.nalUnit("\x68");
     }
 };
 

@@ -16,10 +16,7 @@ public:
     /// MPEG-2 in a transport stream, 60 pictures without B pictures, with sound.
     [[nodiscard]] QString plain()
     {
-        TestStream stream;
-        stream.fileName = "plain.ts";
-        stream.encoder = QStringList{"-c:v", "mpeg2video", "-q:v", "4", "-g", "12", "-bf", "0", "-c:a", "mp2"};
-        stream.frames = 60;
+        TestStream stream{"plain.ts", words("-c:v mpeg2video -q:v 4 -g 12 -bf 0 -c:a mp2"), 60};
         stream.sound = true;
         return once(m_plain, stream);
     }
@@ -27,15 +24,8 @@ public:
     /// H.264 of 720x576 pixels, 10 pictures, a sample 16 wide to 11 high; no sound.
     [[nodiscard]] QString anamorph()
     {
-        TestStream stream;
-        stream.fileName = "anamorph.ts";
-        stream.encoder = QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0"};
-        stream.frames = 10;
-        stream.width = 720;
-        stream.height = 576;
-        stream.sarNumerator = 16;
-        stream.sarDenominator = 11;
-        return once(m_anamorph, stream);
+        const QStringList encoder{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0"};
+        return once(m_anamorph, {"anamorph.ts", encoder, 10, {720, 576}, {16, 11}});
     }
 
     /// HEVC without a container.

@@ -8,12 +8,7 @@ QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const
     QMap<QString, QString> paths;
     const auto add = [&](const QString &fileName, const QStringList &encoder, bool interlaced = false,
                          bool sound = false) {
-        TestStream stream;
-        stream.fileName = fileName;
-        stream.encoder = encoder;
-        stream.frames = frames;
-        stream.width = size.width();
-        stream.height = size.height();
+        TestStream stream{fileName, encoder, frames, size};
         stream.interlaced = interlaced;
         stream.sound = sound;
         paths[fileName] = makeStream(folder, stream);

@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tests/video/accessunitcases.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {

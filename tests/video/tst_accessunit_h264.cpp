@@ -2,8 +2,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/accessunitcases.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {

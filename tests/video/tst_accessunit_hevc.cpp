@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "tests/video/accessunitcases.h"
 
-#include <QtTest>
-
 #include <set>
 
 using namespace quorvale;
@@ -12,8 +10,7 @@ namespace {
 UnitCoding hevcStreams()
 {
     const auto encoder = [](const char *parameters) {
-        return QStringList{"-c:v",      "libx265",      "-preset",
-                           "ultrafast", "-x265-params", QStringLiteral("keyint=24:log-level=none:") + parameters};
+        return words("-c:v libx265 -preset ultrafast -x265-params keyint=24:log-level=none:" + QString(parameters));
     };
     UnitStream open{"hevc-open.ts", encoder("bframes=4:b-pyramid=1:open-gop=1")};
     open.fewestUnreferred = 20; // some of the B pictures

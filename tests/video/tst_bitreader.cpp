@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "video/bitstream/bitreader.h"
 
-#include <QtTest>
-
 #include <vector>
 
 using quorvale::BitReader;

@@ -3,8 +3,6 @@
 #include "video/bitstream/bytestream.h"
 #include "video/bitstream/parametersethistory.h"
 
-#include <QtTest>
-
 #include <algorithm>
 #include <random>
 #include <vector>

@@ -38,8 +38,7 @@ private:
 
     QString add(const QString &fileName, const QStringList &encoder, int frames = kFrames)
     {
-        return paths[fileName] =
-                   makeStream(folder.path(), {fileName, encoder, frames, false, false, kSize.width(), kSize.height()});
+        return paths[fileName] = makeStream(folder.path(), {fileName, encoder, frames, kSize});
     }
 
     const LiteralPictures &literal(const QString &name)

@@ -7,8 +7,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <array>
@@ -43,7 +41,7 @@ private:
 
     void add(const QString &name, const QStringList &encoder)
     {
-        paths[name] = makeStream(folder.path(), {name, encoder, kFrames, false, false, 160, 128});
+        paths[name] = makeStream(folder.path(), {name, encoder, kFrames, {160, 128}});
         QVERIFY(!paths[name].isEmpty());
     }
 
@@ -171,7 +169,7 @@ private slots:
     void theLastPicture_isRight_whereAnotherWasDecodedAheadSinceItsEndWasNear()
     {
         const QStringList encoder{"-c:v", "libx264", "-preset", "veryfast", "-g", "12", "-bf", "2"};
-        const QString path = makeStream(folder.path(), {"short.ts", encoder, 60, false, false, 160, 128});
+        const QString path = makeStream(folder.path(), {"short.ts", encoder, 60, {160, 128}});
         QVERIFY(!path.isEmpty());
         const int end = LiteralPictures(path).count();
         Announced announced(path, {24, 25}, 2);

@@ -2,7 +2,6 @@
 #include "tests/video/exactcomparison.h"
 #include "tools/loopedgroup/loopedgroup.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <exception>
@@ -77,15 +76,13 @@ private slots:
         QFETCH(const int, index);
         const Row &row = kRows[index];
         const bool isHevc = QByteArray(row.encoder) == "libx265";
-        QString path =
-            makeStream(folder.path(), {"stream.ts",
-                                       {"-c:v", row.encoder, "-preset", isHevc ? "ultrafast" : "veryfast", "-bf", "3",
-                                        isHevc ? "-x265-params" : "-x264-params", row.parameters},
-                                       kFrames,
-                                       row.interlaced,
-                                       false,
-                                       160,
-                                       128});
+        TestStream stream{"stream.ts",
+                          {"-c:v", row.encoder, "-preset", isHevc ? "ultrafast" : "veryfast", "-bf", "3",
+                           isHevc ? "-x265-params" : "-x264-params", row.parameters},
+                          kFrames,
+                          {160, 128}};
+        stream.interlaced = row.interlaced;
+        QString path = makeStream(folder.path(), stream);
         QVERIFY(!path.isEmpty());
         if (row.inexact)
             path = withoutPromises(path);

@@ -2,9 +2,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 /// What recordings are kept in besides transport streams: containers with an index, where a picture is found again by
 /// its time and known by its bytes.
 class TestExactReaderContainers : public QObject
@@ -19,7 +16,7 @@ private:
 
     void add(const QString &codec, const QStringList &encoder)
     {
-        streams[codec] = makeStream(folder.path(), {codec + ".ts", encoder, kFrames, false, false, 160, 128});
+        streams[codec] = makeStream(folder.path(), {codec + ".ts", encoder, kFrames, {160, 128}});
         QVERIFY(!streams[codec].isEmpty());
     }
 

@@ -3,9 +3,6 @@
 #include "tests/support/transportstream.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 /// Doubtful parts of a recording are bridged, or the pictures in them are refused. Delivered pictures are the same as
 /// by decoding everything, and the counters tell how they were read.
 class TestExactReaderDoubts : public QObject
@@ -23,7 +20,7 @@ private:
 
     QString make(const QString &fileName, const QStringList &encoder, const QSize &size = {176, 144})
     {
-        return makeStream(folder.path(), {fileName, encoder, kFrames, false, false, size.width(), size.height()});
+        return makeStream(folder.path(), {fileName, encoder, kFrames, size});
     }
 
     static QStringList h264Encoder()

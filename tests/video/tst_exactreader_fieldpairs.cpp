@@ -3,9 +3,6 @@
 #include "tests/video/exactcomparison.h"
 #include "tests/video/h262fieldpairs.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 /// MPEG-2 with both fields of a frame in one packet. What a decoder that begins at such a frame makes of it is tried
 /// once in a file, and the file is read plainly where it is not what the decoder makes of it that comes from the start.
 class TestExactReaderFieldPairs : public QObject

@@ -3,7 +3,6 @@
 #include "tools/loopedgroup/loopedgroup.h"
 #include "tools/testpicture/ffmpegprocess.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <exception>

@@ -56,7 +56,7 @@ private:
 
     void add(const QString &fileName, const QStringList &encoder, bool interlaced = false, bool sound = false)
     {
-        QVERIFY2(mutantSet.add(folder.path(), {fileName, encoder, kFrames, interlaced, sound, 160, 128}),
+        QVERIFY2(mutantSet.add(folder.path(), {fileName, encoder, kFrames, {160, 128}, {1, 1}, interlaced, sound}),
                  qPrintable(fileName));
     }
 

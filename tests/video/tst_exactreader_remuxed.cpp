@@ -3,9 +3,6 @@
 #include "tests/video/exactcomparison.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 // The byte after each occurrence of `mark`, counted from 0, from the one numbered `first` up to `end`, is changed.
@@ -38,7 +35,7 @@ private:
 
     void add(const QString &name, const QStringList &encoder)
     {
-        whole[name] = makeStream(folder.path(), {name + ".ts", encoder, kFrames, false, false, 160, 128});
+        whole[name] = makeStream(folder.path(), {name + ".ts", encoder, kFrames, {160, 128}});
         QVERIFY(!whole[name].isEmpty());
     }
 

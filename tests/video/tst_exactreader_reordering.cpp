@@ -4,9 +4,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <stdexcept>
 
 namespace {
@@ -114,22 +111,12 @@ private:
 private slots:
     void initTestCase()
     {
-        TestStream stream;
-        stream.fileName = "announced.ts";
         const QString keyPictures =
             QStringLiteral("expr:not(mod(n,if(between(n,%1,%2),20,2)))").arg(kDeepFrom).arg(kDeepEnd - 1);
-        stream.encoder = QStringList{"-c:v",
-                                     "libx264",
-                                     "-preset",
-                                     "ultrafast",
-                                     "-force_key_frames",
-                                     keyPictures,
-                                     "-x264-params",
-                                     "bframes=3:b-pyramid=normal:b-adapt=0:ref=4:keyint=infinite:scenecut=0"};
-        stream.frames = kFrames;
-        stream.width = 160;
-        stream.height = 128;
-        announced = makeStream(folder.path(), stream);
+        const QStringList encoder =
+            words("-c:v libx264 -preset ultrafast -force_key_frames " + keyPictures +
+                  " -x264-params bframes=3:b-pyramid=normal:b-adapt=0:ref=4:keyint=infinite:scenecut=0");
+        announced = makeStream(folder.path(), {"announced.ts", encoder, kFrames, {160, 128}});
 
         QByteArray bytes = readFile(announced);
         const int begin = int(bytes.indexOf(QByteArray("\0\0\1\x67", 4))) + 3;

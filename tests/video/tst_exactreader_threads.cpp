@@ -3,7 +3,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>
@@ -55,9 +54,8 @@ private:
 private slots:
     void initTestCase()
     {
-        path = makeStream(
-            folder.path(),
-            {"h264.ts", {"-c:v", "libx264", "-preset", "veryfast", "-g", "24"}, 330, false, false, 160, 128});
+        path = makeStream(folder.path(),
+                          {"h264.ts", {"-c:v", "libx264", "-preset", "veryfast", "-g", "24"}, 330, {160, 128}});
         QVERIFY(!path.isEmpty());
     }
 

@@ -28,9 +28,7 @@ private:
 private slots:
     void initTestCase()
     {
-        TestStream stream;
-        stream.fileName = "tone.ts";
-        stream.encoder = QStringList{"-c:v", "mpeg2video", "-q:v", "5", "-bf", "0", "-c:a", "mp2", "-b:a", "128k"};
+        TestStream stream{"tone.ts", words("-c:v mpeg2video -q:v 5 -bf 0 -c:a mp2 -b:a 128k")};
         stream.sound = true;
         path = makeStream(folder.path(), stream);
         QVERIFY(!path.isEmpty());
@@ -256,10 +254,7 @@ private slots:
 
     void read_rewinds_aContainerThatHasNoBytePositions()
     {
-        TestStream stream;
-        stream.fileName = "tone.mp4";
-        stream.encoder = QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-g", "10", "-c:a", "aac"};
-        stream.frames = 50;
+        TestStream stream{"tone.mp4", words("-c:v libx264 -preset ultrafast -bf 0 -g 10 -c:a aac"), 50};
         stream.sound = true;
         const QString mp4 = makeStream(folder.path(), stream);
         FFVideo video;

@@ -5,9 +5,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 /// Sound of every sample format, of real captures and of damaged streams, compared with what the ffmpeg program
 /// decodes.
 class TestFFVideoAudioFormats : public QObject

@@ -3,9 +3,6 @@
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QtTest>
-
 #include <algorithm>
 #include <limits>
 

@@ -7,9 +7,6 @@
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 // Less than a single one of the pictures takes, far more than everything else here, under a memory checker, too.

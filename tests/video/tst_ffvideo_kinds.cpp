@@ -12,11 +12,6 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include <QFile>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QtTest>
-
 class TestFFVideoKinds : public QObject
 {
     Q_OBJECT

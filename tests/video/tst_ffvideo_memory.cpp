@@ -2,8 +2,6 @@
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>
@@ -61,10 +59,7 @@ private slots:
         ReleaseKFT(&table);
         if (!counted)
             QSKIP("another allocator is in charge");
-        TestStream stream;
-        stream.fileName = "tone.ts";
-        stream.encoder = QStringList{"-c:v", "mpeg2video", "-bf", "0", "-c:a", "mp2"};
-        stream.frames = 50;
+        TestStream stream{"tone.ts", {"-c:v", "mpeg2video", "-bf", "0", "-c:a", "mp2"}, 50};
         stream.sound = true;
         path = QFile::encodeName(makeStream(folder.path(), stream));
         QVERIFY(!path.isEmpty());

@@ -6,7 +6,6 @@
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
 #include <QtTest>
 
 /// What opening does and what it refuses.

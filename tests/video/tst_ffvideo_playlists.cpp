@@ -5,10 +5,6 @@
 #include "tests/support/teststreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 class TestFFVideoPlaylists : public QObject
 {
     Q_OBJECT

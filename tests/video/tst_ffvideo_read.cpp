@@ -10,11 +10,6 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtEndian>
-#include <QtTest>
-
 #include <cstring>
 
 namespace {

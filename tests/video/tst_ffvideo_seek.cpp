@@ -237,14 +237,11 @@ private slots:
     {
         // The picture changes altogether at 9, 19, 29 and so on: these are I pictures and enter the table. At 10, 20,
         // 30 there is an IDR.
-        TestStream stream;
-        stream.fileName = "i-before-idr.ts";
-        stream.encoder = QString("-vf rotate=angle='mod(floor((n+1)/10),2)',negate=enable='mod(floor((n+1)/10),2)' "
-                                 "-c:v libx264 -preset veryfast -bf 0 -g 100 -keyint_min 24 -sc_threshold 100 "
-                                 "-force_key_frames expr:eq(mod(n,10),0) -forced-idr 1")
-                             .split(' ');
-        stream.frames = kFrames;
-        const QString file = makeStream(folder.path(), stream);
+        const QStringList encoder =
+            words("-vf rotate=angle='mod(floor((n+1)/10),2)',negate=enable='mod(floor((n+1)/10),2)' "
+                  "-c:v libx264 -preset veryfast -bf 0 -g 100 -keyint_min 24 -sc_threshold 100 "
+                  "-force_key_frames expr:eq(mod(n,10),0) -forced-idr 1");
+        const QString file = makeStream(folder.path(), {"i-before-idr.ts", encoder, kFrames});
         FFVideo video;
         QVERIFY(open(video, file, false));
         FFVideo byHand;

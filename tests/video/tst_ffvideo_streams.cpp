@@ -311,11 +311,8 @@ private slots:
     void rawH264_isReadForwardOnly()
     {
         // There are no timestamps to seek by.
-        TestStream stream;
-        stream.fileName = "raw.264";
-        stream.encoder = QStringList{"-c:v", "libx264", "-preset", "veryfast", "-g", "24", "-f", "h264"};
-        stream.frames = kFrames;
-        const QString path = makeStream(folder.path(), stream);
+        const QString path =
+            makeStream(folder.path(), {"raw.264", words("-c:v libx264 -preset veryfast -g 24 -f h264"), kFrames});
         compareSteps(path, 0);
         const auto expected = pictureChecksums(path);
         FFVideo video;
@@ -332,13 +329,9 @@ private slots:
 
     void packetsThatCompleteTwoPictures_loseNoneAndCountNoneTwice()
     {
-        TestStream stream;
-        stream.fileName = "single.ivf";
-        stream.encoder =
-            QStringList{"-c:v", "libvpx-vp9",    "-deadline", "realtime", "-cpu-used", "8",    "-lag-in-frames",
-                        "0",    "-auto-alt-ref", "0",         "-g",       "20",        "-b:v", "1M"};
-        stream.frames = 60;
-        const QString single = makeStream(folder.path(), stream);
+        const QStringList encoder =
+            words("-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -lag-in-frames 0 -auto-alt-ref 0 -g 20 -b:v 1M");
+        const QString single = makeStream(folder.path(), {"single.ivf", encoder, 60});
         QVERIFY(!single.isEmpty());
         const auto expected = pictureChecksums(single);
         QCOMPARE(int(expected.size()), 60);

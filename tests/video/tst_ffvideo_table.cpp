@@ -4,8 +4,6 @@
 #include "tests/video/groupsoften.h"
 #include "tests/video/openstreams.h"
 
-#include <QtTest>
-
 /// How a reader fills its table, takes one over and gives it away.
 class TestFFVideoTable : public QObject, private GroupsOfTen
 {

@@ -5,8 +5,6 @@ extern "C" {
 #include <libavutil/avutil.h>
 }
 
-#include <QtTest>
-
 #include <limits>
 
 using namespace quorvale;

@@ -1,9 +1,8 @@
 #include "tests/support/testclass.h"
 #include "tests/video/h264syntax.h"
+#include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
 #include "video/bitstream/h264_sei.h"
-
-#include <QtTest>
 
 #include <memory>
 #include <optional>
@@ -14,11 +13,6 @@ using h264syntax::Slice;
 using h264syntax::Sps;
 
 namespace {
-
-AccessUnit readUnit(AccessUnitReader &reader, const QByteArray &unit)
-{
-    return reader.read(reinterpret_cast<const std::uint8_t *>(unit.constData()), std::size_t(unit.size()));
-}
 
 // One slice in a stream with these parameter sets.
 struct Case
@@ -33,6 +27,16 @@ struct Case
         return readUnit(*reader, sps.write() + pps.write() + slice.write(sps, pps));
     }
     [[nodiscard]] bool isAccepted() const { return read().onePicture; }
+    // With a second slice of the picture, like the first but for what `change` does to it.
+    template <typename Change>
+    [[nodiscard]] bool isAcceptedWithSecond(const Change &change) const
+    {
+        const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::H264);
+        Slice second = slice;
+        change(second);
+        const QByteArray slices = slice.write(sps, pps) + second.write(sps, pps);
+        return readUnit(*reader, sps.write() + pps.write() + slices).onePicture;
+    }
 };
 
 BitWriter bits()
@@ -113,6 +117,11 @@ private slots:
         const auto weights = [](std::uint32_t denominator, std::int32_t weight) {
             return bits().ue(denominator).ue(0).flag(true).se(weight).se(0).flag(false);
         };
+        const auto referring = [](BitWriter numRefIdx) {
+            return [=](Case &c) { c.slice.numRefIdxOverride = numRefIdx; };
+        };
+        const auto modified = [](BitWriter lists) { return [=](Case &c) { c.slice.refPicListModification = lists; }; };
+        const auto marked = [](BitWriter marking) { return [=](Case &c) { c.slice.decRefPicMarking = marking; }; };
         Case deblocked;
         deblocked.pps.deblockingFilterControlPresent = true;
 
@@ -135,39 +144,26 @@ private slots:
             c.pps.redundantPicCntPresent = true;
             c.slice.redundantPicCnt = 1;
         });
-        add("num_ref_idx 16 of a frame", true, p,
-            [](Case &c) { c.slice.numRefIdxOverride = bits().flag(true).ue(15); });
-        add("num_ref_idx 17 of a frame", false, p,
-            [](Case &c) { c.slice.numRefIdxOverride = bits().flag(true).ue(16); });
-        add("num_ref_idx 32 of a field", true, fields,
-            [](Case &c) { c.slice.numRefIdxOverride = bits().flag(true).ue(31); });
-        add("num_ref_idx 33 of a field", false, fields,
-            [](Case &c) { c.slice.numRefIdxOverride = bits().flag(true).ue(32); });
+        add("num_ref_idx 16 of a frame", true, p, referring(bits().flag(true).ue(15)));
+        add("num_ref_idx 17 of a frame", false, p, referring(bits().flag(true).ue(16)));
+        add("num_ref_idx 32 of a field", true, fields, referring(bits().flag(true).ue(31)));
+        add("num_ref_idx 33 of a field", false, fields, referring(bits().flag(true).ue(32)));
         add("num_ref_idx 17 of the PPS for a frame", false, p,
             [](Case &c) { c.pps.numRefIdxL0DefaultActiveMinus1 = 16; });
         add("num_ref_idx 33 of the PPS", false, fields, [](Case &c) { c.pps.numRefIdxL0DefaultActiveMinus1 = 32; });
-        add("modification_of_pic_nums_idc 4", false, p,
-            [](Case &c) { c.slice.refPicListModification = bits().flag(true).ue(4).ue(0).ue(3); });
-        add("abs_diff_pic_num of a frame", false, p,
-            [](Case &c) { c.slice.refPicListModification = bits().flag(true).ue(0).ue(16).ue(3); });
-        add("abs_diff_pic_num of a field", true, fields,
-            [](Case &c) { c.slice.refPicListModification = bits().flag(true).ue(0).ue(31).ue(3); });
-        add("long_term_pic_num", false, p,
-            [](Case &c) { c.slice.refPicListModification = bits().flag(true).ue(2).ue(16).ue(3); });
-        add("more modifications than entries", false, p,
-            [](Case &c) { c.slice.refPicListModification = bits().flag(true).ue(0).ue(0).ue(0).ue(0).ue(3); });
+        add("modification_of_pic_nums_idc 4", false, p, modified(bits().flag(true).ue(4).ue(0).ue(3)));
+        add("abs_diff_pic_num of a frame", false, p, modified(bits().flag(true).ue(0).ue(16).ue(3)));
+        add("abs_diff_pic_num of a field", true, fields, modified(bits().flag(true).ue(0).ue(31).ue(3)));
+        add("long_term_pic_num", false, p, modified(bits().flag(true).ue(2).ue(16).ue(3)));
+        add("more modifications than entries", false, p, modified(bits().flag(true).ue(0).ue(0).ue(0).ue(0).ue(3)));
         add("weights", true, weighted, [&](Case &c) { c.slice.predWeightTable = weights(7, 127); });
         add("luma_log2_weight_denom 8", false, weighted, [&](Case &c) { c.slice.predWeightTable = weights(8, 1); });
         add("luma_weight 128", false, weighted, [&](Case &c) { c.slice.predWeightTable = weights(0, 128); });
         add("luma_weight -129", false, weighted, [&](Case &c) { c.slice.predWeightTable = weights(0, -129); });
-        add("memory_management_control_operation 7", false, p,
-            [](Case &c) { c.slice.decRefPicMarking = bits().flag(true).ue(7).ue(0); });
-        add("difference_of_pic_nums", false, p,
-            [](Case &c) { c.slice.decRefPicMarking = bits().flag(true).ue(1).ue(16).ue(0); });
-        add("long_term_frame_idx", false, p,
-            [](Case &c) { c.slice.decRefPicMarking = bits().flag(true).ue(3).ue(0).ue(16).ue(0); });
-        add("max_long_term_frame_idx_plus1", false, p,
-            [](Case &c) { c.slice.decRefPicMarking = bits().flag(true).ue(4).ue(17).ue(0); });
+        add("memory_management_control_operation 7", false, p, marked(bits().flag(true).ue(7).ue(0)));
+        add("difference_of_pic_nums", false, p, marked(bits().flag(true).ue(1).ue(16).ue(0)));
+        add("long_term_frame_idx", false, p, marked(bits().flag(true).ue(3).ue(0).ue(16).ue(0)));
+        add("max_long_term_frame_idx_plus1", false, p, marked(bits().flag(true).ue(4).ue(17).ue(0)));
         add("memory management without an end", false, p, [](Case &c) {
             c.slice.decRefPicMarking = bits().flag(true);
             for (int k = 0; k < 100; ++k)
@@ -220,13 +216,7 @@ private slots:
         stream.sps.frameMbsOnly = false;
         stream.sps.widthInMbs = 2; // of 2 x 2 macroblocks
         const auto isAcceptedWithSecondSliceAt = [&](std::uint32_t firstMb) {
-            const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::H264);
-            Slice second = stream.slice;
-            second.firstMbInSlice = firstMb;
-            return readUnit(*reader, stream.sps.write() + stream.pps.write() +
-                                         stream.slice.write(stream.sps, stream.pps) +
-                                         second.write(stream.sps, stream.pps))
-                .onePicture;
+            return stream.isAcceptedWithSecond([&](Slice &second) { second.firstMbInSlice = firstMb; });
         };
         QVERIFY(isAcceptedWithSecondSliceAt(3));
         QVERIFY(!isAcceptedWithSecondSliceAt(4));
@@ -288,14 +278,10 @@ private slots:
         stream.sps.widthInMbs = 2;
         stream.slice.frameNum = 1;
         const auto isAcceptedWith = [&](const auto &change) {
-            const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::H264);
-            Slice second = stream.slice;
-            second.firstMbInSlice = 1;
-            change(second);
-            return readUnit(*reader, stream.sps.write() + stream.pps.write() +
-                                         stream.slice.write(stream.sps, stream.pps) +
-                                         second.write(stream.sps, stream.pps))
-                .onePicture;
+            return stream.isAcceptedWithSecond([&](Slice &second) {
+                second.firstMbInSlice = 1;
+                change(second);
+            });
         };
         QVERIFY(isAcceptedWith([](Slice &) {}));
         QVERIFY(isAcceptedWith([](Slice &slice) { slice.type = Slice::I; }));

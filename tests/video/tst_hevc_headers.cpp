@@ -1,8 +1,7 @@
 #include "tests/support/testclass.h"
 #include "tests/video/hevcsyntax.h"
+#include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
-
-#include <QtTest>
 
 #include <memory>
 
@@ -12,11 +11,6 @@ using hevcsyntax::Slice;
 using hevcsyntax::Sps;
 
 namespace {
-
-AccessUnit readUnit(AccessUnitReader &reader, const QByteArray &unit)
-{
-    return reader.read(reinterpret_cast<const std::uint8_t *>(unit.constData()), std::size_t(unit.size()));
-}
 
 BitWriter bits()
 {
@@ -86,19 +80,8 @@ private slots:
         // One of the SPS, one of the slice with all of its count.
         stream.slice.longTermPics = bits().ue(1).ue(1).u(0, 1).flag(false).u(9, 4).flag(true).flag(true).ue(1);
         // Three and two entries, each chosen among four pictures; the first of the second list is collocated.
-        stream.slice.prediction = bits()
-                                      .flag(true)
-                                      .ue(2)
-                                      .ue(1)
-                                      .flag(true)
-                                      .u(0, 6)
-                                      .flag(true)
-                                      .u(0, 4)
-                                      .flag(true)
-                                      .flag(true)
-                                      .flag(false)
-                                      .ue(1)
-                                      .ue(4);
+        stream.slice.prediction = bits().flag(true).ue(2).ue(1).flag(true).u(0, 6).flag(true).u(0, 4);
+        stream.slice.prediction->flag(true).flag(true).flag(false).ue(1).ue(4);
         stream.slice.chromaQpOffsets = bits().se(12).se(-12);
         stream.slice.loopFilters = bits().flag(true).flag(false).se(6).se(-6);
         stream.slice.entryPoints = bits().ue(1).ue(31).u(7, 32);

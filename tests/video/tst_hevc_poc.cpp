@@ -6,10 +6,6 @@
 #include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
 
-#include <QTemporaryDir>
-#include <QVector>
-#include <QtTest>
-
 #include <functional>
 #include <memory>
 
@@ -37,8 +33,7 @@ public:
     {
         const QByteArray sets = isFirst ? sps.write() + pps.write() : QByteArray();
         isFirst = false;
-        const QByteArray unit = before + sets + slice.write(sps, pps) + after;
-        return reader->read(reinterpret_cast<const std::uint8_t *>(unit.constData()), std::size_t(unit.size()));
+        return readUnit(*reader, before + sets + slice.write(sps, pps) + after);
     }
     std::int64_t countOf(const Slice &slice)
     {
@@ -213,8 +208,8 @@ private slots:
         QTemporaryDir folder;
         const QString path =
             makeWithFFmpeg(folder.path(), "open.ts",
-                           {"-f", "lavfi", "-i", "testsrc2=s=64x64:d=4", "-c:v", "libx265", "-preset", "ultrafast",
-                            "-x265-params", "keyint=24:log-level=none:bframes=4:b-pyramid=1:open-gop=1"});
+                           words("-f lavfi -i testsrc2=s=64x64:d=4 -c:v libx265 -preset ultrafast "
+                                 "-x265-params keyint=24:log-level=none:bframes=4:b-pyramid=1:open-gop=1"));
         const VideoPackets video = readVideoPackets(path);
         const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::Hevc);
         QVector<QByteArray> units;
@@ -228,8 +223,7 @@ private slots:
             if (nalUnitType(*slice, "hevc") == hevcsyntax::Cra)
                 slice->replace(3, 2, hevcsyntax::header(hevcsyntax::BlaWLp));
             units.append(bytesOf(nals));
-            const AccessUnit unit = reader->read(reinterpret_cast<const std::uint8_t *>(units.last().constData()),
-                                                 std::size_t(units.last().size()));
+            const AccessUnit unit = readUnit(*reader, units.last());
             QVERIFY(unit.onePicture);
             sequence += unit.startsSequence ? 1 : 0;
             QCOMPARE(unit.mayWithholdOutput, unit.isRasl);

@@ -1,29 +1,29 @@
 #include "tests/support/testclass.h"
 #include "video/keyframetable.h"
 
-#include <QtTest>
-
 #include <cstring>
 
 namespace {
 
-// Releases its table at the end of a test.
+KeyFrameEntry row(int frame)
+{
+    return {frame, frame * 3600LL, frame * 3600LL + 1};
+}
+
+// A table with rows, released at the end of a test.
 struct HeldTable : KeyFrameTable
 {
     HeldTable() = default;
+    explicit HeldTable(const char *name, int size = -1, std::initializer_list<int> rows = {})
+    {
+        InitialiseKFT(this, name, size);
+        for (const int frame : rows)
+            AddEntry(this, row(frame));
+    }
     ~HeldTable() { ReleaseKFT(this); }
     HeldTable(const HeldTable &) = delete;
     HeldTable &operator=(const HeldTable &) = delete;
 };
-
-KeyFrameEntry row(int frame)
-{
-    KeyFrameEntry entry;
-    entry.frame = frame;
-    entry.seekDts = frame * 3600LL;
-    entry.frameDts = frame * 3600LL + 1;
-    return entry;
-}
 
 } // namespace
 
@@ -65,8 +65,7 @@ private slots:
 
     void initialise_makesRoomForAHundredRows_whenAskedForTheDefault()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", -1);
+        HeldTable table("x");
         QCOMPARE(table.capacity, 100);
         for (int frame = 0; frame < 100; ++frame)
             AddEntry(&table, row(frame));
@@ -80,8 +79,7 @@ private slots:
 
     void initialise_makesNoRoom_forASizeBelowZero()
     {
-        HeldTable table;
-        InitialiseKFT(&table, nullptr, -2);
+        HeldTable table(nullptr, -2);
         QCOMPARE(table.capacity, 0);
         QVERIFY(table.fileName == nullptr);
         AddEntry(&table, row(0));
@@ -91,9 +89,7 @@ private slots:
 
     void addEntry_changesNothing_forARowThatDoesNotLieAfterTheLast()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", -1);
-        AddEntry(&table, row(5));
+        HeldTable table("x", -1, {5});
         table.modified = false;
         KeyFrameEntry again = row(5);
         again.seekDts = 1;
@@ -118,8 +114,7 @@ private slots:
 
     void getEntryIndex_findsTheLastRowAtOrBefore()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", -1);
+        HeldTable table("x");
         QCOMPARE(GetEntryIndex(&table, 5), -1); // no rows yet
         for (const int frame : {4, 10, 20})
             AddEntry(&table, row(frame));
@@ -135,10 +130,7 @@ private slots:
 
     void getEntryIndex_stopsAtTheFirstGreaterRow_whenRowsDoNotAscend()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", 3);
-        for (const int frame : {4, 10, 20})
-            AddEntry(&table, row(frame));
+        HeldTable table("x", 3, {4, 10, 20});
         table.entries[1].frame = 30;
         QCOMPARE(GetEntryIndex(&table, 25), 0);
     }
@@ -153,10 +145,7 @@ private slots:
 
     void resize_keepsTheRowsThatFit_andTheCount()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", 4);
-        for (const int frame : {1, 2, 3, 4})
-            AddEntry(&table, row(frame));
+        HeldTable table("x", 4, {1, 2, 3, 4});
         ResizeKFT(&table, 10);
         QCOMPARE(table.capacity, 10);
         QCOMPARE(table.count, 4);
@@ -169,10 +158,7 @@ private slots:
 
     void table_goesByTheRowsItHolds_whenTheCountExceedsTheRoom()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "x", 4);
-        for (const int frame : {1, 2, 3, 4})
-            AddEntry(&table, row(frame));
+        HeldTable table("x", 4, {1, 2, 3, 4});
         ResizeKFT(&table, 2);
         QCOMPARE(quorvale::rowsHeld(&table), 2);
         QCOMPARE(GetEntryIndex(&table, 4), 1);
@@ -184,10 +170,7 @@ private slots:
 
     void copy_duplicatesEverything()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "name", 5);
-        AddEntry(&table, row(2));
-        AddEntry(&table, row(8));
+        HeldTable table("name", 5, {2, 8});
         table.frames = 9;
         table.reservedIndex = 42;
         table.complete = true;
@@ -218,9 +201,7 @@ private slots:
 
     void release_leavesCountAndCompleteness()
     {
-        HeldTable table;
-        InitialiseKFT(&table, "name", 5);
-        AddEntry(&table, row(2));
+        HeldTable table("name", 5, {2});
         table.frames = 3;
         table.complete = true;
         ReleaseKFT(&table);

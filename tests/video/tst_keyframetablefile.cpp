@@ -1,10 +1,7 @@
 #include "tests/support/capturedoutput.h"
+#include "tests/support/files.h"
 #include "tests/support/testclass.h"
 #include "video/keyframetable.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <cstring>
 
@@ -20,18 +17,10 @@ private:
 
     bool load(const QByteArray &content)
     {
-        QFile file(folder.filePath("table.kft"));
-        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-            return false;
-        file.close();
-        return LoadKeyFrameTable(&table, path().constData());
+        return writeFile(folder.filePath("table.kft"), content) && LoadKeyFrameTable(&table, path().constData());
     }
 
-    QByteArray saved() const
-    {
-        QFile file(folder.filePath("table.kft"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray saved() const { return readFile(folder.filePath("table.kft")); }
 
     void fill()
     {

@@ -3,9 +3,6 @@
 #include "tests/video/exactcomparison.h"
 #include "video/exact/neededpictures.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 using namespace quorvale;
@@ -171,14 +168,9 @@ private slots:
         QFETCH(const QString, parameters);
         QFETCH(const int, decoded);
         const QTemporaryDir folder;
-        TestStream stream;
-        stream.fileName = "hevc.ts";
-        stream.encoder = QStringList{"-c:v",      "libx265",      "-preset",
-                                     "ultrafast", "-x265-params", parameters + ":scenecut=0:log-level=none"};
-        stream.frames = 800;
-        stream.width = 160;
-        stream.height = 128;
-        const LiteralPictures pictures(makeStream(folder.path(), stream));
+        const QStringList encoder =
+            words("-c:v libx265 -preset ultrafast -x265-params " + parameters + ":scenecut=0:log-level=none");
+        const LiteralPictures pictures(makeStream(folder.path(), {"hevc.ts", encoder, 800, {160, 128}}));
         const ExactComparison thumbnails = compareExactly(pictures, thumbnailTargets());
         QCOMPARE(thumbnails.difference, QString());
         QCOMPARE(thumbnails.delivered, 5);

@@ -2,8 +2,6 @@
 #include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg/pointers.h"
 
-#include <QtTest>
-
 #include <vector>
 
 extern "C" {

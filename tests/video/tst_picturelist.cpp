@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "video/exact/picturelist.h"
 
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {

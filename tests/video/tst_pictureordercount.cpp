@@ -2,13 +2,9 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/streamset.h"
 #include "tests/video/videopackets.h"
+#include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
 #include "video/ffvideo.h"
-
-#include <QMap>
-#include <QTemporaryDir>
-#include <QVector>
-#include <QtTest>
 
 #include <algorithm>
 #include <memory>
@@ -17,14 +13,6 @@
 using namespace quorvale;
 
 namespace {
-
-struct ReadUnits
-{
-    VideoPackets video;
-    AVCodecID codecId = AV_CODEC_ID_NONE;
-    QVector<AccessUnit> units;
-    QVector<std::int64_t> parserCounts; // what libavcodec's parser makes of the same packets
-};
 
 std::optional<VideoCoding> codingOf(AVCodecID codecId)
 {
@@ -38,80 +26,6 @@ std::optional<VideoCoding> codingOf(AVCodecID codecId)
     default:
         return std::nullopt;
     }
-}
-
-// `opened`: the same file.
-ReadUnits readUnits(const QString &path, const FFVideo &opened)
-{
-    ReadUnits found;
-    found.video = readVideoPackets(path);
-    found.codecId = opened.videoCodec->codec_id;
-    const std::optional<VideoCoding> coding = codingOf(found.codecId);
-    if (!coding)
-        return found;
-    const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(*coding);
-    AVCodecParserContext *parser = av_parser_init(found.codecId);
-    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-    const ffmpeg::DecoderPtr context(avcodec_alloc_context3(nullptr));
-    for (const ffmpeg::PacketPtr &packet : found.video.packets) {
-        found.units.append(reader->read(packet->data, std::size_t(packet->size)));
-        std::uint8_t *data = nullptr;
-        int size = 0;
-        av_parser_parse2(parser, context.get(), &data, &size, packet->data, packet->size, packet->pts, packet->dts, 0);
-        found.parserCounts.append(parser->output_picture_number);
-    }
-    av_parser_close(parser);
-    return found;
-}
-
-// The packets of the pictures in output order, as told by the units; a pair of fields is known by its first.
-QVector<int> predictedOrder(const QVector<AccessUnit> &units)
-{
-    struct Picture
-    {
-        int packet;
-        int sequence;
-        std::int64_t count;
-    };
-    QVector<Picture> pictures;
-    int sequence = 0;
-    std::optional<AccessUnit> firstField;
-    for (int i = 0; i < units.size(); ++i) {
-        const AccessUnit &unit = units[i];
-        const bool isField = unit.structure != PictureStructure::Frame;
-        if (firstField && isField && unit.structure != firstField->structure && unit.frameNum == firstField->frameNum &&
-            unit.isReference == firstField->isReference && !unit.startsSequence) {
-            pictures.last().count = std::min(pictures.last().count, unit.pictureOrderCount);
-            firstField.reset();
-            continue;
-        }
-        sequence += unit.startsSequence ? 1 : 0;
-        pictures.append({i, sequence, unit.pictureOrderCount});
-        firstField = isField ? std::optional(unit) : std::nullopt;
-    }
-    std::stable_sort(pictures.begin(), pictures.end(), [](const Picture &a, const Picture &b) {
-        return a.sequence != b.sequence ? a.sequence < b.sequence : a.count < b.count;
-    });
-    QVector<int> order;
-    for (const Picture &picture : pictures)
-        order.append(picture.packet);
-    return order;
-}
-
-// The same, as the decoder delivers them, with what it is made to give at the end.
-QVector<int> decodedOrder(const VideoPackets &video, AVCodecContext *decoder)
-{
-    QVector<int> order;
-    const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
-    for (std::size_t i = 0; i <= video.packets.size(); ++i) {
-        AVPacket *packet = i < video.packets.size() ? video.packets[i].get() : nullptr;
-        if (packet)
-            packet->pts = packet->dts = std::int64_t(i);
-        avcodec_send_packet(decoder, packet);
-        while (avcodec_receive_frame(decoder, frame.get()) == 0)
-            order.append(int(frame->pts));
-    }
-    return order;
 }
 
 } // namespace
@@ -176,11 +90,17 @@ private slots:
             QSKIP("The capture is not on this machine.");
         FFVideo opened;
         QVERIFY(opened.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
-        const ReadUnits found = readUnits(path, opened);
-        QCOMPARE(int(found.units.size()), units);
-        const auto count = [&](const auto &matches) {
-            return int(std::count_if(found.units.begin(), found.units.end(), matches));
-        };
+        const AVCodecID codecId = opened.videoCodec->codec_id;
+        QVERIFY(codingOf(codecId).has_value());
+        const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(*codingOf(codecId));
+        QVector<QByteArray> packets;
+        QVector<AccessUnit> found;
+        for (const ffmpeg::PacketPtr &packet : readVideoPackets(path).packets) {
+            packets.append(QByteArray(reinterpret_cast<const char *>(packet->data), packet->size));
+            found.append(readUnit(*reader, packets.last()));
+        }
+        QCOMPARE(int(found.size()), units);
+        const auto count = [&](const auto &matches) { return int(std::count_if(found.begin(), found.end(), matches)); };
         QCOMPARE(count([](const AccessUnit &unit) { return unit.onePicture; }), pictures);
         QCOMPARE(count([](const AccessUnit &unit) { return unit.randomAccess == RandomAccess::InexactRecoveryPoint; }),
                  inexact);
@@ -190,13 +110,14 @@ private slots:
 
         // Where the parser differs from the standard is shown by tst_h264_poc and tst_hevc_poc; in none of these it
         // does.
-        for (int i = 0; i < units && found.codecId != AV_CODEC_ID_MPEG2VIDEO; ++i) {
-            if (found.units[i].onePicture)
-                QCOMPARE(found.units[i].pictureOrderCount, found.parserCounts[i]);
+        const QVector<std::int64_t> parsed = parserCounts(codecId, packets);
+        for (int i = 0; i < units && codecId != AV_CODEC_ID_MPEG2VIDEO; ++i) {
+            if (found[i].onePicture)
+                QCOMPARE(found[i].pictureOrderCount, parsed[i]);
         }
         if (isUndamaged) {
             avcodec_flush_buffers(opened.videoCodec);
-            QCOMPARE(decodedOrder(found.video, opened.videoCodec), predictedOrder(found.units));
+            QCOMPARE(decodedOrder(*opened.videoCodec, packets), predictedOrder(found));
         }
     }
 };

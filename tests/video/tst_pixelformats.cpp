@@ -2,8 +2,6 @@
 #include "video/ffmpeg/pixelformats.h"
 #include "video/ffvideo.h"
 
-#include <QtTest>
-
 extern "C" {
 #include <libavutil/pixdesc.h>
 }

@@ -5,10 +5,6 @@
 #include "video/ffmpeg/probing.h"
 #include "video/ffmpeg/singleinput.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 using namespace quorvale;
 
 namespace {
@@ -59,11 +55,8 @@ private:
 
     QString made(const QString &name, const QStringList &encoder, bool interlaced) const
     {
-        TestStream stream;
-        stream.fileName = name;
-        stream.encoder = encoder;
+        TestStream stream{name, encoder, 30};
         stream.interlaced = interlaced;
-        stream.frames = 30;
         stream.sound = true;
         return makeStream(folder.path(), stream);
     }
@@ -105,12 +98,10 @@ private slots:
     void probing_describesTheStreamThatIsRead_whereOthersAreNotDecoded()
     {
         const QString path = makeWithFFmpeg(folder.path(), "two.ts",
-                                            {"-f",   "lavfi",      "-i",           "testsrc2=s=1920x1088:r=25:d=1",
-                                             "-f",   "lavfi",      "-i",           "testsrc2=s=1920x1088:r=25:d=1",
-                                             "-map", "0",          "-map",         "1",
-                                             "-c:v", "libx264",    "-preset",      "ultrafast",
-                                             "-bf",  "2",          "-x264-params", "tff=1:colormatrix=bt709",
-                                             "-vf",  "setsar=4/3", "-f",           "mpegts"});
+                                            words("-f lavfi -i testsrc2=s=1920x1088:r=25:d=1 "
+                                                  "-f lavfi -i testsrc2=s=1920x1088:r=25:d=1 "
+                                                  "-map 0 -map 1 -c:v libx264 -preset ultrafast -bf 2 "
+                                                  "-x264-params tff=1:colormatrix=bt709 -vf setsar=4/3"));
         QVERIFY(!path.isEmpty());
         const ffmpeg::InputPtr here = openInput(path);
         const ffmpeg::InputPtr plain = openInput(path);

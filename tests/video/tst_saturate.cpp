@@ -1,8 +1,6 @@
 #include "tests/support/testclass.h"
 #include "video/saturate.h"
 
-#include <QtTest>
-
 #include <cmath>
 #include <limits>
 

@@ -2,8 +2,6 @@
 #include "tests/support/testclass.h"
 #include "video/yuv2rgb.h"
 
-#include <QtTest>
-
 namespace {
 
 struct Rgb

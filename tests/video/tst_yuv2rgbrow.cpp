@@ -2,8 +2,6 @@
 #include "video/colour/yuv2rgbrow.h"
 #include "video/yuv2rgb.h"
 
-#include <QtTest>
-
 #include <algorithm>
 #include <memory>
 #include <random>

@@ -3,21 +3,66 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
 using namespace quorvale;
+
+AccessUnit readUnit(AccessUnitReader &reader, const QByteArray &unit)
+{
+    return reader.read(reinterpret_cast<const std::uint8_t *>(unit.constData()), std::size_t(unit.size()));
+}
+
+QVector<int> predictedOrder(const QVector<AccessUnit> &units)
+{
+    struct Picture
+    {
+        int unit;
+        int sequence;
+        std::int64_t count;
+    };
+    QVector<Picture> pictures;
+    int sequence = 0;
+    std::optional<AccessUnit> firstField;
+    for (int i = 0; i < units.size(); ++i) {
+        const AccessUnit &unit = units[i];
+        const bool isField = unit.structure != PictureStructure::Frame;
+        if (firstField && isField && unit.structure != firstField->structure && unit.frameNum == firstField->frameNum &&
+            unit.isReference == firstField->isReference && !unit.startsSequence) {
+            pictures.last().count = std::min(pictures.last().count, unit.pictureOrderCount);
+            firstField.reset();
+            continue;
+        }
+        sequence += unit.startsSequence ? 1 : 0;
+        pictures.append({i, sequence, unit.pictureOrderCount});
+        firstField = isField ? std::optional(unit) : std::nullopt;
+    }
+    std::stable_sort(pictures.begin(), pictures.end(), [](const Picture &a, const Picture &b) {
+        return a.sequence != b.sequence ? a.sequence < b.sequence : a.count < b.count;
+    });
+    QVector<int> order;
+    for (const Picture &picture : pictures)
+        order.append(picture.unit);
+    return order;
+}
 
 QVector<int> decodedOrder(AVCodecID codec, const QVector<QByteArray> &units)
 {
     const AVCodec *implementation = avcodec_find_decoder(codec);
     const ffmpeg::DecoderPtr decoder(avcodec_alloc_context3(implementation));
     decoder->thread_count = 1;
-    QVector<int> order;
     if (avcodec_open2(decoder.get(), implementation, nullptr) < 0)
-        return order;
+        return {};
+    return decodedOrder(*decoder, units);
+}
+
+QVector<int> decodedOrder(AVCodecContext &decoder, const QVector<QByteArray> &units)
+{
+    QVector<int> order;
     const ffmpeg::FramePtr frame = ffmpeg::makeFrame();
     const auto receive = [&] {
-        while (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
+        while (avcodec_receive_frame(&decoder, frame.get()) == 0)
             order.append(int(frame->pts));
     };
     for (int i = 0; i < units.size(); ++i) {
@@ -26,10 +71,10 @@ QVector<int> decodedOrder(AVCodecID codec, const QVector<QByteArray> &units)
             return {};
         std::memcpy(packet->data, units[i].constData(), std::size_t(units[i].size()));
         packet->pts = packet->dts = i;
-        avcodec_send_packet(decoder.get(), packet.get());
+        avcodec_send_packet(&decoder, packet.get());
         receive();
     }
-    avcodec_send_packet(decoder.get(), nullptr);
+    avcodec_send_packet(&decoder, nullptr);
     receive();
     return order;
 }
