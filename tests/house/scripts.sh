@@ -19,7 +19,7 @@ for command in first/script/* first/.ci/run; do
   [ "$name" != script/lib.sh ] || continue
   for arguments in -h --help '--quick -h' '--fresh --help'; do
     # shellcheck disable=SC2086 # an argument is a word
-    help=$(timeout 10 "$command" $arguments 2>&1 </dev/null) || fail "$name $arguments: $help"
+    help=$("$command" $arguments 2>&1 </dev/null) || fail "$name $arguments: $help"
     [ "${#help}" -gt 60 ] || fail "$name $arguments says no more than: $help"
     ! grep -qE '^(#|set |==>)' <<<"$help" || fail "$name $arguments prints what is no help: $help"
   done
@@ -66,7 +66,10 @@ said=$(second/script/builds)
 
 mkdir -p none/folder disks/disk/DVR/RECSINFO
 touch disks/disk/DVR/RECSINFO/RECS.INF
-run() { env -u DISPLAY -u WAYLAND_DISPLAY timeout 60 second/script/run "$1" 2>&1 || true; }
+mkdir bin
+printf '#!/bin/sh\necho Linux\n' >bin/uname # elsewhere there is always a display
+chmod +x bin/uname
+run() { PATH=$PWD/bin:$PATH env -u DISPLAY -u WAYLAND_DISPLAY second/script/run "$1" 2>&1 || true; }
 printf '#!/usr/bin/env bash\necho bootstrap\nexit 1\n' >second/script/bootstrap
 grep -q "^error: no recorder disk in .*/none: " <<<"$(run none)" || fail "without a disk: $(run none)"
 ! grep -q bootstrap <<<"$(run none)" || fail "work was done for nothing"
