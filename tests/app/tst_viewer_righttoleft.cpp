@@ -2,6 +2,7 @@
 
 #include "app/displaypath.h"
 #include "app/emptylisthint.h"
+#include "app/listdelegates.h"
 #include "tests/app/notingstyle.h"
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
@@ -103,6 +104,11 @@ private slots:
         QVERIFY(namesGoRight(style.painted.last().text, names));
         QCOMPARE(deviceTexts(viewer), QStringList(disk));
         fixture.close();
+        // The middle is left out where it was.
+        const QFontMetrics metrics(QApplication::font());
+        const QString shown = quorvale::elidedPath('/' + names[0] + '/' + names[1].repeated(20) + "/7", metrics,
+                                                   metrics.horizontalAdvance(names[0] + names[1].repeated(3)));
+        QVERIFY(namesGoRight(quorvale::withNamesApart(shown), {names[0], QChar(0x2026), "7"}));
     }
 
     void tips_isolatePaths()
