@@ -117,41 +117,38 @@ class TestDescriptionMarkupRandom : public QObject
     Q_OBJECT
 
 private slots:
-    void words_areThoseThatQtShows_whateverTheMarkup_data();
-    void words_areThoseThatQtShows_whateverTheMarkup();
-};
-
-void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup_data()
-{
-    QTest::addColumn<int>("seed");
-    const int thousands = qEnvironmentVariableIsSet("QUORVALE_LONG_TESTS") ? 100 : 1;
-    for (int seed = 1; seed <= thousands; ++seed)
-        QTest::addRow("a thousand, seed %d", seed) << seed;
-}
-
-void TestDescriptionMarkupRandom::words_areThoseThatQtShows_whateverTheMarkup()
-{
-    QFETCH(const int, seed);
-    SeededRandom random(static_cast<std::uint64_t>(seed));
-    qint64 mostMeasured = 0;
-    int different = 0;
-    for (int i = 0; i < kDescriptions; ++i) {
-        const QString markup = snippet(random);
-        DescriptionDocument byQt; // never laid out
-        QTextCursor(&byQt).insertHtml(markup);
-        DescriptionDocument shown;
-        CountedPictures pictures(shown);
-        shown.setTextWidth(300);
-        quorvale::insertDescription(QTextCursor(&shown), markup);
-        QVERIFY(shown.size().isValid()); // it is laid out
-        QVERIFY2(wordsOf(shown) == wordsOf(byQt), qPrintable(markup));
-        QVERIFY2(pictures.measured <= kMostMeasured, qPrintable(markup));
-        mostMeasured = std::max(mostMeasured, pictures.measured);
-        different += shown.toHtml() == byQt.toHtml() ? 0 : 1;
+    void words_areThoseThatQtShows_whateverTheMarkup_data()
+    {
+        QTest::addColumn<int>("seed");
+        const int thousands = qEnvironmentVariableIsSet("QUORVALE_LONG_TESTS") ? 100 : 1;
+        for (int seed = 1; seed <= thousands; ++seed)
+            QTest::addRow("a thousand, seed %d", seed) << seed;
     }
-    qInfo("%d descriptions, %d of them bounded; a picture was measured %lld times at most", kDescriptions, different,
-          mostMeasured);
-}
+
+    void words_areThoseThatQtShows_whateverTheMarkup()
+    {
+        QFETCH(const int, seed);
+        SeededRandom random(static_cast<std::uint64_t>(seed));
+        qint64 mostMeasured = 0;
+        int different = 0;
+        for (int i = 0; i < kDescriptions; ++i) {
+            const QString markup = snippet(random);
+            DescriptionDocument byQt; // never laid out
+            QTextCursor(&byQt).insertHtml(markup);
+            DescriptionDocument shown;
+            CountedPictures pictures(shown);
+            shown.setTextWidth(300);
+            quorvale::insertDescription(QTextCursor(&shown), markup);
+            QVERIFY(shown.size().isValid()); // it is laid out
+            QVERIFY2(wordsOf(shown) == wordsOf(byQt), qPrintable(markup));
+            QVERIFY2(pictures.measured <= kMostMeasured, qPrintable(markup));
+            mostMeasured = std::max(mostMeasured, pictures.measured);
+            different += shown.toHtml() == byQt.toHtml() ? 0 : 1;
+        }
+        qInfo("%d descriptions, %d of them bounded; a picture was measured %lld times at most", kDescriptions,
+              different, mostMeasured);
+    }
+};
 
 TEST_CLASS(TestDescriptionMarkupRandom, QApplication)
 #include "tst_descriptionmarkup_random.moc"

@@ -10,21 +10,6 @@
 
 using quorvale::elidedPath;
 
-class TestListDelegates : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void cleanup() { QApplication::setLayoutDirection(Qt::LeftToRight); }
-
-    void elidedPath_keepsWhatFits();
-    void elidedPath_keepsTheLastName_whereItFits();
-    void elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit();
-    void deviceList_showsTheNamesOfDisks_belowALongPath();
-    void deviceList_readsFromLeftToRight_onEveryDesktop();
-    void programmeList_hasNoScrollBar_forALongTitle();
-};
-
 namespace {
 
 QFontMetrics metrics()
@@ -56,81 +41,89 @@ public:
 
 } // namespace
 
-void TestListDelegates::elidedPath_keepsWhatFits()
+class TestListDelegates : public QObject
 {
-    const QString path = "/media/anna/DISK";
-    QCOMPARE(elidedPath(path, metrics(), metrics().horizontalAdvance(path)), path);
-}
+    Q_OBJECT
 
-void TestListDelegates::elidedPath_keepsTheLastName_whereItFits()
-{
-    const QString path = "/media/" + QString("anna").repeated(20) + "/RECORDER";
-    const int room = metrics().horizontalAdvance("/media/anna") + metrics().horizontalAdvance("/RECORDER");
-    const QString shown = elidedPath(path, metrics(), room);
-    QVERIFY2(shown.endsWith(QChar(0x2026) + QString("/RECORDER")), qPrintable(shown));
-    QVERIFY2(shown.startsWith("/media/"), qPrintable(shown));
-    QVERIFY(metrics().horizontalAdvance(shown) <= room);
-}
+private slots:
+    void cleanup() { QApplication::setLayoutDirection(Qt::LeftToRight); }
 
-void TestListDelegates::elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
-{
-    for (const QString &path :
-         {"/media/" + QString("name").repeated(20), "/" + QString("name").repeated(20), QString("name").repeated(20)}) {
-        const int room = metrics().horizontalAdvance("namename");
+    void elidedPath_keepsWhatFits()
+    {
+        const QString path = "/media/anna/DISK";
+        QCOMPARE(elidedPath(path, metrics(), metrics().horizontalAdvance(path)), path);
+    }
+
+    void elidedPath_keepsTheLastName_whereItFits()
+    {
+        const QString path = "/media/" + QString("anna").repeated(20) + "/RECORDER";
+        const int room = metrics().horizontalAdvance("/media/anna") + metrics().horizontalAdvance("/RECORDER");
         const QString shown = elidedPath(path, metrics(), room);
-        QVERIFY2(shown.contains(QChar(0x2026)) && shown.endsWith('e'), qPrintable(shown));
+        QVERIFY2(shown.endsWith(QChar(0x2026) + QString("/RECORDER")), qPrintable(shown));
+        QVERIFY2(shown.startsWith("/media/"), qPrintable(shown));
         QVERIFY(metrics().horizontalAdvance(shown) <= room);
     }
-    QCOMPARE(elidedPath(QString(), metrics(), 10), QString());
-}
 
-void TestListDelegates::deviceList_showsTheNamesOfDisks_belowALongPath()
-{
-    ViewerFixture fixture;
-    const QString deep = QString("deep").repeated(40) + '/';
-    QVERIFY(TestVolume::create(fixture.path(deep + "IIII"), {fixture.titled("one")}));
-    QVERIFY(TestVolume::create(fixture.path(deep + "WWWW"), {fixture.titled("one")}));
-    ViewerFixture::settings().setValue("Main/mount_point", fixture.path(deep));
-    const Viewer &viewer = fixture.open();
-    QCOMPARE(deviceTexts(viewer).size(), 2);
-    QVERIFY(rowOf(viewer, 0) != rowOf(viewer, 1)); // cut off at their ends, both would look the same
-    QCOMPARE(viewer.ui.deviceList->topLevelItem(0)->text(0).count(QChar(0x2026)), 0);
-}
-
-void TestListDelegates::deviceList_readsFromLeftToRight_onEveryDesktop()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    for (const Qt::LayoutDirection desktop : {Qt::LeftToRight, Qt::RightToLeft}) {
-        QApplication::setLayoutDirection(desktop);
-        Viewer &viewer = fixture.open();
-        viewer.resize(3000, viewer.height());
-        NotingStyle style;
-        viewer.ui.deviceList->setStyle(&style);
-        QVERIFY(!rowOf(viewer, 0).isNull());
-        QVERIFY(!style.painted.isEmpty());
-        const QStyleOptionViewItem row = style.painted.last();
-        QCOMPARE(row.text, fixture.path("disk"));
-        QCOMPARE(row.direction, Qt::LeftToRight);
-        // It begins where rows of this desktop do.
-        QCOMPARE(row.displayAlignment.testFlag(Qt::AlignRight), desktop == Qt::RightToLeft);
-        fixture.close();
+    void elidedPath_losesTheMiddle_whereTheLastNameDoesNotFit()
+    {
+        for (const QString &path : {"/media/" + QString("name").repeated(20), "/" + QString("name").repeated(20),
+                                    QString("name").repeated(20)}) {
+            const int room = metrics().horizontalAdvance("namename");
+            const QString shown = elidedPath(path, metrics(), room);
+            QVERIFY2(shown.contains(QChar(0x2026)) && shown.endsWith('e'), qPrintable(shown));
+            QVERIFY(metrics().horizontalAdvance(shown) <= room);
+        }
+        QCOMPARE(elidedPath(QString(), metrics(), 10), QString());
     }
-}
 
-void TestListDelegates::programmeList_hasNoScrollBar_forALongTitle()
-{
-    ViewerFixture fixture;
-    RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
-    record.fileName = "long";
-    Viewer &viewer = fixture.openDisk({record, fixture.titled("short")});
-    QListWidget *list = viewer.ui.summaryList;
-    QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-    QVERIFY(!list->horizontalScrollBar()->isVisible());
-    QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
-    QCOMPARE(list->visualItemRect(list->item(0)).width(), list->viewport()->width());
-    QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
-}
+    void deviceList_showsTheNamesOfDisks_belowALongPath()
+    {
+        ViewerFixture fixture;
+        const QString deep = QString("deep").repeated(40) + '/';
+        QVERIFY(TestVolume::create(fixture.path(deep + "IIII"), {fixture.titled("one")}));
+        QVERIFY(TestVolume::create(fixture.path(deep + "WWWW"), {fixture.titled("one")}));
+        ViewerFixture::settings().setValue("Main/mount_point", fixture.path(deep));
+        const Viewer &viewer = fixture.open();
+        QCOMPARE(deviceTexts(viewer).size(), 2);
+        QVERIFY(rowOf(viewer, 0) != rowOf(viewer, 1)); // cut off at their ends, both would look the same
+        QCOMPARE(viewer.ui.deviceList->topLevelItem(0)->text(0).count(QChar(0x2026)), 0);
+    }
+
+    void deviceList_readsFromLeftToRight_onEveryDesktop()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+        for (const Qt::LayoutDirection desktop : {Qt::LeftToRight, Qt::RightToLeft}) {
+            QApplication::setLayoutDirection(desktop);
+            Viewer &viewer = fixture.open();
+            viewer.resize(3000, viewer.height());
+            NotingStyle style;
+            viewer.ui.deviceList->setStyle(&style);
+            QVERIFY(!rowOf(viewer, 0).isNull());
+            QVERIFY(!style.painted.isEmpty());
+            const QStyleOptionViewItem row = style.painted.last();
+            QCOMPARE(row.text, fixture.path("disk"));
+            QCOMPARE(row.direction, Qt::LeftToRight);
+            // It begins where rows of this desktop do.
+            QCOMPARE(row.displayAlignment.testFlag(Qt::AlignRight), desktop == Qt::RightToLeft);
+            fixture.close();
+        }
+    }
+
+    void programmeList_hasNoScrollBar_forALongTitle()
+    {
+        ViewerFixture fixture;
+        RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
+        record.fileName = "long";
+        Viewer &viewer = fixture.openDisk({record, fixture.titled("short")});
+        QListWidget *list = viewer.ui.summaryList;
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        QVERIFY(!list->horizontalScrollBar()->isVisible());
+        QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
+        QCOMPARE(list->visualItemRect(list->item(0)).width(), list->viewport()->width());
+        QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
+    }
+};
 
 TEST_CLASS(TestListDelegates, QApplication)
 #include "tst_listdelegates.moc"

@@ -97,65 +97,62 @@ class TestViewerAppearance : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void texts_areReadable_withAnyColours_data();
-    void texts_areReadable_withAnyColours();
+    void initTestCase()
+    {
+        QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", "1").toDouble());
+        QApplication::setStyle(QStyleFactory::create("Fusion")); // which paints with the palette
+        RecordBytes record = ViewerFixture::titled("News at seven");
+        record.channel = "Channel";
+        record.description = "A long evening in the mountains";
+        QVERIFY(TestVolume::create(fixture.path("disk"), {record, ViewerFixture::titled("Weather")}));
+    }
+
+    void texts_areReadable_withAnyColours_data()
+    {
+        QTest::addColumn<QColor>("ground");
+        QTest::addColumn<QColor>("text");
+        QTest::newRow("light") << QColor(250, 250, 250) << QColor(20, 20, 20);
+        QTest::newRow("dark") << QColor(35, 35, 38) << QColor(240, 240, 240);
+    }
+
+    void texts_areReadable_withAnyColours()
+    {
+        QFETCH(const QColor, ground);
+        QFETCH(const QColor, text);
+        QApplication::setPalette(paletteOf(ground, text));
+        Viewer &viewer = fixture.open();
+        viewer.ui.summaryList->setCurrentRow(0);
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+
+        QCOMPARE(unreadable(viewer), QStringList());
+        // One row of the list is selected, the other is not; so is the device.
+        QListWidget *list = viewer.ui.summaryList;
+        for (const int row : {0, 1})
+            QVERIFY(shadesOf(*list->viewport(), list->visualItemRect(list->item(row))).contrast() >= kReadable);
+        QTreeWidget *tree = viewer.ui.deviceList;
+        QVERIFY(shadesOf(*tree->viewport(), tree->visualItemRect(tree->topLevelItem(0))).contrast() >= kReadable);
+        QWidget *details = viewer.ui.detailsEdit->viewport();
+        QVERIFY(shadesOf(*details, details->rect()).contrast() >= kReadable);
+        QStringList inDialogs;
+        for (QAction *action : {viewer.ui.actionPreferences, viewer.ui.actionAbout}) {
+            const WhenModal<QDialog> dialog([&](QDialog &d) {
+                inDialogs += unreadable(d);
+                d.reject();
+            });
+            action->trigger();
+            QVERIFY(dialog.wasSeen());
+        }
+        QCOMPARE(inDialogs, QStringList());
+
+        // The colours are those that were asked for, everywhere: no part of a dark window is bright.
+        const double average =
+            luminance(viewer.grab().toImage().scaled(1, 1, {}, Qt::SmoothTransformation).pixel(0, 0));
+        QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
+    }
 
 private:
     ViewerFixture fixture;
 };
-
-void TestViewerAppearance::initTestCase()
-{
-    QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", "1").toDouble());
-    QApplication::setStyle(QStyleFactory::create("Fusion")); // which paints with the palette
-    RecordBytes record = ViewerFixture::titled("News at seven");
-    record.channel = "Channel";
-    record.description = "A long evening in the mountains";
-    QVERIFY(TestVolume::create(fixture.path("disk"), {record, ViewerFixture::titled("Weather")}));
-}
-
-void TestViewerAppearance::texts_areReadable_withAnyColours_data()
-{
-    QTest::addColumn<QColor>("ground");
-    QTest::addColumn<QColor>("text");
-    QTest::newRow("light") << QColor(250, 250, 250) << QColor(20, 20, 20);
-    QTest::newRow("dark") << QColor(35, 35, 38) << QColor(240, 240, 240);
-}
-
-void TestViewerAppearance::texts_areReadable_withAnyColours()
-{
-    QFETCH(const QColor, ground);
-    QFETCH(const QColor, text);
-    QApplication::setPalette(paletteOf(ground, text));
-    Viewer &viewer = fixture.open();
-    viewer.ui.summaryList->setCurrentRow(0);
-    QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-
-    QCOMPARE(unreadable(viewer), QStringList());
-    // One row of the list is selected, the other is not; so is the device.
-    QListWidget *list = viewer.ui.summaryList;
-    for (const int row : {0, 1})
-        QVERIFY(shadesOf(*list->viewport(), list->visualItemRect(list->item(row))).contrast() >= kReadable);
-    QTreeWidget *tree = viewer.ui.deviceList;
-    QVERIFY(shadesOf(*tree->viewport(), tree->visualItemRect(tree->topLevelItem(0))).contrast() >= kReadable);
-    QWidget *details = viewer.ui.detailsEdit->viewport();
-    QVERIFY(shadesOf(*details, details->rect()).contrast() >= kReadable);
-    QStringList inDialogs;
-    for (QAction *action : {viewer.ui.actionPreferences, viewer.ui.actionAbout}) {
-        const WhenModal<QDialog> dialog([&](QDialog &d) {
-            inDialogs += unreadable(d);
-            d.reject();
-        });
-        action->trigger();
-        QVERIFY(dialog.wasSeen());
-    }
-    QCOMPARE(inDialogs, QStringList());
-
-    // The colours are those that were asked for, everywhere: no part of a dark window is bright.
-    const double average = luminance(viewer.grab().toImage().scaled(1, 1, {}, Qt::SmoothTransformation).pixel(0, 0));
-    QVERIFY2(std::abs(average - luminance(ground.rgb())) < 0.25, qPrintable(QString::number(average)));
-}
 
 TEST_CLASS(TestViewerAppearance, QApplication)
 #include "tst_viewer_appearance.moc"

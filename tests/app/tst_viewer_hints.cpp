@@ -53,279 +53,260 @@ class TestViewerHints : public QObject
 private slots:
     void cleanup() { QToolTip::hideText(); }
 
-    void deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice();
-    void deviceHint_saysThatThePlaceDoesNotExist();
-    void deviceHint_namesTheUsualPlace();
-    void deviceHint_saysThatThePlaceIsADiskItself();
-    void deviceHint_saysThatNoPlaceIsSet();
-    void deviceHint_saysWhenAChangedPlaceCounts();
-    void deviceHint_goes_whenADeviceComes();
-    void hint_isShownWhole_asATip();
-    void programmeHint_saysThatADiskCannotBeRead();
-    void programmeHint_saysThatADiskIsEmpty();
-    void programmeHint_asksForAClick_onADeviceThatHasCome();
-    void pictures_areBeingMade_whileTheScanRuns();
-    void pictures_areCounted_onceTheyAreThere();
-    void pictures_cannotBeHad_afterTheScan();
-    void pictures_cannotBeHad_fromAScanOfAnotherDevice();
-    void pictures_areBeingMade_stillForADeviceThatIsClickedAgain();
-    void pictures_cannotBeHad_fromADiskThatCannotBeRead();
-    void hint_isHeard_onlyWhileItIsShown();
-    void picturesTip_keepsThePath_andHasASecondLine();
+    void deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice()
+    {
+        ViewerFixture fixture;
+        const Viewer &viewer = fixture.open();
+        QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
+        QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path()));
+        QVERIFY(isPainted(viewer.ui.deviceList));
+        QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 0);
+        QCOMPARE(saidOf(viewer.ui.summaryList), QString()); // One reason is enough.
+        QVERIFY(!isPainted(viewer.ui.summaryList));
+    }
+
+    void deviceHint_saysThatThePlaceDoesNotExist()
+    {
+        ViewerFixture fixture;
+        setMountPoint(fixture.path("nowhere"));
+        QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
+        QVERIFY(saidOf(fixture.viewer->ui.deviceList).contains(fixture.path("nowhere")));
+        QVERIFY(TestVolume::writeFile(fixture.path("file"), "x"));
+        setMountPoint(fixture.path("file"));
+        QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
+    }
+
+    void deviceHint_namesTheUsualPlace()
+    {
+        const QTemporaryDir usual;
+        QCOMPARE(quorvale::firstDirectoryOf({"/nonexistent", usual.path(), "/"}), usual.path());
+        QCOMPARE(quorvale::firstDirectoryOf({"/nonexistent"}), QString());
+        using quorvale::MountPointScan;
+        QVERIFY(quorvale::noDeviceText("/nonexistent", MountPointScan::Done, usual.path()).contains(usual.path()));
+        QVERIFY(!quorvale::noDeviceText(usual.path(), MountPointScan::Done, "/usual").contains("/usual"));
+    }
+
+    void deviceHint_saysThatThePlaceIsADiskItself()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+        setMountPoint(fixture.path("disk"));
+        const QString said = saidOf(fixture.open().ui.deviceList);
+        QVERIFY2(said.contains("is a disk itself"), qPrintable(said));
+        const QString around = "set it to " + QString(QChar(0x2066)) + fixture.path() + QChar(0x2069);
+        QVERIFY(said.contains(around));
+        for (const char *spelling : {"disk/", "disk//", "disk/."}) {
+            setMountPoint(fixture.path() + '/' + spelling);
+            QVERIFY2(saidOf(fixture.open().ui.deviceList).contains(around), spelling);
+        }
+    }
+
+    void deviceHint_saysThatNoPlaceIsSet()
+    {
+        ViewerFixture fixture;
+        setMountPoint(QString());
+        QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
+    }
+
+    void deviceHint_saysWhenAChangedPlaceCounts()
+    {
+        ViewerFixture fixture;
+        QVERIFY(QDir().mkdir(fixture.path("other")));
+        Viewer &viewer = fixture.open();
+        const WhenModal<QDialog> settings([&](QDialog &dialog) {
+            dialog.findChild<QLineEdit *>()->setText(fixture.path("other"));
+            dialog.reject();
+        });
+        viewer.ui.actionPreferences->trigger();
+        QVERIFY(settings.wasSeen());
+        QVERIFY(saidOf(viewer.ui.deviceList).startsWith("Quorvale will look in "));
+        QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path("other")));
+        viewer.scanDrives();
+        QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
+        // What has just been typed may not answer, so it is not looked at.
+        using quorvale::MountPointScan;
+        QCOMPARE(
+            quorvale::noDeviceText("/nonexistent", MountPointScan::Due, {}),
+            quorvale::noDeviceText(fixture.path(), MountPointScan::Due, {}).replace(fixture.path(), "/nonexistent"));
+    }
+
+    void deviceHint_goes_whenADeviceComes()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.open();
+        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+        viewer.scanDrives();
+        QCOMPARE(saidOf(viewer.ui.deviceList), QString());
+        QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 1);
+    }
+
+    void hint_isShownWhole_asATip()
+    {
+        ViewerFixture fixture;
+        const Viewer &viewer = fixture.open();
+        QVERIFY(tipOf(viewer.ui.deviceList->viewport()).contains("No recorder disk in "));
+        QCOMPARE(viewer.ui.deviceList->toolTip(), QString());
+    }
+
+    void programmeHint_saysThatADiskCannotBeRead()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        viewer.ui.summaryList->clear(); // as at a start with such a disk
+        QVERIFY(QDir(fixture.path("disk")).removeRecursively());
+        viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
+        QVERIFY(saidOf(viewer.ui.summaryList).contains("cannot be read"));
+        QVERIFY(saidOf(viewer.ui.summaryList).contains(fixture.path("disk")));
+        QVERIFY(isPainted(viewer.ui.summaryList));
+        QCOMPARE(viewer.ui.summaryList->count(), 0);
+    }
+
+    void programmeHint_saysThatADiskIsEmpty()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
+        const Viewer &viewer = fixture.open();
+        QVERIFY(saidOf(viewer.ui.summaryList).startsWith("There are no recordings on "));
+        QVERIFY(isPainted(viewer.ui.summaryList));
+        QCOMPARE(viewer.ui.summaryList->count(), 0);
+        QCOMPARE(saidOf(viewer.ui.deviceList), QString());
+    }
+
+    void programmeHint_asksForAClick_onADeviceThatHasCome()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.open();
+        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
+        viewer.scanDrives();
+        QCOMPARE(saidOf(viewer.ui.summaryList), QString("Click a device to list its programmes."));
+        viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
+        QCOMPARE(saidOf(viewer.ui.summaryList), QString());
+    }
+
+    void pictures_areBeingMade_whileTheScanRuns()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
+        QVERIFY(viewer.thumbnailScanRunning); // until events are handled
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+        viewer.ui.summaryList->setCurrentRow(1);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+    }
+
+    void pictures_areCounted_onceTheyAreThere()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
+        const auto series = [](int count) { // owned by the window's cache
+            QVector<QPixmap *> pictures(5);
+            for (int i = 0; i < count; ++i)
+                pictures[i] = new QPixmap(16, 9);
+            return pictures;
+        };
+        viewer.ui.summaryList->setCurrentRow(1);
+        viewer.SetThumbs(viewer.recordingFile(0), series(3), series(3));
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+        viewer.SetThumbs(viewer.recordingFile(1), series(1), series(1));
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("1 picture"));
+        viewer.ui.summaryList->setCurrentRow(0);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("3 pictures"));
+        viewer.ui.thumbnailLabel->ClearThumbs();
+    }
+
+    void pictures_cannotBeHad_afterTheScan()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        QVERIFY(viewer.ui.thumbnailLabel->busy);
+        viewer.SetThumbs(viewer.recordingFile(1), {}, {});
+        viewer.ui.summaryList->setCurrentRow(1);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+    }
+
+    void pictures_cannotBeHad_fromAScanOfAnotherDevice()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
+        Viewer &viewer = fixture.open();
+        QVERIFY(viewer.thumbnailScanRunning);
+        QTreeWidget *devices = viewer.ui.deviceList;
+        viewer.selectDevice(devices->topLevelItem(1), 0);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        viewer.selectDevice(devices->topLevelItem(1), 0);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+    }
+
+    void pictures_areBeingMade_stillForADeviceThatIsClickedAgain()
+    {
+        ViewerFixture fixture;
+        const RecordBytes records[] = {fixture.titled("one"), fixture.titled("two"), fixture.titled("three")};
+        QVERIFY(TestVolume::create(fixture.path("a"), {records[0], records[1], records[2]}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {records[0]}));
+        Viewer &viewer = fixture.open();
+        QTreeWidget *devices = viewer.ui.deviceList;
+        QTreeWidgetItem *const first = devices->topLevelItem(0);
+        if (!first->text(0).endsWith("/a"))
+            viewer.selectDevice(devices->topLevelItem(1), 0); // Its scan has not come by anything, and is not replaced.
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        QTreeWidgetItem *const large = devices->topLevelItem(first->text(0).endsWith("/a") ? 0 : 1);
+        QTreeWidgetItem *const small = devices->topLevelItem(first->text(0).endsWith("/a") ? 1 : 0);
+        viewer.selectDevice(large, 0);
+        QVERIFY(viewer.thumbnailScanRunning);
+        viewer.SetThumbs(viewer.recordingFile(1), {}, {}); // The first has had its turn as well.
+        viewer.selectDevice(small, 0);                     // What has come is freed.
+        viewer.selectDevice(large, 0);
+        QStringList said;
+        for (int row = 0; row < 3; ++row) {
+            viewer.ui.summaryList->setCurrentRow(row);
+            said.append(saidOf(viewer.ui.thumbnailLabel));
+        }
+        QCOMPARE(said, QStringList({"no pictures can be had", "no pictures can be had", "pictures are being made"}));
+    }
+
+    void pictures_cannotBeHad_fromADiskThatCannotBeRead()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
+        Viewer &viewer = fixture.open();
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+        QTreeWidgetItem *other = viewer.ui.deviceList->topLevelItem(1);
+        QVERIFY(QDir(other->text(0)).removeRecursively());
+        viewer.selectDevice(other, 0);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+    }
+
+    void hint_isHeard_onlyWhileItIsShown()
+    {
+        QListWidget list;
+        auto *hint = new quorvale::EmptyListHint(&list);
+        list.addItem("row");
+        hint->setText("nothing here");
+        QCOMPARE(saidOf(&list), QString());
+        list.clear();
+        QCOMPARE(saidOf(&list), QString("nothing here"));
+        list.addItem("row");
+        QCOMPARE(saidOf(&list), QString());
+        delete list.takeItem(0);
+        QCOMPARE(saidOf(&list), QString("nothing here"));
+    }
+
+    void picturesTip_keepsThePath_andHasASecondLine()
+    {
+        ViewerFixture fixture;
+        const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), viewer.recordingFile(0));
+        QTextDocument tip;
+        tip.setHtml(tipOf(viewer.ui.thumbnailLabel));
+        const QStringList lines = tip.toPlainText().remove(QChar(0x2066)).remove(QChar(0x2069)).split('\n');
+        QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
+    }
 };
-
-void TestViewerHints::deviceHint_saysWhereQuorvaleLooks_whileThereIsNoDevice()
-{
-    ViewerFixture fixture;
-    const Viewer &viewer = fixture.open();
-    QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
-    QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path()));
-    QVERIFY(isPainted(viewer.ui.deviceList));
-    QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 0);
-    QCOMPARE(saidOf(viewer.ui.summaryList), QString()); // One reason is enough.
-    QVERIFY(!isPainted(viewer.ui.summaryList));
-}
-
-void TestViewerHints::deviceHint_saysThatThePlaceDoesNotExist()
-{
-    ViewerFixture fixture;
-    setMountPoint(fixture.path("nowhere"));
-    QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
-    QVERIFY(saidOf(fixture.viewer->ui.deviceList).contains(fixture.path("nowhere")));
-    QVERIFY(TestVolume::writeFile(fixture.path("file"), "x"));
-    setMountPoint(fixture.path("file"));
-    QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
-}
-
-void TestViewerHints::deviceHint_namesTheUsualPlace()
-{
-    const QTemporaryDir usual;
-    QCOMPARE(quorvale::firstDirectoryOf({"/nonexistent", usual.path(), "/"}), usual.path());
-    QCOMPARE(quorvale::firstDirectoryOf({"/nonexistent"}), QString());
-    using quorvale::MountPointScan;
-    QVERIFY(quorvale::noDeviceText("/nonexistent", MountPointScan::Done, usual.path()).contains(usual.path()));
-    QVERIFY(!quorvale::noDeviceText(usual.path(), MountPointScan::Done, "/usual").contains("/usual"));
-}
-
-void TestViewerHints::deviceHint_saysThatThePlaceIsADiskItself()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    setMountPoint(fixture.path("disk"));
-    const QString said = saidOf(fixture.open().ui.deviceList);
-    QVERIFY2(said.contains("is a disk itself"), qPrintable(said));
-    const QString around = "set it to " + QString(QChar(0x2066)) + fixture.path() + QChar(0x2069);
-    QVERIFY(said.contains(around));
-    for (const char *spelling : {"disk/", "disk//", "disk/."}) {
-        setMountPoint(fixture.path() + '/' + spelling);
-        QVERIFY2(saidOf(fixture.open().ui.deviceList).contains(around), spelling);
-    }
-}
-
-void TestViewerHints::deviceHint_saysThatNoPlaceIsSet()
-{
-    ViewerFixture fixture;
-    setMountPoint(QString());
-    QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
-}
-
-void TestViewerHints::deviceHint_saysWhenAChangedPlaceCounts()
-{
-    ViewerFixture fixture;
-    QVERIFY(QDir().mkdir(fixture.path("other")));
-    Viewer &viewer = fixture.open();
-    const WhenModal<QDialog> settings([&](QDialog &dialog) {
-        dialog.findChild<QLineEdit *>()->setText(fixture.path("other"));
-        dialog.reject();
-    });
-    viewer.ui.actionPreferences->trigger();
-    QVERIFY(settings.wasSeen());
-    QVERIFY(saidOf(viewer.ui.deviceList).startsWith("Quorvale will look in "));
-    QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path("other")));
-    viewer.scanDrives();
-    QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
-    // What has just been typed may not answer, so it is not looked at.
-    using quorvale::MountPointScan;
-    QCOMPARE(quorvale::noDeviceText("/nonexistent", MountPointScan::Due, {}),
-             quorvale::noDeviceText(fixture.path(), MountPointScan::Due, {}).replace(fixture.path(), "/nonexistent"));
-}
-
-void TestViewerHints::deviceHint_goes_whenADeviceComes()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.open();
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    viewer.scanDrives();
-    QCOMPARE(saidOf(viewer.ui.deviceList), QString());
-    QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 1);
-}
-
-void TestViewerHints::hint_isShownWhole_asATip()
-{
-    ViewerFixture fixture;
-    const Viewer &viewer = fixture.open();
-    QVERIFY(tipOf(viewer.ui.deviceList->viewport()).contains("No recorder disk in "));
-    QCOMPARE(viewer.ui.deviceList->toolTip(), QString());
-}
-
-void TestViewerHints::programmeHint_saysThatADiskCannotBeRead()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
-    viewer.ui.summaryList->clear(); // as at a start with such a disk
-    QVERIFY(QDir(fixture.path("disk")).removeRecursively());
-    viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
-    QVERIFY(saidOf(viewer.ui.summaryList).contains("cannot be read"));
-    QVERIFY(saidOf(viewer.ui.summaryList).contains(fixture.path("disk")));
-    QVERIFY(isPainted(viewer.ui.summaryList));
-    QCOMPARE(viewer.ui.summaryList->count(), 0);
-}
-
-void TestViewerHints::hint_isHeard_onlyWhileItIsShown()
-{
-    QListWidget list;
-    auto *hint = new quorvale::EmptyListHint(&list);
-    list.addItem("row");
-    hint->setText("nothing here");
-    QCOMPARE(saidOf(&list), QString());
-    list.clear();
-    QCOMPARE(saidOf(&list), QString("nothing here"));
-    list.addItem("row");
-    QCOMPARE(saidOf(&list), QString());
-    delete list.takeItem(0);
-    QCOMPARE(saidOf(&list), QString("nothing here"));
-}
-
-void TestViewerHints::pictures_cannotBeHad_fromADiskThatCannotBeRead()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-    QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-    QTreeWidgetItem *other = viewer.ui.deviceList->topLevelItem(1);
-    QVERIFY(QDir(other->text(0)).removeRecursively());
-    viewer.selectDevice(other, 0);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
-}
-
-void TestViewerHints::programmeHint_saysThatADiskIsEmpty()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
-    const Viewer &viewer = fixture.open();
-    QVERIFY(saidOf(viewer.ui.summaryList).startsWith("There are no recordings on "));
-    QVERIFY(isPainted(viewer.ui.summaryList));
-    QCOMPARE(viewer.ui.summaryList->count(), 0);
-    QCOMPARE(saidOf(viewer.ui.deviceList), QString());
-}
-
-void TestViewerHints::programmeHint_asksForAClick_onADeviceThatHasCome()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.open();
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-    viewer.scanDrives();
-    QCOMPARE(saidOf(viewer.ui.summaryList), QString("Click a device to list its programmes."));
-    viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
-    QCOMPARE(saidOf(viewer.ui.summaryList), QString());
-}
-
-void TestViewerHints::pictures_areBeingMade_whileTheScanRuns()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
-    QVERIFY(viewer.thumbnailScanRunning); // until events are handled
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-    viewer.ui.summaryList->setCurrentRow(1);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-}
-
-void TestViewerHints::pictures_areCounted_onceTheyAreThere()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
-    const auto series = [](int count) { // owned by the window's cache
-        QVector<QPixmap *> pictures(5);
-        for (int i = 0; i < count; ++i)
-            pictures[i] = new QPixmap(16, 9);
-        return pictures;
-    };
-    viewer.ui.summaryList->setCurrentRow(1);
-    viewer.SetThumbs(viewer.recordingFile(0), series(3), series(3));
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-    viewer.SetThumbs(viewer.recordingFile(1), series(1), series(1));
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("1 picture"));
-    viewer.ui.summaryList->setCurrentRow(0);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("3 pictures"));
-    viewer.ui.thumbnailLabel->ClearThumbs();
-}
-
-void TestViewerHints::pictures_cannotBeHad_afterTheScan()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
-    QTRY_VERIFY(!viewer.thumbnailScanRunning);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
-    QVERIFY(viewer.ui.thumbnailLabel->busy);
-    viewer.SetThumbs(viewer.recordingFile(1), {}, {});
-    viewer.ui.summaryList->setCurrentRow(1);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
-}
-
-void TestViewerHints::pictures_cannotBeHad_fromAScanOfAnotherDevice()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-    QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
-    QVERIFY(viewer.thumbnailScanRunning);
-    QTreeWidget *devices = viewer.ui.deviceList;
-    viewer.selectDevice(devices->topLevelItem(1), 0);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
-    QTRY_VERIFY(!viewer.thumbnailScanRunning);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
-    viewer.selectDevice(devices->topLevelItem(1), 0);
-    QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-}
-
-void TestViewerHints::pictures_areBeingMade_stillForADeviceThatIsClickedAgain()
-{
-    ViewerFixture fixture;
-    const RecordBytes records[] = {fixture.titled("one"), fixture.titled("two"), fixture.titled("three")};
-    QVERIFY(TestVolume::create(fixture.path("a"), {records[0], records[1], records[2]}));
-    QVERIFY(TestVolume::create(fixture.path("b"), {records[0]}));
-    Viewer &viewer = fixture.open();
-    QTreeWidget *devices = viewer.ui.deviceList;
-    QTreeWidgetItem *const first = devices->topLevelItem(0);
-    if (!first->text(0).endsWith("/a"))
-        viewer.selectDevice(devices->topLevelItem(1), 0); // Its scan has not come by anything, and is not replaced.
-    QTRY_VERIFY(!viewer.thumbnailScanRunning);
-    QTreeWidgetItem *const large = devices->topLevelItem(first->text(0).endsWith("/a") ? 0 : 1);
-    QTreeWidgetItem *const small = devices->topLevelItem(first->text(0).endsWith("/a") ? 1 : 0);
-    viewer.selectDevice(large, 0);
-    QVERIFY(viewer.thumbnailScanRunning);
-    viewer.SetThumbs(viewer.recordingFile(1), {}, {}); // The first has had its turn as well.
-    viewer.selectDevice(small, 0);                     // What has come is freed.
-    viewer.selectDevice(large, 0);
-    QStringList said;
-    for (int row = 0; row < 3; ++row) {
-        viewer.ui.summaryList->setCurrentRow(row);
-        said.append(saidOf(viewer.ui.thumbnailLabel));
-    }
-    QCOMPARE(said, QStringList({"no pictures can be had", "no pictures can be had", "pictures are being made"}));
-}
-
-void TestViewerHints::picturesTip_keepsThePath_andHasASecondLine()
-{
-    ViewerFixture fixture;
-    const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
-    QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), viewer.recordingFile(0));
-    QTextDocument tip;
-    tip.setHtml(tipOf(viewer.ui.thumbnailLabel));
-    const QStringList lines = tip.toPlainText().remove(QChar(0x2066)).remove(QChar(0x2069)).split('\n');
-    QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
-}
 
 TEST_CLASS(TestViewerHints, QApplication)
 #include "tst_viewer_hints.moc"

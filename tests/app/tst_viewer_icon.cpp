@@ -41,17 +41,15 @@ class TestViewerIcon : public QObject
     Q_OBJECT
 
 private slots:
-    void icon_hasAPictureForEachDensity();
+    void icon_hasAPictureForEachDensity()
+    {
+        ViewerFixture fixture;
+        const QIcon icon = fixture.open().windowIcon();
+        QCOMPARE(added, (QVector<Added>{{QSize(64, 64), 1.0, QIcon::Normal, QIcon::Off},
+                                        {QSize(128, 128), 2.0, QIcon::Normal, QIcon::Off}}));
+        QCOMPARE(icon.availableSizes(), (QList<QSize>{QSize(64, 64), QSize(128, 128)}));
+    }
 };
-
-void TestViewerIcon::icon_hasAPictureForEachDensity()
-{
-    ViewerFixture fixture;
-    const QIcon icon = fixture.open().windowIcon();
-    QCOMPARE(added, (QVector<Added>{{QSize(64, 64), 1.0, QIcon::Normal, QIcon::Off},
-                                    {QSize(128, 128), 2.0, QIcon::Normal, QIcon::Off}}));
-    QCOMPARE(icon.availableSizes(), (QList<QSize>{QSize(64, 64), QSize(128, 128)}));
-}
 
 QTEST_MAIN(TestViewerIcon)
 #include "tst_viewer_icon.moc"

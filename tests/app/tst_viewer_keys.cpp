@@ -18,144 +18,137 @@ class TestViewerKeys : public QObject
 
 private slots:
     void initTestCase() { qRegisterMetaType<QTreeWidgetItem *>(); } // for what the spies record
-    void deviceKey_doesOnceWhatAClickDoes_data();
-    void deviceKey_doesOnceWhatAClickDoes();
-    void deviceKey_heldDown_doesItOnce();
-    void deviceKey_doesNothing_withoutDevice();
-    void menuKey_opensTheMenu_atItsFirstEntry_data();
-    void menuKey_opensTheMenu_atItsFirstEntry();
-    void menuKey_leavesATitleWithItsOwnKey();
-    void pauseKey_doesWhatAClickDoes_whereverTheFocusIs();
-};
 
-void TestViewerKeys::deviceKey_doesOnceWhatAClickDoes_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("modifier");
-    QTest::newRow("Return") << int(Qt::Key_Return) << int(Qt::NoModifier);
-    QTest::newRow("Enter") << int(Qt::Key_Enter) << int(Qt::KeypadModifier);
-    QTest::newRow("Space") << int(Qt::Key_Space) << int(Qt::NoModifier);
-}
-
-void TestViewerKeys::deviceKey_doesOnceWhatAClickDoes()
-{
-    QFETCH(int, key);
-    QFETCH(int, modifier);
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-    QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
-    Viewer &viewer = fixture.open();
-    viewer.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&viewer));
-    QTreeWidget *list = viewer.ui.deviceList;
-    const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
-    const QSignalSpy activations(list, &QTreeWidget::itemActivated);
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Down);
-    QCOMPARE(list->currentItem(), list->topLevelItem(1));
-    const QString other = list->topLevelItem(1)->text(0);
-    QVERIFY(viewer.selectedDevice != other);
-    QTest::keyClick(list, Qt::Key(key), Qt::KeyboardModifier(modifier));
-    QCOMPARE(viewer.selectedDevice, other);
-    QCOMPARE(programmeTexts(viewer), QStringList(other.endsWith("/a") ? "one" : "two"));
-    QCOMPARE(clicks.size(), 1);
-    QCOMPARE(activations.size(), 0);
-    QCOMPARE(list->selectedItems(), QList<QTreeWidgetItem *>({list->topLevelItem(1)}));
-}
-
-void TestViewerKeys::deviceKey_heldDown_doesItOnce()
-{
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-    QTreeWidget *list = fixture.open().ui.deviceList;
-    const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
-    list->setCurrentItem(list->topLevelItem(0));
-    for (const bool repeated : {false, true, true}) {
-        QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r", repeated);
-        QCoreApplication::sendEvent(list, &press);
+    void deviceKey_doesOnceWhatAClickDoes_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifier");
+        QTest::newRow("Return") << int(Qt::Key_Return) << int(Qt::NoModifier);
+        QTest::newRow("Enter") << int(Qt::Key_Enter) << int(Qt::KeypadModifier);
+        QTest::newRow("Space") << int(Qt::Key_Space) << int(Qt::NoModifier);
     }
-    QCOMPARE(clicks.size(), 1);
-}
 
-void TestViewerKeys::deviceKey_doesNothing_withoutDevice()
-{
-    ViewerFixture fixture;
-    QTreeWidget *list = fixture.open().ui.deviceList;
-    const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
-    QTest::keyClick(list, Qt::Key_Return);
-    QCOMPARE(clicks.size(), 0);
-}
-
-void TestViewerKeys::menuKey_opensTheMenu_atItsFirstEntry_data()
-{
-    QTest::addColumn<QKeySequence>("keys");
-    QTest::newRow("F10") << QKeySequence("F10");
-    QTest::newRow("Alt+F") << QKeySequence("Alt+F");
-}
-
-void TestViewerKeys::menuKey_opensTheMenu_atItsFirstEntry()
-{
-    QFETCH(QKeySequence, keys);
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.open();
-    viewer.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&viewer));
-    for (QWidget *focus : {static_cast<QWidget *>(viewer.ui.summaryList), static_cast<QWidget *>(viewer.ui.timeEdit)}) {
-        focus->setFocus();
-        QTest::keySequence(focus, keys);
-        QTRY_VERIFY(viewer.ui.menuFile->isVisible());
-        QCOMPARE(viewer.ui.menuFile->activeAction(), viewer.ui.actionOpen_Directory);
-        QTest::keyClick(viewer.ui.menuFile, Qt::Key_Escape);
-        QTRY_VERIFY(!viewer.ui.menuFile->isVisible());
+    void deviceKey_doesOnceWhatAClickDoes()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifier);
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
+        Viewer &viewer = fixture.open();
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        QTreeWidget *list = viewer.ui.deviceList;
+        const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
+        const QSignalSpy activations(list, &QTreeWidget::itemActivated);
+        list->setFocus();
+        QTest::keyClick(list, Qt::Key_Down);
+        QCOMPARE(list->currentItem(), list->topLevelItem(1));
+        const QString other = list->topLevelItem(1)->text(0);
+        QVERIFY(viewer.selectedDevice != other);
+        QTest::keyClick(list, Qt::Key(key), Qt::KeyboardModifier(modifier));
+        QCOMPARE(viewer.selectedDevice, other);
+        QCOMPARE(programmeTexts(viewer), QStringList(other.endsWith("/a") ? "one" : "two"));
+        QCOMPARE(clicks.size(), 1);
+        QCOMPARE(activations.size(), 0);
+        QCOMPARE(list->selectedItems(), QList<QTreeWidgetItem *>({list->topLevelItem(1)}));
     }
-    QCOMPARE(viewer.ui.menuFile->title(), QString("File"));
-    QCOMPARE(viewer.ui.menuFile->actions().size(), 6);
-}
 
-// A translation may name a key itself: two keys for one menu would cancel each other.
-void TestViewerKeys::menuKey_leavesATitleWithItsOwnKey()
-{
-    QMainWindow window;
-    QMenu *menu = window.menuBar()->addMenu("&Fichier");
-    menu->addAction("entry");
-    quorvale::addMenuKeys(*window.menuBar());
-    window.show();
-    window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QTest::keySequence(&window, QKeySequence("Alt+F"));
-    QTRY_VERIFY(menu->isVisible());
-    menu->close();
-}
-
-void TestViewerKeys::pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
-    viewer.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&viewer));
-    MultiFrameThumb *pictures = viewer.ui.thumbnailLabel;
-    QPixmap picture(16, 9);
-    QVector<QPixmap *> series = {&picture};
-    pictures->SetThumbs(series, series);
-    const Ui_MainWindow &ui = viewer.ui;
-    for (QWidget *focus : std::initializer_list<QWidget *>{ui.summaryList, ui.deviceList, ui.programmeEdit, ui.timeEdit,
-                                                           ui.openButton, ui.detailsEdit}) {
-        for (const char *keys : {"Ctrl+P", "Pause"}) {
-            QVERIFY(pictures->frameTimerId >= 0);
-            focus->setFocus();
-            QTest::keySequence(focus, QKeySequence(keys));
-            QVERIFY2(pictures->frameTimerId == -1, qPrintable(focus->objectName() + ' ' + keys));
-            QTest::keySequence(focus, QKeySequence(keys));
+    void deviceKey_heldDown_doesItOnce()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
+        QTreeWidget *list = fixture.open().ui.deviceList;
+        const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
+        list->setCurrentItem(list->topLevelItem(0));
+        for (const bool repeated : {false, true, true}) {
+            QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r", repeated);
+            QCoreApplication::sendEvent(list, &press);
         }
+        QCOMPARE(clicks.size(), 1);
     }
-    QList<QKeySequence> known; // Tests cannot press the keys of media players.
-    for (const QShortcut *shortcut : viewer.findChildren<QShortcut *>())
-        known.append(shortcut->key());
-    for (const Qt::Key key : {Qt::Key_MediaPlay, Qt::Key_MediaPause, Qt::Key_MediaTogglePlayPause})
-        QVERIFY(known.contains(QKeySequence(key)));
-    QCOMPARE(pictures->focusPolicy(), Qt::NoFocus); // The tab order is as it was.
-    pictures->ClearThumbs();
-}
+
+    void deviceKey_doesNothing_withoutDevice()
+    {
+        ViewerFixture fixture;
+        QTreeWidget *list = fixture.open().ui.deviceList;
+        const QSignalSpy clicks(list, &QTreeWidget::itemClicked);
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(clicks.size(), 0);
+    }
+
+    void menuKey_opensTheMenu_atItsFirstEntry_data()
+    {
+        QTest::addColumn<QKeySequence>("keys");
+        QTest::newRow("F10") << QKeySequence("F10");
+        QTest::newRow("Alt+F") << QKeySequence("Alt+F");
+    }
+
+    void menuKey_opensTheMenu_atItsFirstEntry()
+    {
+        QFETCH(QKeySequence, keys);
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.open();
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        for (QWidget *focus :
+             {static_cast<QWidget *>(viewer.ui.summaryList), static_cast<QWidget *>(viewer.ui.timeEdit)}) {
+            focus->setFocus();
+            QTest::keySequence(focus, keys);
+            QTRY_VERIFY(viewer.ui.menuFile->isVisible());
+            QCOMPARE(viewer.ui.menuFile->activeAction(), viewer.ui.actionOpen_Directory);
+            QTest::keyClick(viewer.ui.menuFile, Qt::Key_Escape);
+            QTRY_VERIFY(!viewer.ui.menuFile->isVisible());
+        }
+        QCOMPARE(viewer.ui.menuFile->title(), QString("File"));
+        QCOMPARE(viewer.ui.menuFile->actions().size(), 6);
+    }
+
+    // A translation may name a key itself: two keys for one menu would cancel each other.
+    void menuKey_leavesATitleWithItsOwnKey()
+    {
+        QMainWindow window;
+        QMenu *menu = window.menuBar()->addMenu("&Fichier");
+        menu->addAction("entry");
+        quorvale::addMenuKeys(*window.menuBar());
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTest::keySequence(&window, QKeySequence("Alt+F"));
+        QTRY_VERIFY(menu->isVisible());
+        menu->close();
+    }
+
+    void pauseKey_doesWhatAClickDoes_whereverTheFocusIs()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        MultiFrameThumb *pictures = viewer.ui.thumbnailLabel;
+        QPixmap picture(16, 9);
+        QVector<QPixmap *> series = {&picture};
+        pictures->SetThumbs(series, series);
+        const Ui_MainWindow &ui = viewer.ui;
+        for (QWidget *focus : std::initializer_list<QWidget *>{ui.summaryList, ui.deviceList, ui.programmeEdit,
+                                                               ui.timeEdit, ui.openButton, ui.detailsEdit}) {
+            for (const char *keys : {"Ctrl+P", "Pause"}) {
+                QVERIFY(pictures->frameTimerId >= 0);
+                focus->setFocus();
+                QTest::keySequence(focus, QKeySequence(keys));
+                QVERIFY2(pictures->frameTimerId == -1, qPrintable(focus->objectName() + ' ' + keys));
+                QTest::keySequence(focus, QKeySequence(keys));
+            }
+        }
+        QList<QKeySequence> known; // Tests cannot press the keys of media players.
+        for (const QShortcut *shortcut : viewer.findChildren<QShortcut *>())
+            known.append(shortcut->key());
+        for (const Qt::Key key : {Qt::Key_MediaPlay, Qt::Key_MediaPause, Qt::Key_MediaTogglePlayPause})
+            QVERIFY(known.contains(QKeySequence(key)));
+        QCOMPARE(pictures->focusPolicy(), Qt::NoFocus); // The tab order is as it was.
+        pictures->ClearThumbs();
+    }
+};
 
 TEST_CLASS(TestViewerKeys, QApplication)
 #include "tst_viewer_keys.moc"

@@ -24,311 +24,290 @@ public:
     static void initMain() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); }
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        desktop = std::make_unique<QTemporaryDir>();
+        qputenv("PATH", desktop->path().toLocal8Bit());
+        fixture = std::make_unique<ViewerFixture>();
+        RecordBytes first = ViewerFixture::titled("one");
+        first.description = "<b>Long</b> evening";
+        RecordBytes second = ViewerFixture::titled("two");
+        second.description.clear();
+        QVERIFY(TestVolume::create(fixture->path("disk"), {first, second}));
+        for (const char *piece : {"one.ts", "one.ts1", "one.ts2", "one.ts4"})
+            QVERIFY(TestVolume::writeFile(fixture->path("disk/DVR/RECS/") + piece, "x"));
+        viewer = &fixture->open();
+        viewer->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(viewer));
+        viewer->ui.summaryList->setFocus();
+    }
 
-    void play_opensTheMainFile_byKeyAndDoubleClick_once();
-    void play_saysThatThereIsNoFile();
-    void play_findsAFile_whoseNameIsNoText();
-    void play_saysNothing_aboutAnyOtherError();
-    void play_saysThatThereIsNoPlayer();
-    void play_doesNothing_forARowWithoutProgramme();
-    void menu_hasTheseEntries_fromMouseAndKeyboard();
-    void menu_opensNowhere_withoutProgramme();
-    void menu_showsTheFileInTheFileManager();
-    void menu_saysThatThereIsNoFileManager();
-    void menu_saysThatThereIsNoFile_toShow();
-    void menu_opensWithinTheList_forARowOutOfSight();
-    void menu_copiesTheDescription_asItReads();
-    void drag_carriesAllPieces_forCopyingAlone();
-    void drag_leavesTheChosenRow();
+    void cleanup()
+    {
+        fixture.reset();
+        desktop.reset();
+    }
+
+    void play_opensTheMainFile_byKeyAndDoubleClick_once()
+    {
+        installOpener(0);
+        QListWidget *list = viewer->ui.summaryList;
+        const QByteArray line = QUrl::fromLocalFile(viewer->recordingFile(0)).toEncoded() + '\n';
+        QTest::keyClick(list, Qt::Key_Return);
+        QTRY_COMPARE(opened(), line);
+        QTest::keyClick(list, Qt::Key_Enter, Qt::KeypadModifier);
+        QTRY_COMPARE(opened(), line + line);
+        const QPoint place = list->visualItemRect(list->item(0)).center();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, place);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, place);
+        QTRY_COMPARE(opened(), line + line + line);
+        QTest::qWait(100);
+        QCOMPARE(opened(), line + line + line);
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    void play_saysThatThereIsNoFile()
+    {
+        installOpener(0);
+        viewer->ui.summaryList->setCurrentRow(1);
+        const QString text = messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
+        QVERIFY2(text.startsWith("There is no file ") && text.contains(viewer->recordingFile(1)), qPrintable(text));
+        QCOMPARE(opened(), QByteArray());
+    }
+
+    void play_findsAFile_whoseNameIsNoText()
+    {
+        installOpener(0);
+        const QByteArray name = "caf\xE9";
+        const QByteArray file = fixture->path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts";
+        std::ofstream(file.toStdString()) << 'x';
+        quorvale::playRecording({file.toStdString(), {}}, *viewer);
+        QTRY_VERIFY(opened().endsWith("/caf%E9.ts\n"));
+    }
+
+    // A player that ends with an error may well have played.
+    void play_saysNothing_aboutAnyOtherError()
+    {
+        installOpener(1);
+        QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return);
+        QTRY_VERIFY(!opened().isEmpty());
+        QTest::qWait(300);
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    void play_saysThatThereIsNoPlayer()
+    {
+        for (const bool hasOpener : {false, true}) {
+            if (hasOpener)
+                installOpener(4);
+            const QString text =
+                messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
+            QVERIFY2(text.contains("could not be played") && text.contains(viewer->recordingFile(0)), qPrintable(text));
+        }
+    }
+
+    void play_doesNothing_forARowWithoutProgramme()
+    {
+        installOpener(0);
+        viewer->programmes.clear(); // The list may show more rows than there are programmes.
+        QListWidget *list = viewer->ui.summaryList;
+        QTest::keyClick(list, Qt::Key_Return);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
+        QTest::qWait(200);
+        QCOMPARE(opened(), QByteArray());
+    }
+
+    void menu_hasTheseEntries_fromMouseAndKeyboard()
+    {
+        for (const auto reason : {QContextMenuEvent::Mouse, QContextMenuEvent::Keyboard}) {
+            QPointer<QMenu> menu = openMenuAt(*viewer, 0, reason);
+            QVERIFY(menu);
+            QStringList texts;
+            for (const QAction *action : menu->actions())
+                texts.append(action->text());
+            QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
+            QTest::keyClick(menu, Qt::Key_Escape);
+            QTRY_VERIFY(!menu); // Nothing of it stays in the window.
+        }
+    }
+
+    void menu_opensNowhere_withoutProgramme()
+    {
+        viewer->programmes.clear();
+        QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Mouse));
+        QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard));
+        viewer->ui.summaryList->clear();
+        QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard));
+    }
+
+    void menu_showsTheFileInTheFileManager()
+    {
+        installOpener(0);
+        QAction *show = entry(*viewer, "Show in File Manager");
+        QVERIFY(show);
+        CapturedOutput errors(stderr);
+        show->trigger();
+        // No file manager answers on a bus here: the folder is opened.
+        QTRY_COMPARE(opened(), QUrl::fromLocalFile(fixture->path("disk/DVR/RECS")).toEncoded() + '\n');
+        QVERIFY(errors.text().contains("Opening file " + viewer->recordingFile(0).toLocal8Bit() + '\n'));
+        QApplication::activePopupWidget()->close();
+    }
+
+    void menu_saysThatThereIsNoFileManager()
+    {
+        QAction *show = entry(*viewer, "Show in File Manager");
+        QVERIFY(show);
+        const QString text = messageAfter(*viewer, [&] {
+            show->trigger();
+            QApplication::activePopupWidget()->close();
+        });
+        QVERIFY2(text.contains("could not be shown"), qPrintable(text));
+    }
+
+    void menu_saysThatThereIsNoFile_toShow()
+    {
+        installOpener(0);
+        const QString text = messageAfter(*viewer, [&] {
+            const quorvale::Recording missing{viewer->recordingFile(1).toStdString(), {}};
+            quorvale::showRecording(missing, *viewer);
+        });
+        QVERIFY2(text.startsWith("There is no file "), qPrintable(text));
+        QCOMPARE(opened(), QByteArray());
+    }
+
+    void menu_opensWithinTheList_forARowOutOfSight()
+    {
+        QListWidget *list = viewer->ui.summaryList;
+        for (int i = 0; i < 100; ++i)
+            list->addItem("row"); // without a programme
+        list->setCurrentRow(0);
+        list->scrollToBottom();
+        QVERIFY(!list->viewport()->rect().intersects(list->visualItemRect(list->item(0))));
+        QMenu *menu = openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard);
+        QVERIFY(menu);
+        QVERIFY(list->viewport()->rect().contains(list->viewport()->mapFromGlobal(menu->pos())));
+        menu->close();
+    }
+
+    void menu_copiesTheDescription_asItReads()
+    {
+        QAction *copy = entry(*viewer, "Copy Description");
+        QVERIFY(copy && copy->isEnabled());
+        copy->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), QString("Long evening"));
+        QApplication::activePopupWidget()->close();
+        QMenu *menu = openMenuAt(*viewer, 1, QContextMenuEvent::Mouse);
+        QVERIFY(menu && !menu->actions().last()->isEnabled()); // There is none.
+        menu->close();
+    }
+
+    void drag_carriesAllPieces_forCopyingAlone()
+    {
+        QListWidget *list = viewer->ui.summaryList;
+        const QPoint from = list->visualItemRect(list->item(0)).center();
+        QStringList files;
+        Qt::DropActions offered;
+        QPixmap picture;
+        QPoint held;
+        const auto note = [&] {
+            if (const auto *drag = list->findChild<QDrag *>()) {
+                files.clear();
+                for (const QUrl &url : drag->mimeData()->urls())
+                    files.append(url.toLocalFile());
+                offered = drag->supportedActions();
+                picture = drag->pixmap();
+                held = drag->hotSpot();
+            }
+        };
+        // On some displays a drag lasts until the pointer lets go, on others it ends at once.
+        QTimer::singleShot(0, list, [&] {
+            note();
+            QDrag::cancel();
+        });
+        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
+        const QPoint away = from + QPoint(60, 0);
+        QMouseEvent move(QEvent::MouseMove, away, list->viewport()->mapToGlobal(away), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &move);
+        note();
+        const QString main = viewer->recordingFile(0);
+        QCOMPARE(files, QStringList({main, main + "1", main + "2"}));
+        QCOMPARE(offered, Qt::DropActions(Qt::CopyAction));
+        const QRect row = list->visualItemRect(list->item(0)) & list->viewport()->rect();
+        QCOMPARE(picture.toImage(), list->viewport()->grab(row).toImage());
+        QCOMPARE(held, from - row.topLeft());
+        QCoreApplication::processEvents();
+    }
+
+    void drag_leavesTheChosenRow()
+    {
+        QListWidget *list = viewer->ui.summaryList;
+        const QPoint from(5, list->visualItemRect(list->item(0)).bottom()); // one further is the next row
+        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
+        const QPoint near = from + QPoint(0, 1);
+        QMouseEvent move(QEvent::MouseMove, near, list->viewport()->mapToGlobal(near), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QCOMPARE(list->row(list->itemAt(near)), 1);
+        QCoreApplication::sendEvent(list->viewport(), &move);
+        QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, near);
+        QCOMPARE(list->currentRow(), 0);
+        QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
+    }
 
 private:
     // Makes the stand-in for the desktop's opener end with this code.
-    void installOpener(int code) const;
+    void installOpener(int code) const
+    {
+        const QString opener = desktop->filePath("xdg-open");
+        QVERIFY(
+            TestVolume::writeFile(opener, "#!/bin/sh\necho \"$*\" >>\"${0%/*}/opened\"\necho a player talks\nexit " +
+                                              QByteArray::number(code) + "\n"));
+        QVERIFY(QFile::setPermissions(opener, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    }
+
     [[nodiscard]] QByteArray opened() const
     {
         const QString log = desktop->filePath("opened");
         return QFile::exists(log) ? TestVolume::readFile(log) : QByteArray();
     }
-    static QMenu *openMenuAt(const Viewer &viewer, int row, QContextMenuEvent::Reason reason);
-    QAction *entry(const Viewer &viewer, const QString &text) const;
+
+    static QMenu *openMenuAt(const Viewer &viewer, int row, QContextMenuEvent::Reason reason)
+    {
+        QListWidget *list = viewer.ui.summaryList;
+        const QPoint place = list->visualItemRect(list->item(row)).center();
+        QWidget *receiver = reason == QContextMenuEvent::Keyboard ? list : list->viewport();
+        QContextMenuEvent event(reason, place, receiver->mapToGlobal(place));
+        QCoreApplication::sendEvent(receiver, &event);
+        return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    }
+
+    QAction *entry(const Viewer &window, const QString &text) const
+    {
+        const QMenu *menu = openMenuAt(window, 0, QContextMenuEvent::Mouse);
+        const QList<QAction *> actions = menu ? menu->actions() : QList<QAction *>();
+        for (QAction *action : actions) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
+    }
+
     // What a message says that comes up over the window while `act` and a while after.
-    QString messageAfter(Viewer &viewer, const std::function<void()> &act) const;
+    QString messageAfter(Viewer &window, const std::function<void()> &act) const
+    {
+        QString text;
+        const WhenModal<QMessageBox> message([&](QMessageBox &box) {
+            text = box.parentWidget() == &window ? box.text() : "the message belongs to another window";
+            box.reject();
+        });
+        act();
+        return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString("no message");
+    }
 
     std::unique_ptr<QTemporaryDir> desktop;
     std::unique_ptr<ViewerFixture> fixture;
     Viewer *viewer = nullptr;
 };
-
-void TestViewerRecordings::init()
-{
-    desktop = std::make_unique<QTemporaryDir>();
-    qputenv("PATH", desktop->path().toLocal8Bit());
-    fixture = std::make_unique<ViewerFixture>();
-    RecordBytes first = ViewerFixture::titled("one");
-    first.description = "<b>Long</b> evening";
-    RecordBytes second = ViewerFixture::titled("two");
-    second.description.clear();
-    QVERIFY(TestVolume::create(fixture->path("disk"), {first, second}));
-    for (const char *piece : {"one.ts", "one.ts1", "one.ts2", "one.ts4"})
-        QVERIFY(TestVolume::writeFile(fixture->path("disk/DVR/RECS/") + piece, "x"));
-    viewer = &fixture->open();
-    viewer->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(viewer));
-    viewer->ui.summaryList->setFocus();
-}
-
-void TestViewerRecordings::cleanup()
-{
-    fixture.reset();
-    desktop.reset();
-}
-
-void TestViewerRecordings::installOpener(int code) const
-{
-    const QString opener = desktop->filePath("xdg-open");
-    QVERIFY(TestVolume::writeFile(opener, "#!/bin/sh\necho \"$*\" >>\"${0%/*}/opened\"\necho a player talks\nexit " +
-                                              QByteArray::number(code) + "\n"));
-    QVERIFY(QFile::setPermissions(opener, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-}
-
-QMenu *TestViewerRecordings::openMenuAt(const Viewer &viewer, int row, QContextMenuEvent::Reason reason)
-{
-    QListWidget *list = viewer.ui.summaryList;
-    const QPoint place = list->visualItemRect(list->item(row)).center();
-    QWidget *receiver = reason == QContextMenuEvent::Keyboard ? list : list->viewport();
-    QContextMenuEvent event(reason, place, receiver->mapToGlobal(place));
-    QCoreApplication::sendEvent(receiver, &event);
-    return qobject_cast<QMenu *>(QApplication::activePopupWidget());
-}
-
-QAction *TestViewerRecordings::entry(const Viewer &window, const QString &text) const
-{
-    const QMenu *menu = openMenuAt(window, 0, QContextMenuEvent::Mouse);
-    const QList<QAction *> actions = menu ? menu->actions() : QList<QAction *>();
-    for (QAction *action : actions) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
-
-QString TestViewerRecordings::messageAfter(Viewer &window, const std::function<void()> &act) const
-{
-    QString text;
-    const WhenModal<QMessageBox> message([&](QMessageBox &box) {
-        text = box.parentWidget() == &window ? box.text() : "the message belongs to another window";
-        box.reject();
-    });
-    act();
-    return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString("no message");
-}
-
-void TestViewerRecordings::play_opensTheMainFile_byKeyAndDoubleClick_once()
-{
-    installOpener(0);
-    QListWidget *list = viewer->ui.summaryList;
-    const QByteArray line = QUrl::fromLocalFile(viewer->recordingFile(0)).toEncoded() + '\n';
-    QTest::keyClick(list, Qt::Key_Return);
-    QTRY_COMPARE(opened(), line);
-    QTest::keyClick(list, Qt::Key_Enter, Qt::KeypadModifier);
-    QTRY_COMPARE(opened(), line + line);
-    const QPoint place = list->visualItemRect(list->item(0)).center();
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, place);
-    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, place);
-    QTRY_COMPARE(opened(), line + line + line);
-    QTest::qWait(100);
-    QCOMPARE(opened(), line + line + line);
-    QVERIFY(!QApplication::activeModalWidget());
-}
-
-void TestViewerRecordings::play_saysThatThereIsNoFile()
-{
-    installOpener(0);
-    viewer->ui.summaryList->setCurrentRow(1);
-    const QString text = messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
-    QVERIFY2(text.startsWith("There is no file ") && text.contains(viewer->recordingFile(1)), qPrintable(text));
-    QCOMPARE(opened(), QByteArray());
-}
-
-void TestViewerRecordings::play_findsAFile_whoseNameIsNoText()
-{
-    installOpener(0);
-    const QByteArray name = "caf\xE9";
-    const QByteArray file = fixture->path("disk/DVR/RECS/").toLocal8Bit() + name + ".ts";
-    std::ofstream(file.toStdString()) << 'x';
-    quorvale::playRecording({file.toStdString(), {}}, *viewer);
-    QTRY_VERIFY(opened().endsWith("/caf%E9.ts\n"));
-}
-
-// A player that ends with an error may well have played.
-void TestViewerRecordings::play_saysNothing_aboutAnyOtherError()
-{
-    installOpener(1);
-    QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return);
-    QTRY_VERIFY(!opened().isEmpty());
-    QTest::qWait(300);
-    QVERIFY(!QApplication::activeModalWidget());
-}
-
-void TestViewerRecordings::play_saysThatThereIsNoPlayer()
-{
-    for (const bool hasOpener : {false, true}) {
-        if (hasOpener)
-            installOpener(4);
-        const QString text = messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
-        QVERIFY2(text.contains("could not be played") && text.contains(viewer->recordingFile(0)), qPrintable(text));
-    }
-}
-
-void TestViewerRecordings::play_doesNothing_forARowWithoutProgramme()
-{
-    installOpener(0);
-    viewer->programmes.clear(); // The list may show more rows than there are programmes.
-    QListWidget *list = viewer->ui.summaryList;
-    QTest::keyClick(list, Qt::Key_Return);
-    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(0)).center());
-    QTest::qWait(200);
-    QCOMPARE(opened(), QByteArray());
-}
-
-void TestViewerRecordings::menu_hasTheseEntries_fromMouseAndKeyboard()
-{
-    for (const auto reason : {QContextMenuEvent::Mouse, QContextMenuEvent::Keyboard}) {
-        QPointer<QMenu> menu = openMenuAt(*viewer, 0, reason);
-        QVERIFY(menu);
-        QStringList texts;
-        for (const QAction *action : menu->actions())
-            texts.append(action->text());
-        QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
-        QTest::keyClick(menu, Qt::Key_Escape);
-        QTRY_VERIFY(!menu); // Nothing of it stays in the window.
-    }
-}
-
-void TestViewerRecordings::menu_opensNowhere_withoutProgramme()
-{
-    viewer->programmes.clear();
-    QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Mouse));
-    QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard));
-    viewer->ui.summaryList->clear();
-    QVERIFY(!openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard));
-}
-
-void TestViewerRecordings::menu_showsTheFileInTheFileManager()
-{
-    installOpener(0);
-    QAction *show = entry(*viewer, "Show in File Manager");
-    QVERIFY(show);
-    CapturedOutput errors(stderr);
-    show->trigger();
-    // No file manager answers on a bus here: the folder is opened.
-    QTRY_COMPARE(opened(), QUrl::fromLocalFile(fixture->path("disk/DVR/RECS")).toEncoded() + '\n');
-    QVERIFY(errors.text().contains("Opening file " + viewer->recordingFile(0).toLocal8Bit() + '\n'));
-    QApplication::activePopupWidget()->close();
-}
-
-void TestViewerRecordings::menu_saysThatThereIsNoFileManager()
-{
-    QAction *show = entry(*viewer, "Show in File Manager");
-    QVERIFY(show);
-    const QString text = messageAfter(*viewer, [&] {
-        show->trigger();
-        QApplication::activePopupWidget()->close();
-    });
-    QVERIFY2(text.contains("could not be shown"), qPrintable(text));
-}
-
-void TestViewerRecordings::menu_saysThatThereIsNoFile_toShow()
-{
-    installOpener(0);
-    const QString text = messageAfter(*viewer, [&] {
-        const quorvale::Recording missing{viewer->recordingFile(1).toStdString(), {}};
-        quorvale::showRecording(missing, *viewer);
-    });
-    QVERIFY2(text.startsWith("There is no file "), qPrintable(text));
-    QCOMPARE(opened(), QByteArray());
-}
-
-void TestViewerRecordings::menu_opensWithinTheList_forARowOutOfSight()
-{
-    QListWidget *list = viewer->ui.summaryList;
-    for (int i = 0; i < 100; ++i)
-        list->addItem("row"); // without a programme
-    list->setCurrentRow(0);
-    list->scrollToBottom();
-    QVERIFY(!list->viewport()->rect().intersects(list->visualItemRect(list->item(0))));
-    QMenu *menu = openMenuAt(*viewer, 0, QContextMenuEvent::Keyboard);
-    QVERIFY(menu);
-    QVERIFY(list->viewport()->rect().contains(list->viewport()->mapFromGlobal(menu->pos())));
-    menu->close();
-}
-
-void TestViewerRecordings::menu_copiesTheDescription_asItReads()
-{
-    QAction *copy = entry(*viewer, "Copy Description");
-    QVERIFY(copy && copy->isEnabled());
-    copy->trigger();
-    QCOMPARE(QApplication::clipboard()->text(), QString("Long evening"));
-    QApplication::activePopupWidget()->close();
-    QMenu *menu = openMenuAt(*viewer, 1, QContextMenuEvent::Mouse);
-    QVERIFY(menu && !menu->actions().last()->isEnabled()); // There is none.
-    menu->close();
-}
-
-void TestViewerRecordings::drag_carriesAllPieces_forCopyingAlone()
-{
-    QListWidget *list = viewer->ui.summaryList;
-    const QPoint from = list->visualItemRect(list->item(0)).center();
-    QStringList files;
-    Qt::DropActions offered;
-    QPixmap picture;
-    QPoint held;
-    const auto note = [&] {
-        if (const auto *drag = list->findChild<QDrag *>()) {
-            files.clear();
-            for (const QUrl &url : drag->mimeData()->urls())
-                files.append(url.toLocalFile());
-            offered = drag->supportedActions();
-            picture = drag->pixmap();
-            held = drag->hotSpot();
-        }
-    };
-    // On some displays a drag lasts until the pointer lets go, on others it ends at once.
-    QTimer::singleShot(0, list, [&] {
-        note();
-        QDrag::cancel();
-    });
-    QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
-    const QPoint away = from + QPoint(60, 0);
-    QMouseEvent move(QEvent::MouseMove, away, list->viewport()->mapToGlobal(away), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QCoreApplication::sendEvent(list->viewport(), &move);
-    note();
-    const QString main = viewer->recordingFile(0);
-    QCOMPARE(files, QStringList({main, main + "1", main + "2"}));
-    QCOMPARE(offered, Qt::DropActions(Qt::CopyAction));
-    const QRect row = list->visualItemRect(list->item(0)) & list->viewport()->rect();
-    QCOMPARE(picture.toImage(), list->viewport()->grab(row).toImage());
-    QCOMPARE(held, from - row.topLeft());
-    QCoreApplication::processEvents();
-}
-
-void TestViewerRecordings::drag_leavesTheChosenRow()
-{
-    QListWidget *list = viewer->ui.summaryList;
-    const QPoint from(5, list->visualItemRect(list->item(0)).bottom()); // one further is the next row
-    QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
-    const QPoint near = from + QPoint(0, 1);
-    QMouseEvent move(QEvent::MouseMove, near, list->viewport()->mapToGlobal(near), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QCOMPARE(list->row(list->itemAt(near)), 1);
-    QCoreApplication::sendEvent(list->viewport(), &move);
-    QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, near);
-    QCOMPARE(list->currentRow(), 0);
-    QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
-}
 
 TEST_CLASS(TestViewerRecordings, QApplication)
 #include "tst_viewer_recordings.moc"

@@ -50,40 +50,38 @@ private slots:
         QApplication::setLayoutDirection(Qt::LeftToRight);
     }
 
-    void hint_showsAPath_asItReads();
-    void tips_isolatePaths();
+    void hint_showsAPath_asItReads()
+    {
+        const QString path = "/media/anna";
+        const QString isolated = quorvale::pathInText(path);
+        const QSize size = paintedHint(isolated, Qt::LeftToRight).size();
+        QCOMPARE(paintedHint(isolated, Qt::RightToLeft).size(), size);
+        QCOMPARE(paintedHint(isolated, Qt::RightToLeft), paintedHint(isolated, Qt::LeftToRight));
+        QVERIFY(paintedHint(path, Qt::RightToLeft) !=
+                paintedHint(path, Qt::LeftToRight)); // Its first "/" goes to the end.
+    }
+
+    void tips_isolatePaths()
+    {
+        QApplication::setLayoutDirection(Qt::RightToLeft);
+        ViewerFixture fixture;
+        const QString deep = QString("deep").repeated(30);
+        QVERIFY(TestVolume::create(fixture.path(deep), {fixture.titled("one")}));
+        const Viewer &viewer = fixture.open();
+        QTreeWidget *devices = viewer.ui.deviceList;
+        const QPoint row = devices->visualItemRect(devices->topLevelItem(0)).center();
+        QVERIFY(tipAt(devices->viewport(), row).contains(quorvale::pathInText(fixture.path(deep))));
+        QToolTip::hideText();
+        QTRY_VERIFY(!QToolTip::isVisible());
+        QVERIFY(tipAt(viewer.ui.thumbnailLabel, QPoint(5, 5)).contains(quorvale::pathInText(viewer.recordingFile(0))));
+        fixture.close();
+        QToolTip::hideText();
+        QTRY_VERIFY(!QToolTip::isVisible());
+        QVERIFY(QDir(fixture.path(deep)).removeRecursively());
+        QVERIFY(tipAt(fixture.open().ui.deviceList->viewport(), QPoint(5, 5))
+                    .contains(quorvale::pathInText(fixture.path())));
+    }
 };
-
-void TestViewerRightToLeft::hint_showsAPath_asItReads()
-{
-    const QString path = "/media/anna";
-    const QString isolated = quorvale::pathInText(path);
-    const QSize size = paintedHint(isolated, Qt::LeftToRight).size();
-    QCOMPARE(paintedHint(isolated, Qt::RightToLeft).size(), size);
-    QCOMPARE(paintedHint(isolated, Qt::RightToLeft), paintedHint(isolated, Qt::LeftToRight));
-    QVERIFY(paintedHint(path, Qt::RightToLeft) != paintedHint(path, Qt::LeftToRight)); // Its first "/" goes to the end.
-}
-
-void TestViewerRightToLeft::tips_isolatePaths()
-{
-    QApplication::setLayoutDirection(Qt::RightToLeft);
-    ViewerFixture fixture;
-    const QString deep = QString("deep").repeated(30);
-    QVERIFY(TestVolume::create(fixture.path(deep), {fixture.titled("one")}));
-    const Viewer &viewer = fixture.open();
-    QTreeWidget *devices = viewer.ui.deviceList;
-    const QPoint row = devices->visualItemRect(devices->topLevelItem(0)).center();
-    QVERIFY(tipAt(devices->viewport(), row).contains(quorvale::pathInText(fixture.path(deep))));
-    QToolTip::hideText();
-    QTRY_VERIFY(!QToolTip::isVisible());
-    QVERIFY(tipAt(viewer.ui.thumbnailLabel, QPoint(5, 5)).contains(quorvale::pathInText(viewer.recordingFile(0))));
-    fixture.close();
-    QToolTip::hideText();
-    QTRY_VERIFY(!QToolTip::isVisible());
-    QVERIFY(QDir(fixture.path(deep)).removeRecursively());
-    QVERIFY(
-        tipAt(fixture.open().ui.deviceList->viewport(), QPoint(5, 5)).contains(quorvale::pathInText(fixture.path())));
-}
 
 TEST_CLASS(TestViewerRightToLeft, QApplication)
 #include "tst_viewer_righttoleft.moc"

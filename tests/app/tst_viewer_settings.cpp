@@ -21,181 +21,165 @@ class TestViewerSettings : public QObject
     Q_OBJECT
 
 private slots:
-    void load_takesDefaults_fromAnEmptyStore();
-    void load_understandsTheStoredOrder_data();
-    void load_understandsTheStoredOrder();
-    void load_keepsTheOrder_whenTheTextIsUnknown();
-    void save_writesBothValues_whenTheWindowIsDestroyed_data();
-    void save_writesBothValues_whenTheWindowIsDestroyed();
-    void save_writesAnEmptyOrder_whenItIsUnknown();
-    void save_writesDayFirst_afterATextThatWasNotUnderstood_data();
-    void save_writesDayFirst_afterATextThatWasNotUnderstood();
-    void save_keepsAwkwardMountPoints_verbatim();
-    void store_isNotTheSystemsOwn_whereAnotherIsTheDefault();
-    void store_isTheSystemsOwn_unlessAnotherIsTheDefault();
-    void file_isTheSameText_withEveryQt();
-    void mountPoint_isRead_howeverItsLettersAreWritten_data();
-    void mountPoint_isRead_howeverItsLettersAreWritten();
-};
+    void load_takesDefaults_fromAnEmptyStore()
+    {
+        ViewerFixture fixture;
+        fixture.settings().clear();
+        const Viewer &viewer = fixture.open();
+        QCOMPARE(viewer.mountPoint, QString("/Volumes"));
+        QCOMPARE(viewer.dateFormat, 2);
+    }
 
-void TestViewerSettings::load_takesDefaults_fromAnEmptyStore()
-{
-    ViewerFixture fixture;
-    fixture.settings().clear();
-    const Viewer &viewer = fixture.open();
-    QCOMPARE(viewer.mountPoint, QString("/Volumes"));
-    QCOMPARE(viewer.dateFormat, 2);
-}
+    void load_understandsTheStoredOrder_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<int>("dateFormat");
+        QTest::newRow("dmy") << "dmy" << 0;
+        QTest::newRow("mdy") << "mdy" << 1;
+        QTest::newRow("ymd") << "ymd" << 2;
+        QTest::newRow("other case") << "DMY" << 0;
+        QTest::newRow("other case of another order") << "YMD" << 0;
+        QTest::newRow("unknown") << "abc" << 0;
+        QTest::newRow("empty") << "" << 0;
+    }
 
-void TestViewerSettings::load_understandsTheStoredOrder_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<int>("dateFormat");
-    QTest::newRow("dmy") << "dmy" << 0;
-    QTest::newRow("mdy") << "mdy" << 1;
-    QTest::newRow("ymd") << "ymd" << 2;
-    QTest::newRow("other case") << "DMY" << 0;
-    QTest::newRow("other case of another order") << "YMD" << 0;
-    QTest::newRow("unknown") << "abc" << 0;
-    QTest::newRow("empty") << "" << 0;
-}
+    void load_understandsTheStoredOrder()
+    {
+        QFETCH(QString, stored);
+        ViewerFixture fixture;
+        fixture.settings().setValue("Main/dateformat", stored);
+        QTEST(fixture.open().dateFormat, "dateFormat");
+    }
 
-void TestViewerSettings::load_understandsTheStoredOrder()
-{
-    QFETCH(QString, stored);
-    ViewerFixture fixture;
-    fixture.settings().setValue("Main/dateformat", stored);
-    QTEST(fixture.open().dateFormat, "dateFormat");
-}
+    void load_keepsTheOrder_whenTheTextIsUnknown()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.open();
+        fixture.settings().setValue("Main/dateformat", "abc");
+        viewer.dateFormat = 1;
+        viewer.loadSettings();
+        QCOMPARE(viewer.dateFormat, 1);
+    }
 
-void TestViewerSettings::load_keepsTheOrder_whenTheTextIsUnknown()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.open();
-    fixture.settings().setValue("Main/dateformat", "abc");
-    viewer.dateFormat = 1;
-    viewer.loadSettings();
-    QCOMPARE(viewer.dateFormat, 1);
-}
+    void save_writesBothValues_whenTheWindowIsDestroyed_data()
+    {
+        QTest::addColumn<int>("dateFormat");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("0") << 0 << "dmy";
+        QTest::newRow("1") << 1 << "mdy";
+        QTest::newRow("2") << 2 << "ymd";
+    }
 
-void TestViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed_data()
-{
-    QTest::addColumn<int>("dateFormat");
-    QTest::addColumn<QString>("stored");
-    QTest::newRow("0") << 0 << "dmy";
-    QTest::newRow("1") << 1 << "mdy";
-    QTest::newRow("2") << 2 << "ymd";
-}
+    void save_writesBothValues_whenTheWindowIsDestroyed()
+    {
+        QFETCH(int, dateFormat);
+        ViewerFixture fixture;
+        fixture.settings().clear();
+        Viewer &viewer = fixture.open();
+        viewer.dateFormat = dateFormat;
+        viewer.mountPoint = "/media";
+        QVERIFY(fixture.settings().allKeys().isEmpty()); // nothing before
+        fixture.close();
+        QTEST(fixture.settings().value("Main/dateformat").toString(), "stored");
+        QCOMPARE(fixture.settings().value("Main/mount_point").toString(), QString("/media"));
+        QCOMPARE(fixture.settings().allKeys().size(), 2);
+        QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.ini"));
+    }
 
-void TestViewerSettings::save_writesBothValues_whenTheWindowIsDestroyed()
-{
-    QFETCH(int, dateFormat);
-    ViewerFixture fixture;
-    fixture.settings().clear();
-    Viewer &viewer = fixture.open();
-    viewer.dateFormat = dateFormat;
-    viewer.mountPoint = "/media";
-    QVERIFY(fixture.settings().allKeys().isEmpty()); // nothing before
-    fixture.close();
-    QTEST(fixture.settings().value("Main/dateformat").toString(), "stored");
-    QCOMPARE(fixture.settings().value("Main/mount_point").toString(), QString("/media"));
-    QCOMPARE(fixture.settings().allKeys().size(), 2);
-    QVERIFY(storedFile().endsWith("/quorvale.org/quorvale.ini"));
-}
+    void save_writesAnEmptyOrder_whenItIsUnknown()
+    {
+        ViewerFixture fixture;
+        fixture.open().dateFormat = 7;
+        fixture.close();
+        QVERIFY(fixture.settings().contains("Main/dateformat"));
+        QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString());
+    }
 
-void TestViewerSettings::save_writesAnEmptyOrder_whenItIsUnknown()
-{
-    ViewerFixture fixture;
-    fixture.open().dateFormat = 7;
-    fixture.close();
-    QVERIFY(fixture.settings().contains("Main/dateformat"));
-    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString());
-}
+    void save_writesDayFirst_afterATextThatWasNotUnderstood_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("other case") << "DMY";
+        QTest::newRow("other case of another order") << "YMD";
+        QTest::newRow("unknown") << "abc";
+    }
 
-void TestViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::newRow("other case") << "DMY";
-    QTest::newRow("other case of another order") << "YMD";
-    QTest::newRow("unknown") << "abc";
-}
+    void save_writesDayFirst_afterATextThatWasNotUnderstood()
+    {
+        QFETCH(QString, stored);
+        ViewerFixture fixture;
+        fixture.settings().setValue("Main/dateformat", stored);
+        fixture.open();
+        QCOMPARE(fixture.settings().value("Main/dateformat").toString(), stored);
+        fixture.close();
+        QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString("dmy"));
+    }
 
-void TestViewerSettings::save_writesDayFirst_afterATextThatWasNotUnderstood()
-{
-    QFETCH(QString, stored);
-    ViewerFixture fixture;
-    fixture.settings().setValue("Main/dateformat", stored);
-    fixture.open();
-    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), stored);
-    fixture.close();
-    QCOMPARE(fixture.settings().value("Main/dateformat").toString(), QString("dmy"));
-}
+    void save_keepsAwkwardMountPoints_verbatim()
+    {
+        const QString awkward = QString::fromUtf8(" /media/a, b; \"c\"\\x/%1/M\xC3\xBCnchen/@Invalid() ");
+        ViewerFixture fixture;
+        fixture.open().mountPoint = awkward;
+        QCOMPARE(fixture.open().mountPoint, awkward);
+    }
 
-void TestViewerSettings::save_keepsAwkwardMountPoints_verbatim()
-{
-    const QString awkward = QString::fromUtf8(" /media/a, b; \"c\"\\x/%1/M\xC3\xBCnchen/@Invalid() ");
-    ViewerFixture fixture;
-    fixture.open().mountPoint = awkward;
-    QCOMPARE(fixture.open().mountPoint, awkward);
-}
+    // That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there
+    // the system's store is always the person's own.
+    void store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
+    {
+        ViewerFixture fixture;
+        const QTemporaryDir systemsOwn;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
+        fixture.open().mountPoint = "/elsewhere";
+        fixture.close();
+        QCOMPARE(fixture.open().mountPoint, QString("/elsewhere"));
+        fixture.close();
+        QVERIFY(QFileInfo(storedFile()).size() > 0);
+        QVERIFY(QDir(systemsOwn.path()).isEmpty());
+    }
 
-// That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there the
-// system's store is always the person's own.
-void TestViewerSettings::store_isNotTheSystemsOwn_whereAnotherIsTheDefault()
-{
-    ViewerFixture fixture;
-    const QTemporaryDir systemsOwn;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
-    fixture.open().mountPoint = "/elsewhere";
-    fixture.close();
-    QCOMPARE(fixture.open().mountPoint, QString("/elsewhere"));
-    fixture.close();
-    QVERIFY(QFileInfo(storedFile()).size() > 0);
-    QVERIFY(QDir(systemsOwn.path()).isEmpty());
-}
-
-void TestViewerSettings::store_isTheSystemsOwn_unlessAnotherIsTheDefault()
-{
+    void store_isTheSystemsOwn_unlessAnotherIsTheDefault()
+    {
 #ifdef Q_OS_MACOS
-    QSKIP("It would be the settings of whoever runs this.");
+        QSKIP("It would be the settings of whoever runs this.");
 #else
-    ViewerFixture fixture;
-    const QTemporaryDir systemsOwn;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
-    QSettings::setDefaultFormat(QSettings::NativeFormat);
-    fixture.settings().clear();
-    fixture.open().mountPoint = "/elsewhere";
-    fixture.close();
-    const QByteArray stored = TestVolume::readFile(systemsOwn.filePath("quorvale.org/quorvale.conf"));
-    QCOMPARE(stored, QByteArray("[Main]\ndateformat=ymd\nmount_point=/elsewhere\n"));
-    QVERIFY(fixture.settings().allKeys().isEmpty());
+        ViewerFixture fixture;
+        const QTemporaryDir systemsOwn;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, systemsOwn.path());
+        QSettings::setDefaultFormat(QSettings::NativeFormat);
+        fixture.settings().clear();
+        fixture.open().mountPoint = "/elsewhere";
+        fixture.close();
+        const QByteArray stored = TestVolume::readFile(systemsOwn.filePath("quorvale.org/quorvale.conf"));
+        QCOMPARE(stored, QByteArray("[Main]\ndateformat=ymd\nmount_point=/elsewhere\n"));
+        QVERIFY(fixture.settings().allKeys().isEmpty());
 #endif
-}
+    }
 
-// A person may go from a program built with one Qt to one built with the other, and back.
-void TestViewerSettings::file_isTheSameText_withEveryQt()
-{
-    ViewerFixture fixture;
-    fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
-    fixture.close();
-    QCOMPARE(TestVolume::readFile(storedFile()),
-             QByteArray("[Main]\ndateformat=ymd\nmount_point=\"/media/Jörg, 北/\\\\disk\"\n"));
-}
+    // A person may go from a program built with one Qt to one built with the other, and back.
+    void file_isTheSameText_withEveryQt()
+    {
+        ViewerFixture fixture;
+        fixture.open().mountPoint = QString::fromUtf8("/media/Jörg, 北/\\disk");
+        fixture.close();
+        QCOMPARE(TestVolume::readFile(storedFile()),
+                 QByteArray("[Main]\ndateformat=ymd\nmount_point=\"/media/Jörg, 北/\\\\disk\"\n"));
+    }
 
-void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("as they are") << QByteArray("/media/Jörg");
-    QTest::newRow("escaped") << QByteArray("/media/J\\xf6rg");
-}
+    void mountPoint_isRead_howeverItsLettersAreWritten_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("as they are") << QByteArray("/media/Jörg");
+        QTest::newRow("escaped") << QByteArray("/media/J\\xf6rg");
+    }
 
-void TestViewerSettings::mountPoint_isRead_howeverItsLettersAreWritten()
-{
-    QFETCH(QByteArray, text);
-    ViewerFixture fixture;
-    QVERIFY(TestVolume::writeFile(storedFile(), "[Main]\nmount_point=" + text + '\n'));
-    QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
-}
+    void mountPoint_isRead_howeverItsLettersAreWritten()
+    {
+        QFETCH(QByteArray, text);
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::writeFile(storedFile(), "[Main]\nmount_point=" + text + '\n'));
+        QCOMPARE(fixture.open().mountPoint, QString::fromUtf8("/media/Jörg"));
+    }
+};
 
 TEST_CLASS(TestViewerSettings, QApplication)
 #include "tst_viewer_settings.moc"

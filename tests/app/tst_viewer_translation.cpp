@@ -149,178 +149,172 @@ private slots:
     }
     void cleanup() { QCoreApplication::removeTranslator(translator.get()); }
 
-    void window_translatesEverythingItSays_andHasRoomForIt();
-    void dialogs_translateWhatTheySay_andHaveRoomForIt();
-    void hints_areTranslated();
-    void commandsOnProgrammes_areTranslated();
-    void catalogue_holdsWhatIsAskedFor_andNothingElse();
+    void window_translatesEverythingItSays_andHasRoomForIt()
+    {
+        ViewerFixture fixture;
+        const QDate today = QDate::currentDate();
+        QList<RecordBytes> records;
+        for (const int daysBack : {0, 1}) {
+            const QDate date = today.addDays(-daysBack);
+            RecordBytes record = fixture.titled("news");
+            record.channel = "channel";
+            record.year = date.year();
+            record.month = date.month();
+            record.day = date.day();
+            record.playPosition = 65535;
+            records.append(record);
+        }
+        // The first has a file, the second none, the third one of more than a gigabyte.
+        records.append(records.last());
+        records[0].fileName = "first";
+        records[2].fileName = "third";
+        QVERIFY(TestVolume::create(fixture.path("disk"), records));
+        const std::string device = fixture.path("disk").toStdString();
+        QVERIFY(TestVolume::writeFile(QString::fromStdString(recordingPath(device, "first")), "x"));
+        QVERIFY(TestVolume::writeSparseFile(QString::fromStdString(recordingPath(device, "third")), qint64{3} << 30));
+        for (const int row : {0, 1, 2}) {
+            Viewer &viewer = fixture.open();
+            viewer.ui.summaryList->setCurrentRow(row);
+            QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+            const QSet<QString> data = {"Quorvale", // a name
+                                        "news", "channel", viewer.ui.timeEdit->text(), viewer.recordingFile(row)};
+            QCOMPARE(unmarkedTexts(viewer, data).join(QChar(0x7C)), QString());
+            QCOMPARE(cutOffTexts(viewer).join(QChar(0x7C)), QString());
+        }
+    }
+
+    void dialogs_translateWhatTheySay_andHaveRoomForIt()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.open();
+
+        QStringList unmarked, cutOff;
+        WhenModal<QDialog> settings([&](QDialog &dialog) {
+            unmarked = unmarkedTexts(dialog, {viewer.mountPoint});
+            cutOff = cutOffTexts(dialog);
+            dialog.reject();
+        });
+        viewer.Preferences();
+        QVERIFY(settings.wasSeen());
+        QCOMPARE(unmarked.join(QChar(0x7C)), QString());
+        QCOMPARE(cutOff.join(QChar(0x7C)), QString());
+
+        QString title, text;
+        WhenModal<QMessageBox> about([&](QMessageBox &box) {
+            title = box.windowTitle();
+            text = box.text();
+            cutOff = cutOffTexts(box);
+            box.reject();
+        });
+        viewer.About();
+        QVERIFY(about.wasSeen());
+        QVERIFY(title.startsWith(kOpening));
+        QVERIFY(text.startsWith(kOpening));
+        QCOMPARE(cutOff.join(QChar(0x7C)), QString());
+
+        WhenModal<QFileDialog> exporting([&](QFileDialog &dialog) {
+            title = dialog.windowTitle();
+            dialog.reject();
+        });
+        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("news")}));
+        Viewer &filled = fixture.open();
+        filled.exportMeta();
+        QVERIFY(exporting.wasSeen());
+        QVERIFY(title.startsWith(kOpening));
+
+        const QTemporaryDir withoutArchive;
+        QString warningTitle, warningText;
+        WhenModal<QMessageBox> warning([&](QMessageBox &box) {
+            warningTitle = box.windowTitle();
+            warningText = box.text();
+            cutOff = cutOffTexts(box);
+            box.reject();
+        });
+        WhenModal<QFileDialog> opening([&](QFileDialog &dialog) {
+            title = dialog.windowTitle();
+            auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
+            name->setText(withoutArchive.path());
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+        filled.openDVR();
+        QVERIFY(opening.wasSeen());
+        QVERIFY(warning.wasSeen());
+        QVERIFY(title.startsWith(kOpening));
+        QVERIFY(warningTitle.startsWith(kOpening));
+        QVERIFY(warningText.startsWith(kOpening));
+        QCOMPARE(cutOff.join(QChar(0x7C)), QString());
+    }
+
+    void hints_areTranslated()
+    {
+        using namespace quorvale;
+        const QTemporaryDir empty;
+        const QTemporaryDir disk;
+        QVERIFY(TestVolume::create(disk.path(), QByteArray()));
+        QPixmap picture(1, 1);
+        const QVector<QPixmap *> one = {&picture};
+        const QVector<QPixmap *> two = {&picture, &picture};
+        for (const QString &text :
+             {noDeviceText({}, MountPointScan::Done, {}), noDeviceText("/nonexistent", MountPointScan::Done, "/usual"),
+              noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
+              noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
+              emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
+              picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
+            QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
+    }
+
+    void commandsOnProgrammes_areTranslated()
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
+        qputenv("PATH", "/nonexistent");                               // and nobody's player.
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        QListWidget *list = viewer.ui.summaryList;
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+        QCoreApplication::sendEvent(list, &event);
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        for (const QAction *action : menu->actions())
+            QVERIFY2(action->text().startsWith(kOpening), qPrintable(action->text()));
+        menu->close();
+
+        const auto messageAfter = [](const std::function<void()> &act) {
+            QString text;
+            const WhenModal<QMessageBox> message([&](QMessageBox &box) {
+                text = box.text();
+                box.reject();
+            });
+            act();
+            return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString();
+        };
+        const quorvale::Recording recording{viewer.recordingFile(0).toStdString(), {}};
+        QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
+        QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
+        QVERIFY(TestVolume::writeFile(viewer.recordingFile(0), "x"));
+        QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
+        QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
+    }
+
+    void catalogue_holdsWhatIsAskedFor_andNothingElse()
+    {
+        translator->asked.clear();
+        window_translatesEverythingItSays_andHasRoomForIt();
+        dialogs_translateWhatTheySay_andHaveRoomForIt();
+        hints_areTranslated();
+        commandsOnProgrammes_areTranslated();
+        QSet<Message> asked = translator->asked;
+        asked.remove({"MainWindow", QString()}); // the form sets an empty placeholder
+        const QSet<Message> known = catalogue();
+        QVERIFY(!known.isEmpty());
+        for (const Message &message : known)
+            QVERIFY2(asked.contains(message), qPrintable("never asked for: " + message.second));
+        for (const Message &message : std::as_const(asked))
+            QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
+    }
 
 private:
     std::unique_ptr<MarkingTranslator> translator;
 };
-
-void TestViewerTranslation::window_translatesEverythingItSays_andHasRoomForIt()
-{
-    ViewerFixture fixture;
-    const QDate today = QDate::currentDate();
-    QList<RecordBytes> records;
-    for (const int daysBack : {0, 1}) {
-        const QDate date = today.addDays(-daysBack);
-        RecordBytes record = fixture.titled("news");
-        record.channel = "channel";
-        record.year = date.year();
-        record.month = date.month();
-        record.day = date.day();
-        record.playPosition = 65535;
-        records.append(record);
-    }
-    // The first has a file, the second none, the third one of more than a gigabyte.
-    records.append(records.last());
-    records[0].fileName = "first";
-    records[2].fileName = "third";
-    QVERIFY(TestVolume::create(fixture.path("disk"), records));
-    const std::string device = fixture.path("disk").toStdString();
-    QVERIFY(TestVolume::writeFile(QString::fromStdString(recordingPath(device, "first")), "x"));
-    QVERIFY(TestVolume::writeSparseFile(QString::fromStdString(recordingPath(device, "third")), qint64{3} << 30));
-    for (const int row : {0, 1, 2}) {
-        Viewer &viewer = fixture.open();
-        viewer.ui.summaryList->setCurrentRow(row);
-        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-        const QSet<QString> data = {"Quorvale", // a name
-                                    "news", "channel", viewer.ui.timeEdit->text(), viewer.recordingFile(row)};
-        QCOMPARE(unmarkedTexts(viewer, data).join(QChar(0x7C)), QString());
-        QCOMPARE(cutOffTexts(viewer).join(QChar(0x7C)), QString());
-    }
-}
-
-void TestViewerTranslation::dialogs_translateWhatTheySay_andHaveRoomForIt()
-{
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.open();
-
-    QStringList unmarked, cutOff;
-    WhenModal<QDialog> settings([&](QDialog &dialog) {
-        unmarked = unmarkedTexts(dialog, {viewer.mountPoint});
-        cutOff = cutOffTexts(dialog);
-        dialog.reject();
-    });
-    viewer.Preferences();
-    QVERIFY(settings.wasSeen());
-    QCOMPARE(unmarked.join(QChar(0x7C)), QString());
-    QCOMPARE(cutOff.join(QChar(0x7C)), QString());
-
-    QString title, text;
-    WhenModal<QMessageBox> about([&](QMessageBox &box) {
-        title = box.windowTitle();
-        text = box.text();
-        cutOff = cutOffTexts(box);
-        box.reject();
-    });
-    viewer.About();
-    QVERIFY(about.wasSeen());
-    QVERIFY(title.startsWith(kOpening));
-    QVERIFY(text.startsWith(kOpening));
-    QCOMPARE(cutOff.join(QChar(0x7C)), QString());
-
-    WhenModal<QFileDialog> exporting([&](QFileDialog &dialog) {
-        title = dialog.windowTitle();
-        dialog.reject();
-    });
-    QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("news")}));
-    Viewer &filled = fixture.open();
-    filled.exportMeta();
-    QVERIFY(exporting.wasSeen());
-    QVERIFY(title.startsWith(kOpening));
-
-    const QTemporaryDir withoutArchive;
-    QString warningTitle, warningText;
-    WhenModal<QMessageBox> warning([&](QMessageBox &box) {
-        warningTitle = box.windowTitle();
-        warningText = box.text();
-        cutOff = cutOffTexts(box);
-        box.reject();
-    });
-    WhenModal<QFileDialog> opening([&](QFileDialog &dialog) {
-        title = dialog.windowTitle();
-        auto *name = dialog.findChild<QLineEdit *>("fileNameEdit");
-        name->setText(withoutArchive.path());
-        QTest::keyClick(name, Qt::Key_Return);
-    });
-    filled.openDVR();
-    QVERIFY(opening.wasSeen());
-    QVERIFY(warning.wasSeen());
-    QVERIFY(title.startsWith(kOpening));
-    QVERIFY(warningTitle.startsWith(kOpening));
-    QVERIFY(warningText.startsWith(kOpening));
-    QCOMPARE(cutOff.join(QChar(0x7C)), QString());
-}
-
-void TestViewerTranslation::hints_areTranslated()
-{
-    using namespace quorvale;
-    const QTemporaryDir empty;
-    const QTemporaryDir disk;
-    QVERIFY(TestVolume::create(disk.path(), QByteArray()));
-    QPixmap picture(1, 1);
-    const QVector<QPixmap *> one = {&picture};
-    const QVector<QPixmap *> two = {&picture, &picture};
-    for (const QString &text :
-         {noDeviceText({}, MountPointScan::Done, {}), noDeviceText("/nonexistent", MountPointScan::Done, "/usual"),
-          noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
-          noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
-          emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
-          picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
-        QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
-}
-
-void TestViewerTranslation::commandsOnProgrammes_areTranslated()
-{
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Nobody's file manager is asked,
-    qputenv("PATH", "/nonexistent");                               // and nobody's player.
-    ViewerFixture fixture;
-    Viewer &viewer = fixture.openDisk({fixture.titled("one")});
-    QListWidget *list = viewer.ui.summaryList;
-    QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
-    QCoreApplication::sendEvent(list, &event);
-    auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-    QVERIFY(menu);
-    for (const QAction *action : menu->actions())
-        QVERIFY2(action->text().startsWith(kOpening), qPrintable(action->text()));
-    menu->close();
-
-    const auto messageAfter = [](const std::function<void()> &act) {
-        QString text;
-        const WhenModal<QMessageBox> message([&](QMessageBox &box) {
-            text = box.text();
-            box.reject();
-        });
-        act();
-        return QTest::qWaitFor([&] { return message.wasSeen(); }) ? text : QString();
-    };
-    const quorvale::Recording recording{viewer.recordingFile(0).toStdString(), {}};
-    QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
-    QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
-    QVERIFY(TestVolume::writeFile(viewer.recordingFile(0), "x"));
-    QVERIFY(messageAfter([&] { playRecording(recording, viewer); }).contains(kOpening));
-    QVERIFY(messageAfter([&] { showRecording(recording, viewer); }).contains(kOpening));
-}
-
-void TestViewerTranslation::catalogue_holdsWhatIsAskedFor_andNothingElse()
-{
-    translator->asked.clear();
-    window_translatesEverythingItSays_andHasRoomForIt();
-    dialogs_translateWhatTheySay_andHaveRoomForIt();
-    hints_areTranslated();
-    commandsOnProgrammes_areTranslated();
-    QSet<Message> asked = translator->asked;
-    asked.remove({"MainWindow", QString()}); // the form sets an empty placeholder
-    const QSet<Message> known = catalogue();
-    QVERIFY(!known.isEmpty());
-    for (const Message &message : known)
-        QVERIFY2(asked.contains(message), qPrintable("never asked for: " + message.second));
-    for (const Message &message : std::as_const(asked))
-        QVERIFY2(known.contains(message), qPrintable("not in the catalogue: " + message.second));
-}
 
 TEST_CLASS(TestViewerTranslation, QApplication)
 #include "tst_viewer_translation.moc"

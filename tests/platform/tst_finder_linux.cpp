@@ -31,361 +31,337 @@ class TestFinderLinux : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
+            QSKIP("This machine has no dbus-daemon.");
+    }
 
-    void fileManager_receivesTheUri_ofAnyName_data();
-    void fileManager_receivesTheUri_ofAnyName();
-    void fileManager_receivesOneMessageAndNoQuestions_perCall();
-    void call_returnsBeforeTheFileManagerAnswers();
-    void call_returns_whenTheBusNeverAnswers();
-    void call_writesTheLogLine_withTheBytesOfThePath();
-    void call_writesTheLogLine_whenThereIsNoBus();
-    void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError();
-    void folder_isOpened_whenNoFileManagerIsOnTheBus();
-    void folder_isOpened_whenThereIsNoBus();
-    void opener_mayHaveAsManyDescriptors_asTheProgramBeganWith();
-    void folder_isOpened_forANameInTheRoot();
-    void folders_areOpened_whileAnEarlierOnesOpenerLives();
-    void nothingHappens_whenThereIsNoOpenerEither();
-    void fileManager_isReached_afterTheBusWasRestarted();
-    void fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted();
-    void program_ends_whileTheFileManagerHasNotAnswered();
-    void program_waitsForABus_thatIsBeingConnectedTo();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid() && QDir().mkpath(folder("bin")));
+
+        // One line for each time it is started, with what it was given.
+        QVERIFY(writeOpener("echo \"$# $*\""));
+
+        m_bus = std::make_unique<SessionBus>(m_folder->path());
+        QVERIFY(m_bus->start());
+    }
+
+    void cleanup()
+    {
+        m_bus.reset();
+        m_folder.reset();
+    }
+
+    void fileManager_receivesTheUri_ofAnyName_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("uri");
+        const auto row = [](const char *name, const QByteArray &path, const QByteArray &uri) {
+            QTest::newRow(name) << path << uri;
+        };
+        row("plain", "/media/disk/DVR/RECS/2016-01_a.b~c.ts", "file:///media/disk/DVR/RECS/2016-01_a.b~c.ts");
+        row("space", "/d/a b.ts", "file:///d/a%20b.ts");
+        row("percent sign", "/d/100%.ts", "file:///d/100%25.ts");
+        row("what looks encoded", "/d/a%20b.ts", "file:///d/a%2520b.ts");
+        row("double quotes", "/d/\"a\".ts", "file:///d/%22a%22.ts");
+        row("single quote", "/d/it's.ts", "file:///d/it%27s.ts");
+        row("number sign", "/d/#1.ts", "file:///d/%231.ts");
+        row("question mark", "/d/who?.ts", "file:///d/who%3F.ts");
+        row("plus, and, semicolon", "/d/a+b&c;d.ts", "file:///d/a%2Bb%26c%3Bd.ts");
+        row("backslash and brackets", "/d/a\\[b].ts", "file:///d/a%5C%5Bb%5D.ts");
+        row("line feed", "/d/a\nb.ts", "file:///d/a%0Ab.ts");
+        row("UTF-8",
+            "/d/Stra\xC3\x9F"
+            "e \xE2\x82\xAC.ts",
+            "file:///d/Stra%C3%9Fe%20%E2%82%AC.ts");
+        row("no UTF-8",
+            "/d/Stra\xDF"
+            "e\xFF\x80.ts",
+            "file:///d/Stra%DFe%FF%80.ts");
+        row("a doubled separator", "//DVR/RECS/a.ts", "file:////DVR/RECS/a.ts");
+    }
+
+    void fileManager_receivesTheUri_ofAnyName()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, uri);
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal(path);
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+
+        const QDBusMessage message = fileManager.received.first();
+        QCOMPARE(message.path(), QStringLiteral("/org/freedesktop/FileManager1"));
+        QCOMPARE(message.interface(), QStringLiteral("org.freedesktop.FileManager1"));
+        QCOMPARE(message.member(), QStringLiteral("ShowItems"));
+        QCOMPARE(message.signature(), QStringLiteral("ass"));
+        QCOMPARE(message.arguments().at(0).toStringList().size(), 1);
+        QCOMPARE(uriOf(message), uri);
+        QCOMPARE(message.arguments().at(1).toString(), QString());
+        QCOMPARE(QByteArray::fromPercentEncoding(uriOf(message)), "file://" + path);
+
+        fileManager.answer(0);
+        QVERIFY(probe.end());
+    }
+
+    void fileManager_receivesOneMessageAndNoQuestions_perCall()
+    {
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        for (const char *path : {"/d/1", "/d/2", "/d/3"})
+            probe.reveal(path);
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 3, kLongEnough);
+        for (int i = 0; i < 3; ++i)
+            fileManager.answer(i);
+        QVERIFY(probe.end());
+
+        // All that the probe has sent in its life has arrived by now, in the order of the calls.
+        QCoreApplication::processEvents();
+        QCOMPARE(fileManager.received.size(), 3);
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(uriOf(fileManager.received.at(i)), "file:///d/" + QByteArray::number(i + 1));
+        QCOMPARE(opened(), QList<QByteArray>());
+    }
+
+    void call_returnsBeforeTheFileManagerAnswers()
+    {
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/d/1");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+        // Nothing has been answered yet, and nothing will be until both calls have come back.
+        probe.reveal("/d/2");
+        QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 2, kLongEnough);
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
+
+        // The late answers are heard all the same.
+        fileManager.answer(0);
+        fileManager.answerWithError(1);
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d"}, kLongEnough);
+    }
+
+    void call_returns_whenTheBusNeverAnswers()
+    {
+        DeadBus deadBus(folder("dead"));
+        QVERIFY(deadBus.listens());
+        Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+        probe.reveal("/d/1");
+        probe.reveal("/d/2");
+        QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 2, kLongEnough);
+        QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
+        probe.reveal("/d/3"); // while the connection is being made
+        QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 3, kLongEnough);
+        QCOMPARE(opened(), QList<QByteArray>());
+        deadBus.end();
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 3, kLongEnough);
+        QVERIFY(probe.end());
+    }
+
+    void call_writesTheLogLine_withTheBytesOfThePath()
+    {
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        const QByteArray path = "/d/100% \"a\" \xC3\xA9 \xFF.ts";
+        probe.reveal(path);
+        probe.reveal("/d/%s%n");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
+        QVERIFY(probe.end());
+        QCOMPARE(probe.readAllStandardError(), "Opening file " + path + "\nOpening file /d/%s%n\n");
+    }
+
+    void call_writesTheLogLine_whenThereIsNoBus()
+    {
+        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        probe.reveal("/d/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
+        QVERIFY(probe.end());
+        QCOMPARE(probe.readAllStandardError(), QByteArray("Opening file /d/1\n"));
+    }
+
+    void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError()
+    {
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/d/shown/1.ts");
+        probe.reveal("/d/not \xFFshown/2.ts");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
+        fileManager.answer(0);
+        fileManager.answerWithError(1);
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
+        QVERIFY(probe.end());
+        QCOMPARE(opened(), QList<QByteArray>{"1 file:///d/not%20%FFshown"});
+    }
+
+    void folder_isOpened_whenNoFileManagerIsOnTheBus()
+    {
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/d/DVR/RECS/a b.ts");
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
+    }
+
+    void folder_isOpened_whenThereIsNoBus()
+    {
+        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        probe.reveal("/d/DVR/RECS/a b.ts");
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
+    }
+
+    // Programs that wait with select() break with more; it is inherited by what the opener starts.
+    void opener_mayHaveAsManyDescriptors_asTheProgramBeganWith()
+    {
+        QVERIFY(writeOpener("ulimit -S -n"));
+        rlimit own = {};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &own), 0);
+        const rlimit few{300, own.rlim_max}; // passed on to the probe
+        QVERIFY(own.rlim_max > 300);
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
+        probe.reveal("/d/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
+    }
+
+    void folder_isOpened_forANameInTheRoot()
+    {
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/a.ts");
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///"}, kLongEnough);
+    }
+
+    void folders_areOpened_whileAnEarlierOnesOpenerLives()
+    {
+        const QByteArray life =
+            QFile::encodeName(folder("life")); // an opener lives until somebody opens this for writing
+        QCOMPARE(mkfifo(life.constData(), 0600), 0);
+        QFile opener(folder("bin/xdg-open"));
+        QVERIFY(opener.open(QIODevice::Append) && opener.write("read x < '" + life + "'\n") > 0);
+        opener.close();
+        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        probe.reveal("/first/1");
+        probe.reveal("/second/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
+        QTRY_COMPARE_WITH_TIMEOUT(probe.zombies(), 0, kLongEnough); // The shells that started them have gone.
+        QFile end(folder("life"));
+        QVERIFY(end.open(QIODevice::WriteOnly));
+        QVERIFY(probe.end());
+    }
+
+    void nothingHappens_whenThereIsNoOpenerEither()
+    {
+        QVERIFY(QFile::remove(folder("bin/xdg-open")));
+        Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
+        QByteArray expected;
+        for (int i = 0; i < 20; ++i) {
+            probe.reveal("/d/1");
+            expected += "Opening file /d/1\n";
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 20, kLongEnough);
+        QVERIFY(probe.end());
+        QCOMPARE(probe.readAllStandardError(), expected); // no error is reported
+    }
+
+    void fileManager_isReached_afterTheBusWasRestarted()
+    {
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/first/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
+
+        m_bus->stop();
+        probe.reveal("/second/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
+
+        QVERIFY(m_bus->start());
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        probe.reveal("/third/1");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+        QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///third/1"));
+        fileManager.answer(0);
+        QVERIFY(probe.end());
+        QCOMPARE(opened(), (QList<QByteArray>{"1 file:///first", "1 file:///second"}));
+    }
+
+    void fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted()
+    {
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/first/1");
+        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
+        const int connected = probe.sockets();
+        QVERIFY(connected > 0);
+
+        m_bus->stop();
+        QTRY_COMPARE_WITH_TIMEOUT(probe.sockets(), connected - 1, kLongEnough); // It knows that the connection is lost.
+        QVERIFY(m_bus->start());
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        probe.reveal("/second/1");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+        QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///second/1"));
+        fileManager.answer(0);
+        QVERIFY(probe.end());
+        QCOMPARE(opened(), QList<QByteArray>{"1 file:///first"});
+    }
+
+    void program_ends_whileTheFileManagerHasNotAnswered()
+    {
+        StandInFileManager fileManager(m_bus->address());
+        QVERIFY(fileManager.isRegistered());
+        Probe probe(m_bus->address(), folder("bin"));
+        probe.reveal("/d/1");
+        QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
+        QVERIFY(probe.end());
+        QCOMPARE(opened(), QList<QByteArray>());
+    }
+
+    void program_waitsForABus_thatIsBeingConnectedTo()
+    {
+        DeadBus deadBus(folder("dead"));
+        QVERIFY(deadBus.listens());
+        Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
+        probe.reveal("/d/1");
+        QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
+        probe.closeWriteChannel();
+        QVERIFY(!probe.waitForFinished(500)); // and not for any time less than the bus takes
+        deadBus.end();
+        QVERIFY(probe.end());
+    }
 
 private:
     [[nodiscard]] QString folder(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
-    [[nodiscard]] QList<QByteArray> opened() const;
-    [[nodiscard]] bool writeOpener(const QByteArray &command) const;
+
+    /// What the opener was started with, one entry each time.
+    [[nodiscard]] QList<QByteArray> opened() const
+    {
+        QFile log(folder("opened"));
+        if (!log.open(QIODevice::ReadOnly))
+            return {};
+        QList<QByteArray> lines = log.readAll().split('\n');
+        lines.removeLast(); // what follows the last line's end: nothing, or a line that is being written
+        return lines;
+    }
+
+    /// A stand-in for the desktop's opener, which logs what `command` says.
+    [[nodiscard]] bool writeOpener(const QByteArray &command) const
+    {
+        QFile opener(folder("bin/xdg-open"));
+        if (!opener.open(QIODevice::WriteOnly))
+            return false;
+        opener.write("#!/bin/sh\n" + command + " >> '" + QFile::encodeName(folder("opened")) + "'\n");
+        opener.close();
+        return opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<SessionBus> m_bus;
 };
-
-void TestFinderLinux::initTestCase()
-{
-    if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
-        QSKIP("This machine has no dbus-daemon.");
-}
-
-void TestFinderLinux::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid() && QDir().mkpath(folder("bin")));
-
-    // One line for each time it is started, with what it was given.
-    QVERIFY(writeOpener("echo \"$# $*\""));
-
-    m_bus = std::make_unique<SessionBus>(m_folder->path());
-    QVERIFY(m_bus->start());
-}
-
-/// A stand-in for the desktop's opener, which logs what `command` says.
-bool TestFinderLinux::writeOpener(const QByteArray &command) const
-{
-    QFile opener(folder("bin/xdg-open"));
-    if (!opener.open(QIODevice::WriteOnly))
-        return false;
-    opener.write("#!/bin/sh\n" + command + " >> '" + QFile::encodeName(folder("opened")) + "'\n");
-    opener.close();
-    return opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-}
-
-void TestFinderLinux::cleanup()
-{
-    m_bus.reset();
-    m_folder.reset();
-}
-
-/// What the opener was started with, one entry each time.
-QList<QByteArray> TestFinderLinux::opened() const
-{
-    QFile log(folder("opened"));
-    if (!log.open(QIODevice::ReadOnly))
-        return {};
-    QList<QByteArray> lines = log.readAll().split('\n');
-    lines.removeLast(); // what follows the last line's end: nothing, or a line that is being written
-    return lines;
-}
-
-void TestFinderLinux::fileManager_receivesTheUri_ofAnyName_data()
-{
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<QByteArray>("uri");
-    const auto row = [](const char *name, const QByteArray &path, const QByteArray &uri) {
-        QTest::newRow(name) << path << uri;
-    };
-    row("plain", "/media/disk/DVR/RECS/2016-01_a.b~c.ts", "file:///media/disk/DVR/RECS/2016-01_a.b~c.ts");
-    row("space", "/d/a b.ts", "file:///d/a%20b.ts");
-    row("percent sign", "/d/100%.ts", "file:///d/100%25.ts");
-    row("what looks encoded", "/d/a%20b.ts", "file:///d/a%2520b.ts");
-    row("double quotes", "/d/\"a\".ts", "file:///d/%22a%22.ts");
-    row("single quote", "/d/it's.ts", "file:///d/it%27s.ts");
-    row("number sign", "/d/#1.ts", "file:///d/%231.ts");
-    row("question mark", "/d/who?.ts", "file:///d/who%3F.ts");
-    row("plus, and, semicolon", "/d/a+b&c;d.ts", "file:///d/a%2Bb%26c%3Bd.ts");
-    row("backslash and brackets", "/d/a\\[b].ts", "file:///d/a%5C%5Bb%5D.ts");
-    row("line feed", "/d/a\nb.ts", "file:///d/a%0Ab.ts");
-    row("UTF-8",
-        "/d/Stra\xC3\x9F"
-        "e \xE2\x82\xAC.ts",
-        "file:///d/Stra%C3%9Fe%20%E2%82%AC.ts");
-    row("no UTF-8",
-        "/d/Stra\xDF"
-        "e\xFF\x80.ts",
-        "file:///d/Stra%DFe%FF%80.ts");
-    row("a doubled separator", "//DVR/RECS/a.ts", "file:////DVR/RECS/a.ts");
-}
-
-void TestFinderLinux::fileManager_receivesTheUri_ofAnyName()
-{
-    QFETCH(QByteArray, path);
-    QFETCH(QByteArray, uri);
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal(path);
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-
-    const QDBusMessage message = fileManager.received.first();
-    QCOMPARE(message.path(), QStringLiteral("/org/freedesktop/FileManager1"));
-    QCOMPARE(message.interface(), QStringLiteral("org.freedesktop.FileManager1"));
-    QCOMPARE(message.member(), QStringLiteral("ShowItems"));
-    QCOMPARE(message.signature(), QStringLiteral("ass"));
-    QCOMPARE(message.arguments().at(0).toStringList().size(), 1);
-    QCOMPARE(uriOf(message), uri);
-    QCOMPARE(message.arguments().at(1).toString(), QString());
-    QCOMPARE(QByteArray::fromPercentEncoding(uriOf(message)), "file://" + path);
-
-    fileManager.answer(0);
-    QVERIFY(probe.end());
-}
-
-void TestFinderLinux::fileManager_receivesOneMessageAndNoQuestions_perCall()
-{
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    for (const char *path : {"/d/1", "/d/2", "/d/3"})
-        probe.reveal(path);
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 3, kLongEnough);
-    for (int i = 0; i < 3; ++i)
-        fileManager.answer(i);
-    QVERIFY(probe.end());
-
-    // All that the probe has sent in its life has arrived by now, in the order of the calls.
-    QCoreApplication::processEvents();
-    QCOMPARE(fileManager.received.size(), 3);
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(uriOf(fileManager.received.at(i)), "file:///d/" + QByteArray::number(i + 1));
-    QCOMPARE(opened(), QList<QByteArray>());
-}
-
-void TestFinderLinux::call_returnsBeforeTheFileManagerAnswers()
-{
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/d/1");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-    // Nothing has been answered yet, and nothing will be until both calls have come back.
-    probe.reveal("/d/2");
-    QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 2, kLongEnough);
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
-
-    // The late answers are heard all the same.
-    fileManager.answer(0);
-    fileManager.answerWithError(1);
-    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d"}, kLongEnough);
-}
-
-void TestFinderLinux::call_returns_whenTheBusNeverAnswers()
-{
-    DeadBus deadBus(folder("dead"));
-    QVERIFY(deadBus.listens());
-    Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
-    probe.reveal("/d/1");
-    probe.reveal("/d/2");
-    QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 2, kLongEnough);
-    QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
-    probe.reveal("/d/3"); // while the connection is being made
-    QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 3, kLongEnough);
-    QCOMPARE(opened(), QList<QByteArray>());
-    deadBus.end();
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 3, kLongEnough);
-    QVERIFY(probe.end());
-}
-
-void TestFinderLinux::call_writesTheLogLine_withTheBytesOfThePath()
-{
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    const QByteArray path = "/d/100% \"a\" \xC3\xA9 \xFF.ts";
-    probe.reveal(path);
-    probe.reveal("/d/%s%n");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
-    QVERIFY(probe.end());
-    QCOMPARE(probe.readAllStandardError(), "Opening file " + path + "\nOpening file /d/%s%n\n");
-}
-
-void TestFinderLinux::call_writesTheLogLine_whenThereIsNoBus()
-{
-    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
-    probe.reveal("/d/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
-    QVERIFY(probe.end());
-    QCOMPARE(probe.readAllStandardError(), QByteArray("Opening file /d/1\n"));
-}
-
-void TestFinderLinux::folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError()
-{
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/d/shown/1.ts");
-    probe.reveal("/d/not \xFFshown/2.ts");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 2, kLongEnough);
-    fileManager.answer(0);
-    fileManager.answerWithError(1);
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
-    QVERIFY(probe.end());
-    QCOMPARE(opened(), QList<QByteArray>{"1 file:///d/not%20%FFshown"});
-}
-
-void TestFinderLinux::folder_isOpened_whenNoFileManagerIsOnTheBus()
-{
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/d/DVR/RECS/a b.ts");
-    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
-}
-
-void TestFinderLinux::folder_isOpened_whenThereIsNoBus()
-{
-    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
-    probe.reveal("/d/DVR/RECS/a b.ts");
-    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
-}
-
-// Programs that wait with select() break with more; it is inherited by what the opener starts.
-void TestFinderLinux::opener_mayHaveAsManyDescriptors_asTheProgramBeganWith()
-{
-    QVERIFY(writeOpener("ulimit -S -n"));
-    rlimit own = {};
-    QCOMPARE(getrlimit(RLIMIT_NOFILE, &own), 0);
-    const rlimit few{300, own.rlim_max}; // passed on to the probe
-    QVERIFY(own.rlim_max > 300);
-    QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
-    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
-    QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
-    probe.reveal("/d/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
-}
-
-void TestFinderLinux::folder_isOpened_forANameInTheRoot()
-{
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/a.ts");
-    QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///"}, kLongEnough);
-}
-
-void TestFinderLinux::folders_areOpened_whileAnEarlierOnesOpenerLives()
-{
-    const QByteArray life = QFile::encodeName(folder("life")); // an opener lives until somebody opens this for writing
-    QCOMPARE(mkfifo(life.constData(), 0600), 0);
-    QFile opener(folder("bin/xdg-open"));
-    QVERIFY(opener.open(QIODevice::Append) && opener.write("read x < '" + life + "'\n") > 0);
-    opener.close();
-    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
-    probe.reveal("/first/1");
-    probe.reveal("/second/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
-    QTRY_COMPARE_WITH_TIMEOUT(probe.zombies(), 0, kLongEnough); // The shells that started them have gone.
-    QFile end(folder("life"));
-    QVERIFY(end.open(QIODevice::WriteOnly));
-    QVERIFY(probe.end());
-}
-
-void TestFinderLinux::nothingHappens_whenThereIsNoOpenerEither()
-{
-    QVERIFY(QFile::remove(folder("bin/xdg-open")));
-    Probe probe(QStringLiteral("unix:path=") + folder("nowhere"), folder("bin"));
-    QByteArray expected;
-    for (int i = 0; i < 20; ++i) {
-        probe.reveal("/d/1");
-        expected += "Opening file /d/1\n";
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(probe.returned(), 20, kLongEnough);
-    QVERIFY(probe.end());
-    QCOMPARE(probe.readAllStandardError(), expected); // no error is reported
-}
-
-void TestFinderLinux::fileManager_isReached_afterTheBusWasRestarted()
-{
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/first/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
-
-    m_bus->stop();
-    probe.reveal("/second/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 2, kLongEnough);
-
-    QVERIFY(m_bus->start());
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    probe.reveal("/third/1");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-    QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///third/1"));
-    fileManager.answer(0);
-    QVERIFY(probe.end());
-    QCOMPARE(opened(), (QList<QByteArray>{"1 file:///first", "1 file:///second"}));
-}
-
-void TestFinderLinux::fileManager_isReached_atTheFirstCallAfterTheBusWasRestarted()
-{
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/first/1");
-    QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
-    const int connected = probe.sockets();
-    QVERIFY(connected > 0);
-
-    m_bus->stop();
-    QTRY_COMPARE_WITH_TIMEOUT(probe.sockets(), connected - 1, kLongEnough); // It knows that the connection is lost.
-    QVERIFY(m_bus->start());
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    probe.reveal("/second/1");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-    QCOMPARE(uriOf(fileManager.received.first()), QByteArray("file:///second/1"));
-    fileManager.answer(0);
-    QVERIFY(probe.end());
-    QCOMPARE(opened(), QList<QByteArray>{"1 file:///first"});
-}
-
-void TestFinderLinux::program_ends_whileTheFileManagerHasNotAnswered()
-{
-    StandInFileManager fileManager(m_bus->address());
-    QVERIFY(fileManager.isRegistered());
-    Probe probe(m_bus->address(), folder("bin"));
-    probe.reveal("/d/1");
-    QTRY_COMPARE_WITH_TIMEOUT(fileManager.received.size(), 1, kLongEnough);
-    QVERIFY(probe.end());
-    QCOMPARE(opened(), QList<QByteArray>());
-}
-
-void TestFinderLinux::program_waitsForABus_thatIsBeingConnectedTo()
-{
-    DeadBus deadBus(folder("dead"));
-    QVERIFY(deadBus.listens());
-    Probe probe(QStringLiteral("unix:path=") + folder("dead"), folder("bin"));
-    probe.reveal("/d/1");
-    QTRY_VERIFY_WITH_TIMEOUT(deadBus.somebodyWaits(), kLongEnough);
-    probe.closeWriteChannel();
-    QVERIFY(!probe.waitForFinished(500)); // and not for any time less than the bus takes
-    deadBus.end();
-    QVERIFY(probe.end());
-}
 
 QTEST_GUILESS_MAIN(TestFinderLinux)
 #include "tst_finder_linux.moc"

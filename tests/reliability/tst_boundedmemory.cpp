@@ -125,12 +125,151 @@ class TestBoundedMemory : public QObject
     Q_OBJECT
 
 private slots:
-    void headers_areRefused_thatClaimTables_data();
-    void headers_areRefused_thatClaimTables();
-    void headers_areTaken_thatClaimWhatRecordingsHave_data();
-    void headers_areTaken_thatClaimWhatRecordingsHave();
-    void pictures_areBounded_whateverTheStreamClaims_data();
-    void pictures_areBounded_whateverTheStreamClaims();
+    void headers_areRefused_thatClaimTables_data()
+    {
+        QTest::addColumn<HugeMp4>("claim");
+        HugeMp4 samples;
+        samples.tracks = 20;
+        samples.samples = 4400000;
+        QTest::newRow("samples") << samples;
+        HugeMp4 compressed = samples;
+        compressed.isCompressed = true;
+        QTest::newRow("samples, in a compressed header") << compressed;
+        HugeMp4 late = samples;
+        late.boxesBefore = 4100;
+        QTest::newRow("samples, after many boxes") << late;
+        HugeMp4 never = samples;
+        never.boxesBefore = 260000;
+        QTest::newRow("samples, after more boxes than there may be") << never;
+        HugeMp4 hidden = samples;
+        hidden.isHidden = true;
+        QTest::newRow("samples, inside the sample description") << hidden;
+        HugeMp4 nested = samples;
+        nested.isNested = true;
+        QTest::newRow("samples, before a track inside the track") << nested;
+        HugeMp4 sound;
+        sound.tracks = 10;
+        sound.isSound = true;
+        sound.samplesAChunk = 1 << 20;
+        QTest::newRow("chunks of sound") << sound;
+        HugeMp4 tracks;
+        tracks.tracks = 40;
+        tracks.samples = 40000;
+        QTest::newRow("tracks") << tracks;
+        HugeMp4 edits;
+        edits.tracks = 10;
+        edits.samples = 20000;
+        edits.edits = 200;
+        QTest::newRow("edits") << edits;
+        HugeMp4 fragments;
+        fragments.fragments = 10;
+        fragments.samplesInFragment = 500000;
+        QTest::newRow("fragments") << fragments;
+    }
+
+    void headers_areRefused_thatClaimTables()
+    {
+        QFETCH(const HugeMp4, claim);
+        const QString path = writeFile(dir.path(), "claim.ts", claim.bytes());
+        QVERIFY(!path.isEmpty());
+        const Visit visit = visitWith("literal", path);
+        qInfo("%lld bytes: %lld MiB", QFileInfo(path).size(), visit.mib);
+        QCOMPARE(visit.pictures, 0);
+        if (kMemoryIsOurs)
+            QVERIFY(visit.mib <= kUsualMiB / 2);
+    }
+
+    void headers_areTaken_thatClaimWhatRecordingsHave_data()
+    {
+        QTest::addColumn<QStringList>("muxer");
+        QTest::newRow("sound that is not coded, half an hour") << QStringList{"-c:a", "pcm_s16le", "-f", "mov"};
+        QTest::newRow("four tracks of sound")
+            << QStringList{"-map", "0", "-map", "1", "-map", "1", "-map", "1", "-map", "1", "-c:a", "aac", "-f", "mp4"};
+        QTest::newRow("fragments") << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov", "-f", "mp4"};
+        QTest::newRow("fragments with their index")
+            << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov+dash+global_sidx", "-f", "mp4"};
+        QTest::newRow("texts and edits") << QStringList{"-c:a", "aac", "-bf", "2", "-metadata", "title=A", "-f", "mov"};
+    }
+
+    void headers_areTaken_thatClaimWhatRecordingsHave()
+    {
+        QFETCH(const QStringList, muxer);
+        const QString path =
+            makeWithFFmpeg(dir.path(), "whole.ts",
+                           QStringList{"-f", "lavfi", "-i", "testsrc2=s=64x64:r=1:d=1800", "-f", "lavfi", "-i",
+                                       "anullsrc=r=8000:cl=mono", "-t", "1800", "-c:v", "mpeg4"} +
+                               muxer);
+        QVERIFY(!path.isEmpty());
+        QCOMPARE(visitWith("literal", path).pictures, kAll);
+    }
+
+    void pictures_areBounded_whateverTheStreamClaims_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qint64>("mostBytes");
+        QTest::addColumn<bool>("isReadInFull");
+        QTest::addColumn<bool>("isCopied"); // its format is one that thumbnails are made of
+        QTest::addColumn<qint64>("mostMiB");
+        QTest::newRow("H.264 4:2:0") << keeping16("1920x1088", "yuv420p", 24) << qint64{30000} << true << true
+                                     << kUsualMiB;
+        QTest::newRow("H.264 4:4:4 with 10 bits")
+            << keeping16("1920x1088", "yuv444p10le", 24) << qint64{16000} << false << false << kUsualMiB;
+        QTest::newRow("H.264 4:4:4 with 10 bits, reordered")
+            << keeping16("1920x1088", "yuv444p10le", 60, "bframes=16:b-adapt=0:b-pyramid=2") << qint64{60000} << false
+            << false << kUsualMiB;
+        QTest::newRow("H.264 4:2:2 with 10 bits")
+            << keeping16("1920x1088", "yuv422p10le", 24) << qint64{30000} << false << false << kUsualMiB;
+        QStringList three;
+        for (int i = 0; i < 3; ++i)
+            three += {"-f", "lavfi", "-i", "color=s=1920x1088:r=25"};
+        QTest::newRow("three streams of H.264 4:4:4 with 10 bits")
+            << encoded("three", three + QStringList{"-map", "0", "-map", "1", "-map", "2", "-frames:v", "24", "-c:v",
+                                                    "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv444p10le",
+                                                    "-x264-params", "ref=16:keyint=1000:bframes=0:log=-1", "-f", "vob"})
+            << qint64{200000} << false << false << kUsualMiB;
+        QTest::newRow("H.264 of the largest size")
+            << keeping16("8192x4320", "yuv420p", 24) << qint64{200000} << false << true << kMostMiB;
+        QTest::newRow("HEVC of four times 1920x1080, 10 bits")
+            << hevc("3840x2160", "yuv420p10le", 24) << qint64{400000} << true << false << kMostMiB;
+        QTest::newRow("HEVC of the largest size, 10 bits")
+            << hevc("7680x4320", "yuv420p10le", 24) << qint64{800000} << true << false << kMostMiB;
+        QTest::newRow("AV1 of four times 1920x1080, 10 bits")
+            << encoded("av1uhd", {"-f", "lavfi", "-i", "color=s=3840x2160:r=25", "-frames:v", "24", "-pix_fmt",
+                                  "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
+            << qint64{200000} << true << false << kMostMiB;
+        QTest::newRow("AV1 of the largest size, 10 bits")
+            << encoded("av18k", {"-f", "lavfi", "-i", "color=s=7680x4320:r=25", "-frames:v", "12", "-pix_fmt",
+                                 "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
+            << qint64{400000} << false << false << kMostMiB;
+        const QByteArray large = readFile(keeping16("3840x2160", "yuv420p", 12));
+        const QByteArray usual = readFile(keeping16("1920x1088", "yuv420p", 24));
+        QTest::newRow("H.264 that becomes smaller")
+            << (large.isEmpty() || usual.isEmpty() ? QString() : writeFile(dir.path(), "smaller.ts", large + usual))
+            << qint64{60000} << true << true << kMostMiB;
+    }
+
+    void pictures_areBounded_whateverTheStreamClaims()
+    {
+        QFETCH(const QString, path);
+        QFETCH(const qint64, mostBytes);
+        QFETCH(const bool, isReadInFull);
+        QFETCH(const bool, isCopied);
+        QFETCH(const qint64, mostMiB);
+        QVERIFY(!path.isEmpty());
+        const qint64 bytes = QFileInfo(path).size();
+        QVERIFY2(bytes <= mostBytes, qPrintable(QString::number(bytes)));
+
+        for (const char *reader : {"literal", "exact", "scanner"}) {
+            const Visit visit = visitWith(reader, path);
+            qInfo("%lld bytes, %s: %d of %d pictures, %lld MiB", bytes, reader, visit.pictures, kAll, visit.mib);
+            QVERIFY(visit.pictures >= 0);
+            if (isReadInFull && (QLatin1String(reader) == QLatin1String("literal") ||
+                                 (isCopied && QLatin1String(reader) == QLatin1String("scanner"))))
+                QVERIFY(visit.pictures >= kAll); // the scanner goes on to the end
+            if (kMemoryIsOurs)
+                QVERIFY(visit.mib <= mostMiB);
+        }
+    }
 
 private:
     [[nodiscard]] QString encoded(const QString &name, const QStringList &encoder) const
@@ -156,150 +295,6 @@ private:
 
     const QTemporaryDir dir;
 };
-
-void TestBoundedMemory::headers_areRefused_thatClaimTables_data()
-{
-    QTest::addColumn<HugeMp4>("claim");
-    HugeMp4 samples;
-    samples.tracks = 20;
-    samples.samples = 4400000;
-    QTest::newRow("samples") << samples;
-    HugeMp4 compressed = samples;
-    compressed.isCompressed = true;
-    QTest::newRow("samples, in a compressed header") << compressed;
-    HugeMp4 late = samples;
-    late.boxesBefore = 4100;
-    QTest::newRow("samples, after many boxes") << late;
-    HugeMp4 never = samples;
-    never.boxesBefore = 260000;
-    QTest::newRow("samples, after more boxes than there may be") << never;
-    HugeMp4 hidden = samples;
-    hidden.isHidden = true;
-    QTest::newRow("samples, inside the sample description") << hidden;
-    HugeMp4 nested = samples;
-    nested.isNested = true;
-    QTest::newRow("samples, before a track inside the track") << nested;
-    HugeMp4 sound;
-    sound.tracks = 10;
-    sound.isSound = true;
-    sound.samplesAChunk = 1 << 20;
-    QTest::newRow("chunks of sound") << sound;
-    HugeMp4 tracks;
-    tracks.tracks = 40;
-    tracks.samples = 40000;
-    QTest::newRow("tracks") << tracks;
-    HugeMp4 edits;
-    edits.tracks = 10;
-    edits.samples = 20000;
-    edits.edits = 200;
-    QTest::newRow("edits") << edits;
-    HugeMp4 fragments;
-    fragments.fragments = 10;
-    fragments.samplesInFragment = 500000;
-    QTest::newRow("fragments") << fragments;
-}
-
-void TestBoundedMemory::headers_areRefused_thatClaimTables()
-{
-    QFETCH(const HugeMp4, claim);
-    const QString path = writeFile(dir.path(), "claim.ts", claim.bytes());
-    QVERIFY(!path.isEmpty());
-    const Visit visit = visitWith("literal", path);
-    qInfo("%lld bytes: %lld MiB", QFileInfo(path).size(), visit.mib);
-    QCOMPARE(visit.pictures, 0);
-    if (kMemoryIsOurs)
-        QVERIFY(visit.mib <= kUsualMiB / 2);
-}
-
-void TestBoundedMemory::headers_areTaken_thatClaimWhatRecordingsHave_data()
-{
-    QTest::addColumn<QStringList>("muxer");
-    QTest::newRow("sound that is not coded, half an hour") << QStringList{"-c:a", "pcm_s16le", "-f", "mov"};
-    QTest::newRow("four tracks of sound")
-        << QStringList{"-map", "0", "-map", "1", "-map", "1", "-map", "1", "-map", "1", "-c:a", "aac", "-f", "mp4"};
-    QTest::newRow("fragments") << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov", "-f", "mp4"};
-    QTest::newRow("fragments with their index")
-        << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov+dash+global_sidx", "-f", "mp4"};
-    QTest::newRow("texts and edits") << QStringList{"-c:a", "aac", "-bf", "2", "-metadata", "title=A", "-f", "mov"};
-}
-
-void TestBoundedMemory::headers_areTaken_thatClaimWhatRecordingsHave()
-{
-    QFETCH(const QStringList, muxer);
-    const QString path = makeWithFFmpeg(dir.path(), "whole.ts",
-                                        QStringList{"-f", "lavfi", "-i", "testsrc2=s=64x64:r=1:d=1800", "-f", "lavfi",
-                                                    "-i", "anullsrc=r=8000:cl=mono", "-t", "1800", "-c:v", "mpeg4"} +
-                                            muxer);
-    QVERIFY(!path.isEmpty());
-    QCOMPARE(visitWith("literal", path).pictures, kAll);
-}
-
-void TestBoundedMemory::pictures_areBounded_whateverTheStreamClaims_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<qint64>("mostBytes");
-    QTest::addColumn<bool>("isReadInFull");
-    QTest::addColumn<bool>("isCopied"); // its format is one that thumbnails are made of
-    QTest::addColumn<qint64>("mostMiB");
-    QTest::newRow("H.264 4:2:0") << keeping16("1920x1088", "yuv420p", 24) << qint64{30000} << true << true << kUsualMiB;
-    QTest::newRow("H.264 4:4:4 with 10 bits")
-        << keeping16("1920x1088", "yuv444p10le", 24) << qint64{16000} << false << false << kUsualMiB;
-    QTest::newRow("H.264 4:4:4 with 10 bits, reordered")
-        << keeping16("1920x1088", "yuv444p10le", 60, "bframes=16:b-adapt=0:b-pyramid=2") << qint64{60000} << false
-        << false << kUsualMiB;
-    QTest::newRow("H.264 4:2:2 with 10 bits")
-        << keeping16("1920x1088", "yuv422p10le", 24) << qint64{30000} << false << false << kUsualMiB;
-    QStringList three;
-    for (int i = 0; i < 3; ++i)
-        three += {"-f", "lavfi", "-i", "color=s=1920x1088:r=25"};
-    QTest::newRow("three streams of H.264 4:4:4 with 10 bits")
-        << encoded("three", three + QStringList{"-map", "0", "-map", "1", "-map", "2", "-frames:v", "24", "-c:v",
-                                                "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv444p10le",
-                                                "-x264-params", "ref=16:keyint=1000:bframes=0:log=-1", "-f", "vob"})
-        << qint64{200000} << false << false << kUsualMiB;
-    QTest::newRow("H.264 of the largest size")
-        << keeping16("8192x4320", "yuv420p", 24) << qint64{200000} << false << true << kMostMiB;
-    QTest::newRow("HEVC of four times 1920x1080, 10 bits")
-        << hevc("3840x2160", "yuv420p10le", 24) << qint64{400000} << true << false << kMostMiB;
-    QTest::newRow("HEVC of the largest size, 10 bits")
-        << hevc("7680x4320", "yuv420p10le", 24) << qint64{800000} << true << false << kMostMiB;
-    QTest::newRow("AV1 of four times 1920x1080, 10 bits")
-        << encoded("av1uhd", {"-f", "lavfi", "-i", "color=s=3840x2160:r=25", "-frames:v", "24", "-pix_fmt",
-                              "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
-        << qint64{200000} << true << false << kMostMiB;
-    QTest::newRow("AV1 of the largest size, 10 bits")
-        << encoded("av18k", {"-f", "lavfi", "-i", "color=s=7680x4320:r=25", "-frames:v", "12", "-pix_fmt",
-                             "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
-        << qint64{400000} << false << false << kMostMiB;
-    const QByteArray large = readFile(keeping16("3840x2160", "yuv420p", 12));
-    const QByteArray usual = readFile(keeping16("1920x1088", "yuv420p", 24));
-    QTest::newRow("H.264 that becomes smaller")
-        << (large.isEmpty() || usual.isEmpty() ? QString() : writeFile(dir.path(), "smaller.ts", large + usual))
-        << qint64{60000} << true << true << kMostMiB;
-}
-
-void TestBoundedMemory::pictures_areBounded_whateverTheStreamClaims()
-{
-    QFETCH(const QString, path);
-    QFETCH(const qint64, mostBytes);
-    QFETCH(const bool, isReadInFull);
-    QFETCH(const bool, isCopied);
-    QFETCH(const qint64, mostMiB);
-    QVERIFY(!path.isEmpty());
-    const qint64 bytes = QFileInfo(path).size();
-    QVERIFY2(bytes <= mostBytes, qPrintable(QString::number(bytes)));
-
-    for (const char *reader : {"literal", "exact", "scanner"}) {
-        const Visit visit = visitWith(reader, path);
-        qInfo("%lld bytes, %s: %d of %d pictures, %lld MiB", bytes, reader, visit.pictures, kAll, visit.mib);
-        QVERIFY(visit.pictures >= 0);
-        if (isReadInFull && (QLatin1String(reader) == QLatin1String("literal") ||
-                             (isCopied && QLatin1String(reader) == QLatin1String("scanner"))))
-            QVERIFY(visit.pictures >= kAll); // the scanner goes on to the end
-        if (kMemoryIsOurs)
-            QVERIFY(visit.mib <= mostMiB);
-    }
-}
 
 int main(int argc, char **argv)
 {
