@@ -125,11 +125,15 @@ std::vector<BridgeImage> rightPictures(const QString &path)
 }
 #endif
 
-void printCost(const char *name, const Cost &cost, const Cost &ours, const QString &remark = {})
+// Ours to theirs: processor and wall clock.
+QString ratios(const Cost &ours, const std::vector<Cost> &theirs)
 {
-    std::printf("|   %s | %.2f s | %.2f s | %.2f | %.2f | %s |\n", name, cost.processor, cost.wall,
-                ours.processor / cost.processor, ours.wall / cost.wall, qPrintable(remark));
-    std::fflush(stdout);
+    if (theirs.empty())
+        return QStringLiteral("-");
+    const Cost cost = median(theirs);
+    return QStringLiteral("%1, %2")
+        .arg(ours.processor / cost.processor, 0, 'f', 2)
+        .arg(ours.wall / cost.wall, 0, 'f', 2);
 }
 
 void compareOne(const char *name, const std::string &recording, const QString &folder)
@@ -160,19 +164,12 @@ void compareOne(const char *name, const std::string &recording, const QString &f
         }));
     }
     const Cost us = median(ours);
-    std::printf("| %s | processor | wall | ours to it: processor | wall | |\n", name);
-    printCost("exactly", us, us,
-              QStringLiteral("%1 pictures decoded, %2 runs, %3 refusals")
-                  .arg(counters.picturesDecoded)
-                  .arg(counters.runs)
-                  .arg(counters.refusals));
-    printCost("literally", median(literal), us, QStringLiteral("751 pictures decoded"));
-    printCost("ffmpeg -vf select", median(select), us);
-    printCost("ffmpegthumbnailer, five times", median(inexact), us);
-    if (!indexed.empty())
-        printCost("FFMS2, with its index", median(indexed), us,
-                  QStringLiteral("%1 of 5 not the right ones").arg(wrong));
-    printCost("opening alone", median(opening), us);
+    const Cost open = median(opening);
+    std::printf("| %s | %lld | %.2f s, %.2f s | %s | %s | %s | %s (%d) | %.2f s |\n", name,
+                static_cast<long long>(counters.picturesDecoded), us.processor, us.wall,
+                qPrintable(ratios(us, literal)), qPrintable(ratios(us, select)), qPrintable(ratios(us, inexact)),
+                qPrintable(ratios(us, indexed)), wrong, open.processor);
+    std::fflush(stdout);
 }
 
 } // namespace
@@ -188,7 +185,11 @@ int main(int argc, char **argv)
             chosen.insert(argv[i]);
     }
     const QTemporaryDir folder;
-    std::printf("%u processors, %d rounds, medians\n", std::thread::hardware_concurrency(), kRounds);
+    std::printf("%u processors, %d rounds, medians; seconds and ratios: processor, wall\n",
+                std::thread::hardware_concurrency(), kRounds);
+    std::printf(
+        "| recording | pictures decoded | exactly | to literally | to ffmpeg -vf select | to ffmpegthumbnailer | "
+        "to FFMS2 (of 5 not the right ones) | opening |\n");
     for (const BroadcastRecording &recording : broadcastRecordings()) {
         if (!chosen.empty() && chosen.count(recording.name) == 0)
             continue;

@@ -1,6 +1,7 @@
 #include "bench/recordings.h"
 
 #include "tools/loopedgroup/loopedgroup.h"
+#include "tools/testpicture/ffmpegprocess.h"
 #include "tools/testpicture/numberedstream.h"
 
 #include <cstdio>
@@ -68,6 +69,18 @@ std::string encoded(const std::string &name, const PictureFormat &format, const 
     });
 }
 
+// A copy of an encoded recording whose times jump by an eighth of a second at picture 640.
+std::string withGap(const std::string &name, const std::string &source)
+{
+    return kept(name, [&](const std::string &path) {
+        const char *shifted = "setts=pts=PTS+gte(N\\,640)*11250:dts=DTS+gte(N\\,640)*11250";
+        const ProcessEnd result =
+            runFFmpeg({"-v", "error", "-nostdin", "-y", "-i", source, "-c", "copy", "-bsf:v", shifted, path});
+        if (!result.ok())
+            throw std::runtime_error("the recording could not be made: " + result.errors);
+    });
+}
+
 constexpr PictureFormat kHd = {1920, 1080, ChromaFormat::Yuv420, true};
 constexpr PictureFormat kHdProgressive = {1920, 1080, ChromaFormat::Yuv420, false};
 constexpr PictureFormat kSd = {720, 576, ChromaFormat::Yuv420, true};
@@ -109,6 +122,12 @@ const std::vector<BroadcastRecording> &broadcastRecordings()
         {"sd-mpeg2", "576i MPEG-2, groups of 13", [] { return encoded("sd-mpeg2", kSd, kMpeg2); }},
         {"hevc-28", "1080p HEVC, groups of 28",
          [] { return encoded("hevc-28", kHdProgressive, hevc("keyint=28:min-keyint=28:scenecut=0:bframes=3")); }},
+        {"hevc-101-gap", "1080p HEVC, open groups of 101, a gap in its times",
+         [] {
+             return withGap("hevc-101-gap",
+                            encoded("hevc-101", kHdProgressive,
+                                    hevc("keyint=101:min-keyint=101:scenecut=0:bframes=4:open-gop=1:b-pyramid=1")));
+         }},
         {"hevc-50", "1080p HEVC, open groups of 50",
          [] {
              return encoded("hevc-50", kHdProgressive,

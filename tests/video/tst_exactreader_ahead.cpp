@@ -3,6 +3,7 @@
 #include "tests/support/transportstream.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
+#include "tools/loopedgroup/loopedgroup.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
@@ -99,6 +100,15 @@ private slots:
         // Damage between the wanted pictures.
         QByteArray bytes = readFile(paths["h264.ts"]);
         transportstream::dropPackets(bytes, [](int packet, int) { return packet % 397 == 380; });
+        quorvale::LoopedGroup inexact; // The restart test decodes on a thread, too.
+        inexact.source = paths["h264-open.ts"].toStdString();
+        inexact.path = folder.filePath("h264-inexact.ts").toStdString();
+        inexact.group = 1;
+        inexact.groups = 2;
+        inexact.times = 8;
+        inexact.changes.clearsExactMatch = true;
+        writeLoopedGroup(inexact);
+        paths["h264-inexact.ts"] = folder.filePath("h264-inexact.ts");
         paths["lossy.ts"] = writeFile(folder.path(), "lossy.ts", bytes);
         QVERIFY(!paths["lossy.ts"].isEmpty());
     }

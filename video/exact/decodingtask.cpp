@@ -17,8 +17,11 @@ DecodingTask::DecodingTask(RunPlan plan, PictureIndex target, std::unique_ptr<De
 void DecodingTask::run(const std::atomic<bool> &isEnding)
 {
     Run run(m_plan, *m_worker, m_counters);
-    while (!m_found && !isEnding && run.next(*m_frame) == Run::Step::Picture)
+    while (!m_found && !isEnding && run.next(*m_frame) == Run::Step::Picture) {
         m_found = Decoding::pictureOf(*m_frame) == m_target;
+        if (m_keepsChecksums)
+            m_checksums.push_back(checksumOf(*m_frame));
+    }
     m_worker.reset(); // A decoder holds many times the memory of the picture.
     if (!m_found)
         av_frame_unref(m_frame.get());

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "video/exact/framechecksum.h"
 #include "video/exact/run.h"
 #include "video/ffmpeg/pointers.h"
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 namespace quorvale {
 
@@ -18,11 +20,16 @@ public:
     /// `target` is to come out of `plan`; `worker` has the plan's packets and no others.
     DecodingTask(RunPlan plan, PictureIndex target, std::unique_ptr<DecodingWorker> worker);
 
+    /// Has the checksums of all pictures kept, too.
+    void keepChecksums() { m_keepsChecksums = true; }
+
     /// Decodes until the picture has come, or after the one in hand once `isEnding` is true. Once at most.
     void run(const std::atomic<bool> &isEnding);
 
     /// The picture, once the task has run; null where it did not come out as foreseen.
     [[nodiscard]] AVFrame *picture() const { return m_found ? m_frame.get() : nullptr; }
+    /// Of the pictures that came out, if they are kept.
+    [[nodiscard]] const std::vector<FrameChecksum> &checksums() const { return m_checksums; }
     /// What running it has cost.
     [[nodiscard]] const ExactCounters &counters() const { return m_counters; }
 
@@ -31,7 +38,9 @@ private:
     PictureIndex m_target;
     std::unique_ptr<DecodingWorker> m_worker;
     ffmpeg::FramePtr m_frame;
+    std::vector<FrameChecksum> m_checksums;
     ExactCounters m_counters;
+    bool m_keepsChecksums = false;
     bool m_found = false;
 };
 

@@ -106,9 +106,12 @@ private:
     [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
     void testRestart(Anchor &anchor, OutputIndex place);
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
+    [[nodiscard]] std::vector<FrameChecksum> decodeChecksums(const Anchor &anchor, const EntryPoint &point);
 
     void loadAhead();
     bool loadNext(FrameNumber number);
+    [[nodiscard]] std::unique_ptr<DecodingTask> makeTask(RunPlan plan, PictureIndex target);
+    void begin(DecodingTask &task);
     [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
     bool takeAhead(FrameNumber number);
     void dropAhead();

@@ -54,18 +54,32 @@ bool FrameSource::loadNext(FrameNumber number)
         return m_ahead.empty(); // Alone, it is too large for good.
 
     m_literal.reset(); // as for any run: its decoder has done what it was for
-    ffmpeg::DecoderPtr decoder = m_recipe.make();
-    std::unique_ptr<LoadedPackets> packets = load(*plan);
-    if (!decoder || !packets)
+    std::unique_ptr<DecodingTask> task = makeTask(std::move(*plan), target);
+    if (!task)
         return true;
-    auto worker = std::make_unique<DecodingWorker>(std::move(packets), std::move(decoder));
-    auto task = std::make_unique<DecodingTask>(std::move(*plan), target, std::move(worker));
-    if (!m_threads)
-        m_threads = std::make_unique<DecodingThreads>(m_limits.decoders);
-    m_threads->add(*task);
+    begin(*task);
     const auto anchorIndex = static_cast<std::size_t>(found - m_anchors.begin());
     m_ahead.emplace(number, Ahead{std::move(task), anchorIndex, place, bytes});
     return true;
+}
+
+// Null without a decoder, or without the packets.
+std::unique_ptr<DecodingTask> FrameSource::makeTask(RunPlan plan, PictureIndex target)
+{
+    ffmpeg::DecoderPtr decoder = m_recipe.make();
+    std::unique_ptr<LoadedPackets> packets = load(plan);
+    if (!decoder || !packets)
+        return nullptr;
+    auto worker = std::make_unique<DecodingWorker>(std::move(packets), std::move(decoder));
+    return std::make_unique<DecodingTask>(std::move(plan), target, std::move(worker));
+}
+
+// On a thread; whoever calls it waits for it.
+void FrameSource::begin(DecodingTask &task)
+{
+    if (!m_threads)
+        m_threads = std::make_unique<DecodingThreads>(m_limits.decoders);
+    m_threads->add(task);
 }
 
 // From memory, or from the disk where not all is kept.

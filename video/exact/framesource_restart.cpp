@@ -1,6 +1,5 @@
 #include "video/exact/framesource.h"
 
-#include "video/exact/framechecksum.h"
 #include "video/ffmpeg/compat.h"
 
 #include <algorithm>
@@ -47,34 +46,41 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
 }
 
+// While the first decoder goes on, the second one decodes on a thread.
 bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
 {
-    std::vector<FrameChecksum> expected;
-    while (expected.size() < kCompared) {
-        if (decodeLiterally() != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
-            return false;
-        const PictureIndex latest = m_literal->at(m_literal->end() - 1);
-        const OutputIndex place = point.place + static_cast<std::int64_t>(expected.size());
-        if (latest == stretchOf(anchor).at(place))
-            expected.push_back(checksumOf(*m_frame));
-        else if (!expected.empty())
-            return false;
-    }
-
     PlanningRules all = rules(anchor);
     all.leavesOut = false;
     all.primeFrom = PictureIndex();
     const OutputIndex last = point.place + (kCompared - 1);
-    const std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
-    std::unique_ptr<LoadedPackets> packets = plan ? load(*plan) : nullptr;
-    ffmpeg::DecoderPtr decoder = m_recipe.make();
-    if (!packets || !decoder)
+    std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
+    const std::unique_ptr<DecodingTask> second =
+        plan ? makeTask(std::move(*plan), stretchOf(anchor).at(last)) : nullptr;
+    if (!second)
         return false;
-    DecodingWorker worker(std::move(packets), std::move(decoder));
-    Run run(*plan, worker, m_counters);
-    return std::all_of(expected.begin(), expected.end(), [&](const FrameChecksum &checksum) {
-        return run.next(*m_nextFrame) == Run::Step::Picture && checksumOf(*m_nextFrame) == checksum;
-    });
+    second->keepChecksums();
+    begin(*second);
+    const std::vector<FrameChecksum> expected = decodeChecksums(anchor, point);
+    m_threads->wait(*second);
+    m_counters += second->counters();
+    return second->picture() && second->checksums() == expected;
+}
+
+// Of the pictures from `point` on, by the decoder that began at the file's start; fewer where they are not as foreseen.
+std::vector<FrameChecksum> FrameSource::decodeChecksums(const Anchor &anchor, const EntryPoint &point)
+{
+    std::vector<FrameChecksum> checksums;
+    while (checksums.size() < kCompared) {
+        if (decodeLiterally() != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
+            return {};
+        const PictureIndex latest = m_literal->at(m_literal->end() - 1);
+        const OutputIndex place = point.place + static_cast<std::int64_t>(checksums.size());
+        if (latest == stretchOf(anchor).at(place))
+            checksums.push_back(checksumOf(*m_frame));
+        else if (!checksums.empty())
+            return {};
+    }
+    return checksums;
 }
 
 } // namespace quorvale

@@ -124,19 +124,23 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     addLeading(plan, pictures, entry);
     const PictureIndex target = stretch.at(place);
     const CodedPicture &first = pictures.picture(entry.picture);
-    // Draining loses pictures in H.264, after recovery points.
-    plan.drains = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
+    // Draining can lose pictures in H.264, after recovery points.
+    const bool isDrained = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
     const PictureIndex end =
-        plan.drains ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
+        isDrained ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
 
     NeededPictures needed(entry.picture, end);
     if (rules.leavesOut && !(rules.isHevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
         leaveOutUnreferenced(needed, pictures, {entry.picture, target, end}, rules);
-    for (PictureIndex i = entry.picture; i < end; ++i)
-        addPackets(plan.packets, pictures, i, needed.isNeeded(i));
     for (OutputIndex i = entry.place; i <= place; ++i) {
         if (stretch.at(i) < end && needed.isNeeded(stretch.at(i)))
             plan.outputs.push_back(stretch.at(i));
+    }
+    const PictureIndex last = *std::max_element(plan.outputs.begin(), plan.outputs.end()); // The target is one of them.
+    for (PictureIndex i = entry.picture; i < end; ++i) {
+        addPackets(plan.packets, pictures, i, needed.isNeeded(i));
+        if (i == last)
+            plan.drainsAfter = plan.packets.size();
     }
     return plan;
 }
