@@ -4,6 +4,7 @@
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/probing.h"
+#include "video/ffmpeg/regularfile.h"
 #include "video/ffmpeg/singleinput.h"
 #include "video/framecount.h"
 #include "video/saturate.h"
@@ -121,8 +122,7 @@ bool FFVideo::hasTable() const
 bool FFVideo::openStreams(const char *path)
 {
     releaseFile();
-    return ffmpeg::openSingleInput(formatContext, path) && ffmpeg::probeStreams(*formatContext) && openVideo() &&
-           openAudio();
+    return ffmpeg::openProbed(formatContext, path) && openVideo() && openAudio();
 }
 
 bool FFVideo::openVideo()
@@ -139,7 +139,8 @@ bool FFVideo::openVideo()
     ffmpeg::DecoderPtr decoder = ffmpeg::makeDecoder(*stream.codecpar, stream.time_base, codec);
     if (!decoder)
         return false;
-    m_pictureBudget = ffmpeg::PictureBudget();
+    m_pictureBudget =
+        ffmpeg::PictureBudget(ffmpeg::PictureBudget::Reader::First, ffmpeg::tableBytes(*formatContext->pb));
     m_pictureBudget.limit(*decoder);
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
         return false;

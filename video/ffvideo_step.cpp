@@ -1,6 +1,7 @@
 #include "video/ffvideo.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 #include "video/saturate.h"
 
 using namespace quorvale;
@@ -66,12 +67,12 @@ void FFVideo::noteTimestamps(const AVPacket &packet, bool firstOfPicture)
 // Sends one packet and receives one picture; false if the packet completes none, or does not decode.
 bool FFVideo::decode(const AVPacket &packet)
 {
-    if (avcodec_send_packet(videoCodec, &packet) != AVERROR(EAGAIN))
+    if (ffmpeg::send(*videoCodec, packet) != AVERROR(EAGAIN))
         return receivePicture(*frame);
     // The decoder holds a picture that must be received before it accepts the packet. What the packet itself completes
     // is left to the next step.
     const bool heldOne = receivePicture(*frame);
-    const bool accepted = avcodec_send_packet(videoCodec, &packet) >= 0;
+    const bool accepted = ffmpeg::send(*videoCodec, packet) >= 0;
     return heldOne || (accepted && receivePicture(*frame));
 }
 

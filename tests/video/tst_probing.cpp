@@ -16,6 +16,14 @@ ffmpeg::InputPtr openInput(const QString &path)
     return ffmpeg::InputPtr(opened ? input : nullptr);
 }
 
+ffmpeg::InputPtr openProbed(const QString &path)
+{
+    AVFormatContext *input = nullptr;
+    const bool opened = ffmpeg::openProbed(input, QFile::encodeName(path).constData());
+    ffmpeg::InputPtr owner(input);
+    return opened ? std::move(owner) : nullptr;
+}
+
 QString text(const AVRational &value)
 {
     return QStringLiteral("%1/%2").arg(value.num).arg(value.den);
@@ -82,10 +90,9 @@ private slots:
     {
         QFETCH(const QString, path);
         QVERIFY(!path.isEmpty());
-        const ffmpeg::InputPtr here = openInput(path);
+        const ffmpeg::InputPtr here = openProbed(path);
         const ffmpeg::InputPtr plain = openInput(path);
         QVERIFY(here && plain);
-        QVERIFY(ffmpeg::probeStreams(*here));
         QVERIFY(avformat_find_stream_info(plain.get(), nullptr) >= 0);
         QCOMPARE(here->nb_streams, plain->nb_streams);
         QVERIFY(here->nb_streams > 0);
@@ -103,10 +110,9 @@ private slots:
                                                   "-map 0 -map 1 -c:v libx264 -preset ultrafast -bf 2 "
                                                   "-x264-params tff=1:colormatrix=bt709 -vf setsar=4/3"));
         QVERIFY(!path.isEmpty());
-        const ffmpeg::InputPtr here = openInput(path);
+        const ffmpeg::InputPtr here = openProbed(path);
         const ffmpeg::InputPtr plain = openInput(path);
         QVERIFY(here && plain);
-        QVERIFY(ffmpeg::probeStreams(*here));
         QVERIFY(avformat_find_stream_info(plain.get(), nullptr) >= 0);
         QCOMPARE(here->nb_streams, 2U);
         const AVCodec *codec = nullptr;

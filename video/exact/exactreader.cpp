@@ -4,6 +4,7 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/picturecopy.h"
 #include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/regularfile.h"
 #include "video/ffvideo.h"
 
 #include <algorithm>
@@ -48,15 +49,18 @@ bool hasStartCodes(const AVCodecParameters &parameters)
            parameters.extradata[0] != 1;
 }
 
-// Whether there is memory for these pictures in other decoders, beside that of `video`.
-bool isSmallEnough(const AVCodecContext &video)
+constexpr std::int64_t kMostTableBytes = 26 * ffmpeg::kMiB;
+
+// Whether there is memory for the tables of `video` a second time, and for its pictures in other decoders.
+bool isSmallEnough(const FFVideo &video)
 {
-    return std::int64_t{video.width} * video.height <= ffmpeg::kMostPixelsUncounted;
+    return std::int64_t{video.videoCodec->width} * video.videoCodec->height <= ffmpeg::kMostPixelsUncounted &&
+           ffmpeg::tableBytes(*video.formatContext->pb) <= kMostTableBytes;
 }
 
 std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
 {
-    if (!video.formatContext || !video.videoCodec || video.videoStream < 0 || !isSmallEnough(*video.videoCodec))
+    if (!video.formatContext || !video.videoCodec || video.videoStream < 0 || !isSmallEnough(video))
         return nullptr;
     const AVStream &stream = *video.formatContext->streams[video.videoStream];
     const AVInputFormat &format = *video.formatContext->iformat;
@@ -77,10 +81,12 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
     location.entrance = entranceOf(format);
     location.tellsByTimes = isOneOf({"mpegts", "mpeg"}, format);
     const std::int64_t second = stream.time_base.num > 0 ? stream.time_base.den / stream.time_base.num : 0;
-    return std::make_unique<FrameSource>(location, *coding, second,
-                                         DecoderRecipe(*stream.codecpar, stream.time_base, video.videoCodec->codec,
-                                                       ffmpeg::PictureBudget(ffmpeg::PictureBudget::Reader::Second)),
-                                         aheadLimits(pictureBytesOf(*stream.codecpar), processors));
+    return std::make_unique<FrameSource>(
+        location, *coding, second,
+        DecoderRecipe(
+            *stream.codecpar, stream.time_base, video.videoCodec->codec,
+            ffmpeg::PictureBudget(ffmpeg::PictureBudget::Reader::Second, ffmpeg::tableBytes(*video.formatContext->pb))),
+        aheadLimits(pictureBytesOf(*stream.codecpar), processors));
 }
 
 } // namespace

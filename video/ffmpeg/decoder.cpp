@@ -1,7 +1,9 @@
 #include "video/ffmpeg/decoder.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/ffv1slices.h"
 #include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/jpeg2000blocks.h"
 #include "video/ffmpeg/picturelimits.h"
 
 namespace quorvale::ffmpeg {
@@ -24,7 +26,7 @@ std::int64_t mostPixelsOf(const AVCodec &codec)
 
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
 {
-    DecoderPtr decoder(avcodec_alloc_context3(codec));
+    DecoderPtr decoder(isBounded(parameters) ? avcodec_alloc_context3(codec) : nullptr);
     if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0 || !restrictToVideo(*decoder))
         return nullptr;
     decoder->pkt_timebase = timeBase;
@@ -33,6 +35,21 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
     decoder->thread_count = 1;
     decoder->max_pixels = mostPixelsOf(*codec);
     return decoder;
+}
+
+bool isBounded(const AVCodecParameters &parameters)
+{
+    return parameters.codec_id != AV_CODEC_ID_FFV1 || hasBoundedSlices(parameters);
+}
+
+bool isBounded(AVCodecID codec, const AVPacket &packet)
+{
+    return codec != AV_CODEC_ID_JPEG2000 || packet.size == 0 || hasBoundedBlocks(packet);
+}
+
+int send(AVCodecContext &decoder, const AVPacket &packet)
+{
+    return isBounded(decoder.codec_id, packet) ? avcodec_send_packet(&decoder, &packet) : AVERROR_INVALIDDATA;
 }
 
 void flush(AVCodecContext &decoder)

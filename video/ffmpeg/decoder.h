@@ -2,15 +2,22 @@
 
 #include "video/ffmpeg/pointers.h"
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 #include <cstdint>
 
 struct AVCodec;
+struct AVCodecContext;
 struct AVCodecParameters;
+struct AVPacket;
 struct AVRational;
 
 namespace quorvale::ffmpeg {
 
-/// A decoder for the packets of a stream, set up and not opened yet; null without memory.
+/// A decoder for the packets of a stream, set up and not opened yet; null without memory, and where the stream's header
+/// claims too much of it.
 ///
 /// It has one thread and refuses pictures of absurd sizes. `timeBase`: that of the packets' timestamps; `codec`: the
 /// one that it will be opened with.
@@ -18,6 +25,15 @@ namespace quorvale::ffmpeg {
 
 /// The most pixels that a picture may have which `codec` decodes.
 [[nodiscard]] std::int64_t mostPixelsOf(const AVCodec &codec);
+
+/// Whether FFmpeg's decoders take little memory for the header of this stream, beside its pictures.
+[[nodiscard]] bool isBounded(const AVCodecParameters &parameters);
+
+/// Whether they take little memory and time for what `packet` of a `codec` claims to hold, beside the picture.
+[[nodiscard]] bool isBounded(AVCodecID codec, const AVPacket &packet);
+
+/// Gives the packet to the decoder: what avcodec_send_packet returns, or AVERROR_INVALIDDATA if it is not bounded.
+[[nodiscard]] int send(AVCodecContext &decoder, const AVPacket &packet);
 
 /// Has the decoder forget what it was sent: the next picture is of a packet that is sent after this.
 void flush(AVCodecContext &decoder);

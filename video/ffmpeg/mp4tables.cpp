@@ -25,16 +25,21 @@ constexpr std::uint32_t boxType(const char (&name)[5])
     return type;
 }
 
-constexpr std::int64_t kMostTableBytes = 52 * kMiB; // 1,700,000 samples: two hours of pictures with four kinds of sound
-constexpr std::int64_t kMostHeaderBytes = 64 * kMiB;
+// Ten hours of 50 pictures a second take 62 MiB, with two tracks of sound and subtitles 141. While FFmpeg applies a
+// track's edits, it keeps what it had of it.
+constexpr std::int64_t kMostTableBytes = 144 * kMiB;
+constexpr std::int64_t kMostBytesWithEdits = 208 * kMiB;
+constexpr std::int64_t kMostHeaderBytes = 96 * kMiB;
 constexpr std::int64_t kMostDescribingBytes = 16 * kMiB; // of texts and a picture of the cover
 constexpr int kMostBoxes = 250'000;                      // twelve hours in fragments of two seconds
 constexpr int kMostTracks = 32;
 constexpr std::int64_t kMostRuns = 1'000'000; // of chunks with the same number of samples
 constexpr int kDeepest = 8;
 
-// What FFmpeg keeps of each sample, of each fragment, and of each track in a fragment.
-constexpr std::int64_t kBytesASample = 32;
+// What FFmpeg keeps of each sample, of one with a time of its own for output, of each fragment, and of each track in a
+// fragment.
+constexpr std::int64_t kBytesASample = 24;
+constexpr std::int64_t kBytesATimedSample = 36;
 constexpr std::int64_t kBytesAFragment = 64;
 constexpr std::int64_t kBytesATrackInAFragment = 80;
 
@@ -48,10 +53,10 @@ constexpr std::array kUncoded = {boxType("sowt"), boxType("twos"), boxType("raw 
                                  boxType("in24"), boxType("in32"), boxType("fl32"), boxType("fl64"), boxType("ipcm"),
                                  boxType("fpcm"), boxType("ulaw"), boxType("alaw")};
 // Boxes that would count against the bound, and must not be inside kDescribing.
-constexpr std::array kCounting = {boxType("moov"), boxType("cmov"), boxType("trak"), boxType("stbl"),
-                                  boxType("stsz"), boxType("stz2"), boxType("stsc"), boxType("stts"),
-                                  boxType("stco"), boxType("co64"), boxType("elst"), boxType("moof"),
-                                  boxType("traf"), boxType("trun"), boxType("sidx"), boxType("tfra")};
+constexpr std::array kCounting = {boxType("moov"), boxType("cmov"), boxType("trak"), boxType("stbl"), boxType("stsz"),
+                                  boxType("stz2"), boxType("stsc"), boxType("stts"), boxType("ctts"), boxType("stco"),
+                                  boxType("co64"), boxType("elst"), boxType("moof"), boxType("traf"), boxType("trun"),
+                                  boxType("sidx"), boxType("tfra")};
 
 template <typename Types>
 bool contains(const Types &types, std::uint32_t type)
@@ -86,10 +91,12 @@ public:
         }
     }
 
-    [[nodiscard]] bool isBounded() const
+    [[nodiscard]] std::optional<std::int64_t> tableBytes() const
     {
         const std::int64_t fragments = m_fragments * (kBytesAFragment + kBytesATrackInAFragment * m_tracks);
-        return m_isJudged && m_tracks <= kMostTracks && m_samples * kBytesASample + fragments <= kMostTableBytes;
+        const std::int64_t bytes = m_bytes + fragments;
+        const bool fits = bytes <= kMostTableBytes && bytes + m_mostBytesEdited <= kMostBytesWithEdits;
+        return m_isJudged && m_tracks <= kMostTracks && fits ? std::optional(bytes) : std::nullopt;
     }
 
 private:
@@ -150,6 +157,9 @@ private:
             m_track.isOfUnitSamples = avio_rb32(&m_file) == 1 && m_track.isOfUnitSamples;
             ++m_track.timeTables;
             return;
+        case boxType("ctts"):
+            m_track.hasOutputTimes = true;
+            return;
         case boxType("stsz"): // 8.7.3: version and flags, sample_size, sample_count
         case boxType("stz2"): // reserved and field_size in the place of sample_size
             avio_skip(&m_file, 8);
@@ -168,7 +178,7 @@ private:
             return;
         case boxType("trun"): // 8.8.8: version and flags, sample_count
             avio_skip(&m_file, 4);
-            count(avio_rb32(&m_file));
+            count(avio_rb32(&m_file) * kBytesATimedSample);
             return;
         case boxType("sidx"): // 8.16.3, 8.8.10: each entry has 11 bytes at least
         case boxType("tfra"):
@@ -185,7 +195,11 @@ private:
         ++m_tracks;
         const Mp4Track outer = std::exchange(m_track, {});
         readBoxes(end, depth + 1);
-        count(m_track.indexEntries());
+        const std::int64_t bytes = std::min(m_track.indexEntries(), kMostTableBytes) *
+                                   (m_track.hasOutputTimes ? kBytesATimedSample : kBytesASample);
+        count(bytes);
+        if (m_track.edits > 0)
+            m_mostBytesEdited = std::max(m_mostBytesEdited, bytes);
         m_track = outer;
     }
 
@@ -256,15 +270,16 @@ private:
 
     static bool isHeaderBox(std::uint32_t type) { return type == boxType("mvhd") || type == boxType("cmov"); }
 
-    void count(std::int64_t samples)
+    void count(std::int64_t bytes)
     {
-        m_samples += samples;
-        m_isJudged = m_isJudged && m_samples * kBytesASample <= kMostTableBytes;
+        m_bytes += bytes;
+        m_isJudged = m_isJudged && m_bytes <= kMostTableBytes;
     }
 
     AVIOContext &m_file;
-    Mp4Track m_track; ///< the one whose boxes are read
-    std::int64_t m_samples = 0;
+    Mp4Track m_track;         ///< the one whose boxes are read
+    std::int64_t m_bytes = 0; ///< of all samples
+    std::int64_t m_mostBytesEdited = 0;
     std::int64_t m_fragments = 0;
     std::int64_t m_runs = 0;
     int m_tracks = 0;
@@ -274,12 +289,12 @@ private:
 
 } // namespace
 
-bool hasBoundedTables(AVIOContext &file)
+std::optional<std::int64_t> mp4TableBytes(AVIOContext &file)
 {
     const std::int64_t size = avio_size(&file);
     BoxReader reader(file);
     reader.readBoxes(size, 0);
-    return avio_seek(&file, 0, SEEK_SET) >= 0 && size >= 0 && reader.isBounded();
+    return avio_seek(&file, 0, SEEK_SET) >= 0 && size >= 0 ? reader.tableBytes() : std::nullopt;
 }
 
 } // namespace quorvale::ffmpeg

@@ -21,6 +21,7 @@ struct Mp4Track
     std::vector<ChunkRun> runs;      ///< of stsc
     int timeTables = 0;              ///< how many stts there are
     int descriptions = 0;            ///< sample entries in all stsd
+    bool hasOutputTimes = false;     ///< whether there is ctts
     bool isSound = false;            ///< of handler type "soun"
     bool isPicture = false;          ///< of handler type "vide" or "subp"; a track can claim both
     bool isOfUnitSamples = false;    ///< all samples have duration 1, as those of sound that is not coded

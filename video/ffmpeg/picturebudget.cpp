@@ -27,6 +27,10 @@ constexpr std::int64_t kMostBytesOf8Bits = 640 * kMiB;
 constexpr std::int64_t kMostBytes = 896 * kMiB;
 constexpr std::int64_t kUsualBytesOfSecond = 96 * kMiB;
 constexpr std::int64_t kLargeBytesOfSecond = 320 * kMiB; // It decodes no larger pictures.
+// With the tables of the file, or of both readers' files.
+constexpr std::int64_t kUsualBytesWithTables = 208 * kMiB;
+constexpr std::int64_t kMostBytesWithTables = 944 * kMiB;
+constexpr std::int64_t kUsualBytesOfSecondWithTables = 104 * kMiB;
 
 std::int64_t pixelsOf(const AVFrame &picture)
 {
@@ -55,9 +59,11 @@ struct PictureBudget::Account : std::enable_shared_from_this<Account>
     std::atomic<std::int64_t> lentBytes{0};
     std::atomic<std::int64_t> mostPixels{0}; ///< of the pictures so far
     const Reader reader;
+    const std::int64_t tableBytes;
 
-    explicit Account(Reader whose)
+    Account(Reader whose, std::int64_t tables)
         : reader(whose)
+        , tableBytes(tables)
     {
     }
 
@@ -68,10 +74,13 @@ struct PictureBudget::Account : std::enable_shared_from_this<Account>
         }
         most = std::max(most, pixelsOf(picture));
         if (reader == Reader::Second)
-            return most <= kUsualPixels ? kUsualBytesOfSecond : kLargeBytesOfSecond;
+            return most <= kUsualPixels ? std::min(kUsualBytesOfSecond, kUsualBytesOfSecondWithTables - 2 * tableBytes)
+                                        : kLargeBytesOfSecond;
+        if (most <= kUsualPixels)
+            return std::min(kUsualBytes, kUsualBytesWithTables - tableBytes);
         if (most <= kMostPixelsUncounted)
-            return most <= kUsualPixels ? kUsualBytes : kLargeBytes;
-        return hasMoreThan8Bits(picture) ? kMostBytes : kMostBytesOf8Bits;
+            return kLargeBytes;
+        return hasMoreThan8Bits(picture) ? std::min(kMostBytes, kMostBytesWithTables - tableBytes) : kMostBytesOf8Bits;
     }
 };
 
@@ -94,8 +103,8 @@ struct PictureBudget::Lent
     std::shared_ptr<Account> account;
 };
 
-PictureBudget::PictureBudget(Reader reader)
-    : m_account(std::make_shared<Account>(reader))
+PictureBudget::PictureBudget(Reader reader, std::int64_t tableBytes)
+    : m_account(std::make_shared<Account>(reader, tableBytes))
 {
 }
 

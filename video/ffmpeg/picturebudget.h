@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 struct AVCodecContext;
@@ -20,6 +21,9 @@ namespace quorvale::ffmpeg {
 /// was handed out. Pictures of 8 bits have less, for these are copied and converted outside of the decoder. The bound
 /// is that of the largest picture so far.
 ///
+/// The tables of a long MP4 file are taken off that: of the smallest budgets and of the largest what is above 96 and 48
+/// MiB, and of a second reader's, which has tables of its own, twice what is above 4 MiB.
+///
 /// Readers do not share: how far a second reader's threads have come must not change what FFVideo decodes. The second
 /// one has less, since it may refuse.
 ///
@@ -31,7 +35,8 @@ public:
     /// Whose budget it is: FFVideo's, or that of a reader beside it.
     enum class Reader { First, Second };
 
-    explicit PictureBudget(Reader reader = Reader::First);
+    /// `tableBytes`: what the opened file takes (regularfile.h).
+    explicit PictureBudget(Reader reader = Reader::First, std::int64_t tableBytes = 0);
 
     /// Has `decoder`, which is not opened yet, take its pictures' memory from here. Takes its `opaque` and
     /// `get_buffer2`.

@@ -6,6 +6,7 @@
 #include "video/ffmpeg/picturebudget.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/probingcost.h"
+#include "video/ffmpeg/regularfile.h"
 #include "video/ffmpeg/singleinput.h"
 
 extern "C" {
@@ -14,6 +15,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace quorvale::ffmpeg {
@@ -51,10 +53,19 @@ private:
     std::vector<AVDictionary *> m_options;
 };
 
-InputPtr openAgain(const AVFormatContext &input)
+constexpr std::int64_t kMostTableBytesTwice = 52 * kMiB;
+
+InputPtr open(const char *path)
 {
-    AVFormatContext *again = nullptr;
-    return InputPtr(openSingleInput(again, input.url) ? again : nullptr);
+    AVFormatContext *input = nullptr;
+    return InputPtr(openSingleInput(input, path) ? input : nullptr);
+}
+
+// Closes the file before it is opened to be read: the tables of a long one do not fit into memory twice.
+std::optional<ProbingCost> costOf(const char *path)
+{
+    const InputPtr ahead = open(path);
+    return ahead ? std::optional(probingCost(*ahead)) : std::nullopt;
 }
 
 // What a decoder with a budget finds out about the stream with `index`: FFmpeg's own while it probes have none.
@@ -72,7 +83,7 @@ void describeByDecoding(AVStream &stream, AVFormatContext &input, const AVCodec 
     bool isDecoded = false;
     for (std::int64_t bytes = 0; !isDecoded && bytes < input.probesize && av_read_frame(&input, packet.get()) >= 0;) {
         bytes += packet->size;
-        if (packet->stream_index == stream.index && avcodec_send_packet(decoder.get(), packet.get()) >= 0)
+        if (packet->stream_index == stream.index && send(*decoder, *packet) >= 0)
             isDecoded = avcodec_receive_frame(decoder.get(), picture.get()) >= 0;
         av_packet_unref(packet.get());
     }
@@ -87,7 +98,9 @@ bool probeWithinBudget(AVFormatContext &input)
         return false;
     const AVCodec *codec = nullptr;
     const int index = findBestStream(&input, AVMEDIA_TYPE_VIDEO, codec);
-    const InputPtr again = index >= 0 ? openAgain(input) : nullptr;
+    // The header of a file with long tables says enough.
+    const bool fitsTwice = tableBytes(*input.pb) <= kMostTableBytesTwice;
+    const InputPtr again = index >= 0 && fitsTwice ? open(input.url) : nullptr;
     if (again)
         describeByDecoding(*input.streams[index], *again, *codec);
     return true;
@@ -95,16 +108,15 @@ bool probeWithinBudget(AVFormatContext &input)
 
 } // namespace
 
-bool probeStreams(AVFormatContext &input)
+bool openProbed(AVFormatContext *&input, const char *path)
 {
-    const InputPtr ahead = openAgain(input);
-    if (!ahead)
+    const std::optional<ProbingCost> cost = costOf(path);
+    if (!cost || !openSingleInput(input, path))
         return false;
-    const ProbingCost cost = probingCost(*ahead);
-    if (!cost.fits)
-        return probeWithinBudget(input);
-    ProbeOptions options(input, cost.pixels);
-    return avformat_find_stream_info(&input, options.get()) >= 0;
+    if (!cost->fits)
+        return probeWithinBudget(*input);
+    ProbeOptions options(*input, cost->pixels);
+    return avformat_find_stream_info(input, options.get()) >= 0;
 }
 
 } // namespace quorvale::ffmpeg

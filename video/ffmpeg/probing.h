@@ -4,7 +4,8 @@ struct AVFormatContext;
 
 namespace quorvale::ffmpeg {
 
-/// Reads from the beginning until it is known what the streams of `input` hold. False if nothing can be found out.
-[[nodiscard]] bool probeStreams(AVFormatContext &input);
+/// Opens `path` as openSingleInput does, and reads from the beginning until it is known what its streams hold. False,
+/// with `input` closed or still open, if nothing can be found out.
+[[nodiscard]] bool openProbed(AVFormatContext *&input, const char *path);
 
 } // namespace quorvale::ffmpeg

@@ -1,5 +1,6 @@
 #include "video/ffmpeg/probingcost.h"
 
+#include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/pointers.h"
 
@@ -46,6 +47,7 @@ public:
     {
         if (!m_parser || m_codec != stream.codecpar->codec_id)
             begin(*stream.codecpar);
+        m_isBounded = m_isBounded && isBounded(stream.codecpar->codec_id, packet);
         m_hasSurprise = m_hasSurprise || av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, nullptr);
         note(stream.codecpar->width, stream.codecpar->height, AV_PIX_FMT_NONE);
         if (!m_parser || !m_context)
@@ -65,6 +67,8 @@ public:
     /// Whether the sizes are those that the decoder reads.
     [[nodiscard]] bool isCertain() const { return m_sizeIsRead && !m_hasSurprise; }
     [[nodiscard]] bool hasSurprise() const { return m_hasSurprise; }
+
+    [[nodiscard]] bool hasBoundedPackets() const { return m_isBounded; }
 
     /// The stream may have pictures of `pixels` pixels, whatever was read.
     void allow(std::int64_t pixels)
@@ -100,6 +104,7 @@ private:
     DecoderPtr m_context; ///< never opened: what the parser knows
     std::int64_t m_pixels = 0;
     std::int64_t m_bytes = 0; ///< of one picture
+    bool m_isBounded = true;
     bool m_sizeIsRead = false;
     bool m_hasSurprise = false; ///< of what the container brings in the middle, parsers see nothing
 };
@@ -136,6 +141,7 @@ ProbingCost probingCost(AVFormatContext &input)
         StreamClaim &claim = claims[index];
         const bool isVideo = input.streams[index]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
         // Of a stream that was known at once, probing's decoder can be told to refuse what is larger.
+        cost.fits = cost.fits && isBounded(*input.streams[index]->codecpar) && claim.hasBoundedPackets();
         if (isVideo && !claim.isCertain()) {
             cost.fits = cost.fits && index < known && !claim.hasSurprise();
             claim.allow(kUsualPixels);

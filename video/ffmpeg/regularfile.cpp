@@ -66,6 +66,8 @@ struct OpenFile
     Descriptor descriptor;
     std::int64_t position = 0; // of the next read
     std::optional<ReadAhead> ahead;
+    std::optional<ClaimWatch> claims;
+    std::int64_t tableBytes = 0;
 };
 
 int readFile(void *opaque, std::uint8_t *buffer, int size)
@@ -77,6 +79,8 @@ int readFile(void *opaque, std::uint8_t *buffer, int size)
     } while (bytes < 0 && errno == EINTR);
     if (bytes < 0)
         return AVERROR(errno);
+    if (file.claims && !file.claims->allows(file.descriptor.number(), file.position, buffer, static_cast<int>(bytes)))
+        return AVERROR(EPERM);
     file.position += bytes;
     if (file.ahead && bytes > 0)
         file.ahead->noteRead(file.descriptor.number(), file.position);
@@ -118,6 +122,28 @@ AVIOContext *openRegularFile(const char *path)
 void readAhead(AVIOContext &file)
 {
     static_cast<OpenFile *>(file.opaque)->ahead.emplace();
+}
+
+void watch(AVIOContext &file, const ClaimWatch::Structures &structures)
+{
+    static_cast<OpenFile *>(file.opaque)->claims.emplace(structures);
+}
+
+bool isContent(const AVIOContext &file)
+{
+    const OpenFile &open = *static_cast<const OpenFile *>(file.opaque);
+    return !open.claims || open.claims->isContent();
+}
+
+void noteTables(AVIOContext &file, std::int64_t bytes)
+{
+    static_cast<OpenFile *>(file.opaque)->tableBytes = bytes;
+}
+
+std::int64_t tableBytes(const AVIOContext &file)
+{
+    const OpenFile &open = *static_cast<const OpenFile *>(file.opaque);
+    return open.tableBytes + (open.claims ? open.claims->bytes() : 0);
 }
 
 void closeRegularFile(AVIOContext *&file)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "video/ffmpeg/claimwatch.h"
+
 struct AVIOContext;
 
 namespace quorvale::ffmpeg {
@@ -11,6 +13,18 @@ namespace quorvale::ffmpeg {
 
 /// Says that `file`, opened with openRegularFile, will be read on from wherever it is read: see ReadAhead.
 void readAhead(AVIOContext &file);
+
+/// Watches what FFmpeg reads of `file`, opened with openRegularFile and not read yet, for such structures.
+void watch(AVIOContext &file, const ClaimWatch::Structures &structures);
+
+/// Whether no watch withheld anything of `file` so far.
+[[nodiscard]] bool isContent(const AVIOContext &file);
+
+/// Notes how much memory FFmpeg takes for the tables of `file`, opened with openRegularFile.
+void noteTables(AVIOContext &file, std::int64_t bytes);
+
+/// What was noted, or a watch counted; 0 at first.
+[[nodiscard]] std::int64_t tableBytes(const AVIOContext &file);
 
 /// Closes `file` and makes it null; it may be null already.
 void closeRegularFile(AVIOContext *&file);

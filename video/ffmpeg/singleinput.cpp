@@ -2,7 +2,9 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/inputformats.h"
+#include "video/ffmpeg/matroskalists.h"
 #include "video/ffmpeg/mp4tables.h"
+#include "video/ffmpeg/mxfindex.h"
 #include "video/ffmpeg/regularfile.h"
 
 extern "C" {
@@ -31,14 +33,35 @@ bool restrictToItself(AVFormatContext &input)
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
+// The containers whose structures are watched while FFmpeg opens them.
+const ClaimWatch::Structures *structuresOf(const InputFormat &format)
+{
+    if (av_match_name("matroska", format.name) > 0)
+        return &kMatroskaLists;
+    return av_match_name("mxf", format.name) > 0 ? &kMxfIndexTables : nullptr;
+}
+
 // What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
 InputFormat *formatOf(AVIOContext &file, const char *path)
 {
     InputFormat *format = nullptr;
     if (av_probe_input_buffer2(&file, &format, path, nullptr, 0, 0) < 0 || !format)
         return nullptr;
-    const bool isMp4 = av_match_name("mp4", format->name) > 0;
-    return isMp4 && !hasBoundedTables(file) ? nullptr : format;
+    if (av_match_name("mp4", format->name) <= 0)
+        return format;
+    const std::optional<std::int64_t> bytes = mp4TableBytes(file);
+    noteTables(file, bytes.value_or(0));
+    return bytes ? format : nullptr;
+}
+
+// Opens `path` as a watched file, in the place of `file`, of which some was read.
+bool watchFromTheStart(AVIOContext *&file, const char *path, const ClaimWatch::Structures &structures)
+{
+    closeRegularFile(file);
+    file = openRegularFile(path);
+    if (file)
+        watch(*file, structures);
+    return file != nullptr;
 }
 
 } // namespace
@@ -50,6 +73,9 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     if (!file)
         return false;
     InputFormat *format = formatOf(*file, path);
+    const ClaimWatch::Structures *structures = format ? structuresOf(*format) : nullptr;
+    if (structures && !watchFromTheStart(file, path, *structures))
+        return false;
     AVFormatContext *opening = format ? avformat_alloc_context() : nullptr;
     if (!opening || !restrictToItself(*opening) || !restrictToVideo(*opening)) {
         avformat_free_context(opening);
@@ -62,7 +88,9 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
         return false;
     }
     input = opening;
-    return true;
+    if (!isContent(*file))
+        closeSingleInput(input);
+    return input != nullptr;
 }
 
 void closeSingleInput(AVFormatContext *&input)

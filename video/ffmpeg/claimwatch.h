@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+
+namespace quorvale::ffmpeg {
+
+class FileBytes;
+
+/// Keeps from FFmpeg, while it opens a file, the structures that would cost it much memory: it comes by them in ways of
+/// its own, forwards, by the file's tables of places, or by looking for the next one after damage. But whatever it
+/// finds it has read before. So what is read is searched for where such structures begin; each is looked at once, and
+/// added up. The read that brings one too many fails.
+class ClaimWatch
+{
+public:
+    /// What begins with four bytes that are a number.
+    struct Structures
+    {
+        bool (*begin)(std::uint32_t fourBytes);
+        /// The memory that FFmpeg takes for the one at `position`, or more than `most`.
+        std::int64_t (*bytes)(FileBytes &file, std::int64_t position, std::int64_t most);
+    };
+
+    /// The most memory for all of them.
+    static constexpr std::int64_t kMostBytes = 52 * 1024 * 1024;
+
+    explicit ClaimWatch(const Structures &structures)
+        : m_structures(structures)
+    {
+    }
+
+    /// Looks at `size` bytes that were read at `position` of the open file `descriptor`. False if they are to be
+    /// withheld, then and from then on.
+    [[nodiscard]] bool allows(int descriptor, std::int64_t position, const unsigned char *bytes, int size);
+
+    /// Whether all was allowed so far.
+    [[nodiscard]] bool isContent() const { return m_bytes <= kMostBytes; }
+
+    /// What FFmpeg takes for those that were read so far.
+    [[nodiscard]] std::int64_t bytes() const { return m_bytes; }
+
+private:
+    Structures m_structures;
+    std::set<std::int64_t> m_seen;     ///< where structures began that cost something
+    std::int64_t m_bytes = 0;          ///< for all of them
+    std::int64_t m_next = 0;           ///< after what was read last
+    std::uint32_t m_lastFourBytes = 0; ///< before there
+};
+
+} // namespace quorvale::ffmpeg

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "video/ffmpeg/claimwatch.h"
+
+namespace quorvale::ffmpeg {
+
+/// The lists of Matroska: tracks, attachments, chapters, tags, and the tables of places. FFmpeg keeps a structure for
+/// each entry, and an empty entry is two bytes.
+extern const ClaimWatch::Structures kMatroskaLists;
+
+} // namespace quorvale::ffmpeg
