@@ -83,7 +83,8 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
 
     frameCount = 0;
     currentFrame = -1;
-    lastDts = previousDts = seekDts = firstDts = kNoTimestamp; // `endOfStream` stays
+    lastDts = previousDts = seekDts = firstDts = kNoTimestamp;
+    endOfStream = false;
 
     if (!openStreams(path)) {
         ffmpeg::closeSingleInput(formatContext);

@@ -65,10 +65,10 @@ struct StepsByHand
     [[nodiscard]] bool open(const QString &path)
     {
         AVFormatContext *opened = nullptr;
-        if (!quorvale::ffmpeg::openSingleInput(opened, QFile::encodeName(path).constData()) ||
-            !quorvale::ffmpeg::probeStreams(*opened))
-            return false;
+        const bool probed = quorvale::ffmpeg::openProbed(opened, QFile::encodeName(path).constData());
         input.reset(opened);
+        if (!probed)
+            return false;
         const AVCodec *codec = nullptr;
         stream = quorvale::ffmpeg::findBestStream(opened, AVMEDIA_TYPE_VIDEO, codec);
         const AVStream &video = *opened->streams[stream];
@@ -269,8 +269,6 @@ private slots:
         QVERIFY(video.LoadKeyTable(table.constData()));
         QVERIFY(open(video, paths[name], false));
         QCOMPARE(video.frameCount, frames);
-        if (video.isHevc)
-            video.seekToNearestKeyFrame(0, 0); // The end that was reached counts until a seek, and no table has rows.
         QCOMPARE(compareEach(video, shuffled(frames, 3), pictureChecksums(paths[name])), QString());
     }
 
