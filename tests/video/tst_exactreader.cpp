@@ -273,6 +273,19 @@ private slots:
         QVERIFY(reader.read(280, picture) != ExactReader::Answer::Picture);
     }
 
+    void aFileThatBecameOneOfAnotherCodec_fails()
+    {
+        const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["hevc.ts"]));
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"])).isEmpty());
+        ExactReader reader(video);
+        for (const int number : {5, 290, 1000}) {
+            Picture picture;
+            QCOMPARE(reader.read(number, picture), ExactReader::Answer::Failed);
+        }
+    }
+
     void readersOfNothing_refuse()
     {
         const FFVideo closed;

@@ -46,6 +46,13 @@ bool VideoPackets::isWanted(const AVPacket &packet) const
            (m_location.streamId != 0 || stream.index == m_location.streamIndex);
 }
 
+// A transport stream can announce another codec in mid-file. Newer versions of FFmpeg follow it, also while they probe:
+// the literal reader then has from the start on what is cut into packets of the codec that was announced last.
+bool VideoPackets::isOfTheCodec(const AVPacket &packet) const
+{
+    return static_cast<int>(m_input->streams[packet.stream_index]->codecpar->codec_id) == m_location.codec;
+}
+
 VideoPackets::Status VideoPackets::read(AVPacket &packet)
 {
     if (!open())
@@ -59,7 +66,7 @@ VideoPackets::Status VideoPackets::read(AVPacket &packet)
             return broken ? Status::Failed : Status::EndOfFile;
         }
         if (isWanted(packet))
-            return Status::Read;
+            return isOfTheCodec(packet) ? Status::Read : Status::Failed;
     }
 }
 

@@ -22,6 +22,7 @@ struct VideoLocation
     std::string path;
     int streamId = 0; ///< the container's own number for the stream
     int streamIndex = 0;
+    int codec = 0;          ///< FFmpeg's number of it
     int timestampBits = 64; ///< with which the container's timestamps wrap
     Entrance entrance = Entrance::AnyByte;
     bool tellsByTimes = true; ///< a packet has the same times wherever reading began; else its bytes identify it
@@ -31,7 +32,7 @@ struct VideoLocation
 class VideoPackets
 {
 public:
-    enum class Status { Read, EndOfFile, Failed };
+    enum class Status { Read, EndOfFile, Failed }; ///< Failed, too: the stream is of another codec there
 
     /// `readsAhead`: the packets will be read one after the other, and the system is told so.
     explicit VideoPackets(VideoLocation location, bool readsAhead = false)
@@ -51,6 +52,7 @@ public:
 private:
     bool open();
     [[nodiscard]] bool isWanted(const AVPacket &packet) const;
+    [[nodiscard]] bool isOfTheCodec(const AVPacket &packet) const;
 
     VideoLocation m_location;
     bool m_readsAhead;
