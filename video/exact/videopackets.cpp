@@ -23,6 +23,12 @@ std::uint32_t checksumOf(const AVPacket &packet)
     return av_crc(av_crc_get_table(AV_CRC_32_IEEE_LE), 0, begin, static_cast<std::size_t>(end - begin));
 }
 
+// MPEG-1 and MPEG-2 video are taken apart alike, and a container can name the one for the other.
+bool isMpegVideo(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO;
+}
+
 } // namespace
 
 bool VideoPackets::open()
@@ -46,11 +52,10 @@ bool VideoPackets::isWanted(const AVPacket &packet) const
            (m_location.streamId != 0 || stream.index == m_location.streamIndex);
 }
 
-// A transport stream can announce another codec in mid-file. Newer versions of FFmpeg follow it, also while they probe:
-// the literal reader then has from the start on what is cut into packets of the codec that was announced last.
-bool VideoPackets::isOfTheCodec(const AVPacket &packet) const
+bool VideoPackets::hasOtherCodec(const AVPacket &packet) const
 {
-    return static_cast<int>(m_input->streams[packet.stream_index]->codecpar->codec_id) == m_location.codec;
+    const AVCodecID codec = m_input->streams[packet.stream_index]->codecpar->codec_id;
+    return codec != m_location.codec && !(isMpegVideo(codec) && isMpegVideo(m_location.codec));
 }
 
 VideoPackets::Status VideoPackets::read(AVPacket &packet)
@@ -66,7 +71,7 @@ VideoPackets::Status VideoPackets::read(AVPacket &packet)
             return broken ? Status::Failed : Status::EndOfFile;
         }
         if (isWanted(packet))
-            return isOfTheCodec(packet) ? Status::Read : Status::Failed;
+            return hasOtherCodec(packet) ? Status::Failed : Status::Read;
     }
 }
 
