@@ -1,5 +1,8 @@
 #include "tests/support/mutantset.h"
 
+#include "video/ffmpeg/compat.h"
+
+#include <QCryptographicHash>
 #include <QtGlobal>
 
 using transportmutant::Bytes;
@@ -11,11 +14,26 @@ int numberFromEnvironment(const char *name, int otherwise)
     return ok ? number : otherwise;
 }
 
-bool MutantSet::add(const QString &folder, const TestStream &stream)
+// An encoder's bytes depend on how many threads it has, and x265 writes the processor's kind into them.
+bool MutantSet::add(const QString &folder, TestStream stream)
 {
+    stream.encoder << QStringList{"-threads", "1"};
+    const int x265 = int(stream.encoder.indexOf("-x265-params")) + 1;
+    if (x265 > 0)
+        stream.encoder[x265] += ":pools=none:frame-threads=1:info=0";
     const QByteArray bytes = readFile(makeStream(folder, stream));
     m_bases.emplace_back(bytes.begin(), bytes.end());
     return bytes.size() > 10000;
+}
+
+QByteArray MutantSet::made() const
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    for (const Bytes &base : m_bases)
+        hash.addData(QByteArray(reinterpret_cast<const char *>(base.data()), int(base.size())));
+    const unsigned version = avcodec_version();
+    return QByteArray::number(version >> 16) + '.' + QByteArray::number(version >> 8 & 0xFF) + ' ' +
+           hash.result().toHex().left(8);
 }
 
 MutantSet::Mutant MutantSet::write(const QString &folder, std::uint64_t seed) const

@@ -22,9 +22,12 @@ public:
         QString path; ///< the next mutant of the folder replaces it
     };
 
-    /// Makes `stream` in `folder` and adds it. False if that fails.
-    [[nodiscard]] bool add(const QString &folder, const TestStream &stream);
+    /// Makes `stream` in `folder`, with one thread, and adds it. False if that fails.
+    [[nodiscard]] bool add(const QString &folder, TestStream stream);
     [[nodiscard]] const std::vector<transportmutant::Bytes> &bases() const { return m_bases; }
+    /// What results of these mutants hold for: the version of the decoders, and a checksum of the streams, whose bytes
+    /// depend on the versions of the encoders.
+    [[nodiscard]] QByteArray made() const;
     /// Writes mutant number `seed` to `folder`.
     [[nodiscard]] Mutant write(const QString &folder, std::uint64_t seed) const;
 

@@ -5,9 +5,13 @@
 extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
+#include <libavutil/mem.h>
+#include <libavutil/murmur3.h>
 }
 
 #include <QCryptographicHash>
+
+#include <memory>
 
 using namespace quorvale;
 
@@ -19,19 +23,41 @@ void Picture::clear()
     }
 }
 
-QByteArray checksum(const BridgeImage &image, int avFormat)
+namespace {
+
+// Calls `take` with the visible bytes of each row, and how many there are.
+template <typename Take>
+void forEachRow(const BridgeImage &image, int avFormat, const Take &take)
 {
-    QCryptographicHash hash(QCryptographicHash::Md5);
     for (int plane = 0; plane < image.planes; ++plane) {
         const int visible = av_image_get_linesize(static_cast<AVPixelFormat>(avFormat), image.width, plane);
         const bool halved = plane > 0 && (image.format == FF_PIX_YUV420P || image.format == FF_PIX_YUVJ420P);
         const int rows = halved ? image.height / 2 : image.height;
-        for (int row = 0; row < rows; ++row) {
-            const auto *line = reinterpret_cast<const char *>(image.data[plane]) + qptrdiff(row) * image.stride[plane];
-            hash.addData(QByteArray::fromRawData(line, visible));
-        }
+        for (int row = 0; row < rows; ++row)
+            take(image.data[plane] + qptrdiff(row) * image.stride[plane], visible);
     }
+}
+
+} // namespace
+
+QByteArray checksum(const BridgeImage &image, int avFormat)
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    forEachRow(image, avFormat, [&](const std::uint8_t *row, int size) {
+        hash.addData(QByteArray::fromRawData(reinterpret_cast<const char *>(row), size));
+    });
     return hash.result().toHex();
+}
+
+QByteArray quickChecksum(const BridgeImage &image, int avFormat)
+{
+    const std::unique_ptr<AVMurMur3, void (*)(void *)> hash(av_murmur3_alloc(), av_free);
+    av_murmur3_init(hash.get());
+    forEachRow(image, avFormat,
+               [&](const std::uint8_t *row, int size) { av_murmur3_update(hash.get(), row, std::size_t(size)); });
+    QByteArray result(16, '\0');
+    av_murmur3_final(hash.get(), reinterpret_cast<std::uint8_t *>(result.data()));
+    return result.toHex();
 }
 
 QByteArray checksum(const AVFrame &frame)

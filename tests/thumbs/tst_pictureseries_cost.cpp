@@ -1,20 +1,27 @@
 #include "tests/support/decoderwork.h"
+#include "tests/support/memorytraces.h"
 #include "tests/support/mutantset.h"
 #include "tests/support/picture.h"
 #include "thumbs/pictureseries.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 #include <QtTest>
 
+#include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
 constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
 constexpr double kMostRatio = 1.10; // of what reading literally decodes
-// Damage can show only when much was decoded already: a bridge that leads nowhere, a run that fails in a long group. So
-// many of a hundred damaged recordings may cost more, and none more than that.
-constexpr int kMostAboveOfAHundred = 2;
+// Damage can show only when much was decoded already: a bridge that leads nowhere, a run that fails in a long group.
+// Then a damaged recording may cost more. Of those with seeds up to 300, as Debian 12 makes them with FFmpeg 5.1, these
+// do:
+constexpr char kPinned[] = "59.37 87ff8de7";
+const QVector<int> kAbove = {162, 270};
+constexpr int kMostAboveOfOthers = 1; // of those that other versions make
 constexpr double kMostRatioAfterDamage = 1.5;
 constexpr int kTried = 36; // damaged recordings, and as many that end early
 constexpr int kFrames = 420;
@@ -25,6 +32,7 @@ struct Cost
     long exactly = 0;
     long literally = 0;
     std::int64_t inReader = 0; // of `exactly`, pictures that the ExactReader decoded
+    bool isSame = true;        // the pictures
 
     [[nodiscard]] double ratio() const
     {
@@ -37,39 +45,49 @@ bool open(FFVideo &video, const QString &path)
     return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
 }
 
+// The thumbnails, as far as `read` delivers them, and how many packets that decodes.
+template <typename Read>
+std::pair<QVector<QByteArray>, long> thumbnails(const FFVideo &video, const Read &read)
+{
+    decoderwork::reset();
+    QVector<QByteArray> pictures;
+    for (const int frame : kThumbnails) {
+        Picture picture;
+        if (!read(frame, picture))
+            break;
+        pictures.append(quickChecksum(picture, video.frame->format));
+    }
+    return {pictures, decoderwork::counts().packets};
+}
+
+bool showTracesOfMemory(const QString &path)
+{
+    const QVector<int> traces = picturesWithTracesOfMemory(path);
+    return std::any_of(std::begin(kThumbnails), std::end(kThumbnails), [&](int n) { return traces.contains(n); });
+}
+
 std::optional<Cost> costOf(const QString &path)
 {
-    Cost cost;
     FFVideo literal;
     if (!open(literal, path))
         return std::nullopt;
-    decoderwork::reset();
-    for (const int frame : kThumbnails) {
-        Picture picture;
-        if (!literal.Read(frame, picture))
-            break;
-    }
-    cost.literally = decoderwork::counts().packets;
+    const auto [expected, literally] =
+        thumbnails(literal, [&](int frame, Picture &picture) { return literal.Read(frame, picture); });
 
     FFVideo video;
     if (!open(video, path))
         return std::nullopt;
-    decoderwork::reset();
     quorvale::PictureSeries series(video, {std::begin(kThumbnails), std::end(kThumbnails)});
-    for (const int frame : kThumbnails) {
-        Picture picture;
-        if (!series.read(frame, picture))
-            break;
-    }
-    cost.exactly = decoderwork::counts().packets;
-    cost.inReader = series.counters().picturesDecoded;
-    return cost;
+    const auto [found, exactly] =
+        thumbnails(video, [&](int frame, Picture &picture) { return series.read(frame, picture); });
+    const bool isSame = found == expected || showTracesOfMemory(path);
+    return Cost{exactly, literally, series.counters().picturesDecoded, isSame};
 }
 
 } // namespace
 
-/// Thumbnails never cost more than a little above reading literally, counted in what is decoded. QUORVALE_MUTANTS says
-/// how many damaged recordings are tried, QUORVALE_MUTANT_SEED which.
+/// Thumbnails are those of reading literally, and never cost more than a little above that, counted in what is decoded.
+/// QUORVALE_MUTANTS says how many damaged recordings are tried, QUORVALE_MUTANT_SEED which.
 class TestPictureSeriesCost : public QObject
 {
     Q_OBJECT
@@ -79,14 +97,15 @@ private:
     MutantSet mutantSet;
     double worst = 0;
     QString worstName;
-    int above = 0;
+    QStringList different;
 
     void note(const QString &name, const Cost &cost)
     {
         if (qEnvironmentVariableIsSet("QUORVALE_EVERY_COST") || cost.ratio() > kMostRatio)
             qInfo("%s: %ld packets decoded instead of %ld, %.3f; %lld pictures by the reader", qPrintable(name),
                   cost.exactly, cost.literally, cost.ratio(), static_cast<long long>(cost.inReader));
-        above += cost.ratio() > kMostRatio ? 1 : 0;
+        if (!cost.isSame)
+            different.append(name);
         if (cost.ratio() > worst) {
             worst = cost.ratio();
             worstName = name;
@@ -124,6 +143,7 @@ private slots:
         }
         qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
         QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+        QCOMPARE(different, QStringList());
     }
 
     void shortRecordings()
@@ -142,26 +162,34 @@ private slots:
         }
         qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
         QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
+        QCOMPARE(different, QStringList());
     }
 
     void damagedRecordings()
     {
-        worst = above = 0;
+        worst = 0;
+        int above = 0;
+        const bool isPinned = mutantSet.made() == kPinned;
         const int mutants = numberFromEnvironment("QUORVALE_MUTANTS", kTried);
         const auto firstSeed = std::uint64_t(numberFromEnvironment("QUORVALE_MUTANT_SEED", 1));
         for (int i = 0; i < mutants; ++i) {
             const std::uint64_t seed = firstSeed + std::uint64_t(i);
             const MutantSet::Mutant mutant = mutantSet.write(folder.path(), seed);
-            if (const std::optional<Cost> cost = costOf(mutant.path))
-                note(QStringLiteral("base %1, %2, seed %3")
-                         .arg(mutant.base)
-                         .arg(transportmutant::nameOf(mutant.kind))
-                         .arg(static_cast<qulonglong>(seed)),
-                     *cost);
+            const std::optional<Cost> cost = costOf(mutant.path);
+            if (!cost)
+                continue;
+            note(QStringLiteral("base %1, %2, seed %3")
+                     .arg(mutant.base)
+                     .arg(transportmutant::nameOf(mutant.kind))
+                     .arg(static_cast<qulonglong>(seed)),
+                 *cost);
+            if (cost->ratio() > kMostRatio && !(isPinned && kAbove.contains(int(seed))))
+                ++above;
         }
-        qInfo("worst: %s, %.3f; %d of %d above %.2f", qPrintable(worstName), worst, above, mutants, kMostRatio);
+        qInfo("%s: worst: %s, %.3f", mutantSet.made().constData(), qPrintable(worstName), worst);
+        QVERIFY(above <= (isPinned ? 0 : kMostAboveOfOthers));
         QVERIFY2(worst > 0 && worst <= kMostRatioAfterDamage, qPrintable(worstName));
-        QVERIFY(above <= (mutants * kMostAboveOfAHundred + 99) / 100);
+        QCOMPARE(different, QStringList());
     }
 };
 

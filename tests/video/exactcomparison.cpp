@@ -33,7 +33,7 @@ QByteArray textOf(const BridgeImage &image, int avFormat)
                .arg(image.stride[1])
                .arg(image.stride[2])
                .toLatin1() +
-           checksum(image, avFormat);
+           quickChecksum(image, avFormat);
 }
 
 const QByteArray kNotCopied = "not copied";

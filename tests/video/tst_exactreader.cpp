@@ -49,53 +49,49 @@ private:
         return *pictures;
     }
 
-    // Streams of which nothing, or not all, can be proven; of the others, everything is.
-    static bool mayRefuse(const QString &name)
+    // What reading a stream may cost. It can only be lowered.
+    struct Most
     {
-        static const QStringList kReasons = {
-            "mjpeg.avi",                    // another codec
-            "h264.mp4",                     // no start codes
-            "hevc-raw.265",                 // no display times
-            "h264-refresh.ts",              // nowhere to begin but at the start
-            "h264-packets-lost.ts",         // damaged everywhere
-            "mpeg2-bits-flipped.ts",        // likewise
-            "h264-starts-in-the-middle.ts", // see everyPicture_isProven
-        };
-        return kReasons.contains(name);
-    }
+        int refused;           // numbers of everyPicture_isTheSame_inAnyOrder, whatever the order
+        int refusedThumbnails; // of the five
+        int decoded;           // pictures, for the five one by one
+        int decodedAnnounced;  // and where they were announced
+    };
 
-    // Pictures that are decoded for pictures 150 and 300. They can only be lowered.
-    static QMap<QString, int> mostDecoded()
+    // Seen with FFmpeg 5.1; with other versions, and their encoders, a tenth more.
+    static int allowed(int seen) { return avcodec_version() >> 16 == 59 ? seen : seen * 11 / 10; }
+
+    static QMap<QString, Most> most()
     {
         return {
-            {"h264-b-closed.ts", 65},
-            {"h264-b-interlaced.ts", 64},
-            {"h264-b-open.ts", 69},
-            {"h264-cut.ts", 80},
-            {"h264-headers-once.ts", 65},
-            {"h264-intra.ts", 51},
-            {"h264-packets-lost.ts", 16},
-            {"h264-pyramid.ts", 67},
-            {"h264-refresh.ts", 430},
-            {"h264-slices.ts", 65},
-            {"h264-starts-in-the-middle.ts", 85},
-            {"h264.mp4", 0},
-            {"h264.ts", 65},
-            {"hdmv.ts", 65},
-            {"hevc-closed.ts", 65},
-            {"hevc-idr.ts", 65},
-            {"hevc-layers.ts", 68},
-            {"hevc-open.ts", 69},
-            {"hevc-raw.265", 0},
-            {"hevc-two-layers.ts", 68},
-            {"hevc.ts", 68},
-            {"mjpeg.avi", 0},
-            {"mpeg2-33-bit-wrap.ts", 66},
-            {"mpeg2-b-interlaced.ts", 64},
-            {"mpeg2-b.ts", 64},
-            {"mpeg2-bits-flipped.ts", 201},
-            {"mpeg2-starts-in-the-middle.ts", 77},
-            {"mpeg2.ts", 66},
+            {"h264-b-closed.ts", {0, 0, 65, 67}},
+            {"h264-b-interlaced.ts", {0, 0, 64, 66}},
+            {"h264-b-open.ts", {0, 0, 69, 71}},
+            {"h264-cut.ts", {0, 0, 80, 82}},
+            {"h264-headers-once.ts", {0, 0, 65, 67}},
+            {"h264-intra.ts", {0, 0, 51, 53}},
+            {"h264-packets-lost.ts", {39, 5, 16, 0}}, // damaged everywhere
+            {"h264-pyramid.ts", {0, 0, 67, 69}},
+            {"h264-refresh.ts", {0, 0, 430, 430}}, // nowhere to begin but at the start
+            {"h264-slices.ts", {0, 0, 65, 67}},
+            {"h264-starts-in-the-middle.ts", {0, 0, 85, 87}},
+            {"h264.mp4", {42, 5, 0, 0}}, // no start codes
+            {"h264.ts", {0, 0, 65, 67}},
+            {"hdmv.ts", {0, 0, 65, 67}},
+            {"hevc-closed.ts", {0, 0, 65, 67}},
+            {"hevc-idr.ts", {0, 0, 65, 67}},
+            {"hevc-layers.ts", {0, 0, 68, 70}},
+            {"hevc-open.ts", {0, 0, 69, 71}},
+            {"hevc-raw.265", {42, 5, 0, 0}}, // no display times
+            {"hevc-two-layers.ts", {0, 0, 68, 70}},
+            {"hevc.ts", {0, 0, 68, 70}},
+            {"mjpeg.avi", {15, 5, 0, 0}}, // another codec
+            {"mpeg2-33-bit-wrap.ts", {0, 0, 66, 68}},
+            {"mpeg2-b-interlaced.ts", {0, 0, 64, 66}},
+            {"mpeg2-b.ts", {0, 0, 64, 66}},
+            {"mpeg2-bits-flipped.ts", {39, 5, 194, 0}}, // damaged everywhere
+            {"mpeg2-starts-in-the-middle.ts", {0, 0, 77, 79}},
+            {"mpeg2.ts", {0, 0, 66, 68}},
         };
     }
 
@@ -138,19 +134,25 @@ private slots:
         for (const QVector<int> &order : {targets, backwards(targets), shuffled(targets, 29)}) {
             const ExactComparison result = compareExactly(pictures, order);
             QCOMPARE(result.difference, QString());
-            QVERIFY2(result.refused == 0 || mayRefuse(name), qPrintable(QString::number(result.refused)));
+            qInfo("%d refused", result.refused);
+            QVERIFY(dense || result.refused <= allowed(most().value(name).refused));
         }
     }
 
-    void twoThumbnails_costNoMoreThanEver_data() { everyPicture_isTheSame_inAnyOrder_data(); }
-    void twoThumbnails_costNoMoreThanEver()
+    void thumbnails_costNoMoreThanEver_data() { everyPicture_isTheSame_inAnyOrder_data(); }
+    void thumbnails_costNoMoreThanEver()
     {
         QFETCH(const QString, name);
-        const ExactComparison result = compareExactly(literal(name), {150, 300});
-        QCOMPARE(result.difference, QString());
-        qInfo("%lld decoded, %d refused", static_cast<long long>(result.counters.picturesDecoded), result.refused);
-        // A tenth more with other versions of the encoders.
-        QVERIFY(result.counters.picturesDecoded <= mostDecoded().value(name, -1) * 11 / 10);
+        const Most bound = most().value(name);
+        for (const bool isAnnounced : {false, true}) {
+            const ExactComparison result =
+                compareExactly(literal(name), thumbnailTargets(), isAnnounced ? std::optional<int>(2) : std::nullopt);
+            qInfo("%d delivered, %d past the end, %d refused, %lld decoded", result.delivered, result.pastEnd,
+                  result.refused, static_cast<long long>(result.counters.picturesDecoded));
+            QCOMPARE(result.difference, QString());
+            QVERIFY(result.refused <= bound.refusedThumbnails);
+            QVERIFY(result.counters.picturesDecoded <= allowed(isAnnounced ? bound.decodedAnnounced : bound.decoded));
+        }
     }
 
     void work_isBoundedByTheGroupsOfTheWantedPictures_data()
@@ -270,6 +272,19 @@ private slots:
         QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264-b-closed.ts"])).isEmpty());
         Picture picture;
         QVERIFY(reader.read(280, picture) != ExactReader::Answer::Picture);
+    }
+
+    void aFileThatBecameOneOfAnotherCodec_fails()
+    {
+        const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["hevc.ts"]));
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"])).isEmpty());
+        ExactReader reader(video);
+        for (const int number : {5, 290, 1000}) {
+            Picture picture;
+            QCOMPARE(reader.read(number, picture), ExactReader::Answer::Failed);
+        }
     }
 
     void readersOfNothing_refuse()
