@@ -7,7 +7,10 @@ set_source_files_properties("${icons}" TARGET_DIRECTORY quorvale PROPERTIES MACO
 set_target_properties(quorvale PROPERTIES
   MACOSX_BUNDLE ON
   MACOSX_BUNDLE_INFO_PLIST "${CMAKE_CURRENT_SOURCE_DIR}/macos/Info.plist.in"
-  OUTPUT_NAME Quorvale)
+  OUTPUT_NAME Quorvale
+  # macdeployqt looks for libraries where the installed program does, also for those that others name.
+  INSTALL_RPATH "@executable_path/../Frameworks"
+  INSTALL_RPATH_USE_LINK_PATH ON)
 
 install(TARGETS quorvale BUNDLE DESTINATION .)
 
@@ -16,10 +19,12 @@ get_filename_component(qt_programs "${qmake}" DIRECTORY)
 find_program(QUORVALE_MACDEPLOYQT macdeployqt HINTS "${qt_programs}" REQUIRED DOC "Makes a bundle run on its own")
 execute_process(COMMAND "${qmake}" -query QT_INSTALL_PLUGINS
   OUTPUT_VARIABLE qt_plugins OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${qmake}" -query QT_INSTALL_LIBS
+  OUTPUT_VARIABLE qt_libraries OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 install(CODE "
   set(macdeployqt \"${QUORVALE_MACDEPLOYQT}\")
   set(qt_plugins \"${qt_plugins}\")
-  set(library_folders \"${QUORVALE_FFMPEG_LIBRARY_DIRS}\")
+  set(library_folders \"${qt_libraries};${QUORVALE_FFMPEG_LIBRARY_DIRS}\")
   set(closure_check \"${CMAKE_CURRENT_SOURCE_DIR}/macos/check_closure.cmake\")")
 install(SCRIPT macos/deploy.cmake)
 

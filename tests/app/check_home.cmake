@@ -1,5 +1,5 @@
-# Runs TESTS' class tst_viewer_settings by hand, as it were: without a settings folder of its own, in the home of someone
-# who has settings. Fails where they have changed afterwards, or any file of the program has come to them.
+# Runs TESTS' class tst_viewer_settings and MAIN, the whole program, by hand, as it were: without a settings folder of its
+# own, in the home of someone who has settings. Fails where they have changed afterwards, or any file of the program has come to them.
 
 cmake_minimum_required(VERSION 3.21)
 
@@ -11,6 +11,7 @@ file(WRITE "${HOME}/${settings}" "${content}")
 set(ENV{HOME} "${HOME}")
 unset(ENV{XDG_CONFIG_HOME})
 execute_process(COMMAND "${TESTS}" tst_viewer_settings COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${MAIN}" COMMAND_ERROR_IS_FATAL ANY)
 
 file(READ "${HOME}/${settings}" left)
 if(NOT left STREQUAL content)

@@ -3,6 +3,8 @@
 #include "app/program.h"
 
 #include <QApplication>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 
@@ -45,6 +47,9 @@ class TestMain : public QObject
 private slots:
     void main_showsTheWindow_ofTheDesktopsEntry()
     {
+        const QTemporaryDir settings; // nobody's own: see ViewerFixture
+        QSettings::setDefaultFormat(QSettings::IniFormat);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
         int argc = 1;
         QByteArray name = "quorvale";
         char *argv[] = {name.data(), nullptr};

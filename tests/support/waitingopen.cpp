@@ -21,7 +21,8 @@ extern "C" int open(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0; // NOLINT(clang-analyzer-valist.*)
+    // NOLINTNEXTLINE(clang-analyzer-valist.*): where mode_t is shorter, it comes as an int
+    const auto mode = static_cast<mode_t>((flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0);
     va_end(arguments);
     return openAndWait(path, flags, mode);
 }

@@ -76,6 +76,7 @@ std::unique_ptr<FrameSource> makeSource(const FFVideo &video, int processors)
     location.path = video.formatContext->url;
     location.streamId = stream.id;
     location.streamIndex = stream.index;
+    location.codec = stream.codecpar->codec_id;
     location.timestampBits = stream.pts_wrap_bits;
     location.entrance = entranceOf(format);
     location.tellsByTimes = isOneOf({"mpegts", "mpeg"}, format);

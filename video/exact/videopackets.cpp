@@ -23,6 +23,12 @@ std::uint32_t checksumOf(const AVPacket &packet)
     return av_crc(av_crc_get_table(AV_CRC_32_IEEE_LE), 0, begin, static_cast<std::size_t>(end - begin));
 }
 
+// MPEG-1 and MPEG-2 video are taken apart alike, and a container can name the one for the other.
+bool isMpegVideo(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO;
+}
+
 } // namespace
 
 bool VideoPackets::open()
@@ -46,6 +52,12 @@ bool VideoPackets::isWanted(const AVPacket &packet) const
            (m_location.streamId != 0 || stream.index == m_location.streamIndex);
 }
 
+bool VideoPackets::hasOtherCodec(const AVPacket &packet) const
+{
+    const AVCodecID codec = m_input->streams[packet.stream_index]->codecpar->codec_id;
+    return codec != m_location.codec && !(isMpegVideo(codec) && isMpegVideo(m_location.codec));
+}
+
 VideoPackets::Status VideoPackets::read(AVPacket &packet)
 {
     if (!open())
@@ -59,7 +71,7 @@ VideoPackets::Status VideoPackets::read(AVPacket &packet)
             return broken ? Status::Failed : Status::EndOfFile;
         }
         if (isWanted(packet))
-            return Status::Read;
+            return hasOtherCodec(packet) ? Status::Failed : Status::Read;
     }
 }
 

@@ -3,6 +3,10 @@
 #include "video/exact/picturelist.h"
 #include "video/ffmpeg/pointers.h"
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 #include <cstdint>
 #include <string>
 
@@ -22,6 +26,7 @@ struct VideoLocation
     std::string path;
     int streamId = 0; ///< the container's own number for the stream
     int streamIndex = 0;
+    AVCodecID codec = AV_CODEC_ID_NONE;
     int timestampBits = 64; ///< with which the container's timestamps wrap
     Entrance entrance = Entrance::AnyByte;
     bool tellsByTimes = true; ///< a packet has the same times wherever reading began; else its bytes identify it
@@ -40,7 +45,8 @@ public:
     {
     }
 
-    /// The next packet of the stream, into `packet`. The file is opened with the first call.
+    /// The next packet of the stream, into `packet`. The file is opened with the first call. Fails where the container
+    /// names another codec for the stream: its packets are then taken apart otherwise.
     Status read(AVPacket &packet);
     /// Continues at the `position` of a scanned packet, or somewhat before; false if that fails.
     bool goTo(std::int64_t position);
@@ -51,6 +57,7 @@ public:
 private:
     bool open();
     [[nodiscard]] bool isWanted(const AVPacket &packet) const;
+    [[nodiscard]] bool hasOtherCodec(const AVPacket &packet) const;
 
     VideoLocation m_location;
     bool m_readsAhead;
