@@ -285,13 +285,14 @@ private slots:
                         "-c:v:0", "copy", "-c:v:1", "mjpeg", "-disposition:v:1", "attached_pic", "-f", "mp4"})
             << qint64{800000} << true << false << kMostMiB;
         HugeJpeg2000 picture;
+        picture.components = 4;
         picture.levels = 0;
         picture.lowest = 0x11;
         QTest::newRow("JPEG 2000 in precincts of four pixels")
             << writeFile(dir.path(), "precincts.ts", picture.avi()) << qint64{2000} << false << false << kUsualMiB;
         QTest::newRow("FFV1 in 900 slices")
             << encoded("ffv1", {"-f", "lavfi", "-i", "color=s=1920x1088:r=25", "-frames:v", "1", "-c:v", "ffv1",
-                                "-level", "3", "-slices", "900", "-context", "1", "-f", "matroska"})
+                                "-level", "3", "-slices", "900", "-coder", "1", "-context", "1", "-f", "matroska"})
             << qint64{200000} << false << false << kUsualMiB;
         const QByteArray large = readFile(keeping16("3840x2160", "yuv420p", 12));
         const QByteArray usual = readFile(keeping16("1920x1088", "yuv420p", 24));
