@@ -1,16 +1,17 @@
 #pragma once
 
-#include <QChar>
 #include <QString>
+
+// Paths as people read them: from left to right, name after name, on every desktop and in every script. Invisible
+// characters keep them so.
 
 namespace quorvale {
 
-/// `path` as part of a sentence: it reads from left to right, also in a sentence that reads from right to left.
-inline QString pathInText(const QString &path)
-{
-    constexpr char16_t kLeftToRightIsolate = 0x2066;
-    constexpr char16_t kPopDirectionalIsolate = 0x2069;
-    return QChar(kLeftToRightIsolate) + path + QChar(kPopDirectionalIsolate);
-}
+/// `path` with each name on its own, for a line that reads from left to right. Two neighbours in a script that reads
+/// from right to left would otherwise change places.
+[[nodiscard]] QString withNamesApart(const QString &path);
+
+/// `path` as part of a sentence, which may read from right to left.
+[[nodiscard]] QString pathInText(const QString &path);
 
 } // namespace quorvale

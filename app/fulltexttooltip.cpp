@@ -5,6 +5,7 @@
 #include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QLineEdit>
+#include <QScreen>
 #include <QStyle>
 #include <QStyleOptionFrame>
 #include <QStyledItemDelegate>
@@ -40,6 +41,25 @@ bool isCutOff(const QAbstractItemView &view, const QModelIndex &index)
 bool showTip(const QHelpEvent &event, const QString &text, QWidget *widget, const QRect &area)
 {
     QToolTip::showText(event.globalPos(), Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal), widget, area);
+    return true;
+}
+
+bool fitsOnScreen(const QString &line, const QWidget &widget)
+{
+    const int width = QFontMetrics(QToolTip::font()).horizontalAdvance(line);
+    return width < widget.screen()->availableGeometry().width() * 9 / 10; // The tip has margins and a frame.
+}
+
+// The path is the first line on screen, too, where that is wide enough, and the description the second.
+bool showPathTip(const QHelpEvent &event, QWidget &widget)
+{
+    const QString description = widget.accessibleDescription();
+    const QString text = description.isEmpty() ? pathInText(widget.toolTip())
+                                               : pathInText(widget.toolTip()) + QLatin1Char('\n') + description;
+    if (!fitsOnScreen(widget.toolTip(), widget))
+        return showTip(event, text, &widget, widget.rect());
+    const QString lines = QStringLiteral("<p style='white-space:pre'>%1</p>").arg(text.toHtmlEscaped());
+    QToolTip::showText(event.globalPos(), lines, &widget, widget.rect());
     return true;
 }
 
@@ -86,9 +106,7 @@ bool FullTextToolTip::eventFilter(QObject *watched, QEvent *event)
     auto *widget = qobject_cast<QWidget *>(watched);
     if (!widget || widget->toolTip().isEmpty())
         return false;
-    const QString description = widget->accessibleDescription();
-    const QString more = description.isEmpty() ? QString() : QLatin1Char('\n') + description;
-    return showTip(help, quorvale::pathInText(widget->toolTip()) + more, widget, widget->rect());
+    return showPathTip(help, *widget);
 }
 
 } // namespace quorvale

@@ -1,5 +1,7 @@
 #include "app/listdelegates.h"
 
+#include "app/displaypath.h"
+
 #include <QApplication>
 #include <QStyle>
 
@@ -37,7 +39,7 @@ void PathDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, 
     }
     const QStyle *style = row.widget ? row.widget->style() : QApplication::style();
     const int room = style->subElementRect(QStyle::SE_ItemViewItemText, &row, row.widget).width();
-    row.text = elidedPath(row.text, row.fontMetrics, room - 2 * textMargin(*style, row));
+    row.text = withNamesApart(elidedPath(row.text, row.fontMetrics, room - 2 * textMargin(*style, row)));
     style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
 }
 

@@ -27,9 +27,17 @@ QString picturesText(const ThumbnailEntry &series)
                       : QCoreApplication::translate("Viewer", "%n pictures", nullptr, count);
 }
 
-QString noPicturesText(bool awaited)
+QString noPicturesText(ScanProgress::Turn turn)
 {
-    return awaited ? QCoreApplication::translate("Viewer", "pictures are being made") : noPictures();
+    switch (turn) {
+    case ScanProgress::Turn::Awaited:
+        return QCoreApplication::translate("Viewer", "pictures are being made");
+    case ScanProgress::Turn::InVain:
+        return noPictures();
+    case ScanProgress::Turn::Unknown:
+        break;
+    }
+    return QCoreApplication::translate("Viewer", "no pictures yet: click its device again later");
 }
 
 } // namespace quorvale

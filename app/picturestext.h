@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/scanprogress.h"
+
 #include <QString>
 
 struct ThumbnailEntry;
@@ -11,7 +13,7 @@ namespace quorvale {
 /// How many pictures of the recording can be seen; a frame that could not be read does not count.
 [[nodiscard]] QString picturesText(const ThumbnailEntry &series);
 
-/// Why a recording has no series of pictures. `awaited`: the scan that runs has not come by it yet.
-[[nodiscard]] QString noPicturesText(bool awaited);
+/// Why no picture of the recording can be seen.
+[[nodiscard]] QString noPicturesText(ScanProgress::Turn turn);
 
 } // namespace quorvale

@@ -4,11 +4,9 @@
 #include "app/descriptionmarkup.h"
 #include "app/displaypath.h"
 #include "app/displaytext.h"
-#include "app/recordingsize.h"
 #include "platform/desktopopener.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QTextCursor>
@@ -80,9 +78,10 @@ QString plainDescription(const Recording &recording)
 QMimeData *recordingFiles(const Recording &recording)
 {
     QList<QUrl> files;
-    const QFileInfoList pieces = recordingPieces(displayText(recording.mainFile));
-    for (const QFileInfo &piece : pieces)
-        files.append(QUrl::fromLocalFile(piece.filePath()));
+    std::string piece = recording.mainFile;
+    for (std::error_code error; std::filesystem::exists(piece, error);
+         piece = recording.mainFile + std::to_string(files.size()))
+        files.append(QUrl::fromEncoded("file://" + QByteArray::fromStdString(piece).toPercentEncoding("/")));
     if (files.isEmpty())
         return nullptr;
     auto *data = new QMimeData;

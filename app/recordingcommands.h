@@ -29,7 +29,7 @@ void showRecording(const Recording &recording, QWidget &window);
 /// The text of the description, without its markup.
 [[nodiscard]] QString plainDescription(const Recording &recording);
 
-/// All files of the recording, to be dragged out; null when there is none, and where their name is not UTF-8. Owned by
+/// All files of the recording, to be dragged out, whatever bytes their names have; null when there is none. Owned by
 /// the caller.
 [[nodiscard]] QMimeData *recordingFiles(const Recording &recording);
 

@@ -1,6 +1,7 @@
 #include "app/viewer.h"
 
 #include "app/descriptiondocument.h"
+#include "app/scanprogress.h"
 
 #include <QIcon>
 #include <QVector>
@@ -21,6 +22,7 @@ static void registerResources()
 
 Viewer::Viewer(QWidget *parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags)
+    , scanProgress(std::make_unique<ScanProgress>())
 {
     registerResources();
     ui.setupUi(this);

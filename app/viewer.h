@@ -22,6 +22,7 @@ class ThumbnailScanner;
 
 namespace quorvale {
 class EmptyListHint;
+class ScanProgress;
 enum class MountPointScan;
 } // namespace quorvale
 
@@ -118,5 +119,5 @@ private:
 
     quorvale::EmptyListHint *deviceHint = nullptr;
     quorvale::EmptyListHint *programmeHint = nullptr;
-    QStringList filesAwaited; ///< recordings that the running scan has not reached yet
+    std::unique_ptr<quorvale::ScanProgress> scanProgress;
 };

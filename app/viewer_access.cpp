@@ -63,10 +63,10 @@ void Viewer::makeAccessible()
 #endif
 }
 
-// In some languages the words for a date need more room than the form gives them; then the window grows.
+// In some languages the words for a date need more room than the form gives them; then the window opens wider.
 void Viewer::makeRoomForDates()
 {
-    const int needed = widthFor(*ui.dateEdit, recordingDateWords());
-    if (needed > ui.dateEdit->width())
-        ui.dateEdit->setMinimumWidth(needed);
+    const int missing = widthFor(*ui.dateEdit, recordingDateWords()) - ui.dateEdit->width();
+    if (missing > 0)
+        resize(width() + 2 * missing, height()); // The field beside it gets as much.
 }

@@ -5,6 +5,7 @@
 #include "app/displaytext.h"
 #include "app/emptylisthint.h"
 #include "app/listhints.h"
+#include "app/scanprogress.h"
 #include "archive/archivediscovery.h"
 #include "archive/archivepaths.h"
 #include "archive/recordingsindex.h"
@@ -25,6 +26,10 @@ constexpr int kCollationMs = 1000; // one disk raises several events
 
 void Viewer::scanDrives()
 {
+    const auto isShownDeviceThere = [this] {
+        return !ui.deviceList->findItems(displayText(devicePath), Qt::MatchExactly | Qt::MatchCaseSensitive).isEmpty();
+    };
+    const bool wasThere = isShownDeviceThere();
     ui.deviceList->clear();
     QString firstDevice;
     const auto addDevice = [&](const QString &directory) {
@@ -50,6 +55,10 @@ void Viewer::scanDrives()
     selectedDevice = firstDevice;
     hintAtDevices(quorvale::MountPointScan::Done);
     programmeHint->setText(firstDevice.isEmpty() ? QString() : quorvale::nothingLoadedText());
+    if (isShownDeviceThere() != wasThere) {
+        scanProgress->forgetFailures();
+        describePictures();
+    }
 }
 
 void Viewer::scanDisk()
@@ -58,7 +67,8 @@ void Viewer::scanDisk()
         return;
     ui.thumbnailLabel->ClearThumbs();
     devicePath = selectedDevice.toStdString();
-    auto index = readRecordingsIndex(devicePath);
+    bool failed = false;
+    auto index = readRecordingsIndex(devicePath, failed);
     if (!index) {
         programmeHint->setText(quorvale::unreadableDeviceText(selectedDevice));
         describePictures();
@@ -71,7 +81,8 @@ void Viewer::scanDisk()
     ui.fileSizeEdit->clear();
     describePictures();
     if (programmes.empty()) {
-        programmeHint->setText(quorvale::emptyDeviceText(selectedDevice));
+        programmeHint->setText(failed ? quorvale::unreadableDeviceText(selectedDevice)
+                                      : quorvale::emptyDeviceText(selectedDevice));
         return; // The list keeps the titles of the device shown before.
     }
     programmeHint->setText({});

@@ -5,8 +5,7 @@
 #include "app/emptylisthint.h"
 #include "app/listhints.h"
 #include "app/picturestext.h"
-
-#include <optional>
+#include "app/scanprogress.h"
 
 using quorvale::EmptyListHint;
 using quorvale::MountPointScan;
@@ -29,13 +28,16 @@ void Viewer::hintAtDevices(MountPointScan scan)
     deviceHint->setText(noDeviceText(mountPoint, scan, usualPlace));
 }
 
+// Describes the pictures of the recording whose path the tip shows, which stays when a disk without programmes is
+// clicked.
 void Viewer::describePictures()
 {
+    MultiFrameThumb &pictures = *ui.thumbnailLabel;
+    const QString path = pictures.toolTip();
     QString text;
-    if (currentProgramme >= 0) {
-        const QString path = recordingFile(currentProgramme);
-        const std::optional<ThumbnailEntry> series = findThumbnails(thumbnailCache, path);
-        text = series ? quorvale::picturesText(*series) : quorvale::noPicturesText(filesAwaited.contains(path));
-    }
-    ui.thumbnailLabel->setAccessibleDescription(text);
+    if (!pictures.thumbs1x.isEmpty())
+        text = quorvale::picturesText({path, pictures.thumbs1x, pictures.thumbs2x});
+    else if (!path.isEmpty())
+        text = quorvale::noPicturesText(scanProgress->turnOf(path));
+    pictures.setAccessibleDescription(text);
 }

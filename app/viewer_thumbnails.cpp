@@ -2,6 +2,7 @@
 
 #include "app/viewer.h"
 
+#include "app/scanprogress.h"
 #include "thumbs/scanthreads.h"
 #include "thumbs/thumbnailscanner.h"
 
@@ -28,7 +29,7 @@ void Viewer::getThumbnails()
         files.append(recordingFile(static_cast<int>(row)));
 
     thumbnailScanRunning = true;
-    filesAwaited = files;
+    scanProgress->start(files);
     describePictures();
     scanner = new ThumbnailScanner; // deletes itself when it has finished
     scanner->files = files;
@@ -55,15 +56,14 @@ void Viewer::SetThumbs(QString path, QVector<QPixmap *> x1, QVector<QPixmap *> x
     thumbnailCache.append({path, x1, x2});
     if (currentProgramme >= 0 && recordingFile(currentProgramme) == path)
         ui.thumbnailLabel->SetThumbs(x1, x2);
-    // Those before it have had their turn, too: the scan goes by its list.
-    filesAwaited = filesAwaited.mid(filesAwaited.indexOf(path) + 1);
+    scanProgress->cameBy(path, !x1.isEmpty());
     describePictures();
 }
 
 void Viewer::scanDone()
 {
     thumbnailScanRunning = false;
-    filesAwaited.clear();
+    scanProgress->finish();
     describePictures();
 }
 

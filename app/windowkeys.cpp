@@ -2,12 +2,16 @@
 
 #include "thumbs/multiframethumb.h"
 
+#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAction>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QShortcut>
+
+#include <algorithm>
 
 namespace quorvale {
 
@@ -21,23 +25,33 @@ bool isClickKey(const QKeyEvent &key)
 
 QShortcut *addKey(QWidget &window, const QKeySequence &keys)
 {
-    auto *shortcut = new QShortcut(keys, &window); // owned by the window
+    auto *shortcut = new QShortcut(keys, &window); // owned by the window or menu
     shortcut->setAutoRepeat(false);
     return shortcut;
 }
 
-void openFirstMenu(QMenuBar &menuBar)
+// Whether a text in `window` names `keys`: two things with the same key would cancel each other.
+bool isMnemonic(const QKeySequence &keys, const QWidget &window)
 {
-    QAction *const first = menuBar.actions().value(0);
-    QMenu *const menu = first ? first->menu() : nullptr;
-    if (!menu)
-        return;
+    QStringList texts;
+    for (const auto *menu : window.findChildren<QMenu *>())
+        texts.append(menu->title());
+    for (const auto *label : window.findChildren<QLabel *>())
+        texts.append(label->text());
+    for (const auto *button : window.findChildren<QAbstractButton *>())
+        texts.append(button->text());
+    return std::any_of(texts.cbegin(), texts.cend(),
+                       [&](const QString &text) { return QKeySequence::mnemonic(text) == keys; });
+}
+
+void openMenu(QMenu &menu, QMenuBar &menuBar)
+{
     // If the desktop shows the menu elsewhere, the bar cannot open it.
     if (menuBar.isVisible() && !menuBar.isNativeMenuBar())
-        menuBar.setActiveAction(first);
+        menuBar.setActiveAction(menu.menuAction());
     else
-        menu->popup(menuBar.window()->mapToGlobal(QPoint(0, 0)));
-    menu->setActiveAction(menu->actions().value(0));
+        menu.popup(menuBar.window()->mapToGlobal(QPoint(0, 0)));
+    menu.setActiveAction(menu.actions().value(0));
 }
 
 } // namespace
@@ -66,15 +80,18 @@ bool ClickKeys::eventFilter(QObject *watched, QEvent *event)
 
 void addMenuKeys(QMenuBar &menuBar)
 {
-    QWidget &window = *menuBar.window();
-    const auto opens = [&menuBar] { openFirstMenu(menuBar); };
-    QObject::connect(addKey(window, Qt::Key_F10), &QShortcut::activated, &menuBar, opens);
-
     const QAction *const first = menuBar.actions().value(0);
-    if (!first || first->text().isEmpty() || !QKeySequence::mnemonic(first->text()).isEmpty())
+    QMenu *const menu = first ? first->menu() : nullptr;
+    if (!menu)
         return;
-    const QKeySequence letter(QStringLiteral("Alt+") + first->text().at(0).toUpper());
-    QObject::connect(addKey(window, letter), &QShortcut::activated, &menuBar, opens);
+    QWidget &window = *menuBar.window();
+    for (const QKeySequence &keys : {QKeySequence(Qt::Key_F10), QKeySequence(Qt::ALT | Qt::Key_F)}) {
+        if (!isMnemonic(keys, window))
+            QObject::connect(addKey(window, keys), &QShortcut::activated, menu,
+                             [=, &menuBar] { openMenu(*menu, menuBar); });
+    }
+    // While it is open, the window's own keys rest.
+    QObject::connect(addKey(*menu, Qt::Key_F10), &QShortcut::activated, menu, &QMenu::close);
 }
 
 void addPauseKeys(QWidget &window, MultiFrameThumb &pictures)

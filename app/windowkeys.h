@@ -27,8 +27,8 @@ private:
     QAbstractItemView *m_view;
 };
 
-/// F10 opens the first menu of `menuBar`; so does Alt with the first letter of its title, if the title names no key.
-/// Not for macOS, where the system has keys for its menu bar.
+/// F10 opens the first menu of `menuBar` and closes it again. Alt+F opens it, too, in every language, unless a text of
+/// the window names that key. Not for macOS, where the system has keys for its menu bar.
 void addMenuKeys(QMenuBar &menuBar);
 
 /// Ctrl+P, Pause and the media keys pause and resume `pictures`, wherever the focus is in `window`.

@@ -41,6 +41,13 @@ FilePtr openWithoutWaiting(const std::string &path)
 
 std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &devicePath)
 {
+    bool failed = false;
+    return readRecordingsIndex(devicePath, failed);
+}
+
+std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &devicePath, bool &failed)
+{
+    failed = false;
     const FilePtr file = openWithoutWaiting(indexPath(devicePath));
     if (!file)
         return std::nullopt;
@@ -60,5 +67,6 @@ std::optional<std::vector<Programme>> readRecordingsIndex(const std::string &dev
         if (offset > LONG_MAX - 2 * kRecordStride)
             break; // An index ends here at 2 GiB, if long has 32 bits.
     }
+    failed = std::ferror(file.get()) != 0;
     return programmes;
 }

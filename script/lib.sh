@@ -1,13 +1,15 @@
 # shellcheck shell=bash
-# What the commands in this folder share. Each command sources it before anything else: with `-h` as its first argument a
+# What the commands in this folder share. Each command sources it before anything else: with `-h` among its arguments a
 # command prints its help, the comment that it begins with, and ends.
 
-case ${1:-} in
-  -h | --help)
-    sed -n '2,/^set -/s/^# \{0,1\}//p' "$0"
-    exit 0
-    ;;
-esac
+for argument; do
+  case $argument in
+    -h | --help)
+      sed -n '2,/^set -/s/^# \{0,1\}//p' "$0"
+      exit 0
+      ;;
+  esac
+done
 
 unset CDPATH # with it cd prints
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)

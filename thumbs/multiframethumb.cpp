@@ -140,7 +140,7 @@ int MultiFrameThumb::paintFrame()
     }
     const QSize fitting = frame->size().scaled(size(), Qt::KeepAspectRatio).expandedTo({1, 1});
     const QPixmap copy = scaledTo(fitting, *frame);
-    // Pixel for pixel: where its place ends within a pixel of the screen, that pixel is filled as well.
+    // Pixel for pixel.
     const QRectF place(placeOf(fitting), QSizeF(copy.size()) / devicePixelRatioF());
     painter.drawPixmap(place, copy, QRectF(copy.rect()));
     return fitting.height();
@@ -166,11 +166,14 @@ const QPixmap *MultiFrameThumb::chooseFrame()
     return standard;
 }
 
-/// A copy of `frame`, scaled to the pixels that `fitting`, in units, has on this screen: as sharp as the screen.
+/// A copy of `frame`, scaled to the whole pixels that `fitting`, in units, has on this screen: as sharp as the screen.
 QPixmap MultiFrameThumb::scaledTo(const QSize &fitting, const QPixmap &frame) const
 {
-    const qreal ratio = devicePixelRatioF();
-    const QSize pixels(qCeil(fitting.width() * ratio), qCeil(fitting.height() * ratio));
+    const auto wholePixels = [ratio = devicePixelRatioF()](int length) {
+        constexpr qreal kRounding = 0.001; // A product that should be whole may be a little less.
+        return std::max(1, qFloor(length * ratio + kRounding));
+    };
+    const QSize pixels(wholePixels(fitting.width()), wholePixels(fitting.height()));
     return frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 

@@ -42,7 +42,6 @@ void ScanThreads::add(QThread *thread, ThumbnailScanner *scanner)
     scanner->noteSeriesIn(noteFor(emitted));
     m_scans.append({thread, scanner, emitted});
     thread->setEventDispatcher(new PostedEvents); // owned by the thread
-    connect(this, &ScanThreads::halting, scanner, &ThumbnailScanner::halt);
 }
 
 void ScanThreads::claim(const QVector<QPixmap *> &x1)
@@ -76,10 +75,9 @@ void ScanThreads::forgetClaimed(SeriesList &emitted)
 bool ScanThreads::end(int patienceMs)
 {
     const QDeadlineTimer deadline(patienceMs);
-    emit halting();
     for (const Scan &scan : std::as_const(m_scans)) {
         if (scan.thread)
-            scan.thread->quit(); // after the file in hand
+            scan.thread->quit(); // after the file in hand: the next one is a posted call, which then stays undelivered
     }
     const bool allEnded = std::all_of(m_scans.cbegin(), m_scans.cend(),
                                       [&](const Scan &scan) { return !scan.thread || scan.thread->wait(deadline); });

@@ -18,8 +18,6 @@ namespace quorvale {
 /// their way to a window that has gone: only this object knows of them. Main thread only.
 class ScanThreads : public QObject
 {
-    Q_OBJECT
-
 public:
     /// How long the end of the program waits for a scan that hangs on a dying disk.
     static constexpr int kPatienceAtExitMs = 3000;
@@ -28,7 +26,7 @@ public:
     static ScanThreads &instance();
 
     /// Registers a scan before it starts, and gives its thread an event loop that needs no descriptor. Owns neither
-    /// object, and connects nothing to the scanner's signals.
+    /// object, and connects nothing to them.
     void add(QThread *thread, ThumbnailScanner *scanner);
 
     /// Says that the series with these small pixmaps has arrived and has an owner. Both the series and the claim are
@@ -36,14 +34,10 @@ public:
     void claim(const QVector<QPixmap *> &x1);
     [[nodiscard]] int openClaims() const { return int(m_claimed.size()); }
 
-    /// Asks every scan to halt at its next file, ends the threads and waits for them, together up to `patienceMs`
-    /// milliseconds, then deletes scanners, threads and every series that nobody claimed. False when a thread did not
-    /// end in time: it hangs in the file system, and the end of the process must not wait for it.
+    /// Ends the threads, each after the file in hand, and waits for them, together up to `patienceMs` milliseconds,
+    /// then deletes scanners, threads and every series that nobody claimed. False when a thread did not end in time: it
+    /// hangs in the file system, and the end of the process must not wait for it.
     bool end(int patienceMs = kPatienceAtExitMs);
-
-signals:
-    /// Reaches every scanner that still lives, on its own thread.
-    void halting();
 
 private:
     using SeriesList = QVector<ThumbnailEntry>;

@@ -17,7 +17,7 @@ class FFVideo;
 ///
 /// The creator sets the fields, moves the scanner to a thread of its own and has process() called there; every call
 /// posts the next one, so that the thread's event loop runs between two recordings. The fields are touched on that
-/// thread alone once it runs: halt() is called through a queued connection.
+/// thread alone once it runs: halt() is called through its event loop.
 class ThumbnailScanner : public QObject
 {
     Q_OBJECT

@@ -240,5 +240,9 @@ DVR browser
         <source>%1 could not be shown. Is there a file manager?</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>no pictures yet: click its device again later</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -118,7 +118,8 @@ public:
 
     /// Closes the file, if there is one, and discards the table's rows. Always true.
     /// The table's `count` and `complete` survive: a reader whose table was completed and that opens another file
-    /// takes it for one that was loaded, has 0 pictures and refuses every Read. Use a fresh object per file.
+    /// takes it for one that was loaded, has 0 pictures and refuses every Read. `endOfStream` survives, too, until a
+    /// seek clears it. Use a fresh object per file.
     bool Close();
 
     void SetFrameRate(int num, int den);
@@ -192,7 +193,6 @@ private:
     Landing landOn(const KeyFrameEntry &row);
 
     void readSampleFormat(const AVCodecContext &audio);
-    bool rewind(int flags);
     bool dropAudioBeforeRange();
     AudioPiece decodeAudio(AVFrame &piece);
     int finishAudio(AudioStatus status);

@@ -113,7 +113,8 @@ bool FFVideo::SetAudioRange(int startFrame, int endFrame)
 {
     if (!hasAudio || !audioCodec || !formatContext)
         return false;
-    const bool rewound = rewind(isHevc ? AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE : AVSEEK_FLAG_BACKWARD);
+    // If that fails, the range begins where the demuxer is.
+    av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | (isHevc ? AVSEEK_FLAG_BYTE : 0));
     avcodec_flush_buffers(audioCodec);
     audioSkipSamples = 0;
     audioSamplesLeft = 0;
@@ -124,10 +125,10 @@ bool FFVideo::SetAudioRange(int startFrame, int endFrame)
         return truncateToInt32(static_cast<float>(audioSampleRate) * (static_cast<float>(frames) * secondsPerFrame));
     };
 
-    bool reached = rewound;
+    bool reached = true;
     if (startFrame != 0) {
         audioSkipSamples = samplesIn(startFrame);
-        reached = dropAudioBeforeRange() && rewound;
+        reached = dropAudioBeforeRange();
     }
     audioSamplesLeft = endFrame == frameCount ? kToTheEnd : samplesIn(std::int64_t{endFrame} - startFrame + 1);
     return reached;
@@ -225,21 +226,15 @@ int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
     return audioSamplesLeft > 0 ? FF_AUDIO_MORE : finishAudio(FF_AUDIO_END);
 }
 
-// However a range ends, the file is rewound, ready for the next picture or range.
+// However a range ends, the file is rewound, ready for the next picture or range: to its first byte, or to time 0 where
+// the container has no byte positions, as MP4.
 int FFVideo::finishAudio(AudioStatus status)
 {
-    rewind(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE);
+    if (av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE) < 0)
+        av_seek_frame(formatContext, videoStream, 0, AVSEEK_FLAG_BACKWARD);
     ffmpeg::flush(*videoCodec);
     avcodec_flush_buffers(audioCodec);
     currentFrame = -1;
     endOfStream = false;
     return status;
-}
-
-// Back to the beginning of the file. Some containers can be sought in one way only: MP4 has no byte positions, for
-// example.
-bool FFVideo::rewind(int flags)
-{
-    return av_seek_frame(formatContext, videoStream, 0, flags) >= 0 ||
-           av_seek_frame(formatContext, videoStream, 0, flags ^ AVSEEK_FLAG_BYTE) >= 0;
 }

@@ -82,8 +82,7 @@ bool FFVideo::Open(const char *path, bool quickOpen, AccessMode mode)
 
     frameCount = 0;
     currentFrame = -1;
-    lastDts = previousDts = seekDts = firstDts = kNoTimestamp;
-    endOfStream = false;
+    lastDts = previousDts = seekDts = firstDts = kNoTimestamp; // `endOfStream` stays
 
     if (!openStreams(path)) {
         ffmpeg::closeSingleInput(formatContext);

@@ -24,9 +24,9 @@ bool FFVideo::seekToFrame(int target)
     }
 
     if (restartSeeks || isHevc) {
-        // These files are read from their beginning, whatever the table says.
-        if (currentFrame > target && !seekToNearestKeyFrame(FIRST_FRAME_INDEX, 0))
-            return false;
+        // These files are read from their beginning, whatever the table says; from where the demuxer is, if that fails.
+        if (currentFrame > target)
+            seekToNearestKeyFrame(FIRST_FRAME_INDEX, 0);
     } else if (!seekToNearestKeyFrame(target, 0)) {
         return false;
     }
@@ -109,6 +109,8 @@ FFVideo::Landing FFVideo::landOn(const KeyFrameEntry &row)
 {
     currentFrame = saturateToInt32(std::int64_t{row.frame} - 1);
     stepForward();
+    if (endOfStream)
+        return Landing::Missed; // `currentFrame` stays the row's number
     while (!endOfStream && lastDts < row.frameDts)
         stepForward();
 

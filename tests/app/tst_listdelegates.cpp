@@ -1,10 +1,10 @@
 // Rows wider than their list: which part of a path is left out, and that no title makes a scroll bar.
 
 #include "app/listdelegates.h"
+#include "tests/app/notingstyle.h"
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
-#include <QProxyStyle>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -22,22 +22,6 @@ QImage rowOf(const Viewer &viewer, int row)
     QTreeWidget *list = viewer.ui.deviceList;
     return list->viewport()->grab(list->visualItemRect(list->topLevelItem(row))).toImage();
 }
-
-// Records how rows are painted.
-class NotingStyle : public QProxyStyle
-{
-public:
-    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
-                     const QWidget *widget) const override
-    {
-        if (const auto *row = qstyleoption_cast<const QStyleOptionViewItem *>(option);
-            row && element == CE_ItemViewItem)
-            painted.append(*row);
-        QProxyStyle::drawControl(element, option, painter, widget);
-    }
-
-    mutable QList<QStyleOptionViewItem> painted;
-};
 
 } // namespace
 

@@ -39,10 +39,29 @@ QString tipOf(QWidget *widget)
     return QToolTip::isVisible() ? QToolTip::text() : QString();
 }
 
+int linesOnScreen() // of the tip
+{
+    for (const QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->inherits("QTipLabel") && window->isVisible())
+            return window->height() / QFontMetrics(window->font()).lineSpacing();
+    }
+    return 0;
+}
+
+QVector<QPixmap *> seriesWith(int pictures) // owned by the window's cache
+{
+    QVector<QPixmap *> series(5);
+    for (int i = 0; i < pictures; ++i)
+        series[i] = new QPixmap(16, 9);
+    return series;
+}
+
 void setMountPoint(const QString &place)
 {
     ViewerFixture::settings().setValue("Main/mount_point", place);
 }
+
+const QString kLater = QStringLiteral("no pictures yet: click its device again later");
 
 } // namespace
 
@@ -197,16 +216,10 @@ private slots:
     {
         ViewerFixture fixture;
         Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
-        const auto series = [](int count) { // owned by the window's cache
-            QVector<QPixmap *> pictures(5);
-            for (int i = 0; i < count; ++i)
-                pictures[i] = new QPixmap(16, 9);
-            return pictures;
-        };
         viewer.ui.summaryList->setCurrentRow(1);
-        viewer.SetThumbs(viewer.recordingFile(0), series(3), series(3));
+        viewer.SetThumbs(viewer.recordingFile(0), seriesWith(3), seriesWith(3));
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-        viewer.SetThumbs(viewer.recordingFile(1), series(1), series(1));
+        viewer.SetThumbs(viewer.recordingFile(1), seriesWith(1), seriesWith(1));
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("1 picture"));
         viewer.ui.summaryList->setCurrentRow(0);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("3 pictures"));
@@ -225,7 +238,7 @@ private slots:
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
     }
 
-    void pictures_cannotBeHad_fromAScanOfAnotherDevice()
+    void pictures_mayComeLater_afterAScanOfAnotherDevice()
     {
         ViewerFixture fixture;
         QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
@@ -234,9 +247,9 @@ private slots:
         QVERIFY(viewer.thumbnailScanRunning);
         QTreeWidget *devices = viewer.ui.deviceList;
         viewer.selectDevice(devices->topLevelItem(1), 0);
-        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
         QTRY_VERIFY(!viewer.thumbnailScanRunning);
-        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
         viewer.selectDevice(devices->topLevelItem(1), 0);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
     }
@@ -257,28 +270,60 @@ private slots:
         QTreeWidgetItem *const small = devices->topLevelItem(first->text(0).endsWith("/a") ? 1 : 0);
         viewer.selectDevice(large, 0);
         QVERIFY(viewer.thumbnailScanRunning);
-        viewer.SetThumbs(viewer.recordingFile(1), {}, {}); // The first has had its turn as well.
-        viewer.selectDevice(small, 0);                     // What has come is freed.
+        viewer.SetThumbs(viewer.recordingFile(1), seriesWith(1), seriesWith(1)); // The first has had its turn as well.
+        viewer.selectDevice(small, 0);                                           // What has come is freed.
         viewer.selectDevice(large, 0);
         QStringList said;
         for (int row = 0; row < 3; ++row) {
             viewer.ui.summaryList->setCurrentRow(row);
             said.append(saidOf(viewer.ui.thumbnailLabel));
         }
-        QCOMPARE(said, QStringList({"no pictures can be had", "no pictures can be had", "pictures are being made"}));
+        QCOMPARE(said, QStringList({"no pictures can be had", kLater, "pictures are being made"}));
     }
 
-    void pictures_cannotBeHad_fromADiskThatCannotBeRead()
+    void pictures_areStillDescribed_whenAnotherDiskHasNone_data()
     {
+        QTest::addColumn<bool>("empty");
+        QTest::newRow("a disk without recordings") << true;
+        QTest::newRow("a disk that cannot be read") << false;
+    }
+
+    void pictures_areStillDescribed_whenAnotherDiskHasNone()
+    {
+        QFETCH(bool, empty);
         ViewerFixture fixture;
         QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("one")}));
         Viewer &viewer = fixture.open();
+        const QString file = viewer.recordingFile(0);
+        const QString other = viewer.ui.deviceList->topLevelItem(1)->text(0);
+        QVERIFY(QDir(other).removeRecursively());
+        QVERIFY(!empty || TestVolume::create(other, QByteArray()));
+        viewer.selectDevice(viewer.ui.deviceList->topLevelItem(1), 0);
+        QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), file);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-        QTreeWidgetItem *other = viewer.ui.deviceList->topLevelItem(1);
-        QVERIFY(QDir(other->text(0)).removeRecursively());
-        viewer.selectDevice(other, 0);
+        viewer.SetThumbs(file, seriesWith(1), seriesWith(1)); // which are not shown
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
+    }
+
+    void pictures_mayComeLater_onceTheDiskHasGone()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        const auto saidAfterRescan = [&] {
+            viewer.scanDrives();
+            return saidOf(viewer.ui.thumbnailLabel);
+        };
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        QVERIFY(TestVolume::create(fixture.path("other"), {fixture.titled("two")}));
+        QCOMPARE(saidAfterRescan(), QString("no pictures can be had"));
+        QVERIFY(QFile::rename(fixture.path("disk"), fixture.path("gone")) && QDir(fixture.path("gone/DVR")).exists());
+        QCOMPARE(saidAfterRescan(), kLater);
+        viewer.getThumbnails(); // Reads fail while it is gone,
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        QVERIFY(QFile::rename(fixture.path("gone"), fixture.path("disk")));
+        QCOMPARE(saidAfterRescan(), kLater); // and no more when it has come back.
     }
 
     void hint_isHeard_onlyWhileItIsShown()
@@ -305,6 +350,16 @@ private slots:
         tip.setHtml(tipOf(viewer.ui.thumbnailLabel));
         const QStringList lines = tip.toPlainText().remove(QChar(0x2066)).remove(QChar(0x2069)).split('\n');
         QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
+        QCOMPARE(linesOnScreen(), 2);
+    }
+
+    void picturesTip_isShownWhole_whereAPathIsWiderThanTheScreen()
+    {
+        ViewerFixture fixture;
+        RecordBytes record = fixture.titled(QByteArray("word ").repeated(60));
+        const Viewer &viewer = fixture.openDisk({record});
+        QVERIFY(!tipOf(viewer.ui.thumbnailLabel).isEmpty());
+        QVERIFY(linesOnScreen() > 2);
     }
 };
 

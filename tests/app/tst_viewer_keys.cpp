@@ -6,11 +6,41 @@
 
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QShortcut>
 #include <QSignalSpy>
+#include <QTranslator>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(QTreeWidgetItem *)
+
+namespace {
+
+QList<QWidget *> whereTheFocusCanBe(const Viewer &viewer)
+{
+    const Ui_MainWindow &ui = viewer.ui;
+    return {ui.summaryList, ui.deviceList, ui.programmeEdit, ui.timeEdit, ui.openButton, ui.detailsEdit};
+}
+
+/// Gives the menu another title.
+class TitleTranslator : public QTranslator
+{
+public:
+    explicit TitleTranslator(QString title)
+        : m_title(std::move(title))
+    {
+    }
+    QString translate(const char *, const char *source, const char *, int) const override
+    {
+        return QLatin1String(source) == QLatin1String("File") ? m_title : QString();
+    }
+    [[nodiscard]] bool isEmpty() const override { return false; }
+
+private:
+    QString m_title;
+};
+
+} // namespace
 
 class TestViewerKeys : public QObject
 {
@@ -80,42 +110,65 @@ private slots:
     void menuKey_opensTheMenu_atItsFirstEntry_data()
     {
         QTest::addColumn<QKeySequence>("keys");
-        QTest::newRow("F10") << QKeySequence("F10");
-        QTest::newRow("Alt+F") << QKeySequence("Alt+F");
+        QTest::addColumn<int>("closes");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("F10") << QKeySequence("F10") << int(Qt::Key_F10) << "File";
+        QTest::newRow("Alt+F") << QKeySequence("Alt+F") << int(Qt::Key_Escape) << "File";
+        QTest::newRow("in another language") << QKeySequence("Alt+F") << int(Qt::Key_Escape) << "Datei";
     }
 
     void menuKey_opensTheMenu_atItsFirstEntry()
     {
         QFETCH(QKeySequence, keys);
+        QFETCH(int, closes);
+        QFETCH(QString, title);
+        TitleTranslator translator(title);
+        QVERIFY(QCoreApplication::installTranslator(&translator)); // removes itself
         ViewerFixture fixture;
-        Viewer &viewer = fixture.open();
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
         viewer.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&viewer));
-        for (QWidget *focus :
-             {static_cast<QWidget *>(viewer.ui.summaryList), static_cast<QWidget *>(viewer.ui.timeEdit)}) {
+        for (QWidget *focus : whereTheFocusCanBe(viewer)) {
             focus->setFocus();
             QTest::keySequence(focus, keys);
-            QTRY_VERIFY(viewer.ui.menuFile->isVisible());
+            QTRY_VERIFY2(viewer.ui.menuFile->isVisible(), qPrintable(focus->objectName()));
             QCOMPARE(viewer.ui.menuFile->activeAction(), viewer.ui.actionOpen_Directory);
-            QTest::keyClick(viewer.ui.menuFile, Qt::Key_Escape);
+            QTest::keyClick(viewer.ui.menuFile, Qt::Key(closes));
             QTRY_VERIFY(!viewer.ui.menuFile->isVisible());
+            QVERIFY(focus->hasFocus() || closes == Qt::Key_Escape); // which goes back to the menu bar first
         }
-        QCOMPARE(viewer.ui.menuFile->title(), QString("File"));
+        QCOMPARE(viewer.ui.menuFile->title(), title);
         QCOMPARE(viewer.ui.menuFile->actions().size(), 6);
     }
 
-    // A translation may name a key itself: two keys for one menu would cancel each other.
-    void menuKey_leavesATitleWithItsOwnKey()
+    // A translation may name a key itself: the same key twice would do nothing.
+    void menuKey_leavesATextWithItsOwnKey_data()
     {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("button");
+        QTest::newRow("the menu") << "&Fichier"
+                                  << "Ouvrir";
+        QTest::newRow("another text") << "Tiedosto"
+                                      << "&File";
+    }
+
+    void menuKey_leavesATextWithItsOwnKey()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, button);
         QMainWindow window;
-        QMenu *menu = window.menuBar()->addMenu("&Fichier");
+        QMenu *menu = window.menuBar()->addMenu(title);
         menu->addAction("entry");
+        auto *other = new QPushButton(button, &window);
+        const QSignalSpy presses(other, &QPushButton::pressed);
+        window.setCentralWidget(other);
         quorvale::addMenuKeys(*window.menuBar());
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QTest::keySequence(&window, QKeySequence("Alt+F"));
-        QTRY_VERIFY(menu->isVisible());
+        QTRY_COMPARE(menu->isVisible(), title.startsWith('&'));
+        QCOMPARE(presses.size(), button.startsWith('&') ? 1 : 0);
         menu->close();
     }
 
@@ -129,9 +182,7 @@ private slots:
         QPixmap picture(16, 9);
         QVector<QPixmap *> series = {&picture};
         pictures->SetThumbs(series, series);
-        const Ui_MainWindow &ui = viewer.ui;
-        for (QWidget *focus : std::initializer_list<QWidget *>{ui.summaryList, ui.deviceList, ui.programmeEdit,
-                                                               ui.timeEdit, ui.openButton, ui.detailsEdit}) {
+        for (QWidget *focus : whereTheFocusCanBe(viewer)) {
             for (const char *keys : {"Ctrl+P", "Pause"}) {
                 QVERIFY(pictures->frameTimerId >= 0);
                 focus->setFocus();

@@ -254,6 +254,19 @@ private slots:
         QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
     }
 
+    void drag_carriesFiles_whoseNamesAreNoText()
+    {
+        const QByteArray file = fixture->path("disk/DVR/RECS/").toLocal8Bit() + "50% caf\xE9.ts";
+        for (const char *piece : {"", "1"})
+            std::ofstream((file + piece).toStdString()) << 'x';
+        const std::unique_ptr<QMimeData> files(quorvale::recordingFiles({file.toStdString(), {}}));
+        QVERIFY(files);
+        QByteArray uris;
+        for (const char *piece : {"", "1"})
+            uris += "file://" + (file + piece).toPercentEncoding("/") + "\r\n";
+        QCOMPARE(files->data("text/uri-list"), uris);
+    }
+
 private:
     // Makes the stand-in for the desktop's opener end with this code.
     void installOpener(int code) const

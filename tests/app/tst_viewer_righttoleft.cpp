@@ -2,10 +2,12 @@
 
 #include "app/displaypath.h"
 #include "app/emptylisthint.h"
+#include "tests/app/notingstyle.h"
 #include "tests/support/testclass.h"
 #include "tests/support/viewerfixture.h"
 
 #include <QHelpEvent>
+#include <QTextLayout>
 #include <QToolTip>
 #include <QtTest>
 
@@ -37,6 +39,27 @@ QImage paintedHint(const QString &text, Qt::LayoutDirection desktop)
     return image.copy(painted).convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
 }
 
+// Whether each name of the line `text` begins further right than the name before it.
+bool namesGoRight(const QString &text, const QStringList &names)
+{
+    QTextLayout layout(text, QApplication::font());
+    QTextOption reading;
+    reading.setTextDirection(Qt::LeftToRight);
+    layout.setTextOption(reading);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    qreal before = -1;
+    for (const QString &name : names) {
+        const auto begin = static_cast<int>(text.indexOf(name));
+        const auto end = static_cast<int>(begin + name.size() - 1); // its last letter, which is the one on its left
+        if (begin < 0 || line.cursorToX(end) <= before)
+            return false;
+        before = line.cursorToX(end);
+    }
+    return true;
+}
+
 } // namespace
 
 class TestViewerRightToLeft : public QObject
@@ -59,6 +82,27 @@ private slots:
         QCOMPARE(paintedHint(isolated, Qt::RightToLeft), paintedHint(isolated, Qt::LeftToRight));
         QVERIFY(paintedHint(path, Qt::RightToLeft) !=
                 paintedHint(path, Qt::LeftToRight)); // Its first "/" goes to the end.
+    }
+
+    void names_keepTheirOrder_inAScriptFromRightToLeft()
+    {
+        const QStringList names = {QStringLiteral(u"\u05d3\u05d9\u05e1\u05e7"), QStringLiteral(u"\u05e1\u05e8\u05d8"),
+                                   "7"};
+        ViewerFixture fixture;
+        const QString disk = fixture.path(names.join('/'));
+        QVERIFY(!namesGoRight(disk, names));
+        QVERIFY(namesGoRight(quorvale::pathInText(disk), names));
+        QVERIFY(TestVolume::create(disk, {fixture.titled("one")}));
+        ViewerFixture::settings().setValue("Main/mount_point", QFileInfo(disk).path());
+        Viewer &viewer = fixture.open();
+        viewer.resize(3000, viewer.height());
+        NotingStyle style;
+        viewer.ui.deviceList->setStyle(&style);
+        QVERIFY(!viewer.ui.deviceList->grab().isNull());
+        QVERIFY(!style.painted.isEmpty());
+        QVERIFY(namesGoRight(style.painted.last().text, names));
+        QCOMPARE(deviceTexts(viewer), QStringList(disk));
+        fixture.close();
     }
 
     void tips_isolatePaths()

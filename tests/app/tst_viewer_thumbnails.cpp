@@ -1,13 +1,18 @@
 // The window and its thumbnails: one scan at a time, a cache by path, pictures of the selected recording.
 
+#include "tests/support/receivers.h"
 #include "tests/support/seenqueues.h"
 #include "tests/support/viewerfixture.h"
 
 #include "thumbs/scanthreads.h"
+#include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
 #include <QThread>
 #include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace quorvale;
 
@@ -75,6 +80,22 @@ private slots:
         QCOMPARE(viewer.thumbnailCache.size(), 2);
         QCOMPARE(viewer.thumbnailCache.at(0).path, fixture.path("disk/DVR/RECS/b.ts"));
         QCOMPARE(viewer.thumbnailCache.at(1).path, fixture.path("disk/DVR/RECS/a.ts"));
+    }
+
+    void scan_hasFiveConnections()
+    {
+        // waitingopen.cpp has a part in this test: the scanner waits until somebody writes to the pipe.
+        ViewerFixture fixture;
+        createVolume(fixture, "disk", {"a"});
+        const QByteArray pipe = QFile::encodeName(fixture.path("disk/DVR/RECS/a.ts"));
+        QVERIFY(::unlink(pipe.constData()) == 0 && ::mkfifo(pipe.constData(), 0600) == 0);
+        const Viewer &viewer = fixture.open();
+        QCOMPARE(receiversOf(*viewer.scanThread), (QMap<QByteArray, int>{{"started", 1}, {"finished", 1}}));
+        QCOMPARE(receiversOf(*viewer.scanner), (QMap<QByteArray, int>{{"gotThumbs", 1}, {"finished", 2}}));
+        QFile writer(QFile::decodeName(pipe));
+        QVERIFY(writer.open(QIODevice::WriteOnly));
+        writer.close();
+        QTRY_VERIFY_WITH_TIMEOUT(!viewer.thumbnailScanRunning, kScanMs);
     }
 
     void load_startsNoScan_withoutProgrammes()

@@ -180,6 +180,7 @@ private slots:
                                         "news", "channel", viewer.ui.timeEdit->text(), viewer.recordingFile(row)};
             QCOMPARE(unmarkedTexts(viewer, data).join(QChar(0x7C)), QString());
             QCOMPARE(cutOffTexts(viewer).join(QChar(0x7C)), QString());
+            QCOMPARE(viewer.ui.dateEdit->minimumWidth(), 100); // the form's
         }
     }
 
@@ -259,7 +260,8 @@ private slots:
               noDeviceText(disk.path(), MountPointScan::Done, {}), noDeviceText(empty.path(), MountPointScan::Done, {}),
               noDeviceText(empty.path(), MountPointScan::Due, {}), nothingLoadedText(), unreadableDeviceText("/disk"),
               emptyDeviceText("/disk"), picturesText({"file", {}, {}}), picturesText({"file", one, one}),
-              picturesText({"file", two, two}), noPicturesText(true), noPicturesText(false)})
+              picturesText({"file", two, two}), noPicturesText(ScanProgress::Turn::Awaited),
+              noPicturesText(ScanProgress::Turn::InVain), noPicturesText(ScanProgress::Turn::Unknown)})
             QVERIFY2(text.startsWith(kOpening) && text.endsWith(kClosing), qPrintable(text));
     }
 

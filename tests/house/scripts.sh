@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# scripts.sh SCRIPTS FOLDER: tests every command in SCRIPTS: -h helps and does nothing else, a checkout that was moved or
+# scripts.sh ROOT FOLDER: tests every command in ROOT/script, and .ci/run: -h helps and does nothing else, a checkout that was moved or
 # copied after a build still builds, and a folder without a recorder disk is reported before anything is built.
 set -euo pipefail
-scripts=$1 work=$2
+root=$1 work=$2
 
 fail() {
   echo "FAIL: $*" >&2
@@ -11,19 +11,22 @@ fail() {
 
 rm -rf "$work"
 mkdir -p "$work/first"
-cp -R "$scripts" "$work/first/script"
+cp -R "$root/script" "$root/.ci" "$work/first"
 cd "$work"
 
-for command in first/script/*; do
-  name=script/$(basename "$command")
+for command in first/script/* first/.ci/run; do
+  name=${command#first/}
   [ "$name" != script/lib.sh ] || continue
-  for option in -h --help; do
-    help=$("$command" "$option" 2>&1 </dev/null) || fail "$name $option: $help"
-    [ "${#help}" -gt 60 ] || fail "$name $option says no more than: $help"
-    ! grep -qE '^(#|set |==>)' <<<"$help" || fail "$name $option prints what is no help: $help"
+  for arguments in -h --help '--quick -h' '--fresh --help'; do
+    # shellcheck disable=SC2086 # an argument is a word
+    help=$("$command" $arguments 2>&1 </dev/null) || fail "$name $arguments: $help"
+    [ "${#help}" -gt 60 ] || fail "$name $arguments says no more than: $help"
+    ! grep -qE '^(#|set |==>)' <<<"$help" || fail "$name $arguments prints what is no help: $help"
   done
 done
-[ "$(ls -A first)" = script ] || fail "asking for help made something: $(ls -A first)"
+[ "$(ls -A first | xargs)" = '.ci script' ] || fail "asking for help made something: $(ls -A first)"
+said=$(first/script/on-debian 'No suite' script/test -h 2>&1) && fail "on-debian took -h from its command"
+grep -q '^error: usage' <<<"$said" || fail "on-debian took -h from its command: $said"
 
 # A project of one file, in the place of this one.
 cat >first/CMakeLists.txt <<'PROJECT'

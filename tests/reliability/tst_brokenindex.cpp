@@ -42,15 +42,11 @@ QString indexOf(const QTemporaryDir &volume)
     return volume.filePath("DVR/RECSINFO/RECS.INF");
 }
 
-std::optional<std::vector<Programme>> load(const QTemporaryDir &volume)
-{
-    return readRecordingsIndex(volume.path().toStdString());
-}
-
 // Loads the disk at `volume`; `verdict` decides on its calls.
 struct Loaded
 {
     std::optional<std::vector<Programme>> programmes;
+    bool failed = false;
     Counts counts;
     int leftOpen = 0;
     QByteArray errors;
@@ -62,7 +58,7 @@ Loaded loadFrom(const QTemporaryDir &volume, faultydisk::Verdict verdict = {}, f
     watch.setContent(std::move(content));
     CapturedOutput capture(stderr);
     Loaded loaded;
-    loaded.programmes = load(volume);
+    loaded.programmes = readRecordingsIndex(volume.path().toStdString(), loaded.failed);
     loaded.counts = watch.onMainThread();
     loaded.leftOpen = watch.openFiles();
     loaded.errors = capture.text();
@@ -82,6 +78,7 @@ private slots:
         QVERIFY(TestVolume::create(volume.path(), numbered(kRecords)));
         const Loaded loaded = loadFrom(volume);
         QCOMPARE(loaded.programmes->size(), std::size_t(kRecords));
+        QVERIFY(!loaded.failed);
         QCOMPARE(loaded.counts.opens, 1L);
         QVERIFY(loaded.counts.reads >= 2 * kRecords && loaded.counts.reads <= 2 * kRecords + 1);
         QVERIFY(loaded.counts.bytesRead <= kRecords * (kTextBytes + kPositionBytes));
@@ -154,6 +151,7 @@ private slots:
             volume, [](const Call &call) { return call.what == What::Read && call.offset >= 40 * kStride ? EIO : 0; });
         QCOMPARE(loaded.programmes->size(), std::size_t(39));
         QCOMPARE(loaded.programmes->back().title, std::string("38"));
+        QVERIFY(loaded.failed);
         QVERIFY(loaded.counts.reads <= 2 * 39 + 1); // One failed read ends it: a dying disk is not asked again.
         QCOMPARE(loaded.errors, QByteArray());
         QCOMPARE(loaded.leftOpen, 0);

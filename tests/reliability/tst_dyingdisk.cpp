@@ -308,6 +308,21 @@ private slots:
         QVERIFY(waitForScan(viewer));
     }
 
+    void programmeHint_saysThatTheDiskCannotBeRead_whenItOpensTheIndexAndNoMore()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("disk"), {ViewerFixture::titled("a")}));
+        Watch watch(fixture.path("disk").toStdString(),
+                    [](const Call &call) { return call.what == What::Read ? EIO : 0; });
+        Viewer &viewer = fixture.open();
+        QVERIFY(viewer.ui.summaryList->accessibleDescription().contains("cannot be read"));
+        QVERIFY(viewer.programmes.empty());
+        watch.setVerdict({});
+        viewer.scanDisk();
+        QCOMPARE(programmeTexts(viewer), QStringList("a"));
+        QVERIFY(waitForScan(viewer));
+    }
+
     void rescan_ends_whateverStepOfItFindsTheDiskGone()
     {
         ViewerFixture fixture;

@@ -199,8 +199,10 @@ size_t readStream(void *buffer, size_t size, size_t count, FILE *file)
     if (known.empty())
         return function(buffer, size, count, file);
     const long offset = std::ftell(file);
-    if (!mayPass(What::Read, known, offset))
+    if (!mayPass(What::Read, known, offset)) {
+        file->_flags |= _IO_ERR_SEEN; // as the C library notes a read that failed
         return 0;
+    }
     const size_t got = function(buffer, size, count, file);
     noteRead(static_cast<ssize_t>(got * size));
     Content content;

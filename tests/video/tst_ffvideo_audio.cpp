@@ -3,6 +3,7 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/audiopieces.h"
 #include "tests/video/everypicture.h"
+#include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
 #include <QTemporaryDir>
@@ -120,6 +121,19 @@ private slots:
         QVERIFY(openForSound(video, path));
         QVERIFY(!video.SetAudioRange(10000, 10010));
         QCOMPARE(video.audioSamplesLeft, 11 * 1920); // set all the same
+    }
+
+    void setRange_beginsWhereTheReaderIs_whenTheFileCannotBeRewound()
+    {
+        FFVideo video;
+        QVERIFY(openForSound(video, path));
+        QVERIFY(video.seekToFrame(70));
+        video.formatContext->pb->seek = nullptr;
+        QVERIFY(video.SetAudioRange(0, 4));
+        QVERIFY(video.SetAudioRange(1, 4));
+        const Piece piece = readPiece(video);
+        QCOMPARE(piece.status, 1);
+        QVERIFY(!audioSamples(path, "s16le").left(9 * 1920 * 4).contains(piece.bytes));
     }
 
     void setRange_survivesRatesOfNonsense()

@@ -104,6 +104,21 @@ private slots:
         }
     }
 
+    void reopen_decodesNothing_whereTheEndWasReached_andAnEmptyTableWasSet()
+    {
+        FFVideo video;
+        QVERIFY(open(video, streams.plain(), false));
+        QVERIFY(video.Close());
+        const KeyFrameTable none;
+        QVERIFY(video.SetKeyTable(&none));
+        QVERIFY(open(video, streams.anamorph()));
+        QVERIFY(video.endOfStream); // until a seek, which there is no row for
+        QCOMPARE(video.currentFrame, -1);
+        Picture picture;
+        QVERIFY(!video.Read(0, picture));
+        QCOMPARE(video.lastError, 1);
+    }
+
     void reopen_readsAnotherFile_afterATableThatWasNotCompleted()
     {
         FFVideo video;

@@ -184,6 +184,8 @@ private slots:
         ReleaseKFT(&table);
         QVERIFY(open(video, true));
         QCOMPARE(video.frameCount, frames);
+        if (video.isHevc)
+            video.seekToNearestKeyFrame(0, 0); // The end that was reached counts until a seek, and no table has rows.
         const QVector<int> numbers = sought(shuffled(video.frameCount, capture.step * 3));
         QCOMPARE(compareEach(video, numbers, expected, capture.allowance), QString());
     }

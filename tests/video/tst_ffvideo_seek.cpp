@@ -274,6 +274,29 @@ private slots:
         QCOMPARE(numberError(video, 55), QString());
     }
 
+    void seek_leavesTheFirstRowsNumber_whereTheFileEndsBeforeAnyPicture()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, false));
+        video.keyFrames.entries[0].seekDts = video.lastDts;
+        QVERIFY(!video.seekToNearestKeyFrame(5, 0));
+        QVERIFY(video.endOfStream);
+        QCOMPARE(video.currentFrame, 0);
+    }
+
+    void seekToFrame_countsOn_whereAFileThatRestartsCannotBeSought()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path, true));
+        video.restartSeeks = true;
+        QVERIFY(video.seekToFrame(70));
+        const std::int64_t dts = video.lastDts;
+        video.formatContext->pb->seek = nullptr;
+        QVERIFY(video.seekToFrame(3));
+        QCOMPARE(video.currentFrame, 3);
+        QVERIFY(video.lastDts > dts);
+    }
+
     void firstPicture_isWhateverComesNext_afterAMissedLanding()
     {
         // An unknown position and the position before the first picture are both -1.

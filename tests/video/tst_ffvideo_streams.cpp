@@ -4,6 +4,10 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 #include "tests/video/streamset.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/probing.h"
+#include "video/ffmpeg/singleinput.h"
 
 #include <QFile>
 #include <QMap>
@@ -46,6 +50,63 @@ QByteArray withPairsOfPackets(const QByteArray &file)
     return joined;
 }
 
+// Counts the pictures of a file with FFmpeg's functions alone, and notes what a reader has to note.
+struct StepsByHand
+{
+    static constexpr qint64 kNone = quorvale::kNoTimestamp;
+
+    quorvale::ffmpeg::InputPtr input;
+    quorvale::ffmpeg::DecoderPtr decoder;
+    quorvale::ffmpeg::PacketPtr packet = quorvale::ffmpeg::makePacket();
+    quorvale::ffmpeg::FramePtr frame = quorvale::ffmpeg::makeFrame();
+    int stream = -1;
+    qint64 last = kNone, previous = kNone, seek = kNone, first = kNone;
+
+    [[nodiscard]] bool open(const QString &path)
+    {
+        AVFormatContext *opened = nullptr;
+        if (!quorvale::ffmpeg::openSingleInput(opened, QFile::encodeName(path).constData()) ||
+            !quorvale::ffmpeg::probeStreams(*opened))
+            return false;
+        input.reset(opened);
+        const AVCodec *codec = nullptr;
+        stream = quorvale::ffmpeg::findBestStream(opened, AVMEDIA_TYPE_VIDEO, codec);
+        const AVStream &video = *opened->streams[stream];
+        decoder = quorvale::ffmpeg::makeDecoder(*video.codecpar, video.time_base, codec);
+        return avcodec_open2(decoder.get(), codec, nullptr) == 0;
+    }
+
+    // False at the end of the file.
+    bool step()
+    {
+        for (bool isFirst = true;;) {
+            av_packet_unref(packet.get());
+            if (av_read_frame(input.get(), packet.get()) < 0)
+                return false;
+            if (packet->stream_index != stream)
+                continue;
+            const qint64 dts = packet->dts;
+            if (dts != kNone) {
+                previous = last;
+                last = dts;
+            }
+            first = first != kNone ? first : dts;
+            if (isFirst || (packet->flags & AV_PKT_FLAG_KEY) != 0)
+                seek = previous != kNone ? previous : dts;
+            isFirst = false;
+            avcodec_send_packet(decoder.get(), packet.get());
+            if (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
+                return true;
+        }
+    }
+
+    [[nodiscard]] bool isKey() const
+    {
+        return quorvale::ffmpeg::isKeyFrame(*frame) || frame->pict_type == AV_PICTURE_TYPE_I;
+    }
+    [[nodiscard]] QVector<qint64> timestamps() const { return {last, previous, seek, first}; }
+};
+
 } // namespace
 
 /// Streams made for the purpose: each way of coding, and each kind of damage, compared with the ffmpeg program picture
@@ -56,6 +117,9 @@ class TestFFVideoStreams : public QObject
 
 private:
     static constexpr int kFrames = 100;
+    static constexpr std::initializer_list<const char *> kDamaged = {
+        "h264-starts-in-the-middle.ts", "mpeg2-starts-in-the-middle.ts", "h264-packets-lost.ts",
+        "mpeg2-bits-flipped.ts", "h264-cut.ts"};
 
     QTemporaryDir folder;
     QMap<QString, QString> paths;
@@ -77,11 +141,7 @@ private:
                  "h264-b-interlaced.ts", "h264-intra.ts", "hevc.ts", "hevc-idr.ts", "hevc-raw.265",
                  "mpeg2-33-bit-wrap.ts", "hdmv.ts"});
     }
-    void addDamagedRows()
-    {
-        addRows({"h264-starts-in-the-middle.ts", "mpeg2-starts-in-the-middle.ts", "h264-packets-lost.ts",
-                 "mpeg2-bits-flipped.ts", "h264-cut.ts"});
-    }
+    void addDamagedRows() { addRows(kDamaged); }
 
 private slots:
     void initTestCase()
@@ -116,6 +176,40 @@ private slots:
         const int end = readToTheEnd(video, 0, expected);
         QVERIFY(end > expected.size() - 1 - kMostHeldBack);
         QCOMPARE(video.frameCount, end);
+    }
+
+    void step_notesTimestampsAndRows_data()
+    {
+        addWholeRows();
+        for (const char *name : kDamaged)
+            QTest::newRow(name) << QString(name);
+    }
+    void step_notesTimestampsAndRows()
+    {
+        QFETCH(const QString, name);
+        StepsByHand byHand;
+        QVERIFY(byHand.open(paths[name]));
+        FFVideo video;
+        QVERIFY(open(video, paths[name], true));
+        int rows = 0;
+        for (int number = 0; byHand.step(); ++number) {
+            QVERIFY(!video.endOfStream);
+            QCOMPARE(video.currentFrame, number);
+            QCOMPARE((QVector<qint64>{video.lastDts, video.previousDts, video.seekDts, video.firstDts}),
+                     byHand.timestamps());
+            if (!video.isHevc && (number == 0 || byHand.isKey())) {
+                const KeyFrameEntry &row = video.keyFrames.entries[rows++];
+                const qint64 seek = number == 0 ? byHand.first : byHand.seek;
+                const qint64 dts = byHand.packet->dts;
+                QCOMPARE(row.frame, number);
+                QCOMPARE(row.seekDts, seek);
+                QCOMPARE(row.frameDts, dts != byHand.kNone ? dts : byHand.last != byHand.kNone ? byHand.last : seek);
+            }
+            QCOMPARE(video.keyFrames.count, rows);
+            video.stepForward();
+        }
+        QVERIFY(video.endOfStream);
+        QCOMPARE(video.keyFrames.frames, video.currentFrame);
     }
 
     void read_deliversEveryPicture_backwards_data() { addWholeRows(); }
@@ -159,6 +253,8 @@ private slots:
         QVERIFY(video.LoadKeyTable(table.constData()));
         QVERIFY(open(video, paths[name], false));
         QCOMPARE(video.frameCount, frames);
+        if (video.isHevc)
+            video.seekToNearestKeyFrame(0, 0); // The end that was reached counts until a seek, and no table has rows.
         QCOMPARE(compareEach(video, shuffled(frames, 3), pictureChecksums(paths[name])), QString());
     }
 

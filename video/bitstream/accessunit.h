@@ -5,7 +5,7 @@
 
 namespace quorvale {
 
-/// What is coded as one picture: pic_structure (ITU-T H.262, 6.3.10), field_pic_flag and bottom_field_flag (ITU-T
+/// What is coded as one picture: picture_structure (ITU-T H.262, 6.3.10), field_pic_flag and bottom_field_flag (ITU-T
 /// H.264, 7.4.3).
 enum class PictureStructure : std::uint8_t { Frame, TopField, BottomField };
 

@@ -27,7 +27,7 @@ std::optional<PictureHeader> parsePictureHeader(Bytes bytes)
     return header;
 }
 
-// ITU-T H.262, 6.2.2.2, extension_data()
+// ITU-T H.262, 6.2.2.2.1, extension_data()
 std::optional<ExtensionId> parseExtensionId(Bytes bytes)
 {
     BitReader reader = readerAfterStartCode(bytes);

@@ -33,7 +33,7 @@ PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type0(const SliceHead
     return {count, count + slice.deltaPicOrderCntBottom};
 }
 
-// (7-9), (8-6), (8-11): frame_num, counted on where it starts from 0 again
+// ITU-T H.264, (8-6), (8-11), FrameNumOffset: frame_num, counted on where it starts from 0 again
 void PictureOrderCounter::advanceFrameNumOffset(const SliceHeader &slice, const Sps &sps)
 {
     if (slice.idrPicFlag)

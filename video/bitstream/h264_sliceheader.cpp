@@ -267,7 +267,7 @@ std::optional<SliceHeader> parseSliceHeader(const NalUnit &nal, const SpsTable &
     slice.spsId = pps.spsId;
     if (!spsTable.at(pps.spsId))
         return std::nullopt;
-    // An IDR picture has I slices only and is referred to (7.4.1.2.4, 7.4.3).
+    // An IDR picture has I slices only and is referred to (7.4.3, 7.4.1).
     if (slice.idrPicFlag && (slice.sliceType != SliceType::I || slice.nalRefIdc == 0))
         return std::nullopt;
 

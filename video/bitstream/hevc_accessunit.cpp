@@ -133,7 +133,7 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
         pictureOrderCounter.endSequence();
     if (isIrap(slice.nalUnitType))
         irapIsBla = isBla(slice.nalUnitType);
-    // 8.3.1, C.5.2.2: RASL pictures of a BLA are not output, nor what waits when a CRA begins another sequence. Before
+    // 8.1.3, C.5.2.2: RASL pictures of a BLA are not output, nor what waits when a CRA begins another sequence. Before
     // the first picture of the stream there is nothing to be missed.
     if ((isRasl(slice.nalUnitType) && irapIsBla) ||
         (slice.nalUnitType == NalUnitType::Cra && picture.followsEndOfSequence))

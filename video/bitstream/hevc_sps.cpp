@@ -27,15 +27,15 @@ bool parseProfileTierLevel(BitReader &reader, std::uint32_t maxNumSubLayersMinus
     reader.skipBits(32);                                 // general_profile_compatibility_flag[j]
     reader.skipBits(4);  // general_progressive_source_flag, general_interlaced_source_flag,
                          // general_non_packed_constraint_flag, general_frame_only_constraint_flag
-    reader.skipBits(43); // constraint flags of the profiles
+    reader.skipBits(43); // general_reserved_zero_43bits, or constraint flags of the profile
     reader.skipBits(1);  // general_inbld_flag
     reader.skipBits(8);  // general_level_idc
     std::int64_t subLayerBits = 0;
     for (std::uint32_t i = 0; i < maxNumSubLayersMinus1; ++i) {
-        if (reader.readFlag()) // sub_layer_profile_present_flag[i]
-            subLayerBits += 88;
-        if (reader.readFlag()) // sub_layer_level_present_flag[i]
-            subLayerBits += 8;
+        if (reader.readFlag())  // sub_layer_profile_present_flag[i]
+            subLayerBits += 88; // sub_layer_profile_space[i] to sub_layer_inbld_flag[i]
+        if (reader.readFlag())  // sub_layer_level_present_flag[i]
+            subLayerBits += 8;  // sub_layer_level_idc[i]
     }
     if (maxNumSubLayersMinus1 > 0)
         reader.skipBits(2 * (8 - std::int64_t{maxNumSubLayersMinus1})); // reserved_zero_2bits[i]

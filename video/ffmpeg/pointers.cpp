@@ -25,6 +25,11 @@ void release(AVCodecParameters *parameters)
     avcodec_parameters_free(&parameters);
 }
 
+void release(AVCodecParserContext *parser)
+{
+    av_parser_close(parser);
+}
+
 void release(AVMurMur3 *hash)
 {
     av_free(hash);

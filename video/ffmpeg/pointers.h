@@ -4,6 +4,7 @@
 
 struct AVCodecContext;
 struct AVCodecParameters;
+struct AVCodecParserContext;
 struct AVFormatContext;
 struct AVFrame;
 struct AVMurMur3;
@@ -14,6 +15,7 @@ namespace quorvale::ffmpeg {
 void release(AVFormatContext *input);
 void release(AVCodecContext *decoder);
 void release(AVCodecParameters *parameters);
+void release(AVCodecParserContext *parser);
 void release(AVMurMur3 *hash);
 void release(AVFrame *frame);
 void release(AVPacket *packet);

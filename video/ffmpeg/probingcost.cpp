@@ -10,7 +10,6 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <memory>
 
 namespace quorvale::ffmpeg {
 
@@ -96,13 +95,8 @@ private:
         m_bytes = std::max(m_bytes, bytes + pixels / 2); // with what decoders keep beside a picture
     }
 
-    struct ParserCloser
-    {
-        void operator()(AVCodecParserContext *parser) const { av_parser_close(parser); }
-    };
-
     AVCodecID m_codec = AV_CODEC_ID_NONE;
-    std::unique_ptr<AVCodecParserContext, ParserCloser> m_parser;
+    Owner<AVCodecParserContext> m_parser;
     DecoderPtr m_context; ///< never opened: what the parser knows
     std::int64_t m_pixels = 0;
     std::int64_t m_bytes = 0; ///< of one picture
