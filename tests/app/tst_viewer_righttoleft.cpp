@@ -9,7 +9,6 @@
 #include <QHelpEvent>
 #include <QTextLayout>
 #include <QToolTip>
-#include <QtTest>
 
 namespace {
 
