@@ -6,7 +6,6 @@
 #include "tests/support/viewerfixture.h"
 
 #include <QScrollBar>
-#include <QtTest>
 
 using quorvale::elidedPath;
 

@@ -10,7 +10,6 @@
 #include <QDialog>
 #include <QHelpEvent>
 #include <QToolTip>
-#include <QtTest>
 
 namespace {
 
@@ -287,7 +286,6 @@ private slots:
         QTest::newRow("a disk without recordings") << true;
         QTest::newRow("a disk that cannot be read") << false;
     }
-
     void pictures_areStillDescribed_whenAnotherDiskHasNone()
     {
         QFETCH(bool, empty);

@@ -9,8 +9,6 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QSignalSpy>
-#include <QTranslator>
-#include <QtTest>
 
 Q_DECLARE_METATYPE(QTreeWidgetItem *)
 
@@ -57,7 +55,6 @@ private slots:
         QTest::newRow("Enter") << int(Qt::Key_Enter) << int(Qt::KeypadModifier);
         QTest::newRow("Space") << int(Qt::Key_Space) << int(Qt::NoModifier);
     }
-
     void deviceKey_doesOnceWhatAClickDoes()
     {
         QFETCH(int, key);
@@ -116,7 +113,6 @@ private slots:
         QTest::newRow("Alt+F") << QKeySequence("Alt+F") << int(Qt::Key_Escape) << "File";
         QTest::newRow("in another language") << QKeySequence("Alt+F") << int(Qt::Key_Escape) << "Datei";
     }
-
     void menuKey_opensTheMenu_atItsFirstEntry()
     {
         QFETCH(QKeySequence, keys);
@@ -151,7 +147,6 @@ private slots:
         QTest::newRow("another text") << "Tiedosto"
                                       << "&File";
     }
-
     void menuKey_leavesATextWithItsOwnKey()
     {
         QFETCH(QString, title);

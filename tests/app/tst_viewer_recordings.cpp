@@ -11,8 +11,6 @@
 #include <QDrag>
 #include <QMenu>
 #include <QMessageBox>
-#include <QMimeData>
-#include <QtTest>
 
 #include <fstream>
 

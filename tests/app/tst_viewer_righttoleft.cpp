@@ -10,7 +10,6 @@
 #include <QHelpEvent>
 #include <QTextLayout>
 #include <QToolTip>
-#include <QtTest>
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include "thumbs/thumbnailscanner.h"
 #include "tools/testpicture/numberedstream.h"
 
-#include <QThread>
 #include <QtTest>
 
 #include <sys/stat.h>

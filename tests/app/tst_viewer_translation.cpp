@@ -14,11 +14,6 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMessageBox>
-#include <QRegularExpression>
-#include <QSet>
-#include <QTranslator>
-#include <QXmlStreamReader>
-#include <QtTest>
 
 namespace {
 

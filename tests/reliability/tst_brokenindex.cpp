@@ -7,7 +7,6 @@
 #include "tests/support/seededrandom.h"
 #include "tests/support/testvolume.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cerrno>

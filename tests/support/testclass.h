@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtTest>
+#include <QtTest> // and all of Qt Core: a test includes what it needs besides
 
 namespace quorvale {
 

@@ -6,9 +6,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 constexpr int kMp2Samples = 1152; // per channel, in one coded piece

@@ -5,9 +5,6 @@
 #include "tests/video/openstreams.h"
 #include "video/ffvideo.h"
 
-#include <QFile>
-#include <QtTest>
-
 /// What closing leaves, and what becomes of a reader that opens another file.
 class TestFFVideoClose : public QObject
 {

@@ -4,9 +4,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 struct Capture

@@ -6,8 +6,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pointers.h"
 
-#include <QtTest>
-
 namespace {
 
 // Decode timestamp of the packet with which the decoder delivers a picture after a seek backward to `dts`; the seek and

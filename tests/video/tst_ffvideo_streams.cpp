@@ -9,12 +9,6 @@
 #include "video/ffmpeg/probing.h"
 #include "video/ffmpeg/singleinput.h"
 
-#include <QFile>
-#include <QMap>
-#include <QTemporaryDir>
-#include <QtEndian>
-#include <QtTest>
-
 namespace {
 
 // A VP9 stream in an IVF file, in which every two packets are joined to one "superframe". Each of its packets then
