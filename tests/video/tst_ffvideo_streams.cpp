@@ -7,7 +7,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/probing.h"
-#include "video/ffmpeg/singleinput.h"
 
 #include <QFile>
 #include <QMap>
@@ -65,10 +64,10 @@ struct StepsByHand
     [[nodiscard]] bool open(const QString &path)
     {
         AVFormatContext *opened = nullptr;
-        if (!quorvale::ffmpeg::openSingleInput(opened, QFile::encodeName(path).constData()) ||
-            !quorvale::ffmpeg::probeStreams(*opened))
-            return false;
+        const bool isProbed = quorvale::ffmpeg::openProbed(opened, QFile::encodeName(path).constData());
         input.reset(opened);
+        if (!isProbed)
+            return false;
         const AVCodec *codec = nullptr;
         stream = quorvale::ffmpeg::findBestStream(opened, AVMEDIA_TYPE_VIDEO, codec);
         const AVStream &video = *opened->streams[stream];
