@@ -7,7 +7,6 @@
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/probing.h"
-#include "video/ffmpeg/singleinput.h"
 
 namespace {
 
