@@ -19,11 +19,37 @@ bool mayReadFromRightToLeft(const QString &name)
     return std::any_of(name.begin(), name.end(), [](QChar c) { return c.unicode() >= kFirstHebrew; });
 }
 
+// Characters that end the isolate around a name, or turn what comes after it.
+bool reachesBeyondItsName(QChar c)
+{
+    switch (c.direction()) {
+    case QChar::DirB:
+    case QChar::DirLRE:
+    case QChar::DirRLE:
+    case QChar::DirLRO:
+    case QChar::DirRLO:
+    case QChar::DirPDF:
+    case QChar::DirLRI:
+    case QChar::DirRLI:
+    case QChar::DirFSI:
+    case QChar::DirPDI:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString withoutReachingCharacters(QString text)
+{
+    text.truncate(static_cast<int>(std::remove_if(text.begin(), text.end(), reachesBeyondItsName) - text.begin()));
+    return text;
+}
+
 } // namespace
 
 QString withNamesApart(const QString &path)
 {
-    QStringList names = path.split(QLatin1Char('/'));
+    QStringList names = withoutReachingCharacters(path).split(QLatin1Char('/'));
     for (QString &name : names) {
         if (mayReadFromRightToLeft(name))
             name = kFirstStrongIsolate + name + kPopDirectionalIsolate;

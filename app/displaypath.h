@@ -8,7 +8,7 @@
 namespace quorvale {
 
 /// `path` with each name on its own, for a line that reads from left to right. Two neighbours in a script that reads
-/// from right to left would otherwise change places.
+/// from right to left would otherwise change places. A name's own characters that would do so are left out.
 [[nodiscard]] QString withNamesApart(const QString &path);
 
 /// `path` as part of a sentence, which may read from right to left.

@@ -22,10 +22,12 @@ QString elidedPath(const QString &path, const QFontMetrics &metrics, int width)
     if (metrics.horizontalAdvance(path) <= width)
         return path;
     const int separator = static_cast<int>(path.lastIndexOf(QLatin1Char('/')));
+    if (separator <= 0)
+        return metrics.elidedText(path, Qt::ElideMiddle, width);
     const QString name = path.mid(separator);
     const int left = width - metrics.horizontalAdvance(name);
-    if (separator <= 0 || left < metrics.horizontalAdvance(QChar(0x2026)))
-        return metrics.elidedText(path, Qt::ElideMiddle, width);
+    if (left < metrics.horizontalAdvance(QChar(0x2026)))
+        return metrics.elidedText(name.mid(1), Qt::ElideMiddle, width);
     return metrics.elidedText(path.left(separator), Qt::ElideRight, left) + name;
 }
 

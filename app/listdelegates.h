@@ -7,7 +7,8 @@
 
 namespace quorvale {
 
-/// `path` shortened to at most `width` pixels: before its last name, or, if that name alone is too wide, in the middle.
+/// `path` shortened to at most `width` pixels: before its last name, or, if that name alone is too wide, to that name
+/// without its middle.
 [[nodiscard]] QString elidedPath(const QString &path, const QFontMetrics &metrics, int width);
 
 /// Rows of absolute paths. They read from left to right on every desktop.

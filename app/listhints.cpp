@@ -7,6 +7,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <pwd.h>
+#include <unistd.h>
+
 namespace quorvale {
 
 namespace {
@@ -66,7 +69,10 @@ QStringList usualMountPoints()
 #ifdef Q_OS_MACOS
     return {QStringLiteral("/Volumes")};
 #else
-    const QString user = QDir::home().dirName();
+    const passwd *account = ::getpwuid(::getuid());
+    if (!account)
+        return {};
+    const QString user = QString::fromLocal8Bit(account->pw_name); // The home folder may have another name.
     return {QStringLiteral("/media/") + user, QStringLiteral("/run/media/") + user};
 #endif
 }

@@ -20,7 +20,7 @@ public:
     /// A series has come, in the order of the files: those before it have had their turn, too.
     void cameBy(const QString &file, bool hasPictures);
     void finish();
-    /// The disk has gone or come back: what could not be read of it counts no more.
+    /// The disk has come back: what could not be read of it counts no more.
     void forgetFailures();
 
     [[nodiscard]] Turn turnOf(const QString &file) const;

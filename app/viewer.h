@@ -115,6 +115,8 @@ private:
     void makeProgrammeCommands();
     void hintAtDevices(quorvale::MountPointScan scan);
     void describePictures();
+    [[nodiscard]] QString whyNoPictures(const QString &path) const;
+    [[nodiscard]] bool isOnListedDevice(const QString &path) const;
     void connectForm();
 
     quorvale::EmptyListHint *deviceHint = nullptr;

@@ -4,6 +4,7 @@
 #include "app/viewer.h"
 
 #include "app/fulltexttooltip.h"
+#include "app/heldkeys.h"
 #include "app/listdelegates.h"
 #include "app/programmetext.h"
 #include "app/windowkeys.h"
@@ -56,6 +57,7 @@ void Viewer::makeAccessible()
     ui.actionOpen_Directory->setShortcuts(QKeySequence::Open);
     ui.actionPreferences->setShortcuts(QKeySequence::Preferences);
     ui.actionQuit->setShortcuts(QKeySequence::Quit);
+    new quorvale::HeldKeys(this);           // owned by the window
     new quorvale::ClickKeys(ui.deviceList); // owned by the list
     quorvale::addPauseKeys(*this, *ui.thumbnailLabel);
 #ifndef Q_OS_MACOS

@@ -26,10 +26,10 @@ constexpr int kCollationMs = 1000; // one disk raises several events
 
 void Viewer::scanDrives()
 {
-    const auto isShownDeviceThere = [this] {
+    const auto isLoadedDeviceThere = [this] {
         return !ui.deviceList->findItems(displayText(devicePath), Qt::MatchExactly | Qt::MatchCaseSensitive).isEmpty();
     };
-    const bool wasThere = isShownDeviceThere();
+    const bool wasThere = isLoadedDeviceThere();
     ui.deviceList->clear();
     QString firstDevice;
     const auto addDevice = [&](const QString &directory) {
@@ -54,11 +54,12 @@ void Viewer::scanDrives()
 
     selectedDevice = firstDevice;
     hintAtDevices(quorvale::MountPointScan::Done);
-    programmeHint->setText(firstDevice.isEmpty() ? QString() : quorvale::nothingLoadedText());
-    if (isShownDeviceThere() != wasThere) {
+    const bool isThere = isLoadedDeviceThere();
+    if (!wasThere || !isThere) // else what is said of it stays true
+        programmeHint->setText(firstDevice.isEmpty() ? QString() : quorvale::nothingLoadedText());
+    if (!wasThere && isThere)
         scanProgress->forgetFailures();
-        describePictures();
-    }
+    describePictures();
 }
 
 void Viewer::scanDisk()

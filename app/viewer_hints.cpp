@@ -28,6 +28,26 @@ void Viewer::hintAtDevices(MountPointScan scan)
     deviceHint->setText(noDeviceText(mountPoint, scan, usualPlace));
 }
 
+// Why there are no pictures of the recording `path`. An empty series stays: only the first one of a recording counts.
+QString Viewer::whyNoPictures(const QString &path) const
+{
+    using Turn = quorvale::ScanProgress::Turn;
+    const auto series = findThumbnails(thumbnailCache, path);
+    if (series && series->x1.isEmpty())
+        return quorvale::noPicturesText(Turn::InVain);
+    const Turn turn = scanProgress->turnOf(path);
+    return quorvale::noPicturesText(turn == Turn::Unknown && !isOnListedDevice(path) ? Turn::InVain : turn);
+}
+
+bool Viewer::isOnListedDevice(const QString &path) const
+{
+    for (int i = 0; i < ui.deviceList->topLevelItemCount(); ++i) {
+        if (path.startsWith(ui.deviceList->topLevelItem(i)->text(0) + QLatin1Char('/')))
+            return true;
+    }
+    return false;
+}
+
 // Describes the pictures of the recording whose path the tip shows, which stays when a disk without programmes is
 // clicked.
 void Viewer::describePictures()
@@ -38,6 +58,7 @@ void Viewer::describePictures()
     if (!pictures.thumbs1x.isEmpty())
         text = quorvale::picturesText({path, pictures.thumbs1x, pictures.thumbs2x});
     else if (!path.isEmpty())
-        text = quorvale::noPicturesText(scanProgress->turnOf(path));
-    pictures.setAccessibleDescription(text);
+        text = whyNoPictures(path);
+    if (text != pictures.accessibleDescription()) // else screen readers would hear of it again
+        pictures.setAccessibleDescription(text);
 }

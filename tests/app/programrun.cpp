@@ -78,6 +78,11 @@ QString ProgramRun::start(const QString &mountPoint, std::optional<int> dotsPerI
     QDir(m_folder.path()).mkpath("quorvale.org");
     QSettings(settings, QSettings::IniFormat).setValue("Main/mount_point", mountPoint);
 
+    const QString opener = m_folder.filePath("xdg-open");
+    if (!TestVolume::writeFile(opener, "#!/bin/sh\necho \"$*\" >>\"${0%/*}/opened\"\n") ||
+        !QFile::setPermissions(opener, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+        return QStringLiteral("no stand-in for the desktop's opener");
+
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DISPLAY", m_display.name());
     environment.insert("QT_QPA_PLATFORM", "xcb");
@@ -86,6 +91,7 @@ QString ProgramRun::start(const QString &mountPoint, std::optional<int> dotsPerI
     environment.remove("WAYLAND_DISPLAY");
     if (dotsPerInch)
         environment.insert("QT_FONT_DPI", QString::number(*dotsPerInch));
+    environment.insert("PATH", m_folder.path() + ':' + environment.value("PATH")); // for its own xdg-open
     environment.insert("LD_PRELOAD", QUORVALE_WAITING_OPEN);
     m_process.setProcessEnvironment(environment);
     m_process.start(QUORVALE_PROGRAM, QStringList());
@@ -102,6 +108,12 @@ QString ProgramRun::start(const QString &mountPoint, std::optional<int> dotsPerI
         m_window = m_display.window("Quorvale");
     }
     return {};
+}
+
+QByteArray ProgramRun::opened() const
+{
+    const QString log = m_folder.filePath("opened");
+    return QFile::exists(log) ? TestVolume::readFile(log) : QByteArray();
 }
 
 std::optional<int> ProgramRun::exitCode()

@@ -35,7 +35,13 @@ public:
 
     [[nodiscard]] QImage look() const { return m_display.picture(m_window); }
     [[nodiscard]] bool click(QPoint place) const { return m_display.click(m_window, place); }
+    [[nodiscard]] bool hold(const QString &key, int milliseconds) const
+    {
+        return m_display.hold(m_window, key, milliseconds);
+    }
     [[nodiscard]] bool quit() const { return m_display.press(m_window, QStringLiteral("ctrl+q")); }
+    /// What the program asked the desktop to open, a line each.
+    [[nodiscard]] QByteArray opened() const;
     /// Waits for the end, for half a minute at most; nothing if it did not end, or crashed.
     std::optional<int> exitCode();
 

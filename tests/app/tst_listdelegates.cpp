@@ -54,6 +54,7 @@ private slots:
             const int room = metrics().horizontalAdvance("namename");
             const QString shown = elidedPath(path, metrics(), room);
             QVERIFY2(shown.contains(QChar(0x2026)) && shown.endsWith('e'), qPrintable(shown));
+            QVERIFY2(path.lastIndexOf('/') <= 0 || shown.startsWith('n'), qPrintable(shown)); // nothing of its parent
             QVERIFY(metrics().horizontalAdvance(shown) <= room);
         }
         QCOMPARE(elidedPath(QString(), metrics(), 10), QString());

@@ -169,6 +169,19 @@ private slots:
         QVERIFY(comesTrue([&] { return shownNumber() && shownNumber() != paused; }));
     }
 
+    void key_heldDown_startsOnePlayer()
+    {
+        mountSampleDisk("disk");
+        const QString problem = m_program->start(m_mountPoint->path());
+        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+        QVERIFY(m_program->click(m_layout.rows.at(0)));
+        QVERIFY(m_program->hold("Return", 1500));
+        QVERIFY(comesTrue([&] { return !m_program->opened().isEmpty(); }));
+        QVERIFY(m_program->quit()); // handled after all presses
+        QCOMPARE(m_program->exitCode(), std::optional<int>(0));
+        QCOMPARE(m_program->opened().count('\n'), 1);
+    }
+
     void selection_showsThePicturesOfAnotherProgramme()
     {
         openWithPicturesOf(0);

@@ -9,6 +9,7 @@
 #include <QAccessible>
 #include <QDialog>
 #include <QHelpEvent>
+#include <QProcess>
 #include <QToolTip>
 
 namespace {
@@ -104,6 +105,21 @@ private slots:
         QVERIFY(!quorvale::noDeviceText(usual.path(), MountPointScan::Done, "/usual").contains("/usual"));
     }
 
+#ifndef Q_OS_MACOS
+    void usualPlaces_areNamedAfterTheUser_notAfterTheHomeFolder()
+    {
+        QProcess id;
+        id.start("id", {"-un"});
+        QVERIFY(id.waitForFinished());
+        const QString user = QString::fromLocal8Bit(id.readAllStandardOutput()).trimmed();
+        const QByteArray home = qgetenv("HOME");
+        qputenv("HOME", "/nonexistent/another");
+        const QStringList places = quorvale::usualMountPoints();
+        qputenv("HOME", home);
+        QCOMPARE(places, QStringList({"/media/" + user, "/run/media/" + user}));
+    }
+#endif
+
     void deviceHint_saysThatThePlaceIsADiskItself()
     {
         ViewerFixture fixture;
@@ -177,13 +193,18 @@ private slots:
         QVERIFY(saidOf(viewer.ui.summaryList).contains(fixture.path("disk")));
         QVERIFY(isPainted(viewer.ui.summaryList));
         QCOMPARE(viewer.ui.summaryList->count(), 0);
+        QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()) && QDir().mkdir(fixture.path("unrelated")));
+        viewer.scanDrives(); // It is listed still.
+        QVERIFY(saidOf(viewer.ui.summaryList).contains("cannot be read"));
     }
 
     void programmeHint_saysThatADiskIsEmpty()
     {
         ViewerFixture fixture;
         QVERIFY(TestVolume::create(fixture.path("disk"), QByteArray()));
-        const Viewer &viewer = fixture.open();
+        Viewer &viewer = fixture.open();
+        QVERIFY(TestVolume::create(fixture.path("unrelated"), {fixture.titled("one")}));
+        viewer.scanDrives();
         QVERIFY(saidOf(viewer.ui.summaryList).startsWith("There are no recordings on "));
         QVERIFY(isPainted(viewer.ui.summaryList));
         QCOMPARE(viewer.ui.summaryList->count(), 0);
@@ -304,7 +325,7 @@ private slots:
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
     }
 
-    void pictures_mayComeLater_onceTheDiskHasGone()
+    void pictures_mayComeLater_onceTheDiskHasComeBack()
     {
         ViewerFixture fixture;
         Viewer &viewer = fixture.openDisk({fixture.titled("one")});
@@ -316,12 +337,44 @@ private slots:
         QVERIFY(TestVolume::create(fixture.path("other"), {fixture.titled("two")}));
         QCOMPARE(saidAfterRescan(), QString("no pictures can be had"));
         QVERIFY(QFile::rename(fixture.path("disk"), fixture.path("gone")) && QDir(fixture.path("gone/DVR")).exists());
-        QCOMPARE(saidAfterRescan(), kLater);
+        QCOMPARE(saidAfterRescan(), QString("no pictures can be had"));
         viewer.getThumbnails(); // Reads fail while it is gone,
         QTRY_VERIFY(!viewer.thumbnailScanRunning);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
         QVERIFY(QFile::rename(fixture.path("gone"), fixture.path("disk")));
         QCOMPARE(saidAfterRescan(), kLater); // and no more when it has come back.
+    }
+
+    void pictures_cannotBeHad_whileTheDiskOfAnotherScanIsGone()
+    {
+        ViewerFixture fixture;
+        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
+        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
+        Viewer &viewer = fixture.open();
+        QTreeWidget *devices = viewer.ui.deviceList;
+        viewer.selectDevice(devices->topLevelItem(1), 0); // No scan starts for it.
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
+        QVERIFY(QDir(viewer.selectedDevice).removeRecursively());
+        viewer.scanDrives();
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+    }
+
+    // What a later scan finds is shown as it comes, and no more once another row was chosen: the first series counts.
+    void pictures_cannotBeHad_afterAnEmptySeries()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        viewer.SetThumbs(viewer.recordingFile(0), {}, {});
+        viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
+        QVERIFY(viewer.thumbnailScanRunning && !viewer.ui.thumbnailLabel->busy);
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
+        viewer.SetThumbs(viewer.recordingFile(0), seriesWith(5), seriesWith(5));
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("5 pictures"));
+        viewer.ui.summaryList->setCurrentRow(1);
+        viewer.ui.summaryList->setCurrentRow(0);
+        QVERIFY(viewer.ui.thumbnailLabel->thumbs1x.isEmpty());
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("no pictures can be had"));
     }
 
     void hint_isHeard_onlyWhileItIsShown()

@@ -20,6 +20,20 @@ QList<QWidget *> whereTheFocusCanBe(const Viewer &viewer)
     return {ui.summaryList, ui.deviceList, ui.programmeEdit, ui.timeEdit, ui.openButton, ui.detailsEdit};
 }
 
+// What the system tells of a key, by the time of its own clock.
+void releaseAndPress(QWidget *focus, Qt::Key key, Qt::KeyboardModifiers modifiers, ulong released, ulong pressed)
+{
+    const QString text = key == Qt::Key_7 ? "7" : "";
+    QKeyEvent release(QEvent::KeyRelease, key, modifiers, text);
+    release.setTimestamp(released);
+    QCoreApplication::sendEvent(focus, &release);
+    if (qt_sendShortcutOverrideEvent(focus, pressed, key, modifiers, text))
+        return;
+    QKeyEvent press(QEvent::KeyPress, key, modifiers, text);
+    press.setTimestamp(pressed);
+    QCoreApplication::sendEvent(focus, &press);
+}
+
 /// Gives the menu another title.
 class TitleTranslator : public QTranslator
 {
@@ -93,6 +107,46 @@ private slots:
             QCoreApplication::sendEvent(list, &press);
         }
         QCOMPARE(clicks.size(), 1);
+        // A release and a press of the same moment are a repeat, too, where the system does not say so.
+        for (const ulong moment : {ulong(5000), ulong(5040)})
+            releaseAndPress(list, Qt::Key_Return, Qt::NoModifier, moment, moment);
+        QCOMPARE(clicks.size(), 1);
+        releaseAndPress(list, Qt::Key_Return, Qt::NoModifier, 5080, 5120);
+        QCOMPARE(clicks.size(), 2);
+    }
+
+    void shortcut_heldDown_worksOnce()
+    {
+        ViewerFixture fixture;
+        Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        QTRY_VERIFY(!viewer.thumbnailScanRunning);
+        const QShortcut *pause = nullptr;
+        for (const QShortcut *shortcut : viewer.findChildren<QShortcut *>()) {
+            if (shortcut->key() == QKeySequence("Ctrl+P"))
+                pause = shortcut;
+        }
+        QVERIFY(pause);
+        const QSignalSpy pauses(pause, &QShortcut::activated);
+        QTest::keyClick(viewer.ui.timeEdit, Qt::Key_P, Qt::ControlModifier);
+        QCOMPARE(pauses.size(), 1);
+        for (const ulong moment : {ulong(5000), ulong(5040)})
+            releaseAndPress(viewer.ui.timeEdit, Qt::Key_P, Qt::ControlModifier, moment, moment);
+        QCOMPARE(pauses.size(), 1);
+        releaseAndPress(viewer.ui.timeEdit, Qt::Key_P, Qt::ControlModifier, 5080, 5120);
+        QCOMPARE(pauses.size(), 2);
+    }
+
+    // Letters are for the field that has the focus, however often they come.
+    void letter_heldDown_isWrittenAgain()
+    {
+        ViewerFixture fixture;
+        QLineEdit *field = fixture.open().ui.timeEdit;
+        field->clear();
+        for (const ulong moment : {ulong(5000), ulong(5040)})
+            releaseAndPress(field, Qt::Key_7, Qt::NoModifier, moment, moment);
+        QCOMPARE(field->text(), QString("77"));
     }
 
     void deviceKey_doesNothing_withoutDevice()

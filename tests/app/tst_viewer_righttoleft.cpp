@@ -110,6 +110,34 @@ private slots:
         QVERIFY(namesGoRight(quorvale::withNamesApart(shown), {names[0], QChar(0x2026), "7"}));
     }
 
+    void names_keepTheirOrder_howeverNarrowTheList()
+    {
+        const QString parent = QString(QChar(0x05d0)).repeated(20);
+        const QString disk = QString(QChar(0x05d1)).repeated(40) + QChar(0x05d2);
+        const QString path = "/media/" + parent + '/' + disk;
+        const QFontMetrics metrics(QApplication::font());
+        for (int width = metrics.horizontalAdvance(path); width > 0; width -= 7) {
+            const QString shown = quorvale::withNamesApart(quorvale::elidedPath(path, metrics, width));
+            QVERIFY2(!shown.contains(parent.at(0)) || namesGoRight(shown, {parent.left(1), disk}), qPrintable(shown));
+            QVERIFY2(shown.count(disk.at(0)) <= 1 || shown.contains(disk.right(1)), qPrintable(shown));
+        }
+    }
+
+    void names_cannotChangeTheOrder_byTheirOwnCharacters()
+    {
+        const QStringList names = {QStringLiteral(u"\u05d3\u05d9\u05e1\u05e7"), QStringLiteral(u"\u05e1\u05e8\u05d8"),
+                                   "7"};
+        const QString clean = '/' + names.join('/');
+        for (const char16_t character : {u'\u2069', u'\u2066', u'\u2067', u'\u2068', u'\u202a', u'\u202b', u'\u202c',
+                                         u'\u202d', u'\u202e', u'\u2029'}) {
+            const QString path = '/' + names.join(QChar(character) + QString('/'));
+            QVERIFY2(namesGoRight(quorvale::withNamesApart(path), names),
+                     qPrintable(QString::number(ushort(character), 16)));
+            QCOMPARE(quorvale::withNamesApart(path), quorvale::withNamesApart(clean));
+            QCOMPARE(quorvale::pathInText(path), quorvale::pathInText(clean));
+        }
+    }
+
     void tips_isolatePaths()
     {
         QApplication::setLayoutDirection(Qt::RightToLeft);

@@ -64,6 +64,14 @@ bool VirtualDisplay::press(const QByteArray &window, const QString &key) const
     return succeeded;
 }
 
+bool VirtualDisplay::hold(const QByteArray &window, const QString &key, int milliseconds) const
+{
+    bool succeeded = false;
+    const QString seconds = QString::number(milliseconds / 1000.0);
+    (void)run("xdotool", {"windowfocus", "--sync", window, "keydown", key, "sleep", seconds, "keyup", key}, &succeeded);
+    return succeeded;
+}
+
 QByteArray VirtualDisplay::run(const QString &program, const QStringList &arguments, bool *succeeded) const
 {
     QProcess process;

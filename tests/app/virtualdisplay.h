@@ -30,6 +30,8 @@ public:
     [[nodiscard]] bool click(const QByteArray &window, QPoint place) const;
     /// Gives a window the focus, which nobody else does here, and presses a key in it.
     [[nodiscard]] bool press(const QByteArray &window, const QString &key) const;
+    /// The same, and keeps the key down for so long; the display repeats it.
+    [[nodiscard]] bool hold(const QByteArray &window, const QString &key, int milliseconds) const;
 
 private:
     [[nodiscard]] QByteArray run(const QString &program, const QStringList &arguments, bool *succeeded = nullptr) const;

@@ -75,6 +75,9 @@ grep -q "^error: no recorder disk in .*/none: " <<<"$(run none)" || fail "withou
 ! grep -q bootstrap <<<"$(run none)" || fail "work was done for nothing"
 grep -q "/disks/disk is a recorder disk itself: looking for disks in .*/disks$" <<<"$(run disks/disk)" ||
   fail "a disk itself: $(run disks/disk)"
+cp -R disks/disk disks/.hidden
+grep -q "^error: .*/disks/.hidden begins with a dot" <<<"$(run disks/.hidden)" || fail "a hidden disk: $(run disks/.hidden)"
+[ "$(run "")" = "error: usage: script/run [DIR]" ] || fail "without a name: $(run "")"
 [ "$(run disks)" = bootstrap ] || fail "a folder with a disk: $(run disks)"
 
 # What four runs have not used goes, and what the last of them used stays.
