@@ -14,9 +14,8 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kMostBytesForUsual =
-    64 * kMiB; // 70 slices with large contexts and alpha; encoders make up to 30
-constexpr std::int64_t kMostBytesForLarge = 128 * kMiB;
+constexpr std::int64_t kUsualSliceBytes = 64 * kMiB; // 70 slices with large contexts and alpha; encoders make up to 30
+constexpr std::int64_t kLargeSliceBytes = 128 * kMiB;
 
 // What FFmpeg keeps of each slice: tables, three rows of four planes in 16 and in 32 bits, and the contexts.
 constexpr std::int64_t kTableBytes = 40'000;
@@ -171,7 +170,7 @@ bool hasBoundedSlices(const AVCodecParameters &video)
         return true;
     const bool isLarge = std::int64_t{video.width} * video.height > kUsualPixels;
     const std::int64_t bytes = bytesOfSlices(video);
-    return bytes >= 0 && bytes <= (isLarge ? kMostBytesForLarge : kMostBytesForUsual);
+    return bytes >= 0 && bytes <= (isLarge ? kLargeSliceBytes : kUsualSliceBytes);
 }
 
 } // namespace quorvale::ffmpeg

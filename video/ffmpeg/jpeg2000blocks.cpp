@@ -17,14 +17,14 @@ namespace {
 using Area = Jpeg2000Header::Area;
 using Component = Jpeg2000Header::Component;
 
-constexpr std::int64_t kMostBytesForUsual = 96 * kMiB;
-constexpr std::int64_t kMostBytesForLarge = 512 * kMiB; // 7680x4320 with three components in blocks of 16x16 takes 500
+constexpr std::int64_t kUsualBlockBytes = 96 * kMiB;
+constexpr std::int64_t kLargeBlockBytes = 512 * kMiB; // 7680x4320 with three components in blocks of 16x16 takes 500
 constexpr std::int64_t kMostSteps = 1'000'000;
 constexpr std::int64_t kMostTiles = 1024; // 510 of 256x256 make the largest picture
 
 // What FFmpeg keeps of each.
 constexpr std::int64_t kBytesATile = 24'576;
-constexpr std::int64_t kBytesASample = 4;
+constexpr std::int64_t kBytesOfASample = 4;
 constexpr std::int64_t kBytesAPrecinct = 400; // of one band, with its two tag trees
 constexpr std::int64_t kBytesABlock = 160;
 
@@ -45,7 +45,7 @@ struct Cost
 
     [[nodiscard]] bool fits(bool isLarge) const
     {
-        return bytes <= (isLarge ? kMostBytesForLarge : kMostBytesForUsual) && steps <= kMostSteps;
+        return bytes <= (isLarge ? kLargeBlockBytes : kUsualBlockBytes) && steps <= kMostSteps;
     }
 };
 
@@ -98,7 +98,7 @@ void addTile(Cost &cost, const Jpeg2000Header &header, const Area &tile)
     for (const Component &component : header.components) {
         const Area own{divideUp(tile.left, component.dx), divideUp(tile.top, component.dy),
                        divideUp(tile.right, component.dx), divideUp(tile.bottom, component.dy)};
-        cost.bytes += (own.right - own.left) * (own.bottom - own.top) * kBytesASample;
+        cost.bytes += (own.right - own.left) * (own.bottom - own.top) * kBytesOfASample;
         for (std::size_t resolution = 0; resolution <= component.style.levels; ++resolution)
             addResolution(cost, component, own, resolution, header.layers);
     }

@@ -21,7 +21,7 @@ enum Marker : std::uint32_t {
 };
 
 constexpr std::size_t kMostComponents = 4; // of FFmpeg's decoder
-constexpr int kMostBoxes = 16;
+constexpr int kMostBoxesBefore = 16;
 
 // Past the end there are zeros.
 class ByteReader
@@ -101,7 +101,7 @@ private:
         if (!isInBoxes)
             m_bytes.goTo(0);
         bool isFound = !isInBoxes;
-        for (int box = 0; box < kMostBoxes && !isFound; ++box) {
+        for (int box = 0; box < kMostBoxesBefore && !isFound; ++box) {
             const std::size_t begin = m_bytes.position();
             const std::size_t length = m_bytes.read(4);
             isFound = m_bytes.read(4) == kCodestream;

@@ -55,7 +55,7 @@ private:
 
 constexpr std::int64_t kMostTableBytesTwice = 52 * kMiB;
 
-InputPtr open(const char *path)
+InputPtr openInput(const char *path)
 {
     AVFormatContext *input = nullptr;
     return InputPtr(openSingleInput(input, path) ? input : nullptr);
@@ -64,7 +64,7 @@ InputPtr open(const char *path)
 // Closes the file before it is opened to be read: the tables of a long one do not fit into memory twice.
 std::optional<ProbingCost> costOf(const char *path)
 {
-    const InputPtr ahead = open(path);
+    const InputPtr ahead = openInput(path);
     return ahead ? std::optional(probingCost(*ahead)) : std::nullopt;
 }
 
@@ -100,7 +100,7 @@ bool probeWithinBudget(AVFormatContext &input)
     const int index = findBestStream(&input, AVMEDIA_TYPE_VIDEO, codec);
     // The header of a file with long tables says enough.
     const bool fitsTwice = tableBytes(*input.pb) <= kMostTableBytesTwice;
-    const InputPtr again = index >= 0 && fitsTwice ? open(input.url) : nullptr;
+    const InputPtr again = index >= 0 && fitsTwice ? openInput(input.url) : nullptr;
     if (again)
         describeByDecoding(*input.streams[index], *again, *codec);
     return true;

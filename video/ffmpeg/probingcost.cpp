@@ -16,8 +16,8 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kMostBytesForUsual = 192 * kMiB;
-constexpr std::int64_t kMostBytesForLarge = 896 * kMiB;
+constexpr std::int64_t kUsualProbingBytes = 192 * kMiB;
+constexpr std::int64_t kLargeProbingBytes = 896 * kMiB;
 // With three planes of two bytes a sample, which is the most that the decoders have which refer to pictures.
 constexpr int kMostBytesAPixel = 6;
 
@@ -151,7 +151,7 @@ ProbingCost probingCost(AVFormatContext &input)
         isLarge = isLarge || claim.pixels() > kUsualPixels;
         bytes += isVideo ? claim.bytes() : 0;
     }
-    cost.fits = cost.fits && bytes <= (isLarge ? kMostBytesForLarge : kMostBytesForUsual);
+    cost.fits = cost.fits && bytes <= (isLarge ? kLargeProbingBytes : kUsualProbingBytes);
     return cost;
 }
 

@@ -31,7 +31,7 @@ public:
 
     // O_NONBLOCK: opening a pipe does not wait for a writer.
     explicit Descriptor(const char *path)
-        : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+        : m_number(::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
     {
     }
     ~Descriptor()
