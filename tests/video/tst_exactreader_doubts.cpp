@@ -255,6 +255,23 @@ private slots:
                      qPrintable(QString::number(near.counters.picturesDecoded)));
         }
     }
+
+    // This reader has less memory than the literal one, and a decoder that gets none loses a picture without a word.
+    void picturesAfterOneThatFoundNoMemory_areRefused()
+    {
+        const QString path = makeStream(
+            folder.path(),
+            {"references.ts",
+             words(
+                 "-c:v libx264 -preset ultrafast -crf 40 -pix_fmt yuv422p10le -x264-params ref=10:keyint=40:bframes=3"),
+             60,
+             {1920, 1088}});
+        const LiteralPictures literal(path);
+        QVERIFY(literal.count() > 50);
+        const ExactComparison result = compareExactly(literal, {12, 16, 20, 30, 45, 59, 60});
+        QCOMPARE(result.difference, QString());
+        QVERIFY(result.refused > 0);
+    }
 };
 
 TEST_CLASS(TestExactReaderDoubts, QCoreApplication)

@@ -57,6 +57,11 @@ void Decoding::flush()
     ffmpeg::flush(*m_decoder);
 }
 
+bool Decoding::lacksMemory() const
+{
+    return ffmpeg::PictureBudget::wasDenied(*m_decoder);
+}
+
 void Decoding::setStrict(bool strict)
 {
     ffmpeg::setStrict(*m_decoder, strict);

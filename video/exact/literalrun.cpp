@@ -39,7 +39,10 @@ LiteralRun::LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &co
 LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame)
 {
     for (;;) {
-        switch (m_worker->decoding.receive(frame)) {
+        const Decoding::Output output = m_worker->decoding.receive(frame);
+        if (m_worker->decoding.lacksMemory())
+            return Step::Failed; // The literal reader has more, and may count what is missing here.
+        switch (output) {
         case Decoding::Output::Picture:
             m_failuresInARow = 0;
             if (isLeading(pictures, Decoding::pictureOf(frame)))

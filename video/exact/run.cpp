@@ -28,6 +28,8 @@ Run::Step Run::next(AVFrame &frame)
     m_begun = true;
     for (;;) {
         const Decoding::Output output = m_worker.decoding.receive(frame);
+        if (m_worker.decoding.lacksMemory())
+            return Step::Failed;
         if (output == Decoding::Output::Failed) {
             if (!isLeading(m_latest) || ++m_failures > kMostFailures)
                 return Step::Failed;

@@ -14,6 +14,7 @@ extern "C" {
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <list>
 #include <new>
 #include <utility>
 
@@ -54,8 +55,20 @@ bool hasMoreThan8Bits(const AVFrame &picture)
 
 } // namespace
 
+struct PictureBudget::Borrower
+{
+    explicit Borrower(Account &from)
+        : account(from)
+    {
+    }
+
+    Account &account;
+    std::atomic<bool> wasDenied{false};
+};
+
 struct PictureBudget::Account : std::enable_shared_from_this<Account>
 {
+    std::list<Borrower> borrowers; ///< every decoder so far, which finds its place by `opaque`
     std::atomic<std::int64_t> lentBytes{0};
     std::atomic<std::int64_t> mostPixels{0}; ///< of the pictures so far
     const Reader reader;
@@ -110,13 +123,19 @@ PictureBudget::PictureBudget(Reader reader, std::int64_t tableBytes)
 
 void PictureBudget::limit(AVCodecContext &decoder) const
 {
-    decoder.opaque = m_account.get();
+    decoder.opaque = &m_account->borrowers.emplace_back(*m_account);
     decoder.get_buffer2 = lend;
+}
+
+bool PictureBudget::wasDenied(const AVCodecContext &decoder)
+{
+    return static_cast<const Borrower *>(decoder.opaque)->wasDenied;
 }
 
 int PictureBudget::lend(AVCodecContext *decoder, AVFrame *picture, int flags)
 {
-    Account &account = *static_cast<Account *>(decoder->opaque);
+    Borrower &borrower = *static_cast<Borrower *>(decoder->opaque);
+    Account &account = borrower.account;
     const int status = avcodec_default_get_buffer2(decoder, picture, flags);
     if (status < 0 || !picture->buf[0])
         return status;
@@ -126,6 +145,7 @@ int PictureBudget::lend(AVCodecContext *decoder, AVFrame *picture, int flags)
     AVBufferRef *wrapped =
         fits ? av_buffer_create(picture->buf[0]->data, picture->buf[0]->size, takeBack, lent.get(), 0) : nullptr;
     if (!wrapped) {
+        borrower.wasDenied = true;
         av_frame_unref(picture);
         return AVERROR(ENOMEM);
     }

@@ -39,11 +39,14 @@ public:
     explicit PictureBudget(Reader reader = Reader::First, std::int64_t tableBytes = 0);
 
     /// Has `decoder`, which is not opened yet, take its pictures' memory from here. Takes its `opaque` and
-    /// `get_buffer2`.
+    /// `get_buffer2`. Not for several threads at once.
     void limit(AVCodecContext &decoder) const;
+    /// Whether `decoder`, which was limited, ever got no memory. It then lacks a picture that it does not tell of.
+    [[nodiscard]] static bool wasDenied(const AVCodecContext &decoder);
 
 private:
     struct Account;
+    struct Borrower;
     struct Lent;
 
     static int lend(AVCodecContext *decoder, AVFrame *picture, int flags);
