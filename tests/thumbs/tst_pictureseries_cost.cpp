@@ -60,10 +60,17 @@ std::pair<QVector<QByteArray>, long> thumbnails(const FFVideo &video, const Read
     return {pictures, decoderwork::counts().packets};
 }
 
-bool showTracesOfMemory(const QString &path)
+// But for pictures that show what was in memory before.
+bool areSame(const QVector<QByteArray> &found, const QVector<QByteArray> &expected, const QString &path)
 {
+    if (found == expected || found.size() != expected.size())
+        return found == expected;
     const QVector<int> traces = picturesWithTracesOfMemory(path);
-    return std::any_of(std::begin(kThumbnails), std::end(kThumbnails), [&](int n) { return traces.contains(n); });
+    for (int i = 0; i < found.size(); ++i) {
+        if (found.at(i) != expected.at(i) && !traces.contains(kThumbnails[i]))
+            return false;
+    }
+    return true;
 }
 
 std::optional<Cost> costOf(const QString &path)
@@ -80,8 +87,7 @@ std::optional<Cost> costOf(const QString &path)
     quorvale::PictureSeries series(video, {std::begin(kThumbnails), std::end(kThumbnails)});
     const auto [found, exactly] =
         thumbnails(video, [&](int frame, Picture &picture) { return series.read(frame, picture); });
-    const bool isSame = found == expected || showTracesOfMemory(path);
-    return Cost{exactly, literally, series.counters().picturesDecoded, isSame};
+    return Cost{exactly, literally, series.counters().picturesDecoded, areSame(found, expected, path)};
 }
 
 } // namespace

@@ -44,9 +44,9 @@ struct ExactComparison
 };
 
 /// Reads the pictures `targets` with a new ExactReader, in this order. `processors`: they are announced, and the reader
-/// may decode that many at once.
+/// may decode that many at once. More than `mostUnrepeatable` unrepeatable pictures are a difference.
 [[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,
-                                             std::optional<int> processors = {});
+                                             std::optional<int> processors = {}, int mostUnrepeatable = 0);
 
 /// The same for a file that is read literally only for this.
 [[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);

@@ -134,8 +134,8 @@ private slots:
                     unopened.append(int(seed));
                 continue;
             }
-            const ExactComparison one = compareExactly(literal, shuffled(targets, unsigned(seed)));
-            const ExactComparison five = compareExactly(literal, announced(seed), 2);
+            const ExactComparison one = compareExactly(literal, shuffled(targets, unsigned(seed)), {}, targets.size());
+            const ExactComparison five = compareExactly(literal, announced(seed), 2, targets.size());
             single.add(one);
             ahead.add(five);
             if (one.unrepeatable + five.unrepeatable > 0)

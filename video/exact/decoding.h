@@ -53,7 +53,8 @@ public:
     /// Takes the next picture, if there is one.
     Output receive(AVFrame &frame);
     void flush();
-    /// Whether the decoder ever got no memory for a picture. What it outputs then is not what one with more memory does.
+    /// Whether the decoder ever got no memory for a picture. What it outputs then is not what one with more memory
+    /// does.
     [[nodiscard]] bool lacksMemory() const;
     /// Whether damage is to be refused, instead of making the best of it.
     void setStrict(bool strict);
