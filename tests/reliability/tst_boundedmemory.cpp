@@ -203,6 +203,9 @@ private slots:
                                         matroskaElement("46AE", "\1") + matroskaElement("465C", large));
         QTest::newRow("Matroska, attachments")
             << hugeMatroska("EC", "EC", 0, matroskaElement("1941A469", attachment + attachment));
+        HugeJpeg2000 headed;
+        headed.headerBytes = 32 << 20;
+        QTest::newRow("AVI, a stream's header") << headed.avi();
     }
 
     void headers_areRefused_thatClaimTables()
