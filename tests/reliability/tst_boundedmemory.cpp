@@ -314,10 +314,9 @@ private slots:
         picture.lowest = 0x11;
         QTest::newRow("JPEG 2000 in precincts of four pixels")
             << writeFile(dir.path(), "precincts.ts", picture.avi()) << qint64{2000} << false << false << kUsualMiB;
-        QTest::newRow("FFV1 in 900 slices")
-            << encoded("ffv1", {"-f", "lavfi", "-i", "color=s=1920x1088:r=25", "-frames:v", "1", "-c:v", "ffv1",
-                                "-level", "3", "-slices", "900", "-coder", "1", "-context", "1", "-f", "matroska"})
-            << qint64{200000} << false << false << kUsualMiB;
+        QTest::newRow("FFV1 in 900 slices") << ffv1("900", "yuv420p") << qint64{200000} << false << false << kUsualMiB;
+        QTest::newRow("FFV1 in 256 slices, 4:4:4 with alpha and 16 bits")
+            << ffv1("256", "yuva444p16le", 21) << qint64{2000000} << true << false << kUsualMiB;
         const QByteArray large = readFile(keeping16("3840x2160", "yuv420p", 12));
         const QByteArray usual = readFile(keeping16("1920x1088", "yuv420p", 24));
         QTest::newRow("H.264 that becomes smaller")
@@ -368,6 +367,13 @@ private:
                        {"-f", "lavfi", "-i", "color=s=" + size + ":r=25", "-frames:v", QString::number(pictures),
                         "-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", pixels, "-x265-params",
                         "ref=5:bframes=4:b-pyramid=1:log-level=none", "-f", "mpegts"});
+    }
+    [[nodiscard]] QString ffv1(const QString &slices, const QString &pixels, int pictures = 1) const
+    {
+        const QStringList picture = {"-f", "lavfi", "-i", "color=s=1920x1088:r=25", "-frames:v"};
+        return encoded("ffv1" + pixels,
+                       picture + QStringList{QString::number(pictures), "-pix_fmt", pixels, "-slices", slices} +
+                           QString("-c:v ffv1 -level 3 -coder 1 -context 1 -f matroska").split(' '));
     }
 
     const QTemporaryDir dir;
