@@ -68,8 +68,8 @@ QByteArray HugeJpeg2000::avi() const
     avih[24] = 1; // streams
     const QByteArray strh = QByteArray("vidsMJ2C") + QByteArray(12, '\0') + little(1) + little(25) + little(0) +
                             little(3) + QByteArray(20, '\0');
-    const QByteArray strf =
-        little(40) + little(width) + little(height) + QByteArray("\1\0\x18\0MJ2C", 8) + QByteArray(20, '\0');
+    const QByteArray strf = little(40) + little(width) + little(height) + QByteArray("\1\0\x18\0MJ2C", 8) +
+                            QByteArray(20 + headerBytes, '\0');
     const QByteArray header =
         "hdrl" + chunk("avih", avih) + chunk("LIST", "strl" + chunk("strh", strh) + chunk("strf", strf));
     return chunk("RIFF", "AVI " + chunk("LIST", header) + chunk("LIST", "movi" + chunk("00dc", bytes()).repeated(3)));

@@ -22,6 +22,7 @@ struct HugeJpeg2000
     quint8 precincts = 0xFF;  ///< the exponents of their height and width, at all resolutions
     quint8 lowest = 0xFF;     ///< at the lowest resolution
     bool isInTileToo = false; ///< the style, again in the header of the tile
+    int headerBytes = 0;      ///< after that of the AVI file's stream
 
     [[nodiscard]] QByteArray bytes() const;
     /// Three such pictures.

@@ -2,7 +2,22 @@
 
 #include "video/ffmpeg/filebytes.h"
 
+#include <algorithm>
+
 namespace quorvale::ffmpeg {
+
+ClaimWatch::ClaimWatch(const Structures &structures)
+    : m_structures(structures)
+{
+    for (const std::uint32_t *one = structures.firstBeginning; one != structures.endOfBeginnings; ++one)
+        m_isFirstByte[*one >> 24] = true;
+}
+
+bool ClaimWatch::beginsStructure(std::uint32_t fourBytes) const
+{
+    return m_isFirstByte[fourBytes >> 24] && std::find(m_structures.firstBeginning, m_structures.endOfBeginnings,
+                                                       fourBytes) != m_structures.endOfBeginnings;
+}
 
 bool ClaimWatch::allows(int descriptor, std::int64_t position, const unsigned char *bytes, int size)
 {
@@ -12,7 +27,7 @@ bool ClaimWatch::allows(int descriptor, std::int64_t position, const unsigned ch
     for (int i = 0; i < size && isContent(); ++i) {
         m_lastFourBytes = m_lastFourBytes << 8 | bytes[i];
         const std::int64_t begin = position + i - 3;
-        if (!m_structures.begin(m_lastFourBytes) || m_seen.count(begin) != 0)
+        if (!beginsStructure(m_lastFourBytes) || m_seen.count(begin) != 0)
             continue;
         FileBytes file(descriptor);
         const std::int64_t cost = m_structures.bytes(file, begin, kMostBytes);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <set>
 
@@ -14,10 +15,11 @@ class FileBytes;
 class ClaimWatch
 {
 public:
-    /// What begins with four bytes that are a number.
     struct Structures
     {
-        bool (*begin)(std::uint32_t fourBytes);
+        /// What they begin with: four bytes each, as a number.
+        const std::uint32_t *firstBeginning;
+        const std::uint32_t *endOfBeginnings;
         /// The memory that FFmpeg takes for the one at `position`, or more than `most`.
         std::int64_t (*bytes)(FileBytes &file, std::int64_t position, std::int64_t most);
     };
@@ -25,10 +27,7 @@ public:
     /// The most memory for all of them.
     static constexpr std::int64_t kMostBytes = 52 * 1024 * 1024;
 
-    explicit ClaimWatch(const Structures &structures)
-        : m_structures(structures)
-    {
-    }
+    explicit ClaimWatch(const Structures &structures);
 
     /// Looks at `size` bytes that were read at `position` of the open file `descriptor`. False if they are to be
     /// withheld, then and from then on.
@@ -41,11 +40,14 @@ public:
     [[nodiscard]] std::int64_t bytes() const { return m_bytes; }
 
 private:
+    [[nodiscard]] bool beginsStructure(std::uint32_t fourBytes) const;
+
     Structures m_structures;
-    std::set<std::int64_t> m_seen;     ///< where structures began that cost something
-    std::int64_t m_bytes = 0;          ///< for all of them
-    std::int64_t m_next = 0;           ///< after what was read last
-    std::uint32_t m_lastFourBytes = 0; ///< before there
+    std::array<bool, 256> m_isFirstByte{}; ///< of a structure; all bytes of a recording are looked at
+    std::set<std::int64_t> m_seen;         ///< where structures began that cost something
+    std::int64_t m_bytes = 0;              ///< for all of them
+    std::int64_t m_next = 0;               ///< after what was read last
+    std::uint32_t m_lastFourBytes = 0;     ///< before there
 };
 
 } // namespace quorvale::ffmpeg

@@ -8,20 +8,24 @@ extern "C" {
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kUsualSliceBytes = 64 * kMiB; // 70 slices with large contexts and alpha; encoders make up to 30
-constexpr std::int64_t kLargeSliceBytes = 128 * kMiB;
+// 256 slices of 1920x1080 with large contexts and alpha; encoders make up to 30. The decoder holds two or three
+// pictures beside them, whatever their size: less than a budget of pictures.
+constexpr std::int64_t kMostSliceBytes = 132 * kMiB;
 
-// What FFmpeg keeps of each slice: tables, three rows of four planes in 16 and in 32 bits, and the contexts.
+// What FFmpeg uses for each slice: tables, three rows of four planes in 32 bits, as wide as the slice, and the
+// contexts.
 constexpr std::int64_t kTableBytes = 40'000;
-constexpr std::int64_t kRowBytesAPixel = 72;
+constexpr std::int64_t kRowBytesAPixel = 48;
 constexpr std::int64_t kBytesAContext = 32;
 
+constexpr int kParityBytes = 4; // configuration_record_crc_parity
 constexpr std::int64_t kMostSlices = 1024;
 constexpr std::int64_t kMostContexts = 32768;
 constexpr int kMostQuantTableSets = 8;
@@ -59,6 +63,9 @@ public:
         m_low = nextByte() << 8;
         m_low |= nextByte();
     }
+
+    /// The last `bytes` are not its own.
+    void leaveOut(int bytes) { m_end -= std::min<std::ptrdiff_t>(bytes, m_end - m_next); }
 
     bool readFlag(States &states) { return readBit(states.bits[0]); }
 
@@ -133,8 +140,10 @@ std::int64_t bytesOfSlices(const AVCodecParameters &video)
     RangeDecoder header(video.extradata, video.extradata_size);
     States states;
     const std::int64_t version = header.readSymbol(states);
-    if (version > 2)
-        header.readSymbol(states);       // micro_version
+    if (version > 2) {
+        header.leaveOut(kParityBytes);
+        header.readSymbol(states); // micro_version
+    }
     if (header.readSymbol(states) > 1) { // coder_type
         for (int i = 1; i < 256; ++i)
             header.readSymbol(states, true); // state_transition_delta
@@ -158,8 +167,8 @@ std::int64_t bytesOfSlices(const AVCodecParameters &video)
         contexts = std::max(contexts, inSet);
     }
     const std::int64_t planes = 1 + (hasChroma || version < 4 ? 1 : 0) + (hasAlpha ? 1 : 0);
-    return columns * rows *
-           (kTableBytes + kRowBytesAPixel * std::max(video.width, 0) + planes * contexts * kBytesAContext);
+    return columns * rows * (kTableBytes + planes * contexts * kBytesAContext) +
+           rows * kRowBytesAPixel * std::max(video.width, 0);
 }
 
 } // namespace
@@ -168,9 +177,8 @@ bool hasBoundedSlices(const AVCodecParameters &video)
 {
     if (video.extradata_size <= 0) // of versions 0 and 1, which have one slice
         return true;
-    const bool isLarge = std::int64_t{video.width} * video.height > kUsualPixels;
     const std::int64_t bytes = bytesOfSlices(video);
-    return bytes >= 0 && bytes <= (isLarge ? kLargeSliceBytes : kUsualSliceBytes);
+    return bytes >= 0 && bytes <= kMostSliceBytes;
 }
 
 } // namespace quorvale::ffmpeg

@@ -4,8 +4,8 @@
 
 namespace quorvale::ffmpeg {
 
-/// The lists of Matroska: tracks, attachments, chapters, tags, and the tables of places. FFmpeg keeps a structure for
-/// each entry, and an empty entry is two bytes.
+/// The lists of Matroska: tracks, attachments, chapters, tags, titles, and the tables of places. FFmpeg keeps a
+/// structure for each entry, and two copies of its content; an empty entry is two bytes.
 extern const ClaimWatch::Structures kMatroskaLists;
 
 } // namespace quorvale::ffmpeg

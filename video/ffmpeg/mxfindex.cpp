@@ -8,21 +8,22 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kBytesAnEntry = 34; // FFmpeg's entry, its time, offset and flags
-constexpr std::int64_t kBytesAnItem = 8;   // none; but to look at one takes time
+constexpr std::int64_t kBytesAnEntry = 34;     // FFmpeg's entry, its time, offset and flags
+constexpr std::int64_t kBytesAnItem = 8;       // none; but to look at one takes time
+constexpr std::int64_t kBytesASet = 16 * 1024; // much less; but FFmpeg compares each with all before it
 constexpr int kKeyBytes = 16;
 
 // SMPTE ST 298: each key begins with these.
-constexpr std::uint32_t kKeyBeginning = 0x060E2B34;
+constexpr std::uint32_t kKeyBeginnings[] = {0x060E2B34};
 // SMPTE ST 377-1, 11.2.1. The eighth byte is a version.
 constexpr std::uint32_t kSegment[] = {0x02530100, 0x0D010201, 0x01100100};
 
 constexpr std::uint64_t kIndexEntryArray = 0x3F0A;
 constexpr std::uint64_t kIndexDuration = 0x3F0D;
 
-bool beginsKey(std::uint32_t fourBytes)
+bool isSet(FileBytes &file, std::int64_t key)
 {
-    return fourBytes == kKeyBeginning;
+    return file.number(key + 4, 2) == kSegment[0] >> 16;
 }
 
 bool isSegment(FileBytes &file, std::int64_t key)
@@ -35,7 +36,7 @@ bool isSegment(FileBytes &file, std::int64_t key)
 std::int64_t segmentBytes(FileBytes &file, std::int64_t key, std::int64_t most)
 {
     if (!isSegment(file, key))
-        return 0;
+        return isSet(file, key) ? kBytesASet : 0;
     std::int64_t position = key + kKeyBytes + 1;
     std::uint64_t length = file.number(position - 1, 1);
     if ((length & 0x80) != 0) {
@@ -63,6 +64,6 @@ std::int64_t segmentBytes(FileBytes &file, std::int64_t key, std::int64_t most)
 
 } // namespace
 
-const ClaimWatch::Structures kMxfIndexTables{beginsKey, segmentBytes};
+const ClaimWatch::Structures kMxfIndexTables{std::begin(kKeyBeginnings), std::end(kKeyBeginnings), segmentBytes};
 
 } // namespace quorvale::ffmpeg

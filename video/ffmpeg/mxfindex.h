@@ -4,7 +4,7 @@
 
 namespace quorvale::ffmpeg {
 
-/// The index table segments of MXF. FFmpeg makes an index of as many entries as one claims to describe.
+/// The sets of MXF, and its index table segments: FFmpeg makes an index of as many entries as one claims to describe.
 extern const ClaimWatch::Structures kMxfIndexTables;
 
 } // namespace quorvale::ffmpeg

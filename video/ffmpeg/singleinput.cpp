@@ -25,6 +25,10 @@ int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDict
     return AVERROR(EPERM);
 }
 
+// FFmpeg copies a stream's header four times while it probes. The longest are some hundred bytes of parameter sets, or
+// a few KB of codebooks.
+constexpr std::int64_t kMostStreamHeaderBytes = 1024 * 1024;
+
 // Some containers open what they name with a context of their own. That inherits the protocols which are allowed.
 bool restrictToItself(AVFormatContext &input)
 {
@@ -52,6 +56,17 @@ InputFormat *formatOf(AVIOContext &file, const char *path)
     const std::optional<std::int64_t> bytes = mp4TableBytes(file);
     noteTables(file, bytes.value_or(0));
     return bytes ? format : nullptr;
+}
+
+// Attachments are what their containers may claim.
+bool hasShortHeaders(const AVFormatContext &input)
+{
+    std::int64_t bytes = 0;
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        const AVCodecParameters &stream = *input.streams[i]->codecpar;
+        bytes += stream.codec_type == AVMEDIA_TYPE_ATTACHMENT ? 0 : stream.extradata_size;
+    }
+    return bytes <= kMostStreamHeaderBytes;
 }
 
 // Opens `path` as a watched file, in the place of `file`, of which some was read.
@@ -88,7 +103,7 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
         return false;
     }
     input = opening;
-    if (!isContent(*file))
+    if (!isContent(*file) || !hasShortHeaders(*input))
         closeSingleInput(input);
     return input != nullptr;
 }
