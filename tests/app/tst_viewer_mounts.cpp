@@ -28,7 +28,7 @@ private slots:
     void initTestCase()
     {
         if (!whyNoMounts.isEmpty())
-            QSKIP(qPrintable("This machine allows no mounts here: " + QString::fromLocal8Bit(whyNoMounts)));
+            QSKIP(whyNoMounts.constData());
     }
 
     void deviceList_followsADisk_asItComesAndGoes()

@@ -2,24 +2,10 @@
 # bootstrap.sh SCRIPTS FOLDER: tests what script/bootstrap installs on a Debian, and that it says what is too old, in a copy
 # of SCRIPTS with stand-ins for the system's programs.
 set -euo pipefail
-scripts=$1 folder=$2
+. "$(dirname "${BASH_SOURCE[0]}")/standins.sh"
 
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-
-stand_in() { # NAME, its lines on the standard input
-  { echo '#!/bin/sh' && cat; } >"$folder/bin/$1"
-  chmod +x "$folder/bin/$1"
-}
-
-rm -rf "$folder"
-mkdir -p "$folder/bin"
-cp -R "$scripts" "$folder/script"
-unset QUORVALE_SKIP_BOOTSTRAP CXX
-export PATH=$folder/bin:/usr/bin:/bin folder missing='' unknown='' cmake=3.21.0 gcc='__clang__ 9' ffmpeg=0
-unset LC_ALL # apt then answers in the user's language
+export folder missing='' unknown='' cmake=3.21.0 gcc='__clang__ 9' ffmpeg=58.134.100 noffmpeg=0
+unset CXX LC_ALL # apt then answers in the user's language
 echo 'echo Linux' | stand_in uname
 echo 'echo 0' | stand_in id
 # shellcheck disable=SC2016 # the stand-ins read the variables
@@ -31,7 +17,7 @@ echo 'echo 0' | stand_in id
     echo >>"$folder/log"'
   stand_in cmake <<<'echo "cmake version $cmake"'
   stand_in c++ <<<'cat >/dev/null; case "$*" in *-E*) echo "$gcc" ;; esac'
-  stand_in pkg-config <<<'[ "$1" = --modversion ] && echo 58.1 || exit "$ffmpeg"'
+  stand_in pkg-config <<<'case $1 in --exists) exit "$noffmpeg" ;; --modversion) echo "$ffmpeg" ;; esac'
 }
 bootstrap() {
   rm -f "$folder/log"
@@ -53,4 +39,5 @@ expect "this system has no package qt6-base-dev: it takes Debian 12"
 missing=''
 cmake=3.18.4 expect "CMake 3.18.4 is too old: 3.21 or later is needed"
 gcc='__clang__ 8' expect "GCC 8 is too old: 9 or later is needed"
-ffmpeg=1 expect "libavcodec 58.1 is too old"
+ffmpeg=58.54.100 expect "libavcodec 58.54.100 is too old"
+noffmpeg=1 ffmpeg='' bootstrap test || fail "what the build says better: $said"

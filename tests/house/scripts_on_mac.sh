@@ -1,24 +1,9 @@
 #!/usr/bin/env bash
-# scripts_on_mac.sh ROOT FOLDER: tests what the commands say on a Mac, as far as that is possible elsewhere: in a copy of
+# scripts_on_mac.sh SCRIPTS FOLDER: tests what the commands say on a Mac, as far as that is possible elsewhere: in a copy of
 # their folder, with stand-ins for other programs.
 set -euo pipefail
-root=$1 folder=$2
+. "$(dirname "${BASH_SOURCE[0]}")/standins.sh"
 
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-
-stand_in() { # NAME, its lines on the standard input
-  { echo '#!/bin/sh' && cat; } >"$folder/bin/$1"
-  chmod +x "$folder/bin/$1"
-}
-
-rm -rf "$folder"
-mkdir -p "$folder/bin"
-cp -R "$root/script" "$folder/script"
-export PATH=$folder/bin:/usr/bin:/bin
-unset QUORVALE_SKIP_BOOTSTRAP
 echo 'echo Darwin' | stand_in uname
 stand_in xcode-select </dev/null
 echo 'echo cmake version 3.21.0' | stand_in cmake

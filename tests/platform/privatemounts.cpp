@@ -15,7 +15,7 @@ namespace {
 
 QByteArray failure(const char *what)
 {
-    return QByteArray(what).append(": ").append(std::strerror(errno));
+    return QByteArray("This machine allows no mounts here: ").append(what).append(": ").append(std::strerror(errno));
 }
 
 bool write(const QString &path, const QByteArray &text)

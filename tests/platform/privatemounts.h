@@ -4,8 +4,8 @@
 #include <QString>
 
 /// Gives this process a mount namespace of its own, so that nobody else sees what a test mounts; an ordinary user also
-/// gets a user namespace. Called first in main(), while there is one thread. Empty if mounting now works; otherwise why
-/// this machine does not allow it.
+/// gets a user namespace. Called first in main(), while there is one thread. Empty if mounting now works; otherwise
+/// why tests that mount are skipped.
 QByteArray enterPrivateMounts();
 
 /// A mount on a folder; its destructor unmounts it, with all mounts inside.

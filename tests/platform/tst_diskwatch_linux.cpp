@@ -71,7 +71,7 @@ private slots:
     void initTestCase()
     {
         if (!whyNoMounts.isEmpty())
-            QSKIP(qPrintable("This machine allows no mounts here: " + QString::fromLocal8Bit(whyNoMounts)));
+            QSKIP(whyNoMounts.constData());
         QVERIFY(m_root.isValid());
         m_folder = m_root.filePath(QStringLiteral("disk"));
         QVERIFY(QDir().mkpath(m_folder));

@@ -168,7 +168,7 @@ private slots:
     void visit_goesTheSameWay_onAReadOnlyDisk()
     {
         if (!whyNoMounts.isEmpty())
-            QSKIP(qPrintable("This machine allows no mounts here: " + QString::fromLocal8Bit(whyNoMounts)));
+            QSKIP(whyNoMounts.constData());
         const QTemporaryDir mountPoint;
         const Mount disk = Mount::disk(mountPoint.path());
         QVERIFY(disk.isMounted());

@@ -8,10 +8,10 @@ namespace quorvale::ffmpeg {
 
 class FileBytes;
 
-/// Keeps from FFmpeg, while it opens a file, the structures that would cost it much memory: it comes by them in ways of
-/// its own, forwards, by the file's tables of places, or by looking for the next one after damage. But whatever it
-/// finds it has read before. So what is read is searched for where such structures begin; each is looked at once, and
-/// added up. The read that brings one too many fails.
+/// Keeps from FFmpeg, from opening a file on, the structures that would cost it much memory: it comes by them in ways
+/// of its own, forwards, by the file's tables of places, at the first seek, or by looking for the next one after
+/// damage. But whatever it finds it has read before. So what is read is searched for where such structures begin; each
+/// is looked at once, and added up. The read that brings one too many fails, and so do all after it.
 class ClaimWatch
 {
 public:

@@ -20,14 +20,14 @@ namespace {
 // A whole multiplex of a dozen programmes has about as many. Each stream of a small file takes some 100 KB.
 constexpr int kMostStreams = 128;
 
+// FFmpeg copies a stream's header four times while it probes. The longest are some hundred bytes of parameter sets, or
+// a few KB of codebooks.
+constexpr std::int64_t kMostStreamHeaderBytes = 1024 * 1024;
+
 int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
     return AVERROR(EPERM);
 }
-
-// FFmpeg copies a stream's header four times while it probes. The longest are some hundred bytes of parameter sets, or
-// a few KB of codebooks.
-constexpr std::int64_t kMostStreamHeaderBytes = 1024 * 1024;
 
 // Some containers open what they name with a context of their own. That inherits the protocols which are allowed.
 bool restrictToItself(AVFormatContext &input)
@@ -37,7 +37,7 @@ bool restrictToItself(AVFormatContext &input)
     return av_opt_set(&input, "protocol_whitelist", "none", 0) >= 0;
 }
 
-// The containers whose structures are watched while FFmpeg opens them.
+// The containers whose structures are watched while FFmpeg reads them.
 const ClaimWatch::Structures *structuresOf(const InputFormat &format)
 {
     if (av_match_name("matroska", format.name) > 0)
