@@ -1,5 +1,5 @@
 #include "tests/support/testclass.h"
-#include "video/bitstream/accessunit.h"
+#include "video/bitstream/accessunitreader.h"
 #include "video/bitstream/bytestream.h"
 #include "video/bitstream/parametersethistory.h"
 
@@ -79,6 +79,17 @@ private slots:
             std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random() % 4 / 2); });
             QCOMPARE(unitsIn(bytes), unitsByHand(bytes));
         }
+    }
+
+    void bytesBeforeSlices_areParameterSetsAndMessages()
+    {
+        const auto before = [](quorvale::VideoCoding coding, const Unit &bytes) {
+            return int(quorvale::bytesBeforeSlices(coding, bytes.data(), bytes.size()));
+        };
+        QCOMPARE(before(quorvale::VideoCoding::H264, {0, 0, 0, 1, 9, 16, 0, 0, 1, 0x67, 5, 0, 0, 1, 0x65, 7}), 11);
+        QCOMPARE(before(quorvale::VideoCoding::Hevc, {0, 0, 1, 0x42, 1, 5, 0, 0, 1, 0x26, 1, 7}), 6);
+        QCOMPARE(before(quorvale::VideoCoding::Mpeg2, {0, 0, 1, 0xB3, 5, 0, 0, 1, 0, 8, 0, 0, 1, 1, 7}), 10);
+        QCOMPARE(before(quorvale::VideoCoding::Mpeg2, {0, 0, 1, 0xB3, 5}), 5);
     }
 
     void parameterSets_areNewRepeatedAndChanged_byTheirKey()

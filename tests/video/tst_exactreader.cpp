@@ -64,34 +64,34 @@ private:
     static QMap<QString, Most> most()
     {
         return {
-            {"h264-b-closed.ts", {0, 0, 65, 67}},
-            {"h264-b-interlaced.ts", {0, 0, 64, 66}},
-            {"h264-b-open.ts", {0, 0, 69, 71}},
-            {"h264-cut.ts", {0, 0, 80, 82}},
-            {"h264-headers-once.ts", {0, 0, 65, 67}},
-            {"h264-intra.ts", {0, 0, 51, 53}},
+            {"h264-b-closed.ts", {0, 0, 65, 65}},
+            {"h264-b-interlaced.ts", {0, 0, 64, 64}},
+            {"h264-b-open.ts", {0, 0, 69, 69}},
+            {"h264-cut.ts", {0, 0, 80, 80}},
+            {"h264-headers-once.ts", {0, 0, 65, 65}},
+            {"h264-intra.ts", {0, 0, 51, 51}},
             {"h264-packets-lost.ts", {39, 5, 16, 0}}, // damaged everywhere
-            {"h264-pyramid.ts", {0, 0, 67, 69}},
+            {"h264-pyramid.ts", {0, 0, 67, 67}},
             {"h264-refresh.ts", {0, 0, 430, 430}}, // nowhere to begin but at the start
-            {"h264-slices.ts", {0, 0, 65, 67}},
-            {"h264-starts-in-the-middle.ts", {0, 0, 85, 87}},
+            {"h264-slices.ts", {0, 0, 65, 65}},
+            {"h264-starts-in-the-middle.ts", {0, 0, 85, 85}},
             {"h264.mp4", {42, 5, 0, 0}}, // no start codes
-            {"h264.ts", {0, 0, 65, 67}},
-            {"hdmv.ts", {0, 0, 65, 67}},
-            {"hevc-closed.ts", {0, 0, 65, 67}},
-            {"hevc-idr.ts", {0, 0, 65, 67}},
-            {"hevc-layers.ts", {0, 0, 68, 70}},
-            {"hevc-open.ts", {0, 0, 69, 71}},
+            {"h264.ts", {0, 0, 65, 65}},
+            {"hdmv.ts", {0, 0, 65, 65}},
+            {"hevc-closed.ts", {0, 0, 65, 65}},
+            {"hevc-idr.ts", {0, 0, 65, 65}},
+            {"hevc-layers.ts", {0, 0, 68, 68}},
+            {"hevc-open.ts", {0, 0, 69, 69}},
             {"hevc-raw.265", {42, 5, 0, 0}}, // no display times
-            {"hevc-two-layers.ts", {0, 0, 68, 70}},
-            {"hevc.ts", {0, 0, 68, 70}},
+            {"hevc-two-layers.ts", {0, 0, 68, 68}},
+            {"hevc.ts", {0, 0, 68, 68}},
             {"mjpeg.avi", {15, 5, 0, 0}}, // another codec
-            {"mpeg2-33-bit-wrap.ts", {0, 0, 66, 68}},
-            {"mpeg2-b-interlaced.ts", {0, 0, 64, 66}},
-            {"mpeg2-b.ts", {0, 0, 64, 66}},
+            {"mpeg2-33-bit-wrap.ts", {0, 0, 66, 66}},
+            {"mpeg2-b-interlaced.ts", {0, 0, 64, 64}},
+            {"mpeg2-b.ts", {0, 0, 64, 64}},
             {"mpeg2-bits-flipped.ts", {39, 5, 194, 0}}, // damaged everywhere
-            {"mpeg2-starts-in-the-middle.ts", {0, 0, 77, 79}},
-            {"mpeg2.ts", {0, 0, 66, 68}},
+            {"mpeg2-starts-in-the-middle.ts", {0, 0, 77, 77}},
+            {"mpeg2.ts", {0, 0, 66, 66}},
         };
     }
 

@@ -4,8 +4,6 @@
 
 #include <QtTest>
 
-#include <exception>
-
 namespace {
 
 constexpr int kFrames = 400;
@@ -22,15 +20,15 @@ struct Row
 };
 
 constexpr Row kRows[] = {
-    {"h264, open groups, MBAFF", "libx264", "keyint=28:open-gop=1:tff=1", true, true, 90},
-    {"h264, open groups, fake fields", "libx264", "keyint=28:open-gop=1:fake-interlaced=1", false, true, 90},
-    {"h264, 4 slices", "libx264", "keyint=24:open-gop=1:slices=4", false, true, 75},
-    {"h264, groups of 250", "libx264", "keyint=250:min-keyint=250:scenecut=0", false, false, 140},
+    {"h264, open groups, MBAFF", "libx264", "keyint=28:open-gop=1:tff=1", true, true, 87},
+    {"h264, open groups, fake fields", "libx264", "keyint=28:open-gop=1:fake-interlaced=1", false, true, 87},
+    {"h264, 4 slices", "libx264", "keyint=24:open-gop=1:slices=4", false, true, 72},
+    {"h264, groups of 250", "libx264", "keyint=250:min-keyint=250:scenecut=0", false, false, 138},
     // From the start on: there is nowhere else to begin.
     {"h264, intra refresh", "libx264", "keyint=24:intra-refresh=1", false, false, 270},
     {"hevc, open groups of 50", "libx265", "keyint=50:open-gop=1:bframes=4:b-pyramid=1:log-level=none", false, false,
-     25},
-    {"hevc, groups of 250", "libx265", "keyint=250:min-keyint=250:scenecut=0:log-level=none", false, false, 130},
+     23},
+    {"hevc, groups of 250", "libx265", "keyint=250:min-keyint=250:scenecut=0:log-level=none", false, false, 128},
 };
 
 } // namespace
@@ -54,12 +52,7 @@ private:
         looped.groups = 2;
         looped.times = 8;
         looped.changes.clearsExactMatch = true;
-        try {
-            writeLoopedGroup(looped);
-        } catch (const std::exception &error) {
-            qWarning("%s", error.what());
-            return {};
-        }
+        writeLoopedGroup(looped);
         return QString::fromStdString(looped.path);
     }
 

@@ -31,4 +31,7 @@ public:
 /// Null only without memory.
 [[nodiscard]] std::unique_ptr<AccessUnitReader> makeAccessUnitReader(VideoCoding coding);
 
+/// How many bytes come before the first slice: parameter sets, and what else is said before a picture.
+[[nodiscard]] std::size_t bytesBeforeSlices(VideoCoding coding, const std::uint8_t *data, std::size_t size);
+
 } // namespace quorvale

@@ -18,6 +18,12 @@ enum class NalUnitType : std::uint8_t {
     FillerData = 12,
 };
 
+/// Of a picture's slices, or their partitions (table 7-1).
+[[nodiscard]] inline bool isVcl(NalUnitType type)
+{
+    return type >= NalUnitType::NonIdrSlice && type <= NalUnitType::IdrSlice;
+}
+
 /// ITU-T H.264, 7.3.1, nal_unit()
 struct NalUnit
 {

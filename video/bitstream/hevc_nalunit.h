@@ -55,6 +55,12 @@ enum class NalUnitType : std::uint8_t {
     return type == NalUnitType::RadlN || type == NalUnitType::RadlR;
 }
 
+/// Of a picture's slices, those of reserved types included (table 7-1).
+[[nodiscard]] inline bool isVcl(NalUnitType type)
+{
+    return type < NalUnitType::Vps;
+}
+
 /// Slice segment of a type that is not reserved.
 [[nodiscard]] inline bool isSliceSegment(NalUnitType type)
 {

@@ -2,6 +2,8 @@
 
 #include "video/ffmpeg/compat.h"
 
+#include <algorithm>
+
 namespace quorvale {
 
 bool DecodingWorker::start(const StartPlan &plan, ExactCounters &counters)
@@ -9,8 +11,7 @@ bool DecodingWorker::start(const StartPlan &plan, ExactCounters &counters)
     ++counters.runs;
     decoding.setStrict(false);
     for (const StartPlan::Primer &primer : plan.primers) {
-        ++counters.picturesDecoded;
-        if (!prime(primer))
+        if (!prime(primer, plan.coding))
             return false;
     }
     decoding.flush();
@@ -19,17 +20,21 @@ bool DecodingWorker::start(const StartPlan &plan, ExactCounters &counters)
     return true;
 }
 
-bool DecodingWorker::prime(const StartPlan::Primer &primer)
+// Without its slices, which would only cost time.
+bool DecodingWorker::prime(const StartPlan::Primer &primer, VideoCoding coding)
 {
     decoding.flush();
-    const ffmpeg::PacketPtr sent = ffmpeg::makePacket();
-    const ffmpeg::FramePtr dropped = ffmpeg::makeFrame();
+    const ffmpeg::PacketPtr whole = ffmpeg::makePacket();
     for (const PlannedPacket &packet : primer.packets) {
-        if (!packets->read(packet, primer.ways, *sent))
+        if (!packets->read(packet, primer.ways, *whole))
             return false;
-        decoding.send(*sent, packet.picture);
-        while (decoding.receive(*dropped) == Decoding::Output::Picture) {
-        }
+        const std::size_t size = bytesBeforeSlices(coding, whole->data, static_cast<std::size_t>(whole->size));
+        const ffmpeg::PacketPtr parameters = ffmpeg::makePacket();
+        if (av_new_packet(parameters.get(), static_cast<int>(size)) < 0 ||
+            av_packet_copy_props(parameters.get(), whole.get()) < 0)
+            return false;
+        std::copy_n(whole->data, size, parameters->data);
+        decoding.send(*parameters, packet.picture);
     }
     return true;
 }

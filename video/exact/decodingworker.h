@@ -1,5 +1,6 @@
 #pragma once
 
+#include "video/bitstream/accessunitreader.h"
 #include "video/exact/decoding.h"
 #include "video/exact/exactcounters.h"
 #include "video/exact/packetsource.h"
@@ -13,7 +14,7 @@ namespace quorvale {
 /// How decoding is to begin at an entry point.
 struct StartPlan
 {
-    /// A picture to show to the decoder first, because it sets parameters; what comes out is dropped.
+    /// A picture of which the decoder is shown the parameters first.
     struct Primer
     {
         std::vector<PlannedPacket> packets;
@@ -22,8 +23,9 @@ struct StartPlan
 
     std::vector<Primer> primers;
     WaysIn ways = {-1, -1, -1}; ///< to the entry point's first packet
-    std::int64_t depth = 0;     ///< of the decoder, see Decoding::depth()
-    bool strict = false;        ///< any complaint of the decoder means damage that no packet showed
+    VideoCoding coding{};
+    std::int64_t depth = 0; ///< of the decoder, see Decoding::depth()
+    bool strict = false;    ///< any complaint of the decoder means damage that no packet showed
 };
 
 /// A decoder with packets of its own, and what it knows. Belongs to one thread at a time.
@@ -43,7 +45,7 @@ struct DecodingWorker
     PictureIndex knowsUpTo; ///< it was shown every picture before it that sets parameters
 
 private:
-    bool prime(const StartPlan::Primer &primer);
+    bool prime(const StartPlan::Primer &primer, VideoCoding coding);
 };
 
 } // namespace quorvale

@@ -162,8 +162,7 @@ bool FrameSource::isProven(const Anchor &anchor, OutputIndex place)
 PlanningRules FrameSource::rules(const Anchor &anchor) const
 {
     PlanningRules rules;
-    rules.isH264 = m_coding == VideoCoding::H264;
-    rules.isHevc = m_coding == VideoCoding::Hevc;
+    rules.coding = m_coding;
     rules.byReferenceSets = m_byReferenceSets;
     rules.depth = anchor.depth;
     if (m_worker)

@@ -8,7 +8,7 @@ namespace quorvale {
 
 namespace {
 
-// Pictures that are shown to a decoder only because they set parameters. More than a few are not worth it.
+// Pictures of which a decoder is shown the parameters first. To read more than a few is not worth it.
 constexpr std::size_t kMostPrimers = 6;
 // Pictures after the target, in decode order, with one of which it comes out at last.
 constexpr std::int64_t kFeedOn = 2 * kMostReordering;
@@ -60,7 +60,8 @@ void leaveOutUnreferenced(NeededPictures &needed, const PictureList &pictures, c
         const CodedPicture &picture = pictures.picture(i);
         // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
         // before it. In H.264 it would be missed all the same, where frame numbers are counted.
-        const bool mayBeReferredTo = picture.isReference && !(rules.isHevc && picture.isOutputBefore(first));
+        const bool mayBeReferredTo =
+            picture.isReference && !(rules.coding == VideoCoding::Hevc && picture.isOutputBefore(first));
         const bool completesTarget = i > section.target && !picture.isOutputBefore(wanted);
         if (i != section.target && !mayBeReferredTo && !picture.setsParameters && !completesTarget)
             needed.leaveOut(i);
@@ -84,10 +85,11 @@ std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex ent
         return std::nullopt;
     const CodedPicture &first = pictures.picture(entry);
     plan.ways = waysTo(pictures, first.firstPacket);
+    plan.coding = rules.coding;
     plan.depth = rules.depth;
     // After an open recovery point even an undamaged stream has memory commands about pictures before it, which would
     // count as errors.
-    plan.strict = rules.isHevc || first.randomAccess == RandomAccess::Idr;
+    plan.strict = rules.coding == VideoCoding::Hevc || first.randomAccess == RandomAccess::Idr;
     return plan;
 }
 
@@ -125,12 +127,13 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     const PictureIndex target = stretch.at(place);
     const CodedPicture &first = pictures.picture(entry.picture);
     // Draining can lose pictures in H.264, after recovery points.
-    const bool isDrained = !rules.isH264 || first.randomAccess == RandomAccess::Idr;
+    const bool isDrained = rules.coding != VideoCoding::H264 || first.randomAccess == RandomAccess::Idr;
     const PictureIndex end =
         isDrained ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
 
     NeededPictures needed(entry.picture, end);
-    if (rules.leavesOut && !(rules.isHevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
+    if (rules.leavesOut &&
+        !(rules.coding == VideoCoding::Hevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
         leaveOutUnreferenced(needed, pictures, {entry.picture, target, end}, rules);
     for (OutputIndex i = entry.place; i <= place; ++i) {
         if (stretch.at(i) < end && needed.isNeeded(stretch.at(i)))

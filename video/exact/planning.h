@@ -10,8 +10,7 @@ namespace quorvale {
 /// What a plan depends on besides the pictures.
 struct PlanningRules
 {
-    bool isH264 = false;
-    bool isHevc = false;
+    VideoCoding coding{};
     bool byReferenceSets = true; ///< HEVC: leaves out what they do not reach
     std::int64_t depth = 0;      ///< of the decoder that was seen, see Decoding::depth()
     PictureIndex primeFrom;      ///< the first picture whose parameters the decoder may not know
