@@ -67,6 +67,11 @@ void Decoding::setStrict(bool strict)
     ffmpeg::setStrict(*m_decoder, strict);
 }
 
+void Decoding::setShowsAll(bool showsAll)
+{
+    ffmpeg::setShowsAll(*m_decoder, showsAll);
+}
+
 std::int64_t Decoding::depth() const
 {
     return m_decoder->has_b_frames;

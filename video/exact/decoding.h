@@ -58,6 +58,8 @@ public:
     [[nodiscard]] bool lacksMemory() const;
     /// Whether damage is to be refused, instead of making the best of it.
     void setStrict(bool strict);
+    /// Whether H.264 pictures come out that the decoder does not know to be whole, see StartPlan.
+    void setShowsAll(bool showsAll);
     /// How many pictures that are output later the decoder waits for before it outputs one.
     [[nodiscard]] std::int64_t depth() const;
     /// Has it wait for no fewer than that.

@@ -16,6 +16,7 @@ bool DecodingWorker::start(const StartPlan &plan, ExactCounters &counters)
     }
     decoding.flush();
     decoding.setDepth(plan.depth);
+    decoding.setShowsAll(plan.showsAll);
     decoding.setStrict(plan.strict);
     return true;
 }

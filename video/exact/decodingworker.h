@@ -25,7 +25,10 @@ struct StartPlan
     WaysIn ways = {-1, -1, -1}; ///< to the entry point's first packet
     VideoCoding coding{};
     std::int64_t depth = 0; ///< of the decoder, see Decoding::depth()
-    bool strict = false;    ///< any complaint of the decoder means damage that no packet showed
+    /// FFmpeg's H.264 decoder takes what it was shown after a recovery point for damaged until the point's own picture
+    /// has come out, and then what was decoded before that; without this it loses pictures where it is drained.
+    bool showsAll = false;
+    bool strict = false; ///< any complaint of the decoder means damage that no packet showed
 };
 
 /// A decoder with packets of its own, and what it knows. Belongs to one thread at a time.

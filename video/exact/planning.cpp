@@ -10,8 +10,6 @@ namespace {
 
 // Pictures of which a decoder is shown the parameters first. To read more than a few is not worth it.
 constexpr std::size_t kMostPrimers = 6;
-// Pictures after the target, in decode order, with one of which it comes out at last.
-constexpr std::int64_t kFeedOn = 2 * kMostReordering;
 
 WaysIn waysTo(const PictureList &pictures, PacketIndex packet)
 {
@@ -41,29 +39,20 @@ void addLeading(RunPlan &plan, const PictureList &pictures, const EntryPoint &en
     }
 }
 
-struct Section
-{
-    PictureIndex entry;
-    PictureIndex target;
-    PictureIndex end;
-};
-
 // By what the pictures themselves say about being referred to:
-//     output order   K . . r . . T . r      decoded   K r . . T r . . r
-//     what comes out K     r     T . r                K r     T r   . r    . : no other picture refers to it
-void leaveOutUnreferenced(NeededPictures &needed, const PictureList &pictures, const Section &section,
+//     output order   K . . r . . T      decoded   K r . . T
+//     what comes out K     r     T                K r     T    . : no other picture refers to it
+void leaveOutUnreferenced(NeededPictures &needed, const PictureList &pictures, PictureIndex entry, PictureIndex target,
                           const PlanningRules &rules)
 {
-    const CodedPicture &first = pictures.picture(section.entry);
-    const CodedPicture &wanted = pictures.picture(section.target);
-    for (PictureIndex i = section.entry; i < section.end; ++i) {
+    const CodedPicture &first = pictures.picture(entry);
+    for (PictureIndex i = entry; i < target; ++i) {
         const CodedPicture &picture = pictures.picture(i);
         // In HEVC nothing that is output after an entry point refers to a picture that is decoded after it and output
         // before it. In H.264 it would be missed all the same, where frame numbers are counted.
         const bool mayBeReferredTo =
             picture.isReference && !(rules.coding == VideoCoding::Hevc && picture.isOutputBefore(first));
-        const bool completesTarget = i > section.target && !picture.isOutputBefore(wanted);
-        if (i != section.target && !mayBeReferredTo && !picture.setsParameters && !completesTarget)
+        if (!mayBeReferredTo && !picture.setsParameters)
             needed.leaveOut(i);
     }
 }
@@ -124,27 +113,19 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     RunPlan plan;
     plan.start = std::move(*start);
     addLeading(plan, pictures, entry);
+    plan.start.showsAll = rules.coding == VideoCoding::H264;
+    plan.isDrained = true;
     const PictureIndex target = stretch.at(place);
-    const CodedPicture &first = pictures.picture(entry.picture);
-    // Draining can lose pictures in H.264, after recovery points.
-    const bool isDrained = rules.coding != VideoCoding::H264 || first.randomAccess == RandomAccess::Idr;
-    const PictureIndex end =
-        isDrained ? target + 1 : std::min({target + 1 + kFeedOn, stretch.end(), pictures.settledEnd()});
-
-    NeededPictures needed(entry.picture, end);
+    NeededPictures needed(entry.picture, target + 1);
     if (rules.leavesOut &&
         !(rules.coding == VideoCoding::Hevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
-        leaveOutUnreferenced(needed, pictures, {entry.picture, target, end}, rules);
+        leaveOutUnreferenced(needed, pictures, entry.picture, target, rules);
     for (OutputIndex i = entry.place; i <= place; ++i) {
-        if (stretch.at(i) < end && needed.isNeeded(stretch.at(i)))
+        if (stretch.at(i) <= target && needed.isNeeded(stretch.at(i)))
             plan.outputs.push_back(stretch.at(i));
     }
-    const PictureIndex last = *std::max_element(plan.outputs.begin(), plan.outputs.end()); // The target is one of them.
-    for (PictureIndex i = entry.picture; i < end; ++i) {
+    for (PictureIndex i = entry.picture; i <= target; ++i)
         addPackets(plan.packets, pictures, i, needed.isNeeded(i));
-        if (i == last)
-            plan.drainsAfter = plan.packets.size();
-    }
     return plan;
 }
 

@@ -36,14 +36,13 @@ Run::Step Run::next(AVFrame &frame)
             continue;
         }
         if (output == Decoding::Output::Nothing) {
-            if (!m_drained && isToBeDrained()) {
-                m_drained = true;
-                m_worker.decoding.drain();
-                continue;
-            }
-            if (m_drained || m_sent == m_plan.packets.size())
+            const bool isAll = m_sent == m_plan.packets.size();
+            if (isAll && (m_drained || !m_plan.isDrained))
                 return Step::End;
-            if (!sendNext())
+            m_drained = isAll;
+            if (isAll)
+                m_worker.decoding.drain();
+            else if (!sendNext())
                 return Step::Failed;
             continue;
         }
@@ -52,8 +51,6 @@ Run::Step Run::next(AVFrame &frame)
             continue;
         if (m_received < m_plan.outputs.size() && (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
             return Step::Failed;
-        if (m_received == 0)
-            m_entryCameWith = m_latest;
         ++m_received;
         return Step::Picture;
     }
@@ -73,18 +70,6 @@ bool Run::sendNext()
     m_latest = packet.picture;
     // Before the entry point's own picture, what comes refers to what was not decoded.
     return m_worker.decoding.send(*m_packet, packet.picture) || isLeading(packet.picture);
-}
-
-// After a recovery point, FFmpeg's H.264 decoder takes what it was shown before the point's own picture came out for
-// damaged until its turn comes, and loses it where it is drained.
-bool Run::isToBeDrained() const
-{
-    if (m_sent != m_plan.drainsAfter)
-        return false;
-    const auto pending = m_plan.outputs.begin() + static_cast<std::ptrdiff_t>(m_received);
-    return m_sent == m_plan.packets.size() ||
-           (m_received > 0 && std::all_of(pending, m_plan.outputs.end(),
-                                          [&](PictureIndex picture) { return picture > m_entryCameWith; }));
 }
 
 bool Run::isLeading(PictureIndex picture) const

@@ -2,7 +2,6 @@
 
 #include "video/exact/decodingworker.h"
 
-#include <optional>
 #include <vector>
 
 namespace quorvale {
@@ -14,8 +13,7 @@ struct RunPlan
     std::vector<PlannedPacket> packets; ///< from the entry point on
     std::vector<PictureIndex> leading;  ///< may come out too: decoded after the entry point and output before it
     std::vector<PictureIndex> outputs;  ///< must come out, in this order; what comes after them is not foreseen
-    /// After so many packets the decoder is drained. Those that follow are for where that would lose one of `outputs`.
-    std::optional<std::size_t> drainsAfter;
+    bool isDrained = false;             ///< whether the decoder is drained after the last packet
 };
 
 /// Decodes what a plan says.
@@ -32,16 +30,14 @@ public:
 
 private:
     bool sendNext();
-    [[nodiscard]] bool isToBeDrained() const;
     [[nodiscard]] bool isLeading(PictureIndex picture) const;
 
     const RunPlan &m_plan;
     DecodingWorker &m_worker;
     ExactCounters &m_counters;
     ffmpeg::PacketPtr m_packet;
-    PictureIndex m_latest;        ///< the picture whose packet was sent last
-    PictureIndex m_entryCameWith; ///< the picture whose packet had been sent when the entry point's came out
-    int m_failures = 0;           ///< in leading pictures
+    PictureIndex m_latest; ///< the picture whose packet was sent last
+    int m_failures = 0;    ///< in leading pictures
     std::size_t m_sent = 0;
     std::size_t m_received = 0;
     bool m_begun = false;

@@ -69,6 +69,14 @@ void setStrict(AVCodecContext &decoder, bool strict)
         decoder.err_recognition &= ~AV_EF_EXPLODE;
 }
 
+void setShowsAll(AVCodecContext &decoder, bool showsAll)
+{
+    if (showsAll)
+        decoder.flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    else
+        decoder.flags &= ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
+}
+
 bool isDamaged(const AVFrame &picture)
 {
     return picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0;

@@ -41,6 +41,9 @@ void flush(AVCodecContext &decoder);
 /// Whether the decoder refuses what is damaged, instead of making the best of it, as it does at first.
 void setStrict(AVCodecContext &decoder, bool strict);
 
+/// Whether pictures come out that the decoder takes for damaged. By itself it drops them.
+void setShowsAll(AVCodecContext &decoder, bool showsAll);
+
 /// Whether the decoder says that something in the picture is wrong.
 [[nodiscard]] bool isDamaged(const AVFrame &picture);
 
