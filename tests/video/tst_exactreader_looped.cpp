@@ -5,8 +5,6 @@
 
 #include <QtTest>
 
-#include <exception>
-
 namespace {
 
 using quorvale::LoopedGroup;
@@ -20,27 +18,18 @@ struct Row
     int group;
     int pictures; ///< of the group
     bool inexact;
-    int decoded; ///< most pictures that are decoded for the five
+    int decoded;           ///< most pictures that are decoded for the five
+    int decodedInAnyOrder; ///< and for every 47th
 };
 
 constexpr int kPictures = 800;
 
 constexpr Row kRows[] = {
-    {"mpeg2-576i", "mpeg2-704x576i-16x11-subs.ts", 1, 36, false, 55},
-    {"h264-576i-fields", "h264-576i-12x11-bars.ts", 1, 30, false, 22},
-    {"h264-234p", "h264-234p-61s-truncated.ts", 1, 150, false, 22},
-    {"h264-1080i-inexact", "h264-1080i5994-dirtystart-mp2.ts", 3, 20, true, 48},
+    {"mpeg2-576i", "mpeg2-704x576i-16x11-subs.ts", 1, 36, false, 55, 146},
+    {"h264-576i-fields", "h264-576i-12x11-bars.ts", 1, 30, false, 22, 275},
+    {"h264-234p", "h264-234p-61s-truncated.ts", 1, 150, false, 22, 620},
+    {"h264-1080i-inexact", "h264-1080i5994-dirtystart-mp2.ts", 3, 20, true, 48, 150},
 };
-
-std::string make(const LoopedGroup &looped)
-{
-    try {
-        writeLoopedGroup(looped);
-        return {};
-    } catch (const std::exception &error) {
-        return error.what();
-    }
-}
 
 } // namespace
 
@@ -53,15 +42,13 @@ class TestExactReaderLooped : public QObject
 private:
     QTemporaryDir folder;
 
-    // Its path; empty, with a message, where it cannot be made.
+    // Its path.
     QString loop(LoopedGroup looped, const QString &source, const QString &name)
     {
         looped.source = source.toStdString();
         looped.path = folder.filePath(name).toStdString();
-        const std::string error = make(looped);
-        if (!error.empty())
-            qWarning("%s", error.c_str());
-        return error.empty() ? folder.filePath(name) : QString();
+        writeLoopedGroup(looped);
+        return folder.filePath(name);
     }
     static bool decodesCleanly(const QString &path)
     {
@@ -91,7 +78,6 @@ private slots:
         looped.times = kPictures / row.pictures + 1;
         looped.changes.clearsExactMatch = row.inexact;
         const QString path = loop(looped, *capture, "looped.ts");
-        QVERIFY(!path.isEmpty());
         looped.times = 4; // From the second time on all are alike.
         QVERIFY(decodesCleanly(loop(looped, *capture, "short.ts")));
 
@@ -103,12 +89,12 @@ private slots:
         QVERIFY(pictures.picture(301) != pictures.picture(302) || pictures.picture(302) != pictures.picture(303));
 
         const ExactComparison five = compareExactly(pictures, thumbnailTargets());
-        qInfo("%d delivered, %d refused, %lld decoded", five.delivered, five.refused,
-              static_cast<long long>(five.counters.picturesDecoded));
         QCOMPARE(five.difference, QString());
         QCOMPARE(five.delivered, 5);
-        QVERIFY(five.counters.picturesDecoded <= row.decoded);
         const ExactComparison any = compareExactly(pictures, shuffled(everyNth(0, 751, 47), 5));
+        qInfo("%d decoded, and %d", int(five.counters.picturesDecoded), int(any.counters.picturesDecoded));
+        QVERIFY(five.counters.picturesDecoded <= row.decoded);
+        QVERIFY(any.counters.picturesDecoded <= row.decodedInAnyOrder);
         QCOMPARE(any.difference, QString());
         QVERIFY(row.inexact ? any.delivered >= 8 : any.refused == 0);
     }
@@ -134,7 +120,6 @@ private slots:
         looped.times = 3;
         looped.changes.forgesRecoveryPoints = true;
         const QString path = loop(looped, base, "forged.ts");
-        QVERIFY(!path.isEmpty());
         const LiteralPictures pictures(path);
         const ExactComparison result = compareExactly(pictures, everyNth(0, pictures.count(), 13));
         qInfo("%d pictures, %d delivered, %d refused", pictures.count(), result.delivered, result.refused);
