@@ -42,7 +42,6 @@ class TestExactReaderLooped : public QObject
 private:
     QTemporaryDir folder;
 
-    // Its path.
     QString loop(LoopedGroup looped, const QString &source, const QString &name)
     {
         looped.source = source.toStdString();
