@@ -39,6 +39,14 @@ if(QUORVALE_SANITIZE)
   endif()
 endif()
 
+# quorvale_compile_together(<target> <files>): most of compiling a file is reading headers. Read once for so many files of
+# the target (0: for all) they take a third of the time.
+function(quorvale_compile_together target files)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${files})
+  # To GCC they look like headers, whose classes need no members of a type that only they know.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endfunction()
+
 # quorvale_add_room(<room> <source>...)
 # Makes the static library quorvale_<room> with the root of the house as its public include directory,
 # so that every include is written from the root: #include "archive/programme.h".
@@ -49,8 +57,6 @@ function(quorvale_add_room room)
   target_link_libraries(quorvale_${room} PRIVATE quorvale_flags)
   if(QUORVALE_SANITIZE)
     target_compile_options(quorvale_${room} PRIVATE ${quorvale_instrumentation})
-    # Most of compiling a file is reading Qt's headers. Read once for a room they take a third of the time; all other
-    # builds show that each file compiles by itself.
-    set_target_properties(quorvale_${room} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+    quorvale_compile_together(quorvale_${room} 0) # All other builds show that each file compiles by itself.
   endif()
 endfunction()

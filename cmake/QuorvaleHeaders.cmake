@@ -9,8 +9,9 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QUORVALE_SAN
 endif()
 
 # quorvale_precompile(<name> COMPONENT <component> [OPTIONS <option>...] HEADERS <header>...)
-# Headers for targets that use this component of Qt and what it needs, and nothing else: a header may test whether a macro
-# is defined, and must get the same answer in each target. So QtTest is never among them: it tests for its test's folder.
+# Headers for targets that use this component of Qt: a header may test whether a macro is defined, and must get the same
+# answer in each target. Those of QtCore and QtWidgets ask for no other component. QtTest is never among them: it asks for
+# its test's folder, and for QtGui.
 function(quorvale_precompile name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "OPTIONS;HEADERS")
   if(NOT quorvale_precompiles)

@@ -21,13 +21,13 @@ QByteArray fullBox(const char *type, const QByteArray &content)
     return box(type, number(0) + content);
 }
 
-const QByteArray zeros(80, '\0');
+const QByteArray kZeros(80, '\0');
 
 QByteArray sampleEntry(const HugeMp4 &file, const QByteArray &inside)
 {
-    const QByteArray begin = zeros.left(6) + QByteArray("\0\1", 2);
-    const QByteArray sound = zeros.left(8) + QByteArray("\0\1\0\x10\0\0\0\0", 8) + number(8000U << 16);
-    const QByteArray picture = zeros.left(16) + QByteArray("\0\x40\0\x30", 4) + zeros.left(50); // 64x48
+    const QByteArray begin = kZeros.left(6) + QByteArray("\0\1", 2);
+    const QByteArray sound = kZeros.left(8) + QByteArray("\0\1\0\x10\0\0\0\0", 8) + number(8000U << 16);
+    const QByteArray picture = kZeros.left(16) + QByteArray("\0\x40\0\x30", 4) + kZeros.left(50); // 64x48
     return box(file.isSound ? "sowt" : "avc1", begin + (file.isSound ? sound : picture) + inside);
 }
 
@@ -41,18 +41,18 @@ QByteArray track(const HugeMp4 &file, int id)
         fullBox("stsc", number(1) + number(1) + number(file.isSound ? file.samplesAChunk : file.samples) + number(1)) +
         (file.isHidden ? QByteArray() : sizes) + fullBox("stco", number(chunks) + QByteArray(int(chunks) * 4, '\0'));
     const QByteArray media = fullBox("mdhd", number(0) + number(0) + number(1000) + number(file.samples) + number(0)) +
-                             fullBox("hdlr", number(0) + (file.isSound ? "soun" : "vide") + zeros.left(13)) +
+                             fullBox("hdlr", number(0) + (file.isSound ? "soun" : "vide") + kZeros.left(13)) +
                              box("minf", box("stbl", table));
     const QByteArray edit = number(file.samples) + number(0) + number(1 << 16);
     const QByteArray edits = box("edts", fullBox("elst", number(quint32(file.edits)) + edit.repeated(file.edits)));
-    return box("trak", fullBox("tkhd", number(0) + number(0) + number(quint32(id)) + zeros.left(72)) +
+    return box("trak", fullBox("tkhd", number(0) + number(0) + number(quint32(id)) + kZeros.left(72)) +
                            (file.edits > 0 ? edits : QByteArray()) + box("mdia", media) +
                            (file.isNested ? box("trak", {}) : QByteArray()));
 }
 
 QByteArray header(const HugeMp4 &file)
 {
-    QByteArray movie = fullBox("mvhd", number(0) + number(0) + number(1000) + number(1000) + zeros);
+    QByteArray movie = fullBox("mvhd", number(0) + number(0) + number(1000) + number(1000) + kZeros);
     for (int id = 1; id <= file.tracks; ++id)
         movie += track(file, id);
     if (file.fragments > 0)

@@ -1,5 +1,6 @@
 #include "tests/support/teststreams.h"
 
+#include "tools/testpicture/keptstreams.h"
 #include "tools/testpicture/numberedstream.h"
 
 #include <QDir>
@@ -46,10 +47,15 @@ QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QSt
 {
     const QString path = QDir(folder).filePath(fileName);
     std::vector<std::string> words = {"-v", "error", "-nostdin", "-y"};
-    for (const QString &argument : arguments)
+    std::string recipe = QFileInfo(fileName).suffix().toStdString();
+    for (const QString &argument : arguments) {
         words.push_back(argument.toStdString());
+        // Of a file the content counts; its name is another one in each run.
+        recipe += '\n' + (QFileInfo(argument).isFile() ? readFile(argument) : argument.toUtf8()).toStdString();
+    }
     words.push_back(path.toStdString());
-    return pathWhereMade(path, runFFmpeg(words));
+    return pathWhereMade(path,
+                         keptstreams::makeOnce(path.toStdString(), recipe, [&words] { return runFFmpeg(words); }));
 }
 
 QString writeFile(const QString &folder, const QString &fileName, const QByteArray &content)

@@ -101,19 +101,12 @@ private slots:
     void forgedRecoveryPoints_areRefused_orDecodeTheSame()
     {
         // Cuts make I pictures that are no place to begin at: those after them refer to what came before.
-        const QString base = makeWithFFmpeg(
-            folder.path(), "cuts.ts",
-            {"-f",           "lavfi",
-             "-i",           "testsrc2=size=160x128:rate=25:duration=16",
-             "-vf",          "geq=lum='mod(lum(X\\,Y)+floor(N/20)*97\\,219)+16':cb='cb(X\\,Y)':cr='cr(X\\,Y)'",
-             "-c:v",         "libx264",
-             "-preset",      "veryfast",
-             "-pix_fmt",     "yuv420p",
-             "-g",           "200",
-             "-keyint_min",  "200",
-             "-refs",        "4",
-             "-bf",          "3",
-             "-x264-params", "open-gop=1:scenecut=100"});
+        const QString base =
+            makeWithFFmpeg(folder.path(), "cuts.ts",
+                           words("-f lavfi -i testsrc2=size=160x128:rate=25:duration=16 "
+                                 "-vf geq=lum='mod(lum(X\\,Y)+floor(N/20)*97\\,219)+16':cb='cb(X\\,Y)':cr='cr(X\\,Y)' "
+                                 "-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 200 -keyint_min 200 -refs 4 -bf 3 "
+                                 "-x264-params open-gop=1:scenecut=100"));
         QVERIFY(!base.isEmpty());
         LoopedGroup looped;
         looped.times = 3;

@@ -17,9 +17,8 @@ namespace quorvale::keptstreams {
 namespace {
 
 // Fowler, Noll and Vo's hash (FNV-1a) of 64 bits.
-std::uint64_t hashOf(const std::string &text)
+std::uint64_t hashOf(const std::string &text, std::uint64_t hash = 0xCBF29CE484222325U)
 {
-    std::uint64_t hash = 0xCBF29CE484222325U;
     for (const char c : text)
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
     return hash;
@@ -38,23 +37,16 @@ const std::string &ffmpegVersion()
     return version;
 }
 
-} // namespace
-
-std::string fileFor(const NumberedStream &stream)
+// The kept file of a recipe; empty if nothing is kept.
+std::string fileFor(const std::string &recipe)
 {
     const char *folder = std::getenv("QUORVALE_KEPT_STREAMS"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     if (!folder || !*folder)
         return {};
-    NumberedStream recipe = stream;
-    recipe.path = fs::path(stream.path).extension().string();   // It says which container is meant.
-    std::string text = QUORVALE_STREAM_MAKER + ffmpegVersion(); // the hash of the sources that draw the pictures
-    for (const std::string &argument : ffmpegArguments(recipe))
-        text += argument + '\n';
-    text += fs::path(stream.path).extension().string() + '\n'; // says which container, where no argument does
-    for (const unsigned number : {static_cast<unsigned>(stream.frames), stream.firstNumber, stream.look})
-        text += std::to_string(number) + '\n';
+    // The definition is a hash of the sources that draw the pictures.
+    const std::uint64_t hash = hashOf(recipe, hashOf(QUORVALE_STREAM_MAKER + ffmpegVersion()));
     char name[17] = "";
-    std::snprintf(name, sizeof name, "%016" PRIx64, hashOf(text));
+    std::snprintf(name, sizeof name, "%016" PRIx64, hash);
     return (fs::path(folder) / name).string();
 }
 
@@ -67,6 +59,7 @@ bool fetch(const std::string &kept, const std::string &path)
     return true;
 }
 
+// Unless that cannot be done.
 void keep(const std::string &path, const std::string &kept)
 {
     static std::atomic<int> copies{0};
@@ -77,6 +70,19 @@ void keep(const std::string &path, const std::string &kept)
         fs::rename(whole, kept, error);
     if (error)
         fs::remove(whole, error);
+}
+
+} // namespace
+
+ProcessEnd makeOnce(const std::string &path, const std::string &recipe, const std::function<ProcessEnd()> &make)
+{
+    const std::string kept = fileFor(recipe);
+    if (!kept.empty() && fetch(kept, path))
+        return {};
+    ProcessEnd result = make();
+    if (!kept.empty() && result.ok())
+        keep(path, kept);
+    return result;
 }
 
 } // namespace quorvale::keptstreams

@@ -1,22 +1,18 @@
 #pragma once
 
-#include "tools/testpicture/numberedstream.h"
+#include "tools/process/runprocess.h"
 
-/// Where encodeNumberedStream() keeps what it has made: the folder that the environment variable QUORVALE_KEPT_STREAMS
-/// names. Without the variable nothing is kept. Tests make the same streams again and again, in every build; from one
-/// recipe and one version of the ffmpeg program the same bytes come out.
+/// Tests make the same streams again and again, in every build; from one recipe and one version of the ffmpeg program
+/// the same bytes come out. So they are kept in the folder that the environment variable QUORVALE_KEPT_STREAMS names.
+/// Without the variable nothing is kept.
 ///
 /// A file appears in one step, so that any number of processes may use the folder at once. Each use renews its
 /// modification time: an old file is no longer needed.
 namespace quorvale::keptstreams {
 
-/// The kept file of `stream`, of whose `path` only the ending counts; empty if nothing is kept.
-[[nodiscard]] std::string fileFor(const NumberedStream &stream);
-
-/// Copies the kept file to `path`. False where there is none yet.
-[[nodiscard]] bool fetch(const std::string &kept, const std::string &path);
-
-/// Keeps a copy of the file at `path`, unless that cannot be done.
-void keep(const std::string &path, const std::string &kept);
+/// Has `make` make the file at `path`, or copies there what was made before. `recipe`: all that the file's bytes depend
+/// on, but for the ffmpeg program and the sources in this folder.
+[[nodiscard]] ProcessEnd makeOnce(const std::string &path, const std::string &recipe,
+                                  const std::function<ProcessEnd()> &make);
 
 } // namespace quorvale::keptstreams

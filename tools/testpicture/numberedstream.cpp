@@ -3,6 +3,7 @@
 #include "tools/testpicture/keptstreams.h"
 
 #include <cstdint>
+#include <filesystem>
 
 namespace quorvale {
 
@@ -51,22 +52,26 @@ std::vector<std::string> ffmpegArguments(const NumberedStream &stream)
 
 ProcessEnd encodeNumberedStream(const NumberedStream &stream)
 {
-    const std::string kept = keptstreams::fileFor(stream);
-    if (!kept.empty() && keptstreams::fetch(kept, stream.path))
-        return {};
-    int drawn = 0;
-    ProcessEnd result = runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
-        if (drawn == stream.frames)
-            return false;
-        bytes.resize(stream.picture.size());
-        drawNumberedPicture(bytes.data(), stream.picture, stream.firstNumber + static_cast<unsigned>(drawn),
-                            stream.look);
-        ++drawn;
-        return true;
+    NumberedStream nameless = stream;
+    nameless.path = std::filesystem::path(stream.path).extension().string(); // It says which container is meant.
+    std::string recipe;
+    for (const std::string &argument : ffmpegArguments(nameless))
+        recipe += argument + '\n';
+    for (const unsigned number : {static_cast<unsigned>(stream.frames), stream.firstNumber, stream.look})
+        recipe += std::to_string(number) + '\n';
+
+    return keptstreams::makeOnce(stream.path, recipe, [&stream] {
+        int drawn = 0;
+        return runFFmpeg(ffmpegArguments(stream), [&stream, &drawn](std::vector<std::uint8_t> &bytes) {
+            if (drawn == stream.frames)
+                return false;
+            bytes.resize(stream.picture.size());
+            drawNumberedPicture(bytes.data(), stream.picture, stream.firstNumber + static_cast<unsigned>(drawn),
+                                stream.look);
+            ++drawn;
+            return true;
+        });
     });
-    if (!kept.empty() && result.ok())
-        keptstreams::keep(stream.path, kept);
-    return result;
 }
 
 } // namespace quorvale
