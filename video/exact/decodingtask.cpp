@@ -18,7 +18,7 @@ void DecodingTask::run(const std::atomic<bool> &isEnding)
 {
     Run run(m_plan, *m_worker, m_counters);
     while (!m_found && !isEnding && run.next(*m_frame) == Run::Step::Picture) {
-        m_found = Decoding::pictureOf(*m_frame) == m_target;
+        m_found = Decoding::pictureOf(*m_frame) == m_target && run.isSoundUpTo(m_target);
         if (m_keepsChecksums)
             m_checksums.push_back(checksumOf(*m_frame));
     }

@@ -212,6 +212,8 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
     while (run.next(*m_nextFrame) == Run::Step::Picture) {
         if (Decoding::pictureOf(*m_nextFrame) != target)
             continue;
+        if (!run.isSoundUpTo(target))
+            break;
         m_worker->knowsUpTo = std::max(m_worker->knowsUpTo, target);
         takeNextFrame();
         m_frameNumber = anchor.numberAt(place);
