@@ -38,6 +38,7 @@ struct UnitCoding
     QString name;                     ///< as nalUnitType() takes it
     QVector<UnitStream> streams;      ///< the first one has several slices to a picture
     QByteArray endOfSequence;         ///< with its start code
+    QByteArray filmGrain{};           ///< a SEI message, if it has such
     QMap<QString, int> parameterSets; ///< their types, by name
 };
 
@@ -248,6 +249,16 @@ private slots:
         const QByteArray &end = coding.endOfSequence;
         QVERIFY(!tampered(sliced, 5, [&](NalUnits &units) { units.push_back(end); }).onePicture);
         QVERIFY(!tampered(sliced, 5, [&](NalUnits &units) { units.insert(units.begin(), end); }).onePicture);
+    }
+    void filmGrain_isADoubt_fromThereOn()
+    {
+        const VideoPackets video = readVideoPackets(pathOf(sliced));
+        const std::unique_ptr<AccessUnitReader> reader = makeReader();
+        for (std::size_t i = 0; i < 8; ++i) {
+            NalUnits units = nalUnitsOf(*video.packets[i]);
+            units.insert(units.begin(), i == 5 ? coding.filmGrain : QByteArray());
+            QCOMPARE(readUnit(*reader, bytesOf(units)).onePicture, i < 5 || coding.filmGrain.isEmpty());
+        }
     }
     void aParameterSetThatChanges_isTold_data()
     {

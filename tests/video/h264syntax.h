@@ -27,9 +27,9 @@ struct Sps
     std::uint32_t heightInMapUnits = 1;
     bool frameMbsOnly = true;
     bool mbAdaptiveFrameField = false;
-    std::uint32_t maxNumReorderFrames = 2;
+    std::optional<std::uint32_t> maxNumReorderFrames = 2;
 
-    /// Main profile, with a VUI that tells the depth of reordering.
+    /// Main profile, with a VUI that tells the depth of reordering, if any.
     [[nodiscard]] QByteArray write() const
     {
         BitWriter sps;
@@ -45,9 +45,18 @@ struct Sps
         sps.ue(maxNumRefFrames).flag(false).ue(widthInMbs - 1).ue(heightInMapUnits - 1).flag(frameMbsOnly);
         if (!frameMbsOnly)
             sps.flag(mbAdaptiveFrameField);
-        sps.flag(true).flag(false); // direct_8x8_inference_flag, frame_cropping_flag
-        sps.flag(true).u(0, 8);     // vui_parameters_present_flag, nothing up to pic_struct_present_flag
-        sps.flag(true).flag(true).ue(0).ue(0).ue(16).ue(16).ue(maxNumReorderFrames).ue(maxNumRefFrames + 2);
+        sps.flag(true).flag(false);                // direct_8x8_inference_flag, frame_cropping_flag
+        sps.flag(maxNumReorderFrames.has_value()); // vui_parameters_present_flag, nothing up to pic_struct_present_flag
+        if (maxNumReorderFrames)
+            sps.u(0, 8)
+                .flag(true)
+                .flag(true)
+                .ue(0)
+                .ue(0)
+                .ue(16)
+                .ue(16)
+                .ue(*maxNumReorderFrames)
+                .ue(maxNumRefFrames + 2);
         return sps.nalUnit("\x67");
     }
 };

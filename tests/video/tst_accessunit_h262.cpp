@@ -72,11 +72,13 @@ private:
 private slots:
     void aTableOfItsOwn_changesParameters()
     {
-        // quant_matrix_extension() after the picture's header
-        const AccessUnit unit = tampered(sliced, 5, [](NalUnits &units) {
-            units.insert(findSlice(units, "mpeg2"), QByteArray("\0\0\1\xB5\x30\x10", 6));
-        });
-        QVERIFY(unit.parametersChanged);
+        // quant_matrix_extension() after the picture's header, and where decoders take it, too
+        for (const bool isFirst : {false, true}) {
+            const AccessUnit unit = tampered(sliced, 5, [&](NalUnits &units) {
+                units.insert(isFirst ? units.begin() : findSlice(units, "mpeg2"), QByteArray("\0\0\1\xB5\x30\x10", 6));
+            });
+            QVERIFY(unit.parametersChanged);
+        }
     }
 
     void aSingleField_isNotOnePicture()

@@ -26,6 +26,7 @@ UnitCoding h264Streams()
                       refresh,
                       intra};
     coding.endOfSequence = QByteArray("\0\0\1\x0A\x80", 5);
+    coding.filmGrain = QByteArray("\0\0\1\6\x13\1\x80\x80", 8);
     coding.parameterSets = {{"SPS", 7}, {"PPS", 8}};
     return coding;
 }

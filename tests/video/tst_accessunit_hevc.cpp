@@ -27,6 +27,7 @@ UnitCoding hevcStreams()
     coding.name = "hevc";
     coding.streams = {{"hevc.ts", encoder("slices=2:open-gop=0")}, open, layers, twoLayers};
     coding.endOfSequence = QByteArray("\0\0\1\x48\x01\x80", 6);
+    coding.filmGrain = QByteArray("\0\0\1\x4E\1\x13\1\x80\x80", 9);
     coding.parameterSets = {{"VPS", 32}, {"SPS", 33}, {"PPS", 34}};
     return coding;
 }

@@ -63,6 +63,17 @@ private slots:
         QVERIFY2(two.counters.picturesDecoded <= 70, qPrintable(QString::number(two.counters.picturesDecoded)));
     }
 
+    void picturesOfOneSizeWithoutTimes_areToldApart()
+    {
+        // Flat ones of a few bytes: many share a PES packet, which has a time for its first.
+        const LiteralPictures pictures(makeWithFFmpeg(
+            folder.path(), "flat.vob",
+            words(
+                "-f lavfi -i color=gray:size=32x32,geq=lum=136+mod(N\\,8):cb=128:cr=128 -frames:v 300 -c:v mpeg2video "
+                "-q:v 2 -g 1 -f vob")));
+        QCOMPARE(compareExactly(pictures, backwards(everyNth(4, pictures.count() + 9, 9))).difference, QString());
+    }
+
     void withoutStartCodesOrDisplayTimes_nothingIsReadInVain_data()
     {
         QTest::addColumn<QString>("codec");

@@ -201,6 +201,20 @@ private slots:
         QVERIFY(refused >= 1);
     }
 
+    void damageInAPictureThatIsShownLater_isRefused()
+    {
+        // The B pictures before it in output order refer to it.
+        const QString whole =
+            makeWithFFmpeg(folder.path(), "fields.ts",
+                           words("-f lavfi -i testsrc2=size=128x96:rate=25 -frames:v 240 -c:v libx264 -preset veryfast "
+                                 "-x264-params keyint=20:open-gop=1:tff=1:bframes=2"));
+        const LiteralPictures noisy(
+            makeWithFFmpeg(folder.path(), "noisy.ts",
+                           {"-i", whole, "-c", "copy", "-bsf:v", "noise=amount='if(eq(mod(n,60),50),200,0)'"}));
+        for (const int target : {50, 51, 110})
+            QCOMPARE(compareExactly(noisy, {target}).difference, QString());
+    }
+
     void muchDamageThatNoPacketShows_costsLittle()
     {
         // In the data of pictures of every group with a wanted one; their headers still count.

@@ -1,95 +1,51 @@
+#include "tests/support/bitwriter.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
+#include "tests/video/h264syntax.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
 
-#include <stdexcept>
+#include <bitset>
+#include <string>
 
 namespace {
 
 constexpr int kDeepFrom = 80; // From here on there are B pictures that refer to B pictures,
 constexpr int kDeepEnd = 120; // up to here. Elsewhere no B picture fits into a group.
 
-// The bits of a unit's beginning, where there is no byte yet that only prevents a start code.
-class Bits
-{
-public:
-    explicit Bits(QByteArray &of)
-        : bytes(of)
-    {
-    }
-
-    void skip(int count) { at += count; }
-    bool bit()
-    {
-        const bool value = (bytes.at(byte()) & mask()) != 0;
-        ++at;
-        return value;
-    }
-    // In Exp-Golomb code: as many bits after the first one that is set as there are zeros before it.
-    unsigned number()
-    {
-        int zeros = 0;
-        while (!bit())
-            ++zeros;
-        unsigned value = 1;
-        for (; zeros > 0; --zeros)
-            value = value * 2 + unsigned(bit());
-        return value - 1;
-    }
-    void clearBit()
-    {
-        bytes[byte()] = char(bytes.at(byte()) & ~mask());
-        ++at;
-    }
-    // The last bit of a unit is set; zeros after it do not belong to it.
-    void endHere()
-    {
-        const int last = byte();
-        bytes[last] = char((bytes.at(last) & ~(2 * mask() - 1)) | mask());
-        for (int i = last + 1; i < bytes.size(); ++i)
-            bytes[i] = 0;
-    }
-
-private:
-    [[nodiscard]] int byte() const
-    {
-        if (at / 8 >= bytes.size())
-            throw std::runtime_error("the unit is too short");
-        return at / 8;
-    }
-    [[nodiscard]] int mask() const { return 0x80 >> at % 8; }
-
-    QByteArray &bytes;
-    int at = 0;
-};
-
 // An H.264 sequence parameter set of the main profile, without the part at its end that says how far pictures are
 // reordered; as long as before. Empty if it is another one.
-QByteArray withoutReorderingDepth(QByteArray set)
+QByteArray withoutReorderingDepth(const QByteArray &set)
 {
-    Bits bits(set);
-    bits.skip(4 * 8); // the unit's header, profile, constraints, level
-    bits.number();    // of the set
-    bits.number();    // length of frame numbers
-    const bool orderInSlices = bits.number() == 0;
-    bits.number(); // length of the order
-    bits.number(); // reference pictures
-    bits.bit();    // gaps in frame numbers are allowed
-    bits.number(); // width
-    bits.number(); // height
-    const bool framesOnly = bits.bit();
-    if (!orderInSlices || !framesOnly)
+    std::string bits;
+    for (const char byte : set)
+        bits += std::bitset<8>(static_cast<unsigned char>(byte)).to_string();
+    std::size_t at = std::size_t{4} * 8; // after the unit's header, profile, constraints, level
+    const auto number = [&] {            // in Exp-Golomb code
+        const std::size_t zeros = bits.find('1', at) - at;
+        at += 2 * zeros + 1;
+        return std::stoul(bits.substr(at - zeros - 1, zeros + 1), nullptr, 2) - 1;
+    };
+    number(); // of the set
+    number(); // length of frame numbers
+    const bool orderInSlices = number() == 0;
+    number();                                 // length of the order
+    number();                                 // reference pictures
+    ++at;                                     // gaps in frame numbers are allowed
+    number();                                 // width
+    number();                                 // height
+    if (!orderInSlices || bits.at(at) == '0') // fields
         return {};
-    bits.bit();       // motion vectors of the smallest blocks
-    if (bits.bit()) { // cropping
+    at += 2;                    // motion vectors of the smallest blocks
+    if (bits.at(at++) == '1') { // cropping
         for (int side = 0; side < 4; ++side)
-            bits.number();
+            number();
     }
-    bits.clearBit();
-    bits.endHere();
-    return set;
+    BitWriter changed; // the part is not there, and the last bit of a unit is set
+    for (const char bit : bits.substr(0, at) + "01")
+        changed.flag(bit == '1');
+    return changed.padded().leftJustified(set.size(), '\0');
 }
 
 } // namespace
@@ -100,6 +56,10 @@ class TestExactReaderReordering : public QObject
 {
     Q_OBJECT
 
+public:
+    enum class Rare { Unreferred, BInOrder, BReordered, UnreferredRecovery };
+    Q_ENUM(Rare)
+
 private:
     static constexpr int kFrames = 260;
     inline static const QVector<int> kTargets = {60, 200};
@@ -107,6 +67,38 @@ private:
     QTemporaryDir folder;
     QString announced; // in the sequence parameter set
     QString sudden;
+
+    static QByteArray rareStructure(Rare rare)
+    {
+        using h264syntax::Slice;
+        const bool recovers = rare == Rare::UnreferredRecovery;
+        h264syntax::Sps sps;
+        sps.log2MaxPicOrderCntLsbMinus4 = 8;
+        sps.log2MaxFrameNumMinus4 = 8;
+        sps.maxNumReorderFrames = recovers ? std::optional(1U) : std::nullopt;
+        const h264syntax::Pps pps;
+        QByteArray bytes;
+        Slice slice;
+        for (int i = 0; i < kFrames; ++i) {
+            const bool isKey = i % 20 == 0;
+            slice.idr = isKey && (i == 0 || !recovers || i > 160);
+            slice.frameNum = slice.idr ? 0 : slice.frameNum + (slice.refIdc != 0 ? 1 : 0);
+            slice.idrPicId = std::uint32_t(i / 20 % 2);
+            slice.type = isKey ? Slice::I : i == 70 && !recovers && rare != Rare::Unreferred ? Slice::B : Slice::P;
+            const bool isSecond = rare == Rare::BReordered && i == 166; // shown before the one before it
+            slice.refIdc = slice.type == Slice::B || isSecond || (rare == Rare::Unreferred && i % 2 != 0) ||
+                                   (recovers && isKey && !slice.idr)
+                               ? 0
+                               : 1;
+            slice.picOrderCntLsb = std::uint32_t(2 * (recovers && i < 180 ? i : i % 20) - (isSecond ? 3 : 0));
+            if (isKey)
+                bytes += sps.write() + pps.write();
+            if (isKey && !slice.idr)
+                bytes += QByteArray("\0\0\1\x06\x06\x01\xC4\x80", 8);
+            bytes += slice.write(sps, pps);
+        }
+        return bytes;
+    }
 
 private slots:
     void initTestCase()
@@ -179,6 +171,47 @@ private slots:
         // What lies in it is refused.
         const bool isInside = targets.last() >= kDeepFrom && targets.last() < kDeepEnd + 20;
         QCOMPARE(result.delivered, int(targets.size()) - (isInside ? 1 : 0));
+    }
+
+    void theEnd_isNotTheEarlier_whereLessIsReorderedThanBefore()
+    {
+        QByteArray bytes;
+        for (const char *parameters : {"bframes=4", "bframes=0"})
+            bytes += readFile(makeStream(
+                folder.path(),
+                {"part.ts",
+                 words("-c:v libx265 -preset ultrafast -x265-params keyint=20:log-level=none:" + QString(parameters)),
+                 kFrames,
+                 {160, 128}}));
+        const LiteralPictures joined(writeFile(folder.path(), "joined.ts", bytes));
+        QVERIFY(joined.count() < 2 * kFrames);
+        QCOMPARE(compareExactly(joined, {2 * kFrames - 40, joined.count()}).difference, QString());
+    }
+
+    // What H.264 allows and encoders rarely do. The pictures are grey: how many there are tells what is wrong.
+    void rareStructures_areCountedAsTheDecoderDoes_data()
+    {
+        QTest::addColumn<Rare>("rare");
+        QTest::addColumn<QVector<int>>("targets");
+        QTest::newRow("pictures that no other one refers to") << Rare::Unreferred << QVector<int>{150, kFrames - 1};
+        QTest::newRow("B slices in order") << Rare::BInOrder << QVector<int>{kFrames - 1};
+        QTest::newRow("B slices in order, then reordered") << Rare::BReordered << QVector<int>{kFrames - 2};
+        QTest::newRow("recovery at a picture that no other one refers to")
+            << Rare::UnreferredRecovery << QVector<int>{kFrames - 2};
+    }
+    void rareStructures_areCountedAsTheDecoderDoes()
+    {
+        QFETCH(const Rare, rare);
+        QFETCH(const QVector<int>, targets);
+        const QString raw = writeFile(folder.path(), "rare.h264", rareStructure(rare));
+        const QString path = makeWithFFmpeg(folder.path(), "rare.ts",
+                                            {"-f", "h264", "-i", raw, "-c", "copy",
+                                             "-bsf:v", // a gap of three pictures; two in the other order
+                                             QStringLiteral("setts=dts='(N+%1)/25/TB':pts='(N+%1+2+%2)/25/TB'")
+                                                 .arg(rare == Rare::UnreferredRecovery ? "3*gt(N,155)" : "0",
+                                                      rare == Rare::BReordered ? "eq(N,165)-eq(N,166)" : "0")});
+        const ExactComparison result = compareExactly(LiteralPictures(path), targets);
+        QCOMPARE(result.difference, QString());
     }
 };
 

@@ -37,6 +37,7 @@ struct AccessUnit
     /// the types of the pictures.
     std::int64_t pictureOrderCount = 0;
     std::uint32_t frameNum = 0; ///< H.264: frame_num, the same in both fields of a frame
+    bool hasBSlices = false;    ///< H.264
 
     std::uint8_t temporalId = 0;     ///< HEVC: TemporalId
     bool isRasl = false;             ///< HEVC: random access skipped leading picture

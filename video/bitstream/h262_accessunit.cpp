@@ -31,7 +31,7 @@ struct Contents
     std::vector<CodedPicture> pictures;
     Bytes sequence; // from the sequence header to the end of its extensions
     bool wellFormed = true;
-    bool hasQuantMatrix = false;
+    bool changesParameters = false; // of the sequence header
 
     void add(Bytes bytes);
 
@@ -55,14 +55,15 @@ void Contents::addPicture(Bytes bytes)
 void Contents::addExtension(Bytes bytes)
 {
     const std::optional<ExtensionId> id = parseExtensionId(bytes);
-    if (pictures.empty()) {
-        if (sequence.data)
-            sequence.size = bytes.data + bytes.size - sequence.data;
+    if (pictures.empty() && sequence.data) {
+        sequence.size = bytes.data + bytes.size - sequence.data;
+    } else if (pictures.empty()) {
+        changesParameters = true; // It belongs to no header, but decoders take it.
     } else if (id == ExtensionId::PictureCoding) {
         ++pictures.back().codingExtensions;
         pictures.back().structure = parsePictureStructure(bytes);
     } else if (id == ExtensionId::QuantMatrix) {
-        hasQuantMatrix = true;
+        changesParameters = true;
     }
 }
 
@@ -143,7 +144,7 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
 
     if (contents.sequence.data)
         parameterSets.note(static_cast<std::uint8_t>(StartCode::SequenceHeader), 0, contents.sequence, unit);
-    unit.parametersChanged = unit.parametersChanged || contents.hasQuantMatrix;
+    unit.parametersChanged = unit.parametersChanged || contents.changesParameters;
 
     const std::vector<CodedPicture> &pictures = contents.pictures;
     const bool hasHeader = !pictures.empty() && pictures.front().header;

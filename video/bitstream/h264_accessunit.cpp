@@ -1,6 +1,7 @@
 #include "video/bitstream/h264_accessunit.h"
 
 #include "video/bitstream/h264_sei.h"
+#include "video/bitstream/sei.h"
 
 #include <utility>
 
@@ -15,6 +16,7 @@ struct Slices
     std::uint32_t latestFirstMb = 0;
     bool areOnePicture = true;
     bool areIntra = true;
+    bool haveB = false;
 
     void add(std::optional<SliceHeader> slice)
     {
@@ -28,6 +30,7 @@ struct Slices
             areOnePicture = false;
         latestFirstMb = slice->firstMbInSlice;
         areIntra = areIntra && slice->sliceType == SliceType::I;
+        haveB = haveB || slice->sliceType == SliceType::B;
         if (!first)
             first = std::move(slice);
     }
@@ -72,6 +75,8 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
             continue;
         }
         const NalUnit nal = parseNalUnit(bytes);
+        if (nal.type == NalUnitType::Sei && findSeiPayload(nal.reader(), kFilmGrainPayload))
+            hasFilmGrain = true;
         const bool beforeSlices = !slices.first; // What comes after a slice and is none belongs to the next picture.
         if (nal.forbiddenZeroBit)
             wellFormed = false;
@@ -91,12 +96,13 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
     const SliceHeader &slice = *slices.first;
     const std::optional<std::int64_t> count = pictureOrderCounter.next(slice, *spsTable.at(slice.spsId));
     unit.mayWithholdOutput = slice.noOutputOfPriorPics;
-    if (!wellFormed || !slices.areOnePicture || !count)
+    if (!wellFormed || hasFilmGrain || !slices.areOnePicture || !count)
         return unit;
     unit.onePicture = true;
     unit.structure = slice.structure;
     unit.randomAccess = randomAccessAt(slices, recoveryPoint);
     unit.isReference = slice.nalRefIdc != 0;
+    unit.hasBSlices = slices.haveB;
     unit.startsSequence = slice.idrPicFlag || slice.hasMemoryManagementControl5();
     unit.pictureOrderCount = *count;
     // 7.4.3: after memory_management_control_operation 5 the picture is taken to have had frame_num 0.

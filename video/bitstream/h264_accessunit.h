@@ -21,6 +21,7 @@ private:
     PpsTable ppsTable;
     ParameterSetHistory parameterSets;
     PictureOrderCounter pictureOrderCounter;
+    bool hasFilmGrain = false; // from here on: decoders add it, also to later pictures, and forget it in a seek
 };
 
 } // namespace quorvale::h264

@@ -1,5 +1,7 @@
 #include "video/bitstream/hevc_accessunit.h"
 
+#include "video/bitstream/sei.h"
+
 #include <utility>
 
 namespace quorvale::hevc {
@@ -101,6 +103,8 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
             continue;
         }
         const NalUnit nal = parseNalUnit(bytes);
+        if (nal.type == NalUnitType::PrefixSei && findSeiPayload(nal.reader(), kFilmGrainPayload))
+            hasFilmGrain = true;
         const bool beforeSlices = !segments.first; // What comes after a slice and is none belongs to the next picture.
         if (nal.type == NalUnitType::EndOfSequence || nal.type == NalUnitType::EndOfBitstream) {
             if (beforeSlices)
@@ -138,7 +142,7 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
     if ((isRasl(slice.nalUnitType) && irapIsBla) ||
         (slice.nalUnitType == NalUnitType::Cra && picture.followsEndOfSequence))
         unit.mayWithholdOutput = true;
-    if (wellFormed && segments.areOnePicture)
+    if (wellFormed && !hasFilmGrain && segments.areOnePicture)
         describe(slice, picture, unit);
     return unit;
 }

@@ -23,7 +23,8 @@ private:
     PpsTable ppsTable;
     ParameterSetHistory parameterSets;
     PictureOrderCounter pictureOrderCounter;
-    bool irapIsBla = false; // the latest one, with which RASL pictures are associated
+    bool hasFilmGrain = false; // from here on: decoders add it, also to later pictures, and forget it in a seek
+    bool irapIsBla = false;    // the latest one, with which RASL pictures are associated
 };
 
 } // namespace quorvale::hevc

@@ -4,7 +4,6 @@
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/picturelimits.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace quorvale {
@@ -79,7 +78,7 @@ std::int64_t Decoding::depth() const
 
 void Decoding::setDepth(std::int64_t depth)
 {
-    m_decoder->has_b_frames = std::max(m_decoder->has_b_frames, static_cast<int>(depth));
+    m_decoder->has_b_frames = static_cast<int>(depth);
 }
 
 PictureIndex Decoding::pictureOf(const AVFrame &frame)

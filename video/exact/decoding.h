@@ -62,7 +62,7 @@ public:
     void setShowsAll(bool showsAll);
     /// How many pictures that are output later the decoder waits for before it outputs one.
     [[nodiscard]] std::int64_t depth() const;
-    /// Has it wait for no fewer than that.
+    /// Has it wait for so many, until the stream makes it wait for more. For a decoder that was flushed.
     void setDepth(std::int64_t depth);
 
     [[nodiscard]] static PictureIndex pictureOf(const AVFrame &frame);

@@ -23,7 +23,7 @@ DecodedPicture DecodingTask::operator()(const std::atomic<bool> &isEnding)
     while (!decoded.frame && !isEnding && run.next(*frame) == Run::Step::Picture) {
         if (m_keepsChecksums)
             decoded.checksums.push_back(checksumOf(*frame));
-        if (Decoding::pictureOf(*frame) == m_target)
+        if (Decoding::pictureOf(*frame) == m_target && run.isSoundUpTo(m_target))
             decoded.frame = std::move(frame);
     }
     return decoded;

@@ -145,6 +145,14 @@ OutputIndex FrameSource::provenEnd(const Anchor &anchor) const
     return anchor.betrayedFrom ? std::min(end, *anchor.betrayedFrom) : end;
 }
 
+// Whether the decoder that began with the file waits for as many pictures at `entry` as it did at the anchor: which
+// ones come out where order or file end depends on it.
+bool FrameSource::knowsDepth(const Anchor &anchor, PictureIndex entry) const
+{
+    const std::optional<PictureIndex> hint = stretchOf(anchor).firstHintAtReordering();
+    return m_coding != VideoCoding::H264 || anchor.depth > 0 || !hint || *hint > entry;
+}
+
 // The last one that is not after the picture; the first one must not be.
 std::deque<Anchor>::iterator FrameSource::anchorFor(FrameNumber number)
 {
@@ -205,6 +213,8 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
     while (run.next(*m_nextFrame) == Run::Step::Picture) {
         if (Decoding::pictureOf(*m_nextFrame) != target)
             continue;
+        if (!run.isSoundUpTo(target))
+            break;
         m_worker->knowsUpTo = std::max(m_worker->knowsUpTo, target);
         takeNextFrame();
         m_frameNumber = anchor.numberAt(place);

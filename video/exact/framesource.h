@@ -90,6 +90,7 @@ private:
     [[nodiscard]] const PictureList &pictures() const { return m_scan.pictures(); }
     [[nodiscard]] const Stretch &stretchOf(const Anchor &anchor) const { return m_scan.stretches().at(anchor.stretch); }
     [[nodiscard]] OutputIndex provenEnd(const Anchor &anchor) const;
+    [[nodiscard]] bool knowsDepth(const Anchor &anchor, PictureIndex entry) const;
     bool isProven(const Anchor &anchor, OutputIndex place);
     [[nodiscard]] std::deque<Anchor>::iterator anchorFor(FrameNumber number);
     [[nodiscard]] PlanningRules rules(const Anchor &anchor) const;

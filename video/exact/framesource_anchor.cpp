@@ -57,7 +57,7 @@ bool FrameSource::bridge(Anchor &from)
     const Stretch &home = stretchOf(from);
     const OutputIndex last = provenEnd(from) - 1;
     const std::optional<EntryPoint> entry = last >= from.point.place ? entryFor(from, last) : std::nullopt;
-    if (!entry)
+    if (!entry || !knowsDepth(from, entry->picture))
         return false;
     PictureIndex trouble = home.end();
     if (from.betrayedFrom)

@@ -36,7 +36,9 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     // To go on from the start costs no more, and needs no plan.
     if (!entry || (m_literal && m_literalFromStart && m_literal->position() >= entry->picture))
         return findFromStart(number);
-    if (!prepareWorker(entry->picture))
+    // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays behind.
+    const bool mayLag = m_coding == VideoCoding::Hevc && pictures().parameterSetters().size() > 1;
+    if (mayLag || !knowsDepth(anchor, entry->picture) || !prepareWorker(entry->picture))
         return Status::NotProven;
     const std::optional<RunPlan> plan = planToEnd(pictures(), home, *entry, rules(anchor));
     if (!plan)

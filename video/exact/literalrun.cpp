@@ -47,6 +47,8 @@ LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame, P
             m_failuresInARow = 0;
             if (isLeading(pictures, Decoding::pictureOf(frame)))
                 continue;
+            if (m_entry && m_shown.empty() && Decoding::pictureOf(frame) != *m_entry)
+                return Step::Failed; // Its number would be wrong.
             m_shown.push_back(Decoding::pictureOf(frame));
             if (ffmpeg::isDamaged(frame))
                 m_lastTrouble = std::max(m_lastTrouble, m_picture);

@@ -17,7 +17,7 @@ public:
         Picture,     ///< the next one; its number is that before end()
         NeedsPacket, ///< which is not in the list of pictures yet, or not settled
         Stopped,     ///< after the last picture that was to be decoded
-        Failed,      ///< the file is not what it was when it was scanned
+        Failed,      ///< the file is not what it was when it was scanned, or the entry point did not come out
     };
 
     /// From the file's first packet on. `counters` is borrowed.

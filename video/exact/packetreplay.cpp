@@ -61,10 +61,10 @@ bool PacketReplay::isSame(const AVPacket &packet, const ScannedPacket &scanned, 
     const int missing = scanned.size - packet.size;
     if (missing < 0 || missing > allowedAtStart)
         return false;
-    if (!m_source.location().tellsByTimes)
+    if (!m_source.location().tellsByTimes || (packet.pts == kNoTimestamp && scanned.pts == kNoTimestamp))
         return m_source.describe(packet).checksum == scanned.checksum;
     if (packet.pts == kNoTimestamp || scanned.pts == kNoTimestamp)
-        return packet.pts == scanned.pts;
+        return false;
     // How often the timestamps have wrapped is known only after reading the whole file.
     const int bits = m_source.location().timestampBits;
     const std::uint64_t step = static_cast<std::uint64_t>(packet.pts) - static_cast<std::uint64_t>(scanned.pts);

@@ -64,6 +64,7 @@ void PictureList::addPicture(const ScannedPacket &packet, const AccessUnit &unit
     picture.sequence = m_sequence;
     picture.randomAccess = unit.randomAccess;
     picture.isReference = unit.isReference;
+    picture.hasBSlices = unit.hasBSlices;
     picture.isFieldPair = unit.bothFields;
     picture.references = referencesOf(unit);
     m_pictures.push_back(picture);

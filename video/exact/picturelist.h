@@ -53,6 +53,7 @@ struct CodedPicture
     std::int8_t packets = 1;
     RandomAccess randomAccess = RandomAccess::None;
     bool isReference = true;
+    bool hasBSlices = false;     ///< H.264
     bool isFieldPair = false;    ///< H.262: both fields in one packet
     bool setsParameters = false; ///< a decoder that was not shown it may not know the parameters of later ones
     KnownReferences references;

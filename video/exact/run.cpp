@@ -56,6 +56,19 @@ Run::Step Run::next(AVFrame &frame)
     }
 }
 
+bool Run::isSoundUpTo(PictureIndex target)
+{
+    m_worker.decoding.drain();
+    m_drained = true;
+    const ffmpeg::FramePtr rest = ffmpeg::makeFrame();
+    Decoding::Output output = Decoding::Output::Picture;
+    while ((output = m_worker.decoding.receive(*rest)) == Decoding::Output::Picture) {
+        if (Decoding::pictureOf(*rest) < target && !isLeading(Decoding::pictureOf(*rest)) && ffmpeg::isDamaged(*rest))
+            return false;
+    }
+    return output == Decoding::Output::Nothing;
+}
+
 // Reads all, in order, and sends what is needed.
 bool Run::sendNext()
 {

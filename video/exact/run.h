@@ -27,6 +27,9 @@ public:
 
     /// The next picture at or after the entry point, as foreseen. Failed where anything is not.
     Step next(AVFrame &frame);
+    /// Whether none of the pictures that the decoder still holds back and that `target`, which came out, can refer to
+    /// is damaged. Nothing can be decoded afterwards.
+    [[nodiscard]] bool isSoundUpTo(PictureIndex target);
 
 private:
     bool sendNext();

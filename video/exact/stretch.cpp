@@ -7,6 +7,7 @@ namespace quorvale {
 namespace {
 
 constexpr std::size_t kReordering = kMostReordering;
+constexpr std::int64_t kUsualCountStep = 2; // of picture order counts, one for each field
 constexpr std::size_t kJudgedAtOnce = 8;    // places
 constexpr std::size_t kUsualStepsSeen = 40; // places from which the usual distance of display times is taken
 
@@ -14,6 +15,13 @@ constexpr std::size_t kUsualStepsSeen = 40; // places from which the usual dista
 std::int64_t stepBetween(std::int64_t earlier, std::int64_t later)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
+}
+
+// `latest`: the last one in output order before it came.
+bool hintsAtReordering(const CodedPicture &picture, const CodedPicture &latest)
+{
+    return picture.hasBSlices || (picture.sequence == latest.sequence &&
+                                  picture.pictureOrderCount - latest.pictureOrderCount > kUsualCountStep);
 }
 
 } // namespace
@@ -28,6 +36,8 @@ Stretch::Stretch(const PictureList &pictures, PictureIndex first)
 void Stretch::append(PictureList &pictures, PictureIndex picture)
 {
     m_end = picture + 1;
+    if (!m_firstHint && hintsAtReordering(pictures.picture(picture), pictures.picture(m_order.back())))
+        m_firstHint = picture;
     if (pictures.picture(picture).isOutputBefore(pictures.picture(first()))) {
         ++m_leftOut;
         return;

@@ -63,6 +63,9 @@ public:
     [[nodiscard]] const std::vector<EntryPoint> &entryPoints() const { return m_entryPoints; }
     /// The first picture that is decoded after more than `depth` pictures that are output after it; nothing if none is.
     [[nodiscard]] std::optional<PictureIndex> firstDeeperThan(std::int64_t depth) const;
+    /// The first picture that FFmpeg's H.264 decoder can take for a sign of reordering, so that it waits for one more
+    /// from there on, though none was reordered: one with B slices, or after a leap of the picture order count.
+    [[nodiscard]] std::optional<PictureIndex> firstHintAtReordering() const { return m_firstHint; }
 
 private:
     [[nodiscard]] std::optional<std::size_t> findPlace(const PictureList &pictures, PictureIndex picture) const;
@@ -82,6 +85,7 @@ private:
     std::size_t m_lastTimed = 0; ///< the last judged place with a display time
     PictureIndex m_end;
     std::int64_t m_leftOut = 0;
+    std::optional<PictureIndex> m_firstHint;
     bool m_closed = false;
     bool m_endsFile = false;
 };

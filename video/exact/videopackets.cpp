@@ -92,7 +92,7 @@ ScannedPacket VideoPackets::describe(const AVPacket &packet) const
     scanned.position = m_location.entrance == Entrance::AnyByte ? packet.pos : time;
     scanned.pts = packet.pts;
     scanned.size = packet.size;
-    if (!m_location.tellsByTimes)
+    if (!m_location.tellsByTimes || packet.pts == kNoTimestamp)
         scanned.checksum = checksumOf(packet);
     return scanned;
 }
