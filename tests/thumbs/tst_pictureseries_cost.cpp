@@ -21,7 +21,7 @@ constexpr double kMostRatio = 1.10; // of what reading literally decodes
 // Then a damaged recording costs more. Of those with seeds up to 300, as Debian 12 makes them with FFmpeg 5.1, these
 // do, and that many packets are decoded instead of 1006. They are tried whatever the seeds.
 constexpr char kPinned[] = "59.37 87ff8de7";
-const QMap<int, long> kAbove = {{162, 1169}, {270, 1153}};
+const QMap<int, long> kAbove = {{162, 1170}, {270, 1122}};
 constexpr int kMostAboveOfOthers = 1; // of those that other versions make
 constexpr double kMostRatioAfterDamage = 1.5;
 constexpr int kTried = 36; // damaged recordings, and as many that end early
