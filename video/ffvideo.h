@@ -109,8 +109,8 @@ public:
     FFVideo(const FFVideo &) = delete;
     FFVideo &operator=(const FFVideo &) = delete;
 
-    /// Opens `path`, whose bytes go to the operating system as they are; an open file is closed first.
-    ///
+    /// Opens `path`, whose bytes go to the operating system as they are; an open file is closed first. The position and
+    /// `endOfStream` begin anew.
     /// `quickOpen`: decode the first picture only; otherwise the whole file is decoded to fill the table, unless one
     /// was loaded or set before. False with `lastError` 10 when the file, a video stream in it or a decoder cannot be
     /// opened; false with `lastError` 0 for another mode than reading.
@@ -163,7 +163,7 @@ public:
     /// Delivers the next piece of the range as interleaved samples (see AudioStatus).
     /// `buffer`: allocated with `new[]`, owned by the caller; untouched where nothing is delivered, except that after
     /// a decoding error what it pointed to is freed and it becomes null. `bytes`, `samples`: its size, and the samples
-    /// per channel in it. Every status but 1 and 2 rewinds the file.
+    /// per channel in it. Every status but 1 and 2 rewinds the file, by time where that has no byte positions.
     int ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples);
 
 private:

@@ -12,7 +12,8 @@ echo 'echo 0' | stand_in id
 {
   stand_in dpkg-query <<<'for package; do :; done; case " $missing " in *" $package "*) exit 1 ;; esac; echo installed'
   stand_in apt-cache <<<'word=Installationskandidat; [ "$LC_ALL" != C ] || word=Candidate
-    case " $unknown " in *" $2 "*) echo "  $word: (none)" ;; *) echo "  $word: 1.0" ;; esac'
+    case " $unknown " in *" $2 "*) echo "  $word: (none)" ;; *) echo "  $word: 1.0" ;; esac
+    seq 20000' # more than a pipe holds: who leaves earlier ends it
   stand_in apt-get <<<'for argument; do case $argument in -*) ;; *) printf "%s " "$argument" ;; esac; done >>"$folder/log"
     echo >>"$folder/log"'
   stand_in cmake <<<'echo "cmake version $cmake"'

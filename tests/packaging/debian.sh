@@ -35,7 +35,7 @@ field() { dpkg-deb --field "$package" "$1"; }
 [ "$(field Architecture)" = "$(dpkg --print-architecture)" ] || fail "it is for $(field Architecture)"
 qt=$(sed -n 's/^QUORVALE_QT:.*=//p' "$build/CMakeCache.txt")
 for library in libavcodec libavformat libavutil "libqt${qt}core" "libqt${qt}widgets" "libqt${qt}dbus" libstdc++6; do
-  field Depends | grep -q "$library" || fail "it does not depend on $library: $(field Depends)"
+  [[ $(field Depends) == *"$library"* ]] || fail "it does not depend on $library: $(field Depends)"
 done
 # Its dependencies are installed here, in the versions that it asks for.
 "${as_root[@]}" dpkg --simulate --force-not-root --install "$package" >"$folder/simulated" 2>&1 ||

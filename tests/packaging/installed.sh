@@ -54,8 +54,8 @@ said=$(man --warnings --encoding=UTF-8 --local-file "$share/man/man1/quorvale.1.
 
 # Every place that names the version names the same.
 grep -q "<release version=\"$version\"" "$metainfo" || fail "the metainfo lacks version $version"
-zcat "$share/man/man1/quorvale.1.gz" | grep -q "^\.TH .*\"Quorvale $version\"" || fail "the manual is not of version $version"
-zcat "$share/doc/quorvale/NEWS.gz" | grep -q "^## $version " || fail "the changes lack version $version"
+zgrep -q "^\.TH .*\"Quorvale $version\"" "$share/man/man1/quorvale.1.gz" || fail "the manual is not of version $version"
+zgrep -q "^## $version " "$share/doc/quorvale/NEWS.gz" || fail "the changes lack version $version"
 grep -q "^## $version " "$source_root/CHANGELOG.md" || fail "the changes lack version $version"
 
 # The entry's icon is installed in all sizes, and its command is the installed program.

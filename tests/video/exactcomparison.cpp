@@ -10,6 +10,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <map>
 #include <random>
 
 namespace {
@@ -71,6 +72,12 @@ LiteralPictures::LiteralPictures(const QString &path, int end)
         m_pictures.append(currentPicture(video));
         video.stepForward();
     }
+}
+
+const LiteralPictures &literalPictures(const QString &path)
+{
+    static std::map<QString, LiteralPictures> decoded;
+    return decoded.try_emplace(path, path).first->second;
 }
 
 ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,

@@ -31,6 +31,9 @@ private:
     bool m_isOpen = false;
 };
 
+/// The pictures of a file that stays what it is; decoded once.
+[[nodiscard]] const LiteralPictures &literalPictures(const QString &path);
+
 /// What a comparison found.
 struct ExactComparison
 {

@@ -2,6 +2,7 @@
 
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
+#include "tools/loopedgroup/loopedgroup.h"
 
 QMap<QString, QString> makeWholeStreams(const QString &folder, int frames, const QSize &size)
 {
@@ -62,4 +63,18 @@ QMap<QString, QString> makeDamagedStreams(const QString &folder, const QMap<QStr
     });
     change("h264.ts", "h264-cut.ts", [](QByteArray &bytes) { bytes.truncate(bytes.size() * 3 / 5 + 77); });
     return paths;
+}
+
+QString makeInexactStream(const QString &folder, const QString &open)
+{
+    const QString path = folder + "/h264-inexact.ts";
+    quorvale::LoopedGroup looped;
+    looped.source = open.toStdString();
+    looped.path = path.toStdString();
+    looped.group = 1;
+    looped.groups = 2;
+    looped.times = 8;
+    looped.changes.clearsExactMatch = true;
+    writeLoopedGroup(looped);
+    return path;
 }

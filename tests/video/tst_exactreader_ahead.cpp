@@ -3,7 +3,6 @@
 #include "tests/support/transportstream.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
-#include "tools/loopedgroup/loopedgroup.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffvideo.h"
@@ -11,7 +10,6 @@
 #include <QtTest>
 
 #include <array>
-#include <map>
 #include <memory>
 
 namespace {
@@ -38,7 +36,6 @@ class TestExactReaderAhead : public QObject
 private:
     QTemporaryDir folder;
     QMap<QString, QString> paths;
-    std::map<QString, std::unique_ptr<LiteralPictures>> decoded;
 
     void add(const QString &name, const QStringList &encoder)
     {
@@ -46,20 +43,12 @@ private:
         QVERIFY(!paths[name].isEmpty());
     }
 
-    const LiteralPictures &literal(const QString &name)
-    {
-        std::unique_ptr<LiteralPictures> &pictures = decoded[name];
-        if (!pictures)
-            pictures = std::make_unique<LiteralPictures>(paths[name]);
-        return *pictures;
-    }
-
     void compareWithAnyNumberOfThreads(const QString &name, const QVector<int> &targets)
     {
-        const ExactComparison one = compareExactly(literal(name), targets, 1);
+        const ExactComparison one = compareExactly(literalPictures(paths[name]), targets, 1);
         QCOMPARE(one.difference, QString());
         for (const int processors : {2, 8}) {
-            const ExactComparison several = compareExactly(literal(name), targets, processors);
+            const ExactComparison several = compareExactly(literalPictures(paths[name]), targets, processors);
             QCOMPARE(several.difference, QString());
             QCOMPARE(several.delivered, one.delivered);
             QCOMPARE(several.refused, one.refused);
@@ -100,15 +89,8 @@ private slots:
         // Damage between the wanted pictures.
         QByteArray bytes = readFile(paths["h264.ts"]);
         transportstream::dropPackets(bytes, [](int packet, int) { return packet % 397 == 380; });
-        quorvale::LoopedGroup inexact; // The restart test decodes on a thread, too.
-        inexact.source = paths["h264-open.ts"].toStdString();
-        inexact.path = folder.filePath("h264-inexact.ts").toStdString();
-        inexact.group = 1;
-        inexact.groups = 2;
-        inexact.times = 8;
-        inexact.changes.clearsExactMatch = true;
-        writeLoopedGroup(inexact);
-        paths["h264-inexact.ts"] = folder.filePath("h264-inexact.ts");
+        // The restart test decodes on a thread, too.
+        paths["h264-inexact.ts"] = makeInexactStream(folder.path(), paths["h264-open.ts"]);
         paths["lossy.ts"] = writeFile(folder.path(), "lossy.ts", bytes);
         QVERIFY(!paths["lossy.ts"].isEmpty());
     }
@@ -123,7 +105,7 @@ private slots:
     {
         QFETCH(const QString, name);
         if (name != QLatin1String("lossy.ts"))
-            QCOMPARE(compareExactly(literal(name), kTargets, 2).delivered, kTargets.size());
+            QCOMPARE(compareExactly(literalPictures(paths[name]), kTargets, 2).delivered, kTargets.size());
         compareWithAnyNumberOfThreads(name, kTargets);
         // More than are loaded at once, the beginning and the end of the file, and a few that are not there.
         compareWithAnyNumberOfThreads(name, everyNth(0, kFrames + 12, 6));

@@ -1,10 +1,8 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
-#include "tools/loopedgroup/loopedgroup.h"
+#include "tests/video/streamset.h"
 
 #include <QtTest>
-
-#include <exception>
 
 namespace {
 
@@ -44,25 +42,6 @@ class TestExactReaderBroadcasts : public QObject
 private:
     QTemporaryDir folder;
 
-    // A recording that lacks what promises that decoding may begin anywhere.
-    QString withoutPromises(const QString &path)
-    {
-        quorvale::LoopedGroup looped;
-        looped.source = path.toStdString();
-        looped.path = folder.filePath("inexact.ts").toStdString();
-        looped.group = 1;
-        looped.groups = 2;
-        looped.times = 8;
-        looped.changes.clearsExactMatch = true;
-        try {
-            writeLoopedGroup(looped);
-        } catch (const std::exception &error) {
-            qWarning("%s", error.what());
-            return {};
-        }
-        return QString::fromStdString(looped.path);
-    }
-
 private slots:
     void pictures_areTheSame_data()
     {
@@ -85,7 +64,7 @@ private slots:
         QString path = makeStream(folder.path(), stream);
         QVERIFY(!path.isEmpty());
         if (row.inexact)
-            path = withoutPromises(path);
+            path = makeInexactStream(folder.path(), path);
         QVERIFY(!path.isEmpty());
         const LiteralPictures pictures(path);
         QVERIFY(pictures.count() > kLast);

@@ -5,8 +5,6 @@
 
 #include <QtTest>
 
-#include <exception>
-
 namespace {
 
 using quorvale::LoopedGroup;
@@ -32,16 +30,6 @@ constexpr Row kRows[] = {
     {"h264-1080i-inexact", "h264-1080i5994-dirtystart-mp2.ts", 3, 20, true, 52},
 };
 
-std::string make(const LoopedGroup &looped)
-{
-    try {
-        writeLoopedGroup(looped);
-        return {};
-    } catch (const std::exception &error) {
-        return error.what();
-    }
-}
-
 } // namespace
 
 /// Long recordings out of real groups of pictures: what is read exactly is that of decoding everything, for a bounded
@@ -53,15 +41,12 @@ class TestExactReaderLooped : public QObject
 private:
     QTemporaryDir folder;
 
-    // Its path; empty, with a message, where it cannot be made.
     QString loop(LoopedGroup looped, const QString &source, const QString &name)
     {
         looped.source = source.toStdString();
         looped.path = folder.filePath(name).toStdString();
-        const std::string error = make(looped);
-        if (!error.empty())
-            qWarning("%s", error.c_str());
-        return error.empty() ? folder.filePath(name) : QString();
+        writeLoopedGroup(looped);
+        return folder.filePath(name);
     }
     static bool decodesCleanly(const QString &path)
     {
@@ -91,7 +76,6 @@ private slots:
         looped.times = kPictures / row.pictures + 1;
         looped.changes.clearsExactMatch = row.inexact;
         const QString path = loop(looped, *capture, "looped.ts");
-        QVERIFY(!path.isEmpty());
         looped.times = 4; // From the second time on all are alike.
         QVERIFY(decodesCleanly(loop(looped, *capture, "short.ts")));
 
@@ -134,7 +118,6 @@ private slots:
         looped.times = 3;
         looped.changes.forgesRecoveryPoints = true;
         const QString path = loop(looped, base, "forged.ts");
-        QVERIFY(!path.isEmpty());
         const LiteralPictures pictures(path);
         const ExactComparison result = compareExactly(pictures, everyNth(0, pictures.count(), 13));
         qInfo("%d pictures, %d delivered, %d refused", pictures.count(), result.delivered, result.refused);

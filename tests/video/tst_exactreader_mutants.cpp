@@ -36,6 +36,7 @@ struct Pins
 };
 const Pins kPins[] = {
     {"59.37 3165fa0a", {}, {931}}, // FFmpeg 5.1, Debian 12
+    {"61.19 93d9979a", {}, {931}}, // FFmpeg 7.1, Debian 13
     {"63.1 9895881c", {}, {931}},  // FFmpeg 9.0, Debian unstable in November 2026
 };
 // With other versions of FFmpeg or of an encoder damage hits other bits. Of 2,500 mutants, at most so many:

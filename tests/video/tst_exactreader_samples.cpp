@@ -4,15 +4,13 @@
 
 #include <QtTest>
 
-#include <map>
-#include <memory>
-
 namespace {
 
 struct Capture
 {
     const char *name;
     int refused;           ///< numbers that are refused, whatever the order
+    int refusedOfAll;      ///< likewise, with QUORVALE_EVERY_PICTURE
     int refusedThumbnails; ///< of the five, one by one
     int decoded;           ///< most pictures that are decoded for these
     int refusedAnnounced;  ///< of the five where they were announced
@@ -20,15 +18,15 @@ struct Capture
 };
 
 constexpr Capture kCaptures[] = {
-    {"mpeg2-704x576i-16x11-subs.ts", 0, 0, 65, 0, 65},
-    {"h264-576i-16x11-eac3.ts", 18, 5, 0, 5, 0}, // 31 packets lost in six seconds
-    {"h264-576i-12x11-bars.ts", 0, 0, 55, 0, 57},
-    {"h264-1080i-ac3.ts", 0, 0, 78, 5, 0},
-    {"h264-1080i5994-dirtystart-mp2.ts", 0, 0, 60, 0, 60},
-    {"h264-234p-61s-truncated.ts", 0, 0, 22, 0, 27},
-    {"hevc-main10-360p-12s.ts", 0, 0, 82, 0, 85},
-    {"bd-1080i-5s.m2ts", 0, 0, 60, 5, 0},
-    {"akiyo-x265.265", 36, 5, 0, 5, 0}, // no display times
+    {"mpeg2-704x576i-16x11-subs.ts", 0, 0, 0, 65, 0, 65},
+    {"h264-576i-16x11-eac3.ts", 18, 129, 5, 0, 5, 0}, // 31 packets lost in six seconds
+    {"h264-576i-12x11-bars.ts", 0, 0, 0, 55, 0, 57},
+    {"h264-1080i-ac3.ts", 0, 5, 0, 78, 5, 0},
+    {"h264-1080i5994-dirtystart-mp2.ts", 0, 0, 0, 60, 0, 60},
+    {"h264-234p-61s-truncated.ts", 0, 0, 0, 22, 0, 27},
+    {"hevc-main10-360p-12s.ts", 0, 0, 0, 82, 0, 85},
+    {"bd-1080i-5s.m2ts", 0, 0, 0, 60, 5, 0},
+    {"akiyo-x265.265", 36, 304, 5, 0, 5, 0}, // no display times
 };
 
 } // namespace
@@ -39,14 +37,9 @@ class TestExactReaderSamples : public QObject
     Q_OBJECT
 
 private:
-    std::map<int, std::unique_ptr<LiteralPictures>> decoded;
-
-    const LiteralPictures &literal(int index)
+    static const LiteralPictures &literal(int index)
     {
-        std::unique_ptr<LiteralPictures> &pictures = decoded[index];
-        if (!pictures)
-            pictures = std::make_unique<LiteralPictures>(samplePath(kCaptures[index].name).value_or(QString()));
-        return *pictures;
+        return literalPictures(samplePath(kCaptures[index].name).value_or(QString()));
     }
     static void addCaptures()
     {
@@ -82,8 +75,7 @@ private slots:
             const ExactComparison result = compareExactly(pictures, order);
             report(result);
             QCOMPARE(result.difference, QString());
-            if (!dense)
-                QCOMPARE(result.refused, kCaptures[index].refused);
+            QCOMPARE(result.refused, dense ? kCaptures[index].refusedOfAll : kCaptures[index].refused);
         }
     }
 

@@ -1,23 +1,74 @@
-// Comes between the process and the threads that it starts. Linux only.
+// Comes between the process and the threads that it starts, its memory, and the pictures of its decoders. Linux only.
 
+#include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
+#include "tests/video/streamset.h"
+#include "video/exact/exactreader.h"
+#include "video/ffmpeg/compat.h"
+#include "video/ffvideo.h"
 
+#include <QSemaphore>
 #include <QtTest>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <utility>
 
 #include <dlfcn.h>
 #include <pthread.h>
 
 namespace {
 
+using quorvale::ExactReader;
+
 constexpr int kAny = 1000;
 std::atomic<int> started{0};
 std::atomic<int> allowed{kAny}; // The test library has a thread, too.
 
+// Where it is true, the next thread begins only when it may, and who started it gets no memory the next time.
+bool isLate = false;
+QSemaphore mayBegin;
+std::pair<void *(*)(void *), void *> lateWork;
+thread_local bool lacksMemory = false;
+
+void *beginLate(void * /*unused*/)
+{
+    mayBegin.acquire();
+    return lateWork.first(lateWork.second);
+}
+
+// Decoders lose pictures with these times: all, or those inside of which decoding can begin.
+std::atomic<std::int64_t> lostFrom{std::numeric_limits<std::int64_t>::max()};
+std::atomic<bool> losesAll{false};
+
 } // namespace
+
+void *operator new(std::size_t size)
+{
+    void *memory = std::exchange(lacksMemory, false) ? nullptr : std::malloc(size > 0 ? size : 1);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void *operator new(std::size_t size, const std::nothrow_t & /*unused*/) noexcept
+{
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t /*unused*/) noexcept
+{
+    std::free(memory);
+}
 
 extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*function)(void *),
                               void *argument) noexcept
@@ -27,10 +78,26 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
     if (started == allowed)
         return EAGAIN;
     ++started;
-    return create(thread, attributes, function, argument);
+    if (!std::exchange(isLate, false))
+        return create(thread, attributes, function, argument);
+    lateWork = {function, argument};
+    lacksMemory = true;
+    return create(thread, attributes, beginLate, nullptr);
 }
 
-/// How many threads pictures are decoded on, and what happens where the system gives fewer.
+extern "C" int avcodec_receive_frame(AVCodecContext *decoder, AVFrame *frame)
+{
+    using Receive = int(AVCodecContext *, AVFrame *);
+    static const auto receive = reinterpret_cast<Receive *>(dlsym(RTLD_NEXT, "avcodec_receive_frame"));
+    for (;;) {
+        const int status = receive(decoder, frame);
+        if (status < 0 || frame->pts < lostFrom || (frame->pict_type != AV_PICTURE_TYPE_I && !losesAll))
+            return status;
+    }
+}
+
+/// How many threads pictures are decoded on, what happens where the system gives fewer, or no memory while one decodes,
+/// and where a decoder loses pictures.
 class TestExactReaderThreads : public QObject
 {
     Q_OBJECT
@@ -38,6 +105,7 @@ class TestExactReaderThreads : public QObject
 private:
     QTemporaryDir folder;
     QString path;
+    QString inexact;
 
     // Five pictures, announced to a reader that may decode `processors` at once; the threads that it started.
     void read(int processors, int threads)
@@ -57,21 +125,17 @@ private slots:
         path = makeStream(folder.path(),
                           {"h264.ts", {"-c:v", "libx264", "-preset", "veryfast", "-g", "24"}, 330, {160, 128}});
         QVERIFY(!path.isEmpty());
+        const QStringList open{"-c:v", "libx264", "-preset", "veryfast",     "-g",
+                               "24",   "-bf",     "3",       "-x264-params", "open-gop=1"};
+        inexact = makeInexactStream(folder.path(), makeStream(folder.path(), {"open.ts", open, 330, {160, 128}}));
     }
 
-    void threads_areAsManyAsProcessors_andNoMoreThanPictures_data()
-    {
-        QTest::addColumn<int>("processors");
-        QTest::addColumn<int>("threads");
-        QTest::newRow("1") << 1 << 1;
-        QTest::newRow("2") << 2 << 2;
-        QTest::newRow("8") << 8 << 5;
-    }
     void threads_areAsManyAsProcessors_andNoMoreThanPictures()
     {
-        QFETCH(const int, processors);
-        read(processors, kAny);
-        QTEST(int(started), "threads");
+        for (const auto &[processors, threads] : {std::pair(1, 1), std::pair(2, 2), std::pair(8, 5)}) {
+            read(processors, kAny);
+            QCOMPARE(int(started), threads);
+        }
     }
 
     void pictures_areRead_whereTheSystemGivesFewerThreads()
@@ -79,6 +143,45 @@ private slots:
         for (const int threads : {0, 1, 2}) {
             read(4, threads);
             QCOMPARE(int(started), threads);
+        }
+    }
+
+    // Decoded ahead, or for a restart test; the asking thread is without memory right after that was begun.
+    void missingMemory_takesNothingFromAThread()
+    {
+        for (const bool isAnnounced : {true, false}) {
+            FFVideo video;
+            QVERIFY(
+                video.Open(QFile::encodeName(isAnnounced ? path : inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            ExactReader reader(video, 1);
+            if (isAnnounced)
+                reader.announce({290});
+            isLate = true;
+            Picture picture;
+            QVERIFY_EXCEPTION_THROWN(reader.read(290, picture), std::bad_alloc);
+            QVERIFY(!isLate);
+            mayBegin.release();
+            QCOMPARE(reader.read(290, picture), ExactReader::Answer::Picture); // after what was begun
+            Picture expected;
+            QVERIFY(video.Read(290, expected));
+            QCOMPARE(checksum(picture, video.frame->format), checksum(expected, video.frame->format));
+        }
+    }
+
+    void aRestartTest_isBounded_whereItsPictureDoesNotComeOut()
+    {
+        for (const bool all : {false, true}) {
+            FFVideo video;
+            QVERIFY(video.Open(QFile::encodeName(inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            ExactReader reader(video, 1);
+            losesAll = all;
+            lostFrom = video.frame->pts + std::int64_t{20} * 3600; // after the proof
+            Picture picture;
+            const ExactReader::Answer answer = reader.read(290, picture);
+            lostFrom = std::numeric_limits<std::int64_t>::max();
+            QCOMPARE(answer, ExactReader::Answer::NotProven);
+            QVERIFY2(reader.counters().picturesDecoded <= 150, // of 384
+                     qPrintable(QString::number(reader.counters().picturesDecoded)));
         }
     }
 };

@@ -10,21 +10,23 @@ DecodingTask::DecodingTask(RunPlan plan, PictureIndex target, std::unique_ptr<De
     : m_plan(std::move(plan))
     , m_target(target)
     , m_worker(std::move(worker))
-    , m_frame(ffmpeg::makeFrame())
 {
 }
 
-void DecodingTask::run(const std::atomic<bool> &isEnding)
+DecodedPicture DecodingTask::operator()(const std::atomic<bool> &isEnding)
 {
-    Run run(m_plan, *m_worker, m_counters);
-    while (!m_found && !isEnding && run.next(*m_frame) == Run::Step::Picture) {
-        m_found = Decoding::pictureOf(*m_frame) == m_target;
+    // A decoder holds many times the memory of the picture: it goes before the picture is taken.
+    const std::unique_ptr<DecodingWorker> worker = std::move(m_worker);
+    DecodedPicture decoded;
+    ffmpeg::FramePtr frame = ffmpeg::makeFrame();
+    Run run(m_plan, *worker, decoded.counters);
+    while (!decoded.frame && !isEnding && run.next(*frame) == Run::Step::Picture) {
         if (m_keepsChecksums)
-            m_checksums.push_back(checksumOf(*m_frame));
+            decoded.checksums.push_back(checksumOf(*frame));
+        if (Decoding::pictureOf(*frame) == m_target)
+            decoded.frame = std::move(frame);
     }
-    m_worker.reset(); // A decoder holds many times the memory of the picture.
-    if (!m_found)
-        av_frame_unref(m_frame.get());
+    return decoded;
 }
 
 } // namespace quorvale

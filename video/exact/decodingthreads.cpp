@@ -1,7 +1,9 @@
 #include "video/exact/decodingthreads.h"
 
 #include <algorithm>
+#include <chrono>
 #include <system_error>
+#include <utility>
 
 namespace quorvale {
 
@@ -21,14 +23,17 @@ DecodingThreads::~DecodingThreads()
         thread.join();
 }
 
-void DecodingThreads::add(DecodingTask &task)
+std::future<DecodedPicture> DecodingThreads::add(DecodingTask task)
 {
+    Job job(std::move(task));
+    std::future<DecodedPicture> picture = job.get_future();
     {
         const std::lock_guard lock(m_mutex);
-        m_waiting.push_back(&task);
+        m_waiting.push_back(std::move(job));
     }
     m_hasWork.notify_one();
     m_startsMore = m_startsMore && m_threads.size() < m_most && startThread();
+    return picture;
 }
 
 // The library tells by an exception that the system gives no further thread; there it stays.
@@ -42,14 +47,14 @@ bool DecodingThreads::startThread()
     return true;
 }
 
-void DecodingThreads::wait(const DecodingTask &task)
+DecodedPicture DecodingThreads::wait(std::future<DecodedPicture> picture)
 {
+    const auto hasRun = [&] { return picture.wait_for(std::chrono::seconds(0)) == std::future_status::ready; };
     std::unique_lock lock(m_mutex);
-    const auto isDone = [&] { return std::find(m_done.begin(), m_done.end(), &task) != m_done.end(); };
-    while (m_threads.empty() && !isDone() && !m_waiting.empty())
+    while (m_threads.empty() && !m_waiting.empty() && !hasRun())
         runNext(lock);
-    m_hasRun.wait(lock, isDone);
-    m_done.erase(std::find(m_done.begin(), m_done.end(), &task));
+    lock.unlock();
+    return picture.get();
 }
 
 void DecodingThreads::work()
@@ -66,13 +71,11 @@ void DecodingThreads::work()
 // `lock` is held before and after it.
 void DecodingThreads::runNext(std::unique_lock<std::mutex> &lock)
 {
-    DecodingTask &task = *m_waiting.front();
+    Job job = std::move(m_waiting.front());
     m_waiting.pop_front();
     lock.unlock();
-    task.run(m_isEnding);
+    job(m_isEnding);
     lock.lock();
-    m_done.push_back(&task);
-    m_hasRun.notify_one();
 }
 
 } // namespace quorvale

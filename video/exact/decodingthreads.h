@@ -5,6 +5,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -13,23 +14,26 @@ namespace quorvale {
 
 /// Runs tasks on threads of their own, in the order in which they come.
 ///
-/// All functions are for one thread, the owner. A task is the owner's until add() and again after wait(); in between
-/// it is the threads', and must live. The threads read no file, so that none of them ever hangs on a disk.
+/// All functions are for one thread, the owner. A task belongs to the threads, so that nothing is taken from under them
+/// whether or not the owner comes to wait for it. They read no file, so that none of them ever hangs on a disk.
 class DecodingThreads
 {
 public:
     /// `most`: threads at once. They are started as tasks come.
     explicit DecodingThreads(int most);
-    /// Ends the threads, each after the picture in hand. Tasks that were added and not waited for come to nothing.
+    /// Ends the threads, each after the picture in hand. Tasks that were not waited for come to nothing.
     ~DecodingThreads();
     DecodingThreads(const DecodingThreads &) = delete;
     DecodingThreads &operator=(const DecodingThreads &) = delete;
 
-    void add(DecodingTask &task);
-    /// Returns once `task`, which was added, has run: here, where the system gave no thread.
-    void wait(const DecodingTask &task);
+    /// Has the task run; what comes of it is for wait(), or dropped.
+    [[nodiscard]] std::future<DecodedPicture> add(DecodingTask task);
+    /// Returns once the task has run: here, where the system gave no thread. What it threw is thrown.
+    [[nodiscard]] DecodedPicture wait(std::future<DecodedPicture> picture);
 
 private:
+    using Job = std::packaged_task<DecodedPicture(const std::atomic<bool> &)>;
+
     bool startThread();
     void work();
     void runNext(std::unique_lock<std::mutex> &lock);
@@ -40,10 +44,8 @@ private:
 
     std::mutex m_mutex; ///< of what follows
     std::condition_variable m_hasWork;
-    std::condition_variable m_hasRun;
-    std::deque<DecodingTask *> m_waiting;
-    std::vector<const DecodingTask *> m_done; ///< and not waited for yet
-    std::atomic<bool> m_isEnding{false};      ///< changed with the mutex, read by running tasks without it
+    std::deque<Job> m_waiting;
+    std::atomic<bool> m_isEnding{false}; ///< changed with the mutex, read by running tasks without it
 };
 
 } // namespace quorvale

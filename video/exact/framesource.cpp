@@ -69,11 +69,12 @@ FrameSource::Status FrameSource::findFromStart(FrameNumber number)
     if (!beginFromStart())
         return Status::Failed;
     while (m_literal->end() <= number) {
-        switch (decodeLiterally()) {
+        switch (decodeLiterally(kToTheEnd)) {
         case LiteralRun::Step::Picture:
             break;
         case LiteralRun::Step::NeedsPacket:
             return endAt(m_literal->end(), number);
+        case LiteralRun::Step::Stopped:
         case LiteralRun::Step::Failed:
             return Status::Failed;
         }
@@ -94,12 +95,13 @@ bool FrameSource::beginFromStart()
     return true;
 }
 
-// The next picture of the literal run; NeedsPacket at the end of the file only.
-LiteralRun::Step FrameSource::decodeLiterally()
+// The next picture of the literal run, for which it decodes up to coded picture `last`; NeedsPacket at the end of the
+// file only.
+LiteralRun::Step FrameSource::decodeLiterally(PictureIndex last)
 {
     for (;;) {
         const bool isAll = pictures().isFinished();
-        const LiteralRun::Step step = m_literal->next(pictures(), *m_nextFrame);
+        const LiteralRun::Step step = m_literal->next(pictures(), *m_nextFrame, last);
         if (step == LiteralRun::Step::Picture) {
             takeNextFrame();
             m_frameNumber = m_literal->end() - 1;

@@ -11,6 +11,8 @@
 #include "video/exact/scan.h"
 
 #include <deque>
+#include <future>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,13 +77,15 @@ private:
     // A picture that is decoded before it is asked for.
     struct Ahead
     {
-        std::unique_ptr<DecodingTask> task; ///< with the threads until takeAhead()
+        std::future<DecodedPicture> picture;
         std::size_t anchor;
         OutputIndex place;
         std::int64_t bytes; ///< of packets
     };
 
     static constexpr std::int64_t kNearStart = 24; ///< pictures that are decoded from the start rather than proven
+    static constexpr std::int64_t kMostDelay = 2 * kMostReordering; ///< pictures that come out while one waits
+    static constexpr PictureIndex kToTheEnd{std::numeric_limits<std::int64_t>::max()};
 
     [[nodiscard]] const PictureList &pictures() const { return m_scan.pictures(); }
     [[nodiscard]] const Stretch &stretchOf(const Anchor &anchor) const { return m_scan.stretches().at(anchor.stretch); }
@@ -110,8 +114,8 @@ private:
 
     void loadAhead();
     bool loadNext(FrameNumber number);
-    [[nodiscard]] std::unique_ptr<DecodingTask> makeTask(RunPlan plan, PictureIndex target);
-    void begin(DecodingTask &task);
+    [[nodiscard]] std::optional<DecodingTask> makeTask(RunPlan plan, PictureIndex target);
+    [[nodiscard]] std::future<DecodedPicture> begin(DecodingTask task);
     [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
     bool takeAhead(FrameNumber number);
     void dropAhead();
@@ -124,7 +128,7 @@ private:
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
     bool beginFromStart();
-    LiteralRun::Step decodeLiterally();
+    LiteralRun::Step decodeLiterally(PictureIndex last);
     void takeNextFrame();
     bool prepareWorker(PictureIndex entry);
     [[nodiscard]] std::unique_ptr<DecodingWorker> makeWorker();
@@ -156,10 +160,10 @@ private:
     std::optional<FrameNumber> m_fileEnd;
 
     AheadLimits m_limits;
-    PacketReplay m_loader;            ///< for the packets of the tasks
-    std::deque<FrameNumber> m_toLoad; ///< announced, with good prospects; ascending
+    PacketReplay m_loader;                      ///< for the packets of the tasks
+    std::deque<FrameNumber> m_toLoad;           ///< announced, with good prospects; ascending
+    std::unique_ptr<DecodingThreads> m_threads; ///< null until there is a task
     std::map<FrameNumber, Ahead> m_ahead;
-    std::unique_ptr<DecodingThreads> m_threads; ///< null until there is a task; ends before the tasks do
 };
 
 } // namespace quorvale

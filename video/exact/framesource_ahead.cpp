@@ -54,32 +54,31 @@ bool FrameSource::loadNext(FrameNumber number)
         return m_ahead.empty(); // Alone, it is too large for good.
 
     m_literal.reset(); // as for any run: its decoder has done what it was for
-    std::unique_ptr<DecodingTask> task = makeTask(std::move(*plan), target);
+    std::optional<DecodingTask> task = makeTask(std::move(*plan), target);
     if (!task)
         return true;
-    begin(*task);
     const auto anchorIndex = static_cast<std::size_t>(found - m_anchors.begin());
-    m_ahead.emplace(number, Ahead{std::move(task), anchorIndex, place, bytes});
+    m_ahead.emplace(number, Ahead{begin(std::move(*task)), anchorIndex, place, bytes});
     return true;
 }
 
-// Null without a decoder, or without the packets.
-std::unique_ptr<DecodingTask> FrameSource::makeTask(RunPlan plan, PictureIndex target)
+// Nothing without a decoder, or without the packets.
+std::optional<DecodingTask> FrameSource::makeTask(RunPlan plan, PictureIndex target)
 {
     ffmpeg::DecoderPtr decoder = m_recipe.make();
     std::unique_ptr<LoadedPackets> packets = load(plan);
     if (!decoder || !packets)
-        return nullptr;
+        return std::nullopt;
     auto worker = std::make_unique<DecodingWorker>(std::move(packets), std::move(decoder));
-    return std::make_unique<DecodingTask>(std::move(plan), target, std::move(worker));
+    return DecodingTask(std::move(plan), target, std::move(worker));
 }
 
-// On a thread; whoever calls it waits for it.
-void FrameSource::begin(DecodingTask &task)
+// On a thread.
+std::future<DecodedPicture> FrameSource::begin(DecodingTask task)
 {
     if (!m_threads)
         m_threads = std::make_unique<DecodingThreads>(m_limits.decoders);
-    m_threads->add(task);
+    return m_threads->add(std::move(task));
 }
 
 // From memory, or from the disk where not all is kept.
@@ -92,30 +91,28 @@ std::unique_ptr<LoadedPackets> FrameSource::load(const RunPlan &plan)
 // Makes frame() picture `number` where a task has decoded it.
 bool FrameSource::takeAhead(FrameNumber number)
 {
-    const auto found = m_ahead.find(number);
-    if (found == m_ahead.end())
+    const auto found = m_ahead.extract(number);
+    if (!found)
         return false;
-    const Ahead &ahead = found->second;
-    m_threads->wait(*ahead.task);
-    m_counters += ahead.task->counters();
+    Ahead &ahead = found.mapped();
+    DecodedPicture decoded = m_threads->wait(std::move(ahead.picture));
+    m_counters += decoded.counters;
     // What another run has shown since may be that the anchor cannot be trusted so far.
-    if (!ahead.task->picture() || ahead.place >= provenEnd(m_anchors[ahead.anchor])) {
+    if (!decoded.frame || ahead.place >= provenEnd(m_anchors[ahead.anchor])) {
         dropAhead();
         return false;
     }
     m_literal.reset(); // At the end of the file it would take this picture for its own last one.
-    av_frame_unref(m_frame.get());
-    av_frame_move_ref(m_frame.get(), ahead.task->picture());
+    m_frame = std::move(decoded.frame);
     m_frameNumber = number;
-    m_ahead.erase(found);
     return true;
 }
 
 // What the tasks have cost is not counted: how far they came is chance.
 void FrameSource::dropAhead()
 {
-    m_threads.reset();
     m_ahead.clear();
+    m_threads.reset();
     m_toLoad.clear();
     m_kept.clear();
 }

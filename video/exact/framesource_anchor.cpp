@@ -18,9 +18,8 @@ constexpr std::int64_t kLongProofAfterDamage = 64; // from a point that is no ID
 constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
 constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
 constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
-constexpr std::int64_t kMostDelay = 2 * kMostReordering; // pictures that come out while one waits for its turn
-constexpr std::int64_t kBeyondBridge = 64;               // pictures that a bridge may be longer than it looked
-constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
+constexpr std::int64_t kBeyondBridge = 64;       // pictures that a bridge may be longer than it looked
+constexpr std::int64_t kBeyondHorizon = 100;     // pictures after the wanted one in which an anchor is still looked for
 
 } // namespace
 
@@ -102,7 +101,7 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t e
         while (verdict == Verdict::Open) {
             if (m_literal->position().value() >= effort)
                 return false;
-            const LiteralRun::Step step = decodeLiterally();
+            const LiteralRun::Step step = decodeLiterally(PictureIndex(effort + kMostDelay));
             if (step == LiteralRun::Step::NeedsPacket && m_literalFromStart)
                 endAt(m_literal->end(), m_horizon);
             if (step != LiteralRun::Step::Picture)

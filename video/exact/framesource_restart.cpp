@@ -54,24 +54,25 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
     all.primeFrom = PictureIndex();
     const OutputIndex last = point.place + (kCompared - 1);
     std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
-    const std::unique_ptr<DecodingTask> second =
-        plan ? makeTask(std::move(*plan), stretchOf(anchor).at(last)) : nullptr;
-    if (!second)
+    std::optional<DecodingTask> task = plan ? makeTask(std::move(*plan), stretchOf(anchor).at(last)) : std::nullopt;
+    if (!task)
         return false;
-    second->keepChecksums();
-    begin(*second);
+    task->keepChecksums();
+    std::future<DecodedPicture> second = begin(std::move(*task));
     const std::vector<FrameChecksum> expected = decodeChecksums(anchor, point);
-    m_threads->wait(*second);
-    m_counters += second->counters();
-    return second->picture() && second->checksums() == expected;
+    const DecodedPicture decoded = m_threads->wait(std::move(second));
+    m_counters += decoded.counters;
+    return decoded.frame && decoded.checksums == expected;
 }
 
-// Of the pictures from `point` on, by the decoder that began at the file's start; fewer where they are not as foreseen.
+// Of the pictures from `point` on, by the decoder that began at the file's start; none where they are not as foreseen,
+// or did not all come out soon after the last of them was decoded.
 std::vector<FrameChecksum> FrameSource::decodeChecksums(const Anchor &anchor, const EntryPoint &point)
 {
+    const PictureIndex last = stretchOf(anchor).at(point.place + (kCompared - 1)) + kMostDelay;
     std::vector<FrameChecksum> checksums;
     while (checksums.size() < kCompared) {
-        if (decodeLiterally() != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
+        if (decodeLiterally(last) != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
             return {};
         const PictureIndex latest = m_literal->at(m_literal->end() - 1);
         const OutputIndex place = point.place + static_cast<std::int64_t>(checksums.size());

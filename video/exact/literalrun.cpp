@@ -36,7 +36,7 @@ LiteralRun::LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &co
 {
 }
 
-LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame)
+LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame, PictureIndex last)
 {
     for (;;) {
         const Decoding::Output output = m_worker->decoding.receive(frame);
@@ -60,6 +60,8 @@ LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame)
             break;
         }
         m_failuresInARow = 0;
+        if (m_picture > last)
+            return Step::Stopped;
         const PictureIndex end = pictures.settledEnd();
         if (end == PictureIndex() || m_next > pictures.picture(end - 1).lastPacket())
             return Step::NeedsPacket;

@@ -16,6 +16,7 @@ public:
     enum class Step {
         Picture,     ///< the next one; its number is that before end()
         NeedsPacket, ///< which is not in the list of pictures yet, or not settled
+        Stopped,     ///< after the last picture that was to be decoded
         Failed,      ///< the file is not what it was when it was scanned
     };
 
@@ -25,7 +26,8 @@ public:
     LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &counters, const PictureList &pictures,
                PictureIndex entry, FrameNumber number, const WaysIn &ways);
 
-    Step next(const PictureList &pictures, AVFrame &frame);
+    /// Sends nothing once position() is after `last`.
+    Step next(const PictureList &pictures, AVFrame &frame, PictureIndex last);
 
     /// The number that the next picture will have.
     [[nodiscard]] FrameNumber end() const { return m_firstNumber + static_cast<std::int64_t>(m_shown.size()); }

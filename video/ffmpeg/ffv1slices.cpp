@@ -15,9 +15,10 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-// 256 slices of 1920x1080 with large contexts and alpha; encoders make up to 30. The decoder holds two or three
-// pictures beside them, whatever their size: less than a budget of pictures.
-constexpr std::int64_t kMostSliceBytes = 132 * kMiB;
+// 123 slices of 1920x1080 with large contexts and alpha; encoders make up to 30. The decoder holds two or three
+// pictures beside them, whatever their size: less than a budget of pictures. From FFmpeg 7.1 on it gives slices back
+// and takes new ones while it decodes, and glibc does not put one in the place of another: that takes twice as much.
+constexpr std::int64_t kMostSliceBytes = 64 * kMiB;
 
 // What FFmpeg uses for each slice: tables, three rows of four planes in 32 bits, as wide as the slice, and the
 // contexts.
