@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     KeyFrameTable table;
     if (LoadKeyFrameTable(&table, file.path())) {
         require(table.count >= 0 && table.count <= table.capacity, "the rows in use exist");
-        require(rowsHeld(&table) == table.count, "the rows in use are held");
+        require(quorvale::rowsHeld(&table) == table.count, "the rows in use are held");
         const int index = GetEntryIndex(&table, 1000);
         require(index >= -1 && index < table.count, "a row that is found exists");
 
@@ -32,7 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
         ResizeKFT(&copy, copy.count / 2);
         copy.modified = false;
         AddEntry(&copy, {2147483647, 1, 1});
-        require(!copy.modified || rowsHeld(&copy) == copy.count, "a shrunk table is whole again after a new row");
+        require(!copy.modified || quorvale::rowsHeld(&copy) == copy.count,
+                "a shrunk table is whole again after a new row");
         ReleaseKFT(&copy);
 
         require(SaveKeyFrameTable(&table, file.path(), true), "a table can be saved");

@@ -5,6 +5,7 @@
 #include "tests/support/picture.h"
 #include "tests/support/processfacts.h"
 #include "tests/support/teststreams.h"
+#include "tests/support/transportstream.h"
 #include "thumbs/thumbnailscanner.h"
 #include "video/exact/exactreader.h"
 #include "video/ffvideo.h"
@@ -141,21 +142,16 @@ private slots:
         samples.tracks = 20;
         samples.samples = 4400000;
         QTest::newRow("samples") << samples.bytes();
-        HugeMp4 compressed = samples;
-        compressed.isCompressed = true;
-        QTest::newRow("samples, in a compressed header") << compressed.bytes();
-        HugeMp4 late = samples;
-        late.boxesBefore = 4100;
-        QTest::newRow("samples, after many boxes") << late.bytes();
-        HugeMp4 never = samples;
-        never.boxesBefore = 260000;
-        QTest::newRow("samples, after more boxes than there may be") << never.bytes();
-        HugeMp4 hidden = samples;
-        hidden.isHidden = true;
-        QTest::newRow("samples, inside the sample description") << hidden.bytes();
-        HugeMp4 nested = samples;
-        nested.isNested = true;
-        QTest::newRow("samples, before a track inside the track") << nested.bytes();
+        const auto add = [samples](const char *name, auto member, int value) {
+            HugeMp4 file = samples;
+            file.*member = value;
+            QTest::newRow(name) << file.bytes();
+        };
+        add("samples, in a compressed header", &HugeMp4::isCompressed, 1);
+        add("samples, after many boxes", &HugeMp4::boxesBefore, 4100);
+        add("samples, after more boxes than there may be", &HugeMp4::boxesBefore, 260000);
+        add("samples, inside the sample description", &HugeMp4::isHidden, 1);
+        add("samples, before a track inside the track", &HugeMp4::isNested, 1);
         HugeMp4 sound;
         sound.tracks = 10;
         sound.isSound = true;
@@ -174,9 +170,7 @@ private slots:
         fragments.fragments = 10;
         fragments.samplesInFragment = 500000;
         QTest::newRow("fragments") << fragments.bytes();
-
-        QByteArray mxf = readFile(encoded(
-            "mxf", {"-f", "lavfi", "-i", "color=s=64x64:r=25", "-frames:v", "25", "-c:v", "mpeg2video", "-f", "mxf"}));
+        QByteArray mxf = readFile(encoded("mxf", words("-f lavfi -i color=s=64x64:d=1 -c:v mpeg2video -f mxf")));
         const QByteArray emptySet = QByteArray::fromHex("060E2B34025301010D01010101010F0000");
         const int essence = int(mxf.indexOf(QByteArray::fromHex("060E2B34010201010D010301")));
         QVERIFY(essence > 0);
@@ -208,15 +202,33 @@ private slots:
         HugeJpeg2000 headed;
         headed.headerBytes = 32 << 20;
         QTest::newRow("AVI, a stream's header") << headed.avi();
+        headed.headerBytes = 96 << 20;
+        QTest::newRow("AVI, a longer one") << headed.avi();
+        QByteArray texts = ";FFMETADATA1\n";
+        for (int i = 0; i < 60000; ++i)
+            texts += QByteArray::number(i) + "=a\n";
+        const QString ogg =
+            "-f lavfi -i color=d=1 -i " + writeFile(dir.path(), "list", texts) + " -map_metadata 1 -f ogg";
+        QTest::newRow("Ogg, texts") << readFile(encoded("texts", words(ogg)));
+        const QByteArray packets = readFile(hevc("64x64", "yuv420p", 24));
+        QTest::newRow("transport stream, programmes") << transportstream::programmes(20000) + packets;
+        const QByteArray h264 = readFile(keeping16("64x64", "yuv420p", 24));
+        QTest::newRow("H.264, NAL units") << h264 + QByteArray::fromHex("0000010C80").repeated(30000) + h264;
+        const QByteArray h265 = readFile(coloured("h265", "64x64", 24, "-c:v libx265 -f hevc"));
+        const QByteArray units = h265 + QByteArray::fromHex("000001500105018080").repeated(30000) + h265;
+        QTest::newRow("HEVC, NAL units") << units;
+        const QString inPackets =
+            "-f hevc -i " + writeFile(dir.path(), "raw", units) + " -c copy -bsf:v setts=ts=N*3600 -f mpegts";
+        QTest::newRow("HEVC in packets, NAL units") << readFile(encoded("packets", words(inPackets)));
     }
 
     void headers_areRefused_thatClaimTables()
     {
         QFETCH(const QByteArray, bytes);
+        QVERIFY(!bytes.isEmpty());
         const QString path = writeFile(dir.path(), "claim.ts", bytes);
-        QVERIFY(!path.isEmpty());
         const Visit visit = visitWith("literal", path);
-        qInfo("%lld bytes: %lld MiB", QFileInfo(path).size(), visit.mib);
+        qInfo("%d bytes: %lld MiB", int(bytes.size()), visit.mib);
         QCOMPARE(visit.pictures, 0);
         QCOMPARE(visitWith("open", path).pictures, 0);
         if (kMemoryIsOurs)
@@ -226,33 +238,30 @@ private slots:
     void headers_areTaken_thatClaimWhatRecordingsHave_data()
     {
         QTest::addColumn<QStringList>("muxer");
-        QTest::newRow("sound that is not coded, half an hour") << QStringList{"-c:a", "pcm_s16le", "-f", "mov"};
-        QTest::newRow("four tracks of sound")
-            << QStringList{"-map", "0", "-map", "1", "-map", "1", "-map", "1", "-map", "1", "-c:a", "aac", "-f", "mp4"};
-        QTest::newRow("fragments") << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov", "-f", "mp4"};
+        QTest::newRow("sound that is not coded, half an hour") << words("-c:a pcm_s16le -f mov");
+        QTest::newRow("four tracks of sound") << words("-map 0 -map 1 -map 1 -map 1 -map 1 -c:a aac -f mp4");
+        QTest::newRow("fragments") << words("-c:a aac -movflags frag_keyframe+empty_moov -f mp4");
         QTest::newRow("fragments with their index")
-            << QStringList{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov+dash+global_sidx", "-f", "mp4"};
+            << words("-c:a aac -movflags frag_keyframe+empty_moov+dash+global_sidx -f mp4");
         // Its bytes look like the beginnings of lists.
         const QByteArray lists = QByteArray::fromHex("1654AE6BFF00").repeated(1000);
         const QString font = writeFile(dir.path(), "font.ttf", lists + QByteArray(4 << 20, '\0'));
-        QTest::newRow("a font") << QStringList{"-c:a", "aac",     "-attach", font, "-metadata:s:t", "mimetype=font/ttf",
-                                               "-f",   "matroska"};
-        QTest::newRow("texts and edits") << QStringList{"-c:a", "aac", "-bf", "2", "-metadata", "title=A", "-f", "mov"};
+        QTest::newRow("a font") << words("-c:a aac -attach " + font + " -metadata:s:t mimetype=font/ttf -f matroska");
+        QTest::newRow("texts and edits") << words("-c:a aac -bf 2 -metadata title=A -f mov");
+        QTest::newRow("an AVI file's index") << words("-c:a mp2 -f avi");
     }
 
     void headers_areTaken_thatClaimWhatRecordingsHave()
     {
         QFETCH(const QStringList, muxer);
         const QString path =
-            makeWithFFmpeg(dir.path(), "whole.ts",
-                           QStringList{"-f", "lavfi", "-i", "testsrc2=s=64x64:r=1:d=1800", "-f", "lavfi", "-i",
-                                       "anullsrc=r=8000:cl=mono", "-t", "1800", "-c:v", "mpeg4"} +
-                               muxer);
-        QVERIFY(!path.isEmpty());
+            encoded("whole", words("-f lavfi -i testsrc2=s=64x64:r=1:d=1800 -f lavfi -i anullsrc=r=16000:cl=mono"
+                                   " -t 1800 -c:v mpeg4") +
+                                 muxer);
         QCOMPARE(visitWith("literal", path).pictures, kAll);
     }
 
-    // Of 50 pictures a second, with two tracks of as many samples: more than sound and subtitles have.
+    // 50 pictures a second and two tracks of as many samples: more than sound and subtitles have.
     void headers_areOpened_ofTenHours_withinTheBound()
     {
         HugeMp4 recording;
@@ -283,13 +292,11 @@ private slots:
             << false << kUsualMiB;
         QTest::newRow("H.264 4:2:2 with 10 bits")
             << keeping16("1920x1088", "yuv422p10le", 24) << qint64{30000} << false << false << kUsualMiB;
-        QStringList three;
-        for (int i = 0; i < 3; ++i)
-            three += {"-f", "lavfi", "-i", "color=s=1920x1088:r=25"};
+        const QString three = QString("-f lavfi -i color=s=1920x1088:r=25 ").repeated(3);
         QTest::newRow("three streams of H.264 4:4:4 with 10 bits")
-            << encoded("three", three + QStringList{"-map", "0", "-map", "1", "-map", "2", "-frames:v", "24", "-c:v",
-                                                    "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv444p10le",
-                                                    "-x264-params", "ref=16:keyint=1000:bframes=0:log=-1", "-f", "vob"})
+            << encoded("three",
+                       words(three + "-map 0 -map 1 -map 2 -frames:v 24 -c:v libx264 -preset ultrafast -pix_fmt"
+                                     " yuv444p10le -x264-params ref=16:keyint=1000:bframes=0:log=-1 -f vob"))
             << qint64{200000} << false << false << kUsualMiB;
         QTest::newRow("H.264 of the largest size")
             << keeping16("8192x4320", "yuv420p", 24) << qint64{200000} << false << true << kMostMiB;
@@ -301,17 +308,13 @@ private slots:
             QTest::newRow("HEVC of the largest size, 10 bits")
                 << largest << qint64{800000} << true << false << kMostMiB;
             QTest::newRow("AV1 of four times 1920x1080, 10 bits")
-                << encoded("av1uhd", {"-f", "lavfi", "-i", "color=s=3840x2160:r=25", "-frames:v", "24", "-pix_fmt",
-                                      "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
-                << qint64{200000} << true << false << kMostMiB;
+                << av1("3840x2160", 24) << qint64{200000} << true << false << kMostMiB;
             QTest::newRow("AV1 of the largest size, 10 bits")
-                << encoded("av18k", {"-f", "lavfi", "-i", "color=s=7680x4320:r=25", "-frames:v", "12", "-pix_fmt",
-                                     "yuv420p10le", "-c:v", "libsvtav1", "-preset", "12", "-f", "ivf"})
-                << qint64{400000} << false << false << kMostMiB;
+                << av1("7680x4320", 12) << qint64{400000} << false << false << kMostMiB;
             QTest::newRow("HEVC of the largest size, with a cover picture")
-                << encoded("cover",
-                           {"-i", largest, "-f", "lavfi", "-i", "color=s=1920x1080:r=25:d=0.04", "-map", "0", "-map",
-                            "1", "-c:v:0", "copy", "-c:v:1", "mjpeg", "-disposition:v:1", "attached_pic", "-f", "mp4"})
+                << encoded("cover", words("-i " + largest +
+                                          " -f lavfi -i color=s=1920x1080:r=25:d=0.04 -map 0 -map 1"
+                                          " -c:v:0 copy -c:v:1 mjpeg -disposition:v:1 attached_pic -f mp4"))
                 << qint64{800000} << true << false << kMostMiB;
         }
         HugeJpeg2000 picture;
@@ -340,7 +343,6 @@ private slots:
         QVERIFY(!path.isEmpty());
         const qint64 bytes = QFileInfo(path).size();
         QVERIFY2(bytes <= mostBytes, qPrintable(QString::number(bytes)));
-
         for (const char *reader : {"literal", "exact", "scanner"}) {
             const Visit visit = visitWith(reader, path);
             qInfo("%lld bytes, %s: %d of %d pictures, %lld MiB", bytes, reader, visit.pictures, kAll, visit.mib);
@@ -358,28 +360,34 @@ private:
     {
         return makeWithFFmpeg(dir.path(), name + ".ts", encoder);
     }
+    [[nodiscard]] QString coloured(const QString &name, const QString &size, int pictures, const QString &encoder) const
+    {
+        const QString input = QString("-f lavfi -i color=s=%1:r=25 -frames:v %2 ").arg(size).arg(pictures);
+        return encoded(name + size, words(input + encoder));
+    }
     // A stream of `pictures` pictures of one colour that keeps as many of them as there may be.
     [[nodiscard]] QString keeping16(const QString &size, const QString &pixels, int pictures,
                                     const QString &more = "bframes=0") const
     {
-        return encoded(size + pixels + more.left(9),
-                       {"-f", "lavfi", "-i", "color=s=" + size + ":r=25", "-frames:v", QString::number(pictures),
-                        "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", pixels, "-x264-params",
-                        "ref=16:level=6.2:keyint=1000:scenecut=0:log=-1:" + more, "-f", "h264"});
+        return coloured(pixels + more.left(9), size, pictures,
+                        "-c:v libx264 -preset ultrafast -pix_fmt " + pixels +
+                            " -x264-params ref=16:level=6.2:keyint=1000:scenecut=0:log=-1:" + more + " -f h264");
+    }
+    [[nodiscard]] QString av1(const QString &size, int pictures) const
+    {
+        return coloured("av1", size, pictures, "-pix_fmt yuv420p10le -c:v libsvtav1 -preset 12 -f ivf");
     }
     [[nodiscard]] QString hevc(const QString &size, const QString &pixels, int pictures) const
     {
-        return encoded("hevc" + size + pixels,
-                       {"-f", "lavfi", "-i", "color=s=" + size + ":r=25", "-frames:v", QString::number(pictures),
-                        "-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", pixels, "-x265-params",
-                        "ref=5:bframes=4:b-pyramid=1:log-level=none", "-f", "mpegts"});
+        return coloured("hevc", size, pictures,
+                        "-c:v libx265 -preset ultrafast -pix_fmt " + pixels +
+                            " -x265-params ref=5:bframes=4:b-pyramid=1:log-level=none -f mpegts");
     }
     [[nodiscard]] QString ffv1(const QString &slices, const QString &pixels, int pictures = 1) const
     {
-        const QStringList picture = {"-f", "lavfi", "-i", "color=s=1920x1088:r=25", "-frames:v"};
-        return encoded("ffv1" + pixels,
-                       picture + QStringList{QString::number(pictures), "-pix_fmt", pixels, "-slices", slices} +
-                           QString("-c:v ffv1 -level 3 -coder 1 -context 1 -f matroska").split(' '));
+        return coloured("ffv1" + pixels, "1920x1088", pictures,
+                        "-pix_fmt " + pixels + " -slices " + slices +
+                            " -c:v ffv1 -level 3 -coder 1 -context 1 -f matroska");
     }
 
     const QTemporaryDir dir;

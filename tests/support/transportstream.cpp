@@ -1,5 +1,7 @@
 #include "tests/support/transportstream.h"
 
+#include <QtEndian>
+
 #include <cstdint>
 
 namespace transportstream {
@@ -27,7 +29,7 @@ void setTwelveBitsAt(QByteArray &bytes, int index, int value)
     bytes[index + 1] = static_cast<char>(value & 0xFF);
 }
 
-std::uint32_t sectionChecksum(const QByteArray &bytes)
+QByteArray sectionChecksum(const QByteArray &bytes)
 {
     std::uint32_t crc = 0xFFFFFFFFU;
     for (const char byte : bytes) {
@@ -35,7 +37,9 @@ std::uint32_t sectionChecksum(const QByteArray &bytes)
         for (int bit = 0; bit < 8; ++bit)
             crc = (crc & 0x80000000U) != 0 ? (crc << 1) ^ 0x04C11DB7U : crc << 1;
     }
-    return crc;
+    QByteArray checksum(4, '\0');
+    qToBigEndian(crc, checksum.data());
+    return checksum;
 }
 
 // Offset of the program map section that starts in a packet; -1 if none does.
@@ -101,9 +105,7 @@ bool registerFirstStream(QByteArray &stream, const char *fourCharacters)
         setTwelveBitsAt(body, entry + 3, twelveBitsAt(body, entry + 3) + int(descriptor.size()));
         body.insert(entry + 5, descriptor);
         setTwelveBitsAt(body, 1, length + int(descriptor.size()));
-        const std::uint32_t crc = sectionChecksum(body);
-        for (int shift = 24; shift >= 0; shift -= 8)
-            body.append(static_cast<char>(crc >> shift & 0xFF));
+        body += sectionChecksum(body);
         stream.replace(section, body.size(), body); // what was stuffing after the section gives way
         patched = true;
     }
@@ -119,6 +121,18 @@ void dropPackets(QByteArray &stream, const std::function<bool(int, int)> &drop)
             kept.append(stream.constData() + packet * kPacketSize, kPacketSize);
     }
     stream = kept;
+}
+
+QByteArray programmes(int count)
+{
+    QByteArray packets;
+    for (int number = 1; number <= count; ++number) {
+        const QByteArray section =
+            QByteArray::fromHex("00B00D0001C10000") + char(number >> 8) + char(number) + "\xE1\x01";
+        const QByteArray packet = QByteArray::fromHex("4740001000") + section + sectionChecksum(section);
+        packets += packet.leftJustified(kPacketSize, '\xFF');
+    }
+    return packets;
 }
 
 } // namespace transportstream

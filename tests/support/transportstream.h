@@ -23,4 +23,7 @@ bool registerFirstStream(QByteArray &stream, const char *fourCharacters);
 /// Removes the packets for which `drop` (packet number, identifier) is true.
 void dropPackets(QByteArray &stream, const std::function<bool(int, int)> &drop);
 
+/// Packets that name `count` programmes; nothing more of them is there.
+[[nodiscard]] QByteArray programmes(int count);
+
 } // namespace transportstream

@@ -35,7 +35,7 @@ ffmpeg::DecoderPtr DecoderRecipe::make() const
 bool Decoding::send(AVPacket &packet, PictureIndex picture)
 {
     ffmpeg::tag(*m_decoder, packet, picture.value());
-    return avcodec_send_packet(m_decoder.get(), &packet) >= 0;
+    return ffmpeg::send(*m_decoder, packet) >= 0;
 }
 
 void Decoding::drain()

@@ -10,11 +10,15 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
+bool isIntraOnly(AVCodecID codec)
+{
+    const AVCodecDescriptor *facts = avcodec_descriptor_get(codec);
+    return facts && (facts->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+}
+
 bool holdsUncountedPictures(const AVCodec &codec)
 {
-    const AVCodecDescriptor *facts = avcodec_descriptor_get(codec.id);
-    const bool isIntraOnly = facts && (facts->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
-    return (codec.capabilities & AV_CODEC_CAP_DR1) == 0 && !isIntraOnly;
+    return (codec.capabilities & AV_CODEC_CAP_DR1) == 0 && !isIntraOnly(codec.id);
 }
 
 } // namespace
@@ -22,6 +26,11 @@ bool holdsUncountedPictures(const AVCodec &codec)
 std::int64_t mostPixelsOf(const AVCodec &codec)
 {
     return holdsUncountedPictures(codec) ? kMostPixelsUncounted : kMostPixels;
+}
+
+std::int64_t mostPacketBytesOf(AVCodecID codec)
+{
+    return isIntraOnly(codec) ? kMostBytesInOnePiece : kMostPacketBytes;
 }
 
 DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase, const AVCodec *codec)
@@ -39,17 +48,20 @@ DecoderPtr makeDecoder(const AVCodecParameters &parameters, AVRational timeBase,
 
 bool isBounded(const AVCodecParameters &parameters)
 {
-    return parameters.codec_id != AV_CODEC_ID_FFV1 || hasBoundedSlices(parameters);
+    return hasBoundedSlices(parameters);
 }
 
-bool isBounded(AVCodecID codec, const AVPacket &packet)
+bool isBounded(AVCodecID codec, const StreamHeader &header, const AVPacket &packet)
 {
-    return codec != AV_CODEC_ID_JPEG2000 || packet.size == 0 || hasBoundedBlocks(packet);
+    return packet.size == 0 || (packet.size <= mostPacketBytesOf(codec) && hasBoundedNalUnits(codec, header, packet) &&
+                                (codec != AV_CODEC_ID_JPEG2000 || hasBoundedBlocks(packet)));
 }
 
 int send(AVCodecContext &decoder, const AVPacket &packet)
 {
-    return isBounded(decoder.codec_id, packet) ? avcodec_send_packet(&decoder, &packet) : AVERROR_INVALIDDATA;
+    return isBounded(decoder.codec_id, {decoder.extradata, decoder.extradata_size}, packet)
+               ? avcodec_send_packet(&decoder, &packet)
+               : AVERROR_INVALIDDATA;
 }
 
 void flush(AVCodecContext &decoder)

@@ -1,10 +1,7 @@
 #pragma once
 
+#include "video/ffmpeg/nalcount.h"
 #include "video/ffmpeg/pointers.h"
-
-extern "C" {
-#include <libavcodec/codec_id.h>
-}
 
 #include <cstdint>
 
@@ -26,11 +23,15 @@ namespace quorvale::ffmpeg {
 /// The most pixels that a picture may have which `codec` decodes.
 [[nodiscard]] std::int64_t mostPixelsOf(const AVCodec &codec);
 
+/// The most bytes that a packet of a `codec` may have.
+[[nodiscard]] std::int64_t mostPacketBytesOf(AVCodecID codec);
+
 /// Whether FFmpeg's decoders take little memory for the header of this stream, beside its pictures.
 [[nodiscard]] bool isBounded(const AVCodecParameters &parameters);
 
-/// Whether they take little memory and time for what `packet` of a `codec` claims to hold, beside the picture.
-[[nodiscard]] bool isBounded(AVCodecID codec, const AVPacket &packet);
+/// Whether they take little memory and time for what `packet` claims to hold, beside the picture. `header`: of its
+/// stream, which is one of `codec`.
+[[nodiscard]] bool isBounded(AVCodecID codec, const StreamHeader &header, const AVPacket &packet);
 
 /// Gives the packet to the decoder: what avcodec_send_packet returns, or AVERROR_INVALIDDATA if it is not bounded.
 [[nodiscard]] int send(AVCodecContext &decoder, const AVPacket &packet);

@@ -174,12 +174,17 @@ std::int64_t bytesOfSlices(const AVCodecParameters &video)
 
 } // namespace
 
+std::int64_t sliceBytes(const AVCodecParameters &video)
+{
+    if (video.codec_id != AV_CODEC_ID_FFV1 || video.extradata_size <= 0) // of versions 0 and 1, which have one slice
+        return 0;
+    const std::int64_t bytes = bytesOfSlices(video);
+    return bytes >= 0 ? bytes : kMostSliceBytes + 1;
+}
+
 bool hasBoundedSlices(const AVCodecParameters &video)
 {
-    if (video.extradata_size <= 0) // of versions 0 and 1, which have one slice
-        return true;
-    const std::int64_t bytes = bytesOfSlices(video);
-    return bytes >= 0 && bytes <= kMostSliceBytes;
+    return sliceBytes(video) <= kMostSliceBytes;
 }
 
 } // namespace quorvale::ffmpeg

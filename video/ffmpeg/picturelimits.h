@@ -17,8 +17,12 @@ inline constexpr std::int64_t kMostPixelsUncounted = std::int64_t{4096} * 2304;
 /// Pictures of television in high definition, rounded up to whole blocks; the ones beyond are large.
 inline constexpr std::int64_t kUsualPixels = std::int64_t{1920} * 1088;
 
-/// The most bytes of any one piece of memory in the FFmpeg libraries: a plane of the largest picture with four bytes a
-/// pixel, and some room around it.
-inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 4 + kMiB;
+/// The most bytes of any one piece of memory in the FFmpeg libraries: a plane of the largest picture with two bytes a
+/// sample, and some room around it. Packets that are put together are that large, too, in two or three copies.
+inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 2 + 4 * kMiB;
+
+/// The most bytes of a packet: 1920x1088 pixels of 8 bytes, and as much again. Pictures that are larger and refer to no
+/// others may be stored as they are, up to kMostBytesInOnePiece.
+inline constexpr std::int64_t kMostPacketBytes = 32 * kMiB;
 
 } // namespace quorvale::ffmpeg

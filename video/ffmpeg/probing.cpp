@@ -65,7 +65,7 @@ InputPtr openInput(const char *path)
 std::optional<ProbingCost> costOf(const char *path)
 {
     const InputPtr ahead = openInput(path);
-    return ahead ? std::optional(probingCost(*ahead)) : std::nullopt;
+    return ahead ? probingCost(*ahead) : std::nullopt;
 }
 
 // What a decoder with a budget finds out about the stream with `index`: FFmpeg's own while it probes have none.

@@ -1,6 +1,7 @@
 #include "video/ffmpeg/probingcost.h"
 
 #include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/ffv1slices.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/pointers.h"
 
@@ -11,6 +12,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <optional>
 
 namespace quorvale::ffmpeg {
 
@@ -39,6 +41,11 @@ int picturesHeldBy(AVCodecID codec)
     }
 }
 
+StreamHeader headerOf(const AVCodecParameters &stream)
+{
+    return {stream.extradata, stream.extradata_size};
+}
+
 /// Reads what a stream's packets say about their pictures.
 class StreamClaim
 {
@@ -47,7 +54,8 @@ public:
     {
         if (!m_parser || m_codec != stream.codecpar->codec_id)
             begin(*stream.codecpar);
-        m_isBounded = m_isBounded && isBounded(stream.codecpar->codec_id, packet);
+        const AVCodecParameters &parameters = *stream.codecpar;
+        m_isBounded = m_isBounded && isBounded(parameters.codec_id, headerOf(parameters), packet);
         m_hasSurprise = m_hasSurprise || av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, nullptr);
         note(stream.codecpar->width, stream.codecpar->height, AV_PIX_FMT_NONE);
         if (!m_parser || !m_context)
@@ -109,8 +117,9 @@ private:
     bool m_hasSurprise = false; ///< of what the container brings in the middle, parsers see nothing
 };
 
-// As far as probing reads, by the same measure.
-std::vector<StreamClaim> readClaims(AVFormatContext &input)
+// As far as probing reads, by the same measure. Nullopt if there is a packet of too many NAL units: probing looks for
+// headers in it, whatever decoders it has.
+std::optional<std::vector<StreamClaim>> readClaims(AVFormatContext &input)
 {
     std::vector<StreamClaim> claims(input.nb_streams);
     const PacketPtr packet = makePacket();
@@ -118,6 +127,8 @@ std::vector<StreamClaim> readClaims(AVFormatContext &input)
         claims.resize(std::max<std::size_t>(claims.size(), input.nb_streams));
         const auto index = static_cast<std::size_t>(packet->stream_index);
         const AVStream &stream = *input.streams[index];
+        if (!hasBoundedNalUnits(stream.codecpar->codec_id, headerOf(*stream.codecpar), *packet))
+            return std::nullopt;
         if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO)
             claims[index].read(stream, *packet);
         bytes += packet->size;
@@ -129,16 +140,18 @@ std::vector<StreamClaim> readClaims(AVFormatContext &input)
 
 } // namespace
 
-ProbingCost probingCost(AVFormatContext &input)
+std::optional<ProbingCost> probingCost(AVFormatContext &input)
 {
     const std::size_t known = input.nb_streams;
-    std::vector<StreamClaim> claims = readClaims(input);
+    std::optional<std::vector<StreamClaim>> claims = readClaims(input);
+    if (!claims)
+        return std::nullopt;
     std::int64_t bytes = 0;
     bool isLarge = false;
     ProbingCost cost;
     cost.fits = true;
-    for (std::size_t index = 0; index < claims.size(); ++index) {
-        StreamClaim &claim = claims[index];
+    for (std::size_t index = 0; index < claims->size(); ++index) {
+        StreamClaim &claim = (*claims)[index];
         const bool isVideo = input.streams[index]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
         // Of a stream that was known at once, probing's decoder can be told to refuse what is larger.
         cost.fits = cost.fits && isBounded(*input.streams[index]->codecpar) && claim.hasBoundedPackets();
@@ -149,7 +162,7 @@ ProbingCost probingCost(AVFormatContext &input)
         if (index < known)
             cost.pixels.push_back(std::max(claim.pixels(), kUsualPixels));
         isLarge = isLarge || claim.pixels() > kUsualPixels;
-        bytes += isVideo ? claim.bytes() : 0;
+        bytes += isVideo ? claim.bytes() + sliceBytes(*input.streams[index]->codecpar) : 0;
     }
     cost.fits = cost.fits && bytes <= (isLarge ? kLargeProbingBytes : kUsualProbingBytes);
     return cost;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 struct AVFormatContext;
@@ -18,7 +19,7 @@ struct ProbingCost
 };
 
 /// Reads as much of `input` as probing does, which was opened for that purpose alone, and decodes nothing: the parsers
-/// say which sizes and kinds of pictures its decoders would meet.
-[[nodiscard]] ProbingCost probingCost(AVFormatContext &input);
+/// say which sizes and kinds of pictures its decoders would meet. Nullopt if it must not be probed at all.
+[[nodiscard]] std::optional<ProbingCost> probingCost(AVFormatContext &input);
 
 } // namespace quorvale::ffmpeg

@@ -1,5 +1,6 @@
 #include "video/ffmpeg/regularfile.h"
 
+#include "video/ffmpeg/hevcwatch.h"
 #include "video/ffmpeg/readahead.h"
 
 extern "C" {
@@ -8,6 +9,7 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
@@ -67,12 +69,16 @@ struct OpenFile
     std::int64_t position = 0; // of the next read
     std::optional<ReadAhead> ahead;
     std::optional<ClaimWatch> claims;
+    std::optional<HevcWatch> hevc;
+    ReadingLimits limits;
     std::int64_t tableBytes = 0;
 };
 
 int readFile(void *opaque, std::uint8_t *buffer, int size)
 {
     OpenFile &file = *static_cast<OpenFile *>(opaque);
+    if (!file.limits.allows(size))
+        return AVERROR(EFBIG);
     ssize_t bytes = 0;
     do {
         bytes = read(file.descriptor.number(), buffer, static_cast<std::size_t>(size));
@@ -81,7 +87,10 @@ int readFile(void *opaque, std::uint8_t *buffer, int size)
         return AVERROR(errno);
     if (file.claims && !file.claims->allows(file.descriptor.number(), file.position, buffer, static_cast<int>(bytes)))
         return AVERROR(EPERM);
+    if (file.hevc && !file.hevc->allows(file.position, buffer, static_cast<int>(bytes)))
+        return AVERROR(EPERM);
     file.position += bytes;
+    file.limits.noteRead(buffer, static_cast<int>(bytes));
     if (file.ahead && bytes > 0)
         file.ahead->noteRead(file.descriptor.number(), file.position);
     return bytes == 0 ? AVERROR_EOF : static_cast<int>(bytes);
@@ -129,10 +138,29 @@ void watch(AVIOContext &file, const ClaimWatch::Structures &structures)
     static_cast<OpenFile *>(file.opaque)->claims.emplace(structures);
 }
 
+void watchHevc(AVIOContext &file, const AVFormatContext &input)
+{
+    OpenFile &open = *static_cast<OpenFile *>(file.opaque);
+    open.hevc.emplace(input);
+    // What FFmpeg still has in its buffer it will not read again.
+    std::array<unsigned char, kBufferBytes> bytes{};
+    ssize_t size = 1;
+    for (std::int64_t position = 0; open.hevc->hasStreams() && position < open.position && size > 0; position += size) {
+        size = pread(open.descriptor.number(), bytes.data(), bytes.size(), position);
+        if (size > 0 && !open.hevc->allows(position, bytes.data(), static_cast<int>(size)))
+            return;
+    }
+}
+
 bool isContent(const AVIOContext &file)
 {
     const OpenFile &open = *static_cast<const OpenFile *>(file.opaque);
-    return !open.claims || open.claims->isContent();
+    return (!open.claims || open.claims->isContent()) && (!open.hevc || !open.hevc->isFlooded());
+}
+
+ReadingLimits &readingLimits(AVIOContext &file)
+{
+    return static_cast<OpenFile *>(file.opaque)->limits;
 }
 
 void noteTables(AVIOContext &file, std::int64_t bytes)

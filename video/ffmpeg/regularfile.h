@@ -1,7 +1,9 @@
 #pragma once
 
 #include "video/ffmpeg/claimwatch.h"
+#include "video/ffmpeg/readinglimits.h"
 
+struct AVFormatContext;
 struct AVIOContext;
 
 namespace quorvale::ffmpeg {
@@ -17,8 +19,14 @@ void readAhead(AVIOContext &file);
 /// Watches what FFmpeg reads of `file`, opened with openRegularFile and not read yet, for such structures.
 void watch(AVIOContext &file, const ClaimWatch::Structures &structures);
 
+/// Watches the streams of HEVC of `input`, which was opened from `file` and not read any further: see HevcWatch.
+void watchHevc(AVIOContext &file, const AVFormatContext &input);
+
 /// Whether no watch withheld anything of `file` so far.
 [[nodiscard]] bool isContent(const AVIOContext &file);
+
+/// What FFmpeg may read of `file`, opened with openRegularFile.
+[[nodiscard]] ReadingLimits &readingLimits(AVIOContext &file);
 
 /// Notes how much memory FFmpeg takes for the tables of `file`, opened with openRegularFile.
 void noteTables(AVIOContext &file, std::int64_t bytes);

@@ -1,17 +1,22 @@
 #include "video/ffmpeg/singleinput.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/matroskalists.h"
 #include "video/ffmpeg/mp4tables.h"
 #include "video/ffmpeg/mxfindex.h"
+#include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/regularfile.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/avstring.h>
 #include <libavutil/opt.h>
 }
+
+#include <algorithm>
 
 namespace quorvale::ffmpeg {
 
@@ -22,7 +27,15 @@ constexpr int kMostStreams = 128;
 
 // FFmpeg copies a stream's header four times while it probes. The longest are some hundred bytes of parameter sets, or
 // a few KB of codebooks.
-constexpr std::int64_t kMostStreamHeaderBytes = 1024 * 1024;
+constexpr std::int64_t kMostStreamHeaderBytes = kMiB;
+
+// What FFmpeg reads to open a file. An AVI file's index of ten hours at 50 pictures a second with sound has 58 MB; the
+// texts of an Ogg file, which may be a picture of the cover, take nine times their size. Others have short headers.
+constexpr std::int64_t kMostAviBytes = 64 * kMiB;
+constexpr std::int64_t kMostOggBytes = 4 * kMiB;
+constexpr std::int64_t kMostOpeningBytes = 16 * kMiB;
+// FFmpeg makes three bytes of each one of an AVI file's index, at most.
+constexpr std::int64_t kAviTableBytes = 3;
 
 int openNothingElse(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
@@ -43,6 +56,27 @@ const ClaimWatch::Structures *structuresOf(const InputFormat &format)
     if (av_match_name("matroska", format.name) > 0)
         return &kMatroskaLists;
     return av_match_name("mxf", format.name) > 0 ? &kMxfIndexTables : nullptr;
+}
+
+std::int64_t mostOpeningBytes(const InputFormat &format)
+{
+    // Of these the tables are judged.
+    if (structuresOf(format) || av_match_name("mp4", format.name) > 0)
+        return INT64_MAX;
+    if (av_match_name("avi", format.name) > 0)
+        return kMostAviBytes;
+    return av_match_name("ogg", format.name) > 0 ? kMostOggBytes : kMostOpeningBytes;
+}
+
+std::int64_t mostPacketBytes(const AVFormatContext &input)
+{
+    std::int64_t most = kMostPacketBytes;
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        const AVCodecParameters &stream = *input.streams[i]->codecpar;
+        if (stream.codec_type == AVMEDIA_TYPE_VIDEO && std::int64_t{stream.width} * stream.height > kUsualPixels)
+            most = std::max(most, mostPacketBytesOf(stream.codec_id));
+    }
+    return most;
 }
 
 // What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
@@ -98,11 +132,18 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
         return false;
     }
     opening->pb = file;
+    ReadingLimits &limits = readingLimits(*file);
+    limits.beginOpening(*opening, mostOpeningBytes(*format));
     if (avformat_open_input(&opening, path, format, nullptr) < 0) { // which frees it where it fails
         closeRegularFile(file);
         return false;
     }
     input = opening;
+    limits.endOpening(mostPacketBytes(*input));
+    if (av_match_name("avi", format->name) > 0)
+        noteTables(*file, limits.openingBytes() * kAviTableBytes);
+    if (av_match_name(format->name, "mpegts,mpeg,hevc") > 0)
+        watchHevc(*file, *input);
     if (!isContent(*file) || !hasShortHeaders(*input))
         closeSingleInput(input);
     return input != nullptr;

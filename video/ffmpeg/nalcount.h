@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
+struct AVPacket;
+
+namespace quorvale::ffmpeg {
+
+/// 600 slices are the most that ITU-T H.265 allows (table A.8); 3 MB in pieces for a network are two thousand.
+inline constexpr int kMostNalUnits = 2048;
+
+/// The header of a stream: what FFmpeg calls its extradata.
+struct StreamHeader
+{
+    const std::uint8_t *data;
+    int size;
+};
+
+/// Whether `packet` has about as many NAL units as pictures have, if it is of a `codec` that is made of them. FFmpeg
+/// keeps 4 KiB for each, and one takes 4 bytes.
+[[nodiscard]] bool hasBoundedNalUnits(AVCodecID codec, const StreamHeader &header, const AVPacket &packet);
+
+} // namespace quorvale::ffmpeg
