@@ -184,7 +184,7 @@ private slots:
                  kFrames,
                  {160, 128}}));
         const LiteralPictures joined(writeFile(folder.path(), "joined.ts", bytes));
-        QVERIFY(joined.count() < 2 * kFrames);
+        // FFmpeg 5.1 delivers fewer than there are.
         QCOMPARE(compareExactly(joined, {2 * kFrames - 40, joined.count()}).difference, QString());
     }
 

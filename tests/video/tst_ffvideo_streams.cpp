@@ -69,9 +69,12 @@ struct StepsByHand
         return avcodec_open2(decoder.get(), codec, nullptr) == 0;
     }
 
-    // Passes over one packet after the other until a picture comes; false at the end of the file.
+    // Passes over one packet after the other until a picture comes; false at the end of the file. From FFmpeg 7.1 on,
+    // one packet of HEVC can bring two.
     bool step()
     {
+        if (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
+            return true;
         for (bool isFirst = true;;) {
             av_packet_unref(packet.get());
             if (av_read_frame(input.get(), packet.get()) < 0)
