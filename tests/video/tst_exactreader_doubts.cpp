@@ -47,6 +47,27 @@ private:
         return packet;
     }
 
+    // Ends a picture of H.264 that lies at `share` of the file with `payload`. That of 16 transport packets, or a
+    // multiple of them, leaves the counters of later ones right.
+    static void addToPicture(QByteArray &bytes, double share, const QByteArray &payload)
+    {
+        constexpr int kHeaderSize = 4;
+        constexpr int kPayloadSize = transportstream::kPacketSize - kHeaderSize;
+        const auto at = [&](int which) { return videoPacket(bytes, 27, share, which) * transportstream::kPacketSize; };
+        int next = 1;
+        while ((bytes.at(at(next) + 1) & 0x40) == 0) // payload_unit_start_indicator (ITU-T H.222.0, 2.4.3.3)
+            ++next;
+        QByteArray header = bytes.mid(at(next), kHeaderSize);
+        header[1] = char(header.at(1) & ~0x40);
+        const int counter = bytes.at(at(next - 1) + 3);
+        QByteArray added;
+        for (int i = 0; i * kPayloadSize < int(payload.size()); ++i) {
+            header[3] = char(0x10 | ((counter + 1 + i) & 0x0F));
+            added += header + payload.mid(i * kPayloadSize, kPayloadSize);
+        }
+        bytes.insert(at(next), added);
+    }
+
     static void report(const ExactComparison &result)
     {
         qInfo("%d delivered, %d refused, %lld decoded, %lld runs", result.delivered, result.refused,
@@ -113,6 +134,21 @@ private slots:
         QCOMPARE(result.counters.runs, 4);
         QVERIFY(result.counters.picturesDecoded > 100);
         QVERIFY(result.counters.picturesDecoded < 260);
+    }
+
+    // It is not decoded at all, so it does not count: at 4 KiB for each unit it would take too much memory. What is
+    // probed of the recording, 5 MB, comes before.
+    void aPictureOfTooManyNalUnits_isBridged()
+    {
+        const QString flooded = changed(h264, [](QByteArray &bytes) {
+            const QByteArray filler = QByteArray::fromHex("0000010C");
+            addToPicture(bytes, 0.45, ((filler + '\x80').repeated(36) + QByteArray(4, '\0')).repeated(64));
+            addToPicture(bytes, 0.05, filler + QByteArray(32000 * 184 - 5, '\xFF') + '\x80');
+        });
+        const ExactComparison result = compareExactly(flooded, {100, 300, 380});
+        report(result);
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 3);
     }
 
     void aRepeatedStretch_isBridged()

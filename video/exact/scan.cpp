@@ -1,6 +1,7 @@
 #include "video/exact/scan.h"
 
 #include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/decoder.h"
 
 #include <utility>
 
@@ -19,7 +20,8 @@ bool announcesExtradata(const AVPacket &packet)
 
 // MPEG-2 pictures are output by their types alone; for the others, display times check the picture order counts.
 Scan::Scan(VideoLocation location, VideoCoding coding, std::int64_t unitsInASecond)
-    : m_source(std::move(location), true)
+    : m_codec(location.codec)
+    , m_source(std::move(location), true)
     , m_reader(makeAccessUnitReader(coding))
     , m_packet(ffmpeg::makePacket())
     , m_pictures(unitsInASecond, coding != VideoCoding::Mpeg2)
@@ -34,7 +36,9 @@ bool Scan::readOn(KeptPackets *kept)
         if (status == VideoPackets::Status::Read) {
             if (kept)
                 kept->keep(m_pictures.packetEnd(), *m_packet);
-            const AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
+            AccessUnit unit = m_reader->read(m_packet->data, static_cast<std::size_t>(m_packet->size));
+            if (!ffmpeg::isBounded(m_codec, {}, *m_packet)) // Nobody decodes it.
+                unit.onePicture = unit.bothFields = false;
             m_pictures.append(
                 m_source.describe(*m_packet), unit,
                 {m_packet->dts, (m_packet->flags & AV_PKT_FLAG_CORRUPT) != 0, announcesExtradata(*m_packet)});

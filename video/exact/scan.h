@@ -25,6 +25,7 @@ public:
     [[nodiscard]] const Stretches &stretches() const { return m_stretches; }
 
 private:
+    AVCodecID m_codec;
     VideoPackets m_source;
     std::unique_ptr<AccessUnitReader> m_reader;
     ffmpeg::PacketPtr m_packet;
