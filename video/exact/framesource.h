@@ -111,7 +111,8 @@ private:
     [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
     void testRestart(Anchor &anchor, OutputIndex place);
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
-    [[nodiscard]] std::vector<FrameChecksum> decodeChecksums(const Anchor &anchor, const EntryPoint &point);
+    [[nodiscard]] std::vector<FrameChecksum> decodeChecksums(const Anchor &anchor, const EntryPoint &point,
+                                                             OutputIndex last);
 
     void loadAhead();
     bool loadNext(FrameNumber number);

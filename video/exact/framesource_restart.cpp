@@ -11,9 +11,18 @@ namespace quorvale {
 namespace {
 
 constexpr std::int64_t kFarAway = 60;          // pictures to a target, below which a test would cost more than it saves
-constexpr std::int64_t kCompared = 12;         // pictures that must look the same after a restart
+constexpr std::int64_t kCompared = 12;         // pictures that must look the same after a restart, about
 constexpr std::int64_t kWellBefore = 8;        // pictures that the running decoder had decoded before it
 constexpr std::int64_t kTestEffortDivisor = 2; // of the way to the target, at most
+
+// Of the pictures to compare, the one that is decoded last: up to it, all have come out when it was decoded.
+OutputIndex lastToCompare(const Stretch &stretch, const EntryPoint &point)
+{
+    OutputIndex last = point.place;
+    for (OutputIndex i = point.place; i < point.place + kCompared; ++i)
+        last = stretch.at(i) > stretch.at(last) ? i : last;
+    return last;
+}
 
 } // namespace
 
@@ -52,14 +61,14 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
     PlanningRules all = rules(anchor);
     all.leavesOut = false;
     all.primeFrom = PictureIndex();
-    const OutputIndex last = point.place + (kCompared - 1);
+    const OutputIndex last = lastToCompare(stretchOf(anchor), point);
     std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), point, last, all);
     std::optional<DecodingTask> task = plan ? makeTask(std::move(*plan), stretchOf(anchor).at(last)) : std::nullopt;
     if (!task)
         return false;
     task->keepChecksums();
     std::future<DecodedPicture> second = begin(std::move(*task));
-    const std::vector<FrameChecksum> expected = decodeChecksums(anchor, point);
+    const std::vector<FrameChecksum> expected = decodeChecksums(anchor, point, last);
     const DecodedPicture decoded = m_threads->wait(std::move(second));
     m_counters += decoded.counters;
     return decoded.frame && decoded.checksums == expected;
@@ -67,12 +76,12 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
 
 // Of the pictures from `point` on, by the decoder that began at the file's start; none where they are not as foreseen,
 // or did not all come out soon after the last of them was decoded.
-std::vector<FrameChecksum> FrameSource::decodeChecksums(const Anchor &anchor, const EntryPoint &point)
+std::vector<FrameChecksum> FrameSource::decodeChecksums(const Anchor &anchor, const EntryPoint &point, OutputIndex last)
 {
-    const PictureIndex last = stretchOf(anchor).at(point.place + (kCompared - 1)) + kMostDelay;
+    const PictureIndex soonAfter = stretchOf(anchor).at(last) + kMostDelay;
     std::vector<FrameChecksum> checksums;
-    while (checksums.size() < kCompared) {
-        if (decodeLiterally(last) != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
+    while (point.place + static_cast<std::int64_t>(checksums.size()) <= last) {
+        if (decodeLiterally(soonAfter) != LiteralRun::Step::Picture || m_literal->lastTrouble() >= point.picture)
             return {};
         const PictureIndex latest = m_literal->at(m_literal->end() - 1);
         const OutputIndex place = point.place + static_cast<std::int64_t>(checksums.size());
