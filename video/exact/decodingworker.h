@@ -25,8 +25,8 @@ struct StartPlan
     WaysIn ways = {-1, -1, -1}; ///< to the entry point's first packet
     VideoCoding coding{};
     std::int64_t depth = 0; ///< of the decoder, see Decoding::depth()
-    /// FFmpeg's H.264 decoder takes what it was shown after a recovery point for damaged until the point's own picture
-    /// has come out, and then what was decoded before that; without this it loses pictures where it is drained.
+    /// FFmpeg's H.264 decoder takes pictures that were decoded before a recovery point's own came out for damaged.
+    /// Without this it loses them where it is drained.
     bool showsAll = false;
     bool strict = false; ///< any complaint of the decoder means damage that no packet showed
 };

@@ -23,7 +23,7 @@ class FrameSource;
 ///
 /// Not thread-safe: one reader belongs to one thread at a time, which reads all of the file. Pictures that were
 /// announced are decoded ahead on threads of the reader's own, from memory; they end with it at the latest, and whoever
-/// destroys it waits for no more than the pictures in hand. Bits and counters are the same with any number of threads.
+/// destroys it waits for no more than the pictures in hand. Bits are the same with any number of threads.
 class ExactReader
 {
 public:
