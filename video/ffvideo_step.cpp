@@ -6,14 +6,6 @@
 
 using namespace quorvale;
 
-namespace {
-
-// A decoder can hold a packet in several damaged pieces. If it fails more often than this for one packet, it fails
-// without consuming anything.
-constexpr int kMostDamagedPictures = 64;
-
-} // namespace
-
 bool FFVideo::stepForward()
 {
     if (endOfStream || !formatContext)
@@ -79,7 +71,7 @@ bool FFVideo::decode(const AVPacket &packet)
 // Receives the next picture from the decoder; skips damaged ones. False if it has none.
 bool FFVideo::receivePicture(AVFrame &picture)
 {
-    for (int attempt = 0; attempt < kMostDamagedPictures; ++attempt) {
+    for (int attempt = 0; attempt < ffmpeg::kMostDamagedPictures; ++attempt) {
         const int status = avcodec_receive_frame(videoCodec, &picture);
         if (status == 0)
             return true;

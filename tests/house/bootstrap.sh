@@ -20,6 +20,9 @@ echo 'echo 0' | stand_in id
   stand_in c++ <<<'cat >/dev/null; case "$*" in *-E*) echo "$gcc" ;; esac'
   stand_in pkg-config <<<'case $1 in --exists) exit "$noffmpeg" ;; --modversion) echo "$ffmpeg" ;; esac'
 }
+mkdir "$folder/lists"
+touch "$folder/lists/debian_Packages"
+export apt_lists=$folder/lists
 bootstrap() {
   rm -f "$folder/log"
   said=$("$folder/script/bootstrap" "$@" 2>&1)

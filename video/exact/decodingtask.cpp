@@ -20,11 +20,14 @@ DecodedPicture DecodingTask::operator()(const std::atomic<bool> &isEnding)
     DecodedPicture decoded;
     ffmpeg::FramePtr frame = ffmpeg::makeFrame();
     Run run(m_plan, *worker, decoded.counters);
-    while (!decoded.frame && !isEnding && run.next(*frame) == Run::Step::Picture) {
+    while (!isEnding && run.next(*frame) == Run::Step::Picture) {
         if (m_keepsChecksums)
             decoded.checksums.push_back(checksumOf(*frame));
-        if (Decoding::pictureOf(*frame) == m_target && run.isSoundUpTo(m_target))
+        if (Decoding::pictureOf(*frame) != m_target)
+            continue;
+        if (run.isSoundUpTo(m_target))
             decoded.frame = std::move(frame);
+        break;
     }
     return decoded;
 }

@@ -46,7 +46,7 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
     const std::vector<EntryPoint> &points = stretchOf(anchor).entryPoints();
     const auto point = std::find_if(points.begin(), points.end(), [&](const EntryPoint &entry) {
         return entry.isInexact && entry.place - anchor.point.place >= kWellBefore &&
-               entry.picture > m_literal->position() && !m_literal->numberOf(entry.picture);
+               entry.picture > m_literal->position();
     });
     if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
         point->place.value() + kCompared > place.value() / kTestEffortDivisor)

@@ -8,14 +8,6 @@
 
 namespace quorvale {
 
-namespace {
-
-// As the literal reader counts: more damaged pictures of one packet are a decoder that fails without consuming
-// anything.
-constexpr int kMostDamagedPictures = 64;
-
-} // namespace
-
 LiteralRun::LiteralRun(std::unique_ptr<DecodingWorker> worker, ExactCounters &counters)
     : m_worker(std::move(worker))
     , m_counters(counters)
@@ -55,7 +47,7 @@ LiteralRun::Step LiteralRun::next(const PictureList &pictures, AVFrame &frame, P
             return Step::Picture;
         case Decoding::Output::Failed:
             m_lastTrouble = std::max(m_lastTrouble, m_picture);
-            if (++m_failuresInARow < kMostDamagedPictures)
+            if (++m_failuresInARow < ffmpeg::kMostDamagedPictures)
                 continue;
             break;
         case Decoding::Output::Nothing:

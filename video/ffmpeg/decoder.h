@@ -13,6 +13,10 @@ struct AVRational;
 
 namespace quorvale::ffmpeg {
 
+/// A decoder can hold a packet in several damaged pieces. If it fails more often than this for one packet, it fails
+/// without consuming anything.
+inline constexpr int kMostDamagedPictures = 64;
+
 /// A decoder for the packets of a stream, set up and not opened yet; null without memory, and where the stream's header
 /// claims too much of it.
 ///
