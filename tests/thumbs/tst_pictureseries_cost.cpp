@@ -57,7 +57,7 @@ std::pair<QVector<QByteArray>, long> thumbnails(const FFVideo &video, const Read
         Picture picture;
         if (!read(frame, picture))
             break;
-        pictures.append(quickChecksum(picture, video.frame->format));
+        pictures.append(checksum(picture, video.frame->format));
     }
     return {pictures, decoderwork::counts().packets};
 }

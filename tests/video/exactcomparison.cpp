@@ -34,7 +34,7 @@ QByteArray textOf(const BridgeImage &image, int avFormat)
                .arg(image.stride[1])
                .arg(image.stride[2])
                .toLatin1() +
-           quickChecksum(image, avFormat);
+           checksum(image, avFormat);
 }
 
 const QByteArray kNotCopied = "not copied";
