@@ -1,10 +1,10 @@
 #include "tests/support/decoderwork.h"
 #include "tests/support/memorytraces.h"
 #include "tests/support/mutantset.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "thumbs/pictureseries.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QtTest>
 
@@ -41,11 +41,6 @@ struct Cost
         return literally == 0 ? double(exactly) : double(exactly) / double(literally);
     }
 };
-
-bool open(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-}
 
 // The thumbnails, as far as `read` delivers them, and how many packets that decodes.
 template <typename Read>

@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -5,7 +6,6 @@
 #include "tests/thumbs/scanrun.h"
 #include "thumbs/pictureconversion.h"
 #include "thumbs/thumbnailsize.h"
-#include "video/ffvideo.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ Expected literalScan(const QString &path, int firstFrame, int frameStep)
     Expected expected;
     CapturedOutput capture(stderr);
     FFVideo video;
-    if (!video.Open(path.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ))
+    if (!open(video, path))
         return expected;
     for (int frame = firstFrame; frame < 900; frame += frameStep) {
         Picture picture;
@@ -42,7 +42,7 @@ Expected literalScan(const QString &path, int firstFrame, int frameStep)
 int pictureCount(const QString &path)
 {
     FFVideo video;
-    return video.Open(path.toUtf8().constData(), false, FFVideo::FF_ACCESS_READ) ? video.frameCount : 0;
+    return open(video, path, false) ? video.frameCount : 0;
 }
 
 bool areEqual(const std::vector<QImage> &a, const std::vector<QImage> &b)

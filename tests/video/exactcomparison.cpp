@@ -1,13 +1,11 @@
 #include "tests/video/exactcomparison.h"
 
 #include "tests/support/memorytraces.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pixelformats.h"
-#include "video/ffvideo.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <map>
@@ -18,11 +16,6 @@ namespace {
 using quorvale::ExactReader;
 using quorvale::ffmpeg::PlaneLayout;
 using quorvale::ffmpeg::planeLayoutOf;
-
-bool open(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-}
 
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
