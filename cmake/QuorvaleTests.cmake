@@ -150,11 +150,6 @@ function(quorvale_add_test test)
   if(NOT folder STREQUAL tools) # whose tests look at how streams are made
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()
-  if(folder MATCHES "^(thumbs|platform|app)$")
-    # Qt's libraries have no frame pointers: only a slow walk up the stack tells their leaks from ours. The first frames
-    # are enough.
-    list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
-  endif()
   set_tests_properties(${test} PROPERTIES
     TIMEOUT ${arg_TIMEOUT}
     ${cost}
