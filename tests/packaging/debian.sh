@@ -4,7 +4,6 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 build=$1 folder=$2 sampledisk=$3
-source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 need packaging/debian cpack dpkg dpkg-deb dpkg-shlibdeps file Xvfb xdotool import
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then

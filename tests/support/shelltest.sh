@@ -1,6 +1,8 @@
 # shellcheck shell=bash
 # What tests share that are shell scripts. A test is left out where it exits with 77.
 
+source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+
 fail() {
   echo "FAIL: $*" >&2
   exit 1

@@ -44,11 +44,11 @@ private slots:
     void run_raisesNoSignal_whenTheProgramStopsReading()
     {
         std::signal(SIGPIPE, SIG_DFL);
-        int pieces = 200;
-        const quorvale::ProcessEnd end = quorvale::runProcess({"true"}, [&pieces](std::vector<std::uint8_t> &bytes) {
+        const auto zeros = [pieces = 200](std::vector<std::uint8_t> &bytes) mutable {
             bytes.assign(100000, 0);
             return pieces-- > 0;
-        });
+        };
+        const quorvale::ProcessEnd end = quorvale::runProcess({"true"}, zeros);
         QCOMPARE(end.errors, std::string());
         QCOMPARE(end.exitStatus, 0);
     }
