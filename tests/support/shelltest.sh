@@ -2,6 +2,7 @@
 # What tests share that are shell scripts. A test is left out where it exits with 77.
 
 source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+export source_root
 
 fail() {
   echo "FAIL: $*" >&2
