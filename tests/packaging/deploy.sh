@@ -4,8 +4,7 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 use_stand_ins "$1" "$2"
-cmake=$3
-listings=$source_root/tests/packaging/closure/Quorvale.app/Contents
+cmake=$3 listings=$source_root/tests/packaging/closure/Quorvale.app/Contents
 bundle=$folder/prefix/Quorvale.app/Contents
 mkdir -p "$bundle/Resources" "$folder/plugins/platforms" "$folder/plugins/styles" "$folder/plugins/imageformats"
 cp -R "$listings/MacOS" "$listings/Frameworks" "$bundle"
