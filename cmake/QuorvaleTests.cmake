@@ -108,8 +108,10 @@ function(quorvale_add_test test)
   get_filename_component(folder ${test} DIRECTORY)
   get_filename_component(name ${test} NAME)
   set(length)
+  set(cost)
   if(arg_TIMEOUT)
     set(length long) # script/test --quick leaves it out
+    set(cost COST ${arg_TIMEOUT}) # These start first, so that none runs alone at the end.
   else()
     set(arg_TIMEOUT 120)
   endif()
@@ -155,5 +157,6 @@ function(quorvale_add_test test)
   endif()
   set_tests_properties(${test} PROPERTIES
     TIMEOUT ${arg_TIMEOUT}
+    ${cost}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${settings};LC_ALL=C.UTF-8;${environment}")
 endfunction()

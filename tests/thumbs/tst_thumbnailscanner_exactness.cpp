@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -19,7 +20,7 @@ ScanResult literalScan(const QStringList &files, int firstFrame, int frameStep)
     CapturedOutput capture(stderr);
     for (const QString &file : files) {
         FFVideo video;
-        const bool isOpen = video.Open(file.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ);
+        const bool isOpen = open(video, file);
         said.events << (isOpen ? "gotThumbs " : "missingVideo ") + file;
         if (!isOpen)
             continue;
@@ -47,7 +48,7 @@ ScanResult literalScan(const QStringList &files, int firstFrame, int frameStep)
 int pictureCount(const QString &path)
 {
     FFVideo video;
-    return video.Open(path.toUtf8().constData(), false, FFVideo::FF_ACCESS_READ) ? video.frameCount : 0;
+    return open(video, path, false) ? video.frameCount : 0;
 }
 
 const char *const kCaptures[] = {

@@ -1,13 +1,11 @@
 #include "tests/video/exactcomparison.h"
 
 #include "tests/support/memorytraces.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pixelformats.h"
-#include "video/ffvideo.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <map>
@@ -19,11 +17,6 @@ using quorvale::ExactReader;
 using quorvale::ffmpeg::PlaneLayout;
 using quorvale::ffmpeg::planeLayoutOf;
 
-bool open(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-}
-
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
     return QStringLiteral("%1x%2 format %3 strides %4 %5 %6 ")
@@ -34,7 +27,7 @@ QByteArray textOf(const BridgeImage &image, int avFormat)
                .arg(image.stride[1])
                .arg(image.stride[2])
                .toLatin1() +
-           quickChecksum(image, avFormat);
+           checksum(image, avFormat);
 }
 
 const QByteArray kNotCopied = "not copied";

@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -5,7 +6,6 @@
 #include "tests/video/streamset.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -211,7 +211,7 @@ private slots:
     void theLiteralReader_isLeftAlone()
     {
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         QVERIFY(video.seekToFrame(40));
         const std::int64_t dts = video.lastDts;
         const QByteArray current = checksum(*video.frame);
@@ -228,7 +228,7 @@ private slots:
     void theReader_goesOnWithoutTheLiteralOne()
     {
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         ExactReader reader(video);
         QVERIFY(video.Close());
         Picture picture;
@@ -239,7 +239,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "gone.ts", readFile(paths["h264.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         ExactReader reader(video);
         QVERIFY(QFile::remove(copy));
         Picture picture;
@@ -252,7 +252,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         ExactReader reader(video);
         {
             Picture picture;
@@ -267,7 +267,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["hevc.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"])).isEmpty());
         ExactReader reader(video);
         for (const int number : {5, 290, 1000}) {
@@ -285,7 +285,7 @@ private slots:
         QVERIFY(!reader.pictureCount());
         QVERIFY(!reader.isUndoubted());
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         QCOMPARE(ExactReader(video).read(-1, picture), ExactReader::Answer::NotProven);
     }
 };

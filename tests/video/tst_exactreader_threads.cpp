@@ -1,12 +1,12 @@
 // Comes between the process and the threads that it starts, its memory, and the pictures of its decoders. Linux only.
 
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QSemaphore>
 #include <QtTest>
@@ -154,8 +154,7 @@ private slots:
     {
         for (const bool isAnnounced : {true, false}) {
             FFVideo video;
-            QVERIFY(
-                video.Open(QFile::encodeName(isAnnounced ? path : inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, isAnnounced ? path : inexact));
             ExactReader reader(video, 1);
             if (isAnnounced)
                 reader.announce({290});
@@ -175,7 +174,7 @@ private slots:
     {
         for (const bool all : {false, true}) {
             FFVideo video;
-            QVERIFY(video.Open(QFile::encodeName(inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, inexact));
             ExactReader reader(video, 1);
             losesAll = all;
             lostFrom = video.frame->pts + std::int64_t{20} * 3600; // after the proof
