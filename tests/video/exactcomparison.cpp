@@ -131,6 +131,13 @@ ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
     return compareExactly(LiteralPictures(path, last + 2), targets);
 }
 
+void report(const ExactComparison &result)
+{
+    qInfo("%d delivered, %d past the end, %d refused, %lld decoded, %lld runs, %d unrepeatable", result.delivered,
+          result.pastEnd, result.refused, static_cast<long long>(result.counters.picturesDecoded),
+          static_cast<long long>(result.counters.runs), result.unrepeatable);
+}
+
 QVector<int> everyNth(int first, int end, int step)
 {
     QVector<int> numbers;

@@ -123,7 +123,7 @@ private slots:
         for (const QVector<int> &order : {targets, backwards(targets), shuffled(targets, 29)}) {
             const ExactComparison result = compareExactly(pictures, order);
             QCOMPARE(result.difference, QString());
-            qInfo("%d refused", result.refused);
+            report(result);
             const Most bound = most().value(name);
             QVERIFY(result.refused <= allowed(dense ? bound.refusedOfAll : bound.refused));
         }
@@ -137,8 +137,7 @@ private slots:
         for (const bool isAnnounced : {false, true}) {
             const ExactComparison result = compareExactly(literalPictures(paths[name]), thumbnailTargets(),
                                                           isAnnounced ? std::optional<int>(2) : std::nullopt);
-            qInfo("%d delivered, %d past the end, %d refused, %lld decoded", result.delivered, result.pastEnd,
-                  result.refused, static_cast<long long>(result.counters.picturesDecoded));
+            report(result);
             QCOMPARE(result.difference, QString());
             QVERIFY(result.refused <= bound.refusedThumbnails);
             QVERIFY(result.counters.picturesDecoded <= allowed(isAnnounced ? bound.decodedAnnounced : bound.decoded));

@@ -85,7 +85,6 @@ private slots:
         const ExactComparison result = compareExactly(path, kTargets);
         QCOMPARE(result.difference, QString());
         QCOMPARE(result.delivered, 2);
-
         QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
     }
 
