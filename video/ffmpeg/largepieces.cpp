@@ -16,14 +16,14 @@ namespace quorvale::ffmpeg {
 
 namespace {
 
-std::mutex countMutex;
-int count = 0;
+std::mutex holdersMutex;
+int holders = 0;
 
 void change(int difference)
 {
-    const std::lock_guard<std::mutex> lock(countMutex);
-    count += difference;
-    av_max_alloc(count > 0 ? kMostUncompressedBytes : kMostBytesInOnePiece);
+    const std::lock_guard<std::mutex> lock(holdersMutex);
+    holders += difference;
+    av_max_alloc(holders > 0 ? kMostUncompressedBytes : kMostBytesInOnePiece);
 }
 
 } // namespace
