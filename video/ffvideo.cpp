@@ -2,12 +2,8 @@
 
 #include "video/ffmpeg/colourspaces.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffmpeg/picturelimits.h"
+#include "video/ffmpeg/largepieces.h"
 #include "video/ffmpeg/pixelformats.h"
-
-extern "C" {
-#include <libavutil/mem.h>
-}
 
 using namespace quorvale;
 
@@ -34,7 +30,7 @@ void FFVideo::registerOnce()
     if (registered)
         return;
     ffmpeg::registerLibraries();
-    av_max_alloc(ffmpeg::kMostBytesInOnePiece);
+    ffmpeg::boundPieces();
     registered = true;
 }
 

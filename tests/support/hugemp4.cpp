@@ -71,6 +71,9 @@ QByteArray HugeMp4::bytes() const
     const QByteArray fragment =
         box("moof", fullBox("mfhd", number(1)) +
                         box("traf", fullBox("tfhd", number(1)) + fullBox("trun", number(samplesInFragment))));
+    const QByteArray all = fragment.repeated(fragments);
+    const QByteArray segment = number(quint32(all.size())) + number(1000) + number(0x90000000U);
+    const QByteArray index = number(1) + number(1000) + number(0) + number(8) + number(1) + segment;
     return box("ftyp", "isom" + number(0) + "isom") + box("wide", {}).repeated(boxesBefore) + header(*this) +
-           fragment.repeated(fragments);
+           (areFragmentsHidden ? fullBox("sidx", index) + box("mdat", all) : all);
 }

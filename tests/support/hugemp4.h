@@ -14,8 +14,9 @@ struct HugeMp4
     int edits = 0;             ///< of each track, each of them all of its samples
     int fragments = 0;         ///< after the header
     quint32 samplesInFragment = 0;
-    bool isHidden = false; ///< the table of samples stands inside the sample description
-    bool isNested = false; ///< after its tables, each track has another one inside
+    bool areFragmentsHidden = false; ///< in the data, where only the file's index of segments points to them
+    bool isHidden = false;           ///< the table of samples stands inside the sample description
+    bool isNested = false;           ///< after its tables, each track has another one inside
 
     [[nodiscard]] QByteArray bytes() const;
 };

@@ -38,6 +38,15 @@ using InputFormat = const AVInputFormat;
 using InputFormat = AVInputFormat;
 #endif
 
+/// What an MP4 file's index takes for a sample that has no time of its own for output: its place, and, where FFmpeg
+/// writes them out for each sample, its duration and such a time, with what is left over in its pieces of memory. (7.1
+/// does not do so, 9.0 does.)
+#if LIBAVFORMAT_VERSION_MAJOR >= 62 // 8.0
+inline constexpr std::int64_t kBytesAnMp4Sample = 37;
+#else
+inline constexpr std::int64_t kBytesAnMp4Sample = 24;
+#endif
+
 /// Index of the stream of `type` that a player would choose, with the `decoder` for it; negative where there is none.
 inline int findBestStream(AVFormatContext *input, AVMediaType type, const AVCodec *&decoder)
 {

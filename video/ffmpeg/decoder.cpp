@@ -6,6 +6,10 @@
 #include "video/ffmpeg/jpeg2000blocks.h"
 #include "video/ffmpeg/picturelimits.h"
 
+extern "C" {
+#include <libavutil/avstring.h>
+}
+
 namespace quorvale::ffmpeg {
 
 namespace {
@@ -14,6 +18,13 @@ bool isIntraOnly(AVCodecID codec)
 {
     const AVCodecDescriptor *facts = avcodec_descriptor_get(codec);
     return facts && (facts->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+}
+
+// Each of its packets is a picture as it is.
+bool isUncompressed(AVCodecID codec)
+{
+    return av_match_name(avcodec_get_name(codec), "rawvideo,v210,v210x,v308,v408,v410,yuv4,y41p,ayuv,r210,r10k,avrp") >
+           0;
 }
 
 bool holdsUncountedPictures(const AVCodec &codec)
@@ -30,6 +41,8 @@ std::int64_t mostPixelsOf(const AVCodec &codec)
 
 std::int64_t mostPacketBytesOf(AVCodecID codec)
 {
+    if (isUncompressed(codec))
+        return kMostUncompressedBytes;
     return isIntraOnly(codec) ? kMostBytesInOnePiece : kMostPacketBytes;
 }
 
@@ -53,7 +66,7 @@ bool isBounded(const AVCodecParameters &parameters)
 
 bool isBounded(AVCodecID codec, const StreamHeader &header, const AVPacket &packet)
 {
-    return packet.size == 0 || (packet.size <= mostPacketBytesOf(codec) && hasBoundedNalUnits(codec, header, packet) &&
+    return packet.size == 0 || (packet.size <= mostPacketBytesOf(codec) && hasBoundedUnits(codec, header, packet) &&
                                 (codec != AV_CODEC_ID_JPEG2000 || hasBoundedBlocks(packet)));
 }
 

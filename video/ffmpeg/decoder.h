@@ -1,7 +1,7 @@
 #pragma once
 
-#include "video/ffmpeg/nalcount.h"
 #include "video/ffmpeg/pointers.h"
+#include "video/ffmpeg/unitcount.h"
 
 #include <cstdint>
 

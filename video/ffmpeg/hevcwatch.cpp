@@ -1,6 +1,6 @@
 #include "video/ffmpeg/hevcwatch.h"
 
-#include "video/ffmpeg/nalcount.h"
+#include "video/ffmpeg/unitcount.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -66,7 +66,7 @@ void HevcWatch::noteByte(Flow &flow, unsigned char byte)
     const std::uint64_t type = flow.lastBytes >> 17 & 0x3F;
     const bool isSlice = type <= 9 || (type >= 16 && type <= 21);
     flow.units = isSlice && (byte & 0x80) != 0 ? 1 : flow.units + 1;
-    flow.isFlooded = flow.isFlooded || flow.units > kMostNalUnits;
+    flow.isFlooded = flow.isFlooded || flow.units > kMostUnits;
 }
 
 // ITU-T H.222.0, 2.4.3.2. Where no packet begins, the next one is searched for, as FFmpeg does it.

@@ -20,8 +20,8 @@ namespace {
 constexpr const char *kContainers[] = {
     // what recorders write: transport and program streams, and their older relatives
     "mpegts,mpeg,pva,wtv,ty,dhav,nuv",
-    // elementary streams, as recorders and cutting tools take them out of those
-    "mpegvideo,m4v,h261,h263,h264,hevc,vvc,cavsvideo,avs2,avs3,vc1,vc1test,dirac,obu,av1,ivf",
+    // elementary streams, as recorders and cutting tools take them out of those; AV1's with lengths nobody writes
+    "mpegvideo,m4v,h261,h263,h264,hevc,vvc,cavsvideo,avs2,avs3,vc1,vc1test,dirac,obu,ivf",
     // what recordings are kept in, and come from cameras and the web in
     "mov,mp4,matroska,webm,avi,flv,live_flv,asf,asf_o,ogg,nut,rm,nsv,dv",
     // what studios exchange

@@ -1,5 +1,8 @@
 #include "video/ffmpeg/mp4tables.h"
 
+#include "video/ffmpeg/compat.h"
+#include "video/ffmpeg/mp4boxes.h"
+#include "video/ffmpeg/mp4references.h"
 #include "video/ffmpeg/mp4track.h"
 #include "video/ffmpeg/picturelimits.h"
 
@@ -8,22 +11,15 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
+#include <set>
 #include <utility>
+#include <vector>
 
 namespace quorvale::ffmpeg {
 
 namespace {
-
-constexpr std::uint32_t boxType(const char (&name)[5])
-{
-    std::uint32_t type = 0;
-    for (int i = 0; i < 4; ++i)
-        type = type << 8 | static_cast<unsigned char>(name[i]);
-    return type;
-}
 
 // Ten hours of 50 pictures a second take 62 MiB, with two tracks of sound and subtitles 141. While FFmpeg applies a
 // track's edits, it keeps what it had of it.
@@ -36,33 +32,12 @@ constexpr int kMostTracks = 32;
 constexpr std::int64_t kMostRuns = 1'000'000; // of chunks with the same number of samples
 constexpr int kDeepest = 8;
 
-// What FFmpeg keeps of each sample, of one with a time of its own for output, of each fragment, and of each track in a
-// fragment.
-constexpr std::int64_t kBytesASample = 24;
-constexpr std::int64_t kBytesATimedSample = 36;
+// A decoder that FFmpeg has for each track until it knows what is in the file.
+constexpr std::int64_t kBytesATrack = 5 * kMiB / 2;
+// What FFmpeg keeps of a sample with a time of its own for output, of each fragment, and of each track in a fragment.
+constexpr std::int64_t kBytesATimedSample = std::max<std::int64_t>(36, kBytesAnMp4Sample);
 constexpr std::int64_t kBytesAFragment = 64;
 constexpr std::int64_t kBytesATrackInAFragment = 80;
-
-// The boxes that FFmpeg enters besides those that are entered here. It takes any box anywhere.
-constexpr std::array kDescribing = {boxType("stsd"), boxType("udta"), boxType("meta"), boxType("ilst"), boxType("dinf"),
-                                    boxType("tref"), boxType("gmhd"), boxType("wave"), boxType("mvex"), boxType("sinf"),
-                                    boxType("schi"), boxType("iprp"), boxType("ipco"), boxType("jp2h"), boxType("strk"),
-                                    boxType("strd"), boxType("hinf")};
-// The formats of sound whose samples stand there as they are.
-constexpr std::array kUncoded = {boxType("sowt"), boxType("twos"), boxType("raw "), boxType("NONE"), boxType("lpcm"),
-                                 boxType("in24"), boxType("in32"), boxType("fl32"), boxType("fl64"), boxType("ipcm"),
-                                 boxType("fpcm"), boxType("ulaw"), boxType("alaw")};
-// Boxes that would count against the bound, and must not be inside kDescribing.
-constexpr std::array kCounting = {boxType("moov"), boxType("cmov"), boxType("trak"), boxType("stbl"), boxType("stsz"),
-                                  boxType("stz2"), boxType("stsc"), boxType("stts"), boxType("ctts"), boxType("stco"),
-                                  boxType("co64"), boxType("elst"), boxType("moof"), boxType("traf"), boxType("trun"),
-                                  boxType("sidx"), boxType("tfra")};
-
-template <typename Types>
-bool contains(const Types &types, std::uint32_t type)
-{
-    return std::find(types.begin(), types.end(), type) != types.end();
-}
 
 class BoxReader
 {
@@ -80,6 +55,8 @@ public:
             const std::uint32_t type = avio_rb32(&m_file);
             if (size == 1) // largesize follows
                 size = static_cast<std::int64_t>(avio_rb64(&m_file));
+            if (depth == 0 && !m_begins.insert(begin).second)
+                return; // that was read
             const std::int64_t boxEnd = size == 0 ? end : begin + std::min(size, end - begin);
             if (size != 0 && size < 8)
                 return; // neither does FFmpeg read on
@@ -91,11 +68,23 @@ public:
         }
     }
 
+    // The boxes where fragments are said to begin, if they do not stand with the others.
+    void readReferenced(std::int64_t end)
+    {
+        addFragmentTables(m_file, m_places);
+        for (std::size_t i = 0; i < m_places.size() && m_isJudged; ++i) {
+            m_isJudged = ++m_boxes <= kMostBoxes;
+            if (m_begins.count(m_places[i]) == 0 && avio_seek(&m_file, m_places[i], SEEK_SET) >= 0)
+                readBoxes(end, 0);
+        }
+    }
+
     [[nodiscard]] std::optional<std::int64_t> tableBytes() const
     {
         const std::int64_t fragments = m_fragments * (kBytesAFragment + kBytesATrackInAFragment * m_tracks);
         const std::int64_t bytes = m_bytes + fragments;
-        const bool fits = bytes <= kMostTableBytes && bytes + m_mostBytesEdited <= kMostBytesWithEdits;
+        const bool fits =
+            bytes <= kMostTableBytes && bytes + m_mostBytesEdited + m_tracks * kBytesATrack <= kMostBytesWithEdits;
         return m_isJudged && m_tracks <= kMostTracks && fits ? std::optional(bytes) : std::nullopt;
     }
 
@@ -180,9 +169,14 @@ private:
             avio_skip(&m_file, 4);
             count(avio_rb32(&m_file) * kBytesATimedSample);
             return;
-        case boxType("sidx"): // 8.16.3, 8.8.10: each entry has 11 bytes at least
+        case boxType("sidx"): // each entry has 11 bytes at least
         case boxType("tfra"):
             m_fragments += (end - avio_tell(&m_file)) / 11 + 1;
+            m_isJudged = m_isJudged && m_fragments <= kMostBoxes;
+            if (m_isJudged && type == boxType("sidx"))
+                addSegments(m_file, end, m_places);
+            else if (m_isJudged)
+                addFragments(m_file, end, m_places);
             return;
         default:
             return;
@@ -196,7 +190,7 @@ private:
         const Mp4Track outer = std::exchange(m_track, {});
         readBoxes(end, depth + 1);
         const std::int64_t bytes = std::min(m_track.indexEntries(), kMostTableBytes) *
-                                   (m_track.hasOutputTimes ? kBytesATimedSample : kBytesASample);
+                                   (m_track.hasOutputTimes ? kBytesATimedSample : kBytesAnMp4Sample);
         count(bytes);
         if (m_track.edits > 0)
             m_mostBytesEdited = std::max(m_mostBytesEdited, bytes);
@@ -282,6 +276,8 @@ private:
     std::int64_t m_mostBytesEdited = 0;
     std::int64_t m_fragments = 0;
     std::int64_t m_runs = 0;
+    std::set<std::int64_t> m_begins;    ///< of boxes that stand in no other
+    std::vector<std::int64_t> m_places; ///< where fragments are said to begin
     int m_tracks = 0;
     int m_boxes = 0;
     bool m_isJudged = true; ///< false: there is too much, or what cannot be told
@@ -294,6 +290,7 @@ std::optional<std::int64_t> mp4TableBytes(AVIOContext &file)
     const std::int64_t size = avio_size(&file);
     BoxReader reader(file);
     reader.readBoxes(size, 0);
+    reader.readReferenced(size);
     return avio_seek(&file, 0, SEEK_SET) >= 0 && size >= 0 ? reader.tableBytes() : std::nullopt;
 }
 

@@ -19,10 +19,14 @@ inline constexpr std::int64_t kUsualPixels = std::int64_t{1920} * 1088;
 
 /// The most bytes of any one piece of memory in the FFmpeg libraries: a plane of the largest picture with two bytes a
 /// sample, and some room around it. Packets that are put together are that large, too, in two or three copies.
-inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 2 + 4 * kMiB;
+inline constexpr std::int64_t kMostBytesInOnePiece = kMostPixels * 2 + 2 * kMiB;
 
-/// The most bytes of a packet: 1920x1088 pixels of 8 bytes, and as much again. Pictures that are larger and refer to no
-/// others may be stored as they are, up to kMostBytesInOnePiece.
+/// The most bytes of a packet: 1920x1088 pixels of 8 bytes, and as much again.
 inline constexpr std::int64_t kMostPacketBytes = 32 * kMiB;
+
+/// Pictures that are larger and refer to no others may be stored as they are, in as many bytes a pixel, up to
+/// kMostBytesInOnePiece; without compression up to the largest picture of four bytes a pixel.
+inline constexpr std::int64_t kMostPacketBytesAPixel = 8;
+inline constexpr std::int64_t kMostUncompressedBytes = kMostPixels * 4 + kMiB;
 
 } // namespace quorvale::ffmpeg

@@ -127,7 +127,7 @@ std::optional<std::vector<StreamClaim>> readClaims(AVFormatContext &input)
         claims.resize(std::max<std::size_t>(claims.size(), input.nb_streams));
         const auto index = static_cast<std::size_t>(packet->stream_index);
         const AVStream &stream = *input.streams[index];
-        if (!hasBoundedNalUnits(stream.codecpar->codec_id, headerOf(*stream.codecpar), *packet))
+        if (!hasBoundedUnits(stream.codecpar->codec_id, headerOf(*stream.codecpar), *packet))
             return std::nullopt;
         if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO)
             claims[index].read(stream, *packet);

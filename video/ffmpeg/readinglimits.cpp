@@ -1,5 +1,7 @@
 #include "video/ffmpeg/readinglimits.h"
 
+#include "video/ffmpeg/picturelimits.h"
+
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/avstring.h>
@@ -40,6 +42,8 @@ void ReadingLimits::endOpening(std::int64_t bytes)
 {
     m_isOpening = false;
     m_mostAtOnce = bytes;
+    if (bytes > kMostBytesInOnePiece)
+        m_largePieces.emplace();
 }
 
 bool ReadingLimits::claimsTooMuch() const

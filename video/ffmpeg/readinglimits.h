@@ -1,6 +1,9 @@
 #pragma once
 
+#include "video/ffmpeg/largepieces.h"
+
 #include <cstdint>
+#include <optional>
 
 struct AVFormatContext;
 
@@ -31,7 +34,8 @@ private:
     std::int64_t m_mostOpeningBytes = 0;
     std::int64_t m_openingBytes = 0;
     std::int64_t m_mostAtOnce = INT64_MAX;
-    int m_equalSigns = 0; ///< each text of an Ogg file has one, and there are no reads between them
+    std::optional<LargePieces> m_largePieces; ///< for packets that need them
+    int m_equalSigns = 0;                     ///< each text of an Ogg file has one, and there are no reads between them
 };
 
 } // namespace quorvale::ffmpeg

@@ -1,10 +1,12 @@
 #include "video/ffmpeg/regularfile.h"
 
 #include "video/ffmpeg/hevcwatch.h"
+#include "video/ffmpeg/obuwatch.h"
 #include "video/ffmpeg/readahead.h"
 
 extern "C" {
-#include <libavformat/avio.h>
+#include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/error.h>
 #include <libavutil/mem.h>
 }
@@ -70,8 +72,15 @@ struct OpenFile
     std::optional<ReadAhead> ahead;
     std::optional<ClaimWatch> claims;
     std::optional<HevcWatch> hevc;
+    std::optional<ObuWatch> obus;
     ReadingLimits limits;
     std::int64_t tableBytes = 0;
+
+    [[nodiscard]] bool hasUnitsToWatch() const { return obus || (hevc && hevc->hasStreams()); }
+    [[nodiscard]] bool allowsUnits(std::int64_t at, const unsigned char *bytes, int size)
+    {
+        return (!hevc || hevc->allows(at, bytes, size)) && (!obus || obus->allows(at, bytes, size));
+    }
 };
 
 int readFile(void *opaque, std::uint8_t *buffer, int size)
@@ -87,7 +96,7 @@ int readFile(void *opaque, std::uint8_t *buffer, int size)
         return AVERROR(errno);
     if (file.claims && !file.claims->allows(file.descriptor.number(), file.position, buffer, static_cast<int>(bytes)))
         return AVERROR(EPERM);
-    if (file.hevc && !file.hevc->allows(file.position, buffer, static_cast<int>(bytes)))
+    if (!file.allowsUnits(file.position, buffer, static_cast<int>(bytes)))
         return AVERROR(EPERM);
     file.position += bytes;
     file.limits.noteRead(buffer, static_cast<int>(bytes));
@@ -138,16 +147,20 @@ void watch(AVIOContext &file, const ClaimWatch::Structures &structures)
     static_cast<OpenFile *>(file.opaque)->claims.emplace(structures);
 }
 
-void watchHevc(AVIOContext &file, const AVFormatContext &input)
+void watchUnits(AVIOContext &file, const AVFormatContext &input)
 {
     OpenFile &open = *static_cast<OpenFile *>(file.opaque);
-    open.hevc.emplace(input);
+    const char *format = input.iformat->name;
+    if (av_match_name(format, "mpegts,mpeg,hevc") > 0)
+        open.hevc.emplace(input);
+    if (av_match_name(format, "ivf,obu") > 0)
+        open.obus.emplace(av_match_name(format, "ivf") > 0);
     // What FFmpeg still has in its buffer it will not read again.
     std::array<unsigned char, kBufferBytes> bytes{};
     ssize_t size = 1;
-    for (std::int64_t position = 0; open.hevc->hasStreams() && position < open.position && size > 0; position += size) {
+    for (std::int64_t position = 0; open.hasUnitsToWatch() && position < open.position && size > 0; position += size) {
         size = pread(open.descriptor.number(), bytes.data(), bytes.size(), position);
-        if (size > 0 && !open.hevc->allows(position, bytes.data(), static_cast<int>(size)))
+        if (size > 0 && !open.allowsUnits(position, bytes.data(), static_cast<int>(size)))
             return;
     }
 }
@@ -155,7 +168,8 @@ void watchHevc(AVIOContext &file, const AVFormatContext &input)
 bool isContent(const AVIOContext &file)
 {
     const OpenFile &open = *static_cast<const OpenFile *>(file.opaque);
-    return (!open.claims || open.claims->isContent()) && (!open.hevc || !open.hevc->isFlooded());
+    return (!open.claims || open.claims->isContent()) && (!open.hevc || !open.hevc->isFlooded()) &&
+           (!open.obus || !open.obus->isFlooded());
 }
 
 ReadingLimits &readingLimits(AVIOContext &file)

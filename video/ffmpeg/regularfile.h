@@ -19,8 +19,9 @@ void readAhead(AVIOContext &file);
 /// Watches what FFmpeg reads of `file`, opened with openRegularFile and not read yet, for such structures.
 void watch(AVIOContext &file, const ClaimWatch::Structures &structures);
 
-/// Watches the streams of HEVC of `input`, which was opened from `file` and not read any further: see HevcWatch.
-void watchHevc(AVIOContext &file, const AVFormatContext &input);
+/// Watches the streams of HEVC and AV1 of `input`, which was opened from `file` and not read any further: see HevcWatch
+/// and ObuWatch.
+void watchUnits(AVIOContext &file, const AVFormatContext &input);
 
 /// Whether no watch withheld anything of `file` so far.
 [[nodiscard]] bool isContent(const AVIOContext &file);

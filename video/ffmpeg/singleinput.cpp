@@ -30,9 +30,10 @@ constexpr int kMostStreams = 128;
 constexpr std::int64_t kMostStreamHeaderBytes = kMiB;
 
 // What FFmpeg reads to open a file. An AVI file's index of ten hours at 50 pictures a second with sound has 58 MB; the
-// texts of an Ogg file, which may be a picture of the cover, take nine times their size. Others have short headers.
+// texts of an Ogg file, which may be a picture of the cover, take nine times their size, and NUT's index 24 times.
+// Others have short headers.
 constexpr std::int64_t kMostAviBytes = 64 * kMiB;
-constexpr std::int64_t kMostOggBytes = 4 * kMiB;
+constexpr std::int64_t kMostOggOrNutBytes = 4 * kMiB;
 constexpr std::int64_t kMostOpeningBytes = 16 * kMiB;
 // FFmpeg makes three bytes of each one of an AVI file's index, at most.
 constexpr std::int64_t kAviTableBytes = 3;
@@ -65,7 +66,7 @@ std::int64_t mostOpeningBytes(const InputFormat &format)
         return INT64_MAX;
     if (av_match_name("avi", format.name) > 0)
         return kMostAviBytes;
-    return av_match_name("ogg", format.name) > 0 ? kMostOggBytes : kMostOpeningBytes;
+    return av_match_name(format.name, "ogg,nut") > 0 ? kMostOggOrNutBytes : kMostOpeningBytes;
 }
 
 std::int64_t mostPacketBytes(const AVFormatContext &input)
@@ -73,10 +74,24 @@ std::int64_t mostPacketBytes(const AVFormatContext &input)
     std::int64_t most = kMostPacketBytes;
     for (unsigned i = 0; i < input.nb_streams; ++i) {
         const AVCodecParameters &stream = *input.streams[i]->codecpar;
-        if (stream.codec_type == AVMEDIA_TYPE_VIDEO && std::int64_t{stream.width} * stream.height > kUsualPixels)
-            most = std::max(most, mostPacketBytesOf(stream.codec_id));
+        const std::int64_t pixels = std::int64_t{stream.width} * stream.height;
+        if (stream.codec_type == AVMEDIA_TYPE_VIDEO && pixels > kUsualPixels)
+            most = std::max(most, std::min(mostPacketBytesOf(stream.codec_id), pixels * kMostPacketBytesAPixel));
     }
     return most;
+}
+
+// FFmpeg's parsers of these codecs keep up to 4 KiB for each unit of a packet, before anyone sees it; compressed, 2 KB
+// are a gigabyte. These containers say all about a packet that the parsers find out: its key frames and its times.
+bool needsNoParsers(const AVFormatContext &input)
+{
+    const char *format = input.iformat->name;
+    const bool saysAll = av_match_name("mp4", format) > 0 || av_match_name("matroska", format) > 0 ||
+                         av_match_name(format, "avi,nut") > 0;
+    return saysAll && std::any_of(input.streams, input.streams + input.nb_streams, [](const AVStream *stream) {
+               const AVCodecID codec = stream->codecpar->codec_id;
+               return codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VVC || codec == AV_CODEC_ID_AV1;
+           });
 }
 
 // What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
@@ -142,8 +157,9 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     limits.endOpening(mostPacketBytes(*input));
     if (av_match_name("avi", format->name) > 0)
         noteTables(*file, limits.openingBytes() * kAviTableBytes);
-    if (av_match_name(format->name, "mpegts,mpeg,hevc") > 0)
-        watchHevc(*file, *input);
+    if (needsNoParsers(*input))
+        input->flags |= AVFMT_FLAG_NOPARSE;
+    watchUnits(*file, *input);
     if (!isContent(*file) || !hasShortHeaders(*input))
         closeSingleInput(input);
     return input != nullptr;

@@ -1,4 +1,4 @@
-#include "video/ffmpeg/nalcount.h"
+#include "video/ffmpeg/unitcount.h"
 
 extern "C" {
 #include <libavcodec/packet.h>
@@ -35,7 +35,7 @@ bool changesLengthBytes(AVCodecID codec, int bytes, const AVPacket &packet)
 int countByStartCodes(const AVPacket &packet)
 {
     int units = 0;
-    for (int i = 2; i < packet.size && units <= kMostNalUnits; ++i) {
+    for (int i = 2; i < packet.size && units <= kMostUnits; ++i) {
         if (packet.data[i] == 1 && packet.data[i - 1] == 0 && packet.data[i - 2] == 0)
             ++units;
     }
@@ -45,7 +45,7 @@ int countByStartCodes(const AVPacket &packet)
 int countByLengths(const AVPacket &packet, int bytes)
 {
     int units = 0;
-    for (std::int64_t position = 0; packet.size - position >= bytes && units <= kMostNalUnits; ++units) {
+    for (std::int64_t position = 0; packet.size - position >= bytes && units <= kMostUnits; ++units) {
         std::int64_t length = 0;
         for (int i = 0; i < bytes; ++i)
             length = length << 8 | packet.data[position + i];
@@ -54,15 +54,37 @@ int countByLengths(const AVPacket &packet, int bytes)
     return units;
 }
 
+// AV1 Bitstream & Decoding Process Specification, 5.3: each has a header of one byte or two, and mostly a size.
+int countObus(const AVPacket &packet)
+{
+    int units = 0;
+    for (std::int64_t position = 0; position < packet.size && units <= kMostUnits; ++units) {
+        const std::uint8_t header = packet.data[position];
+        position += (header & 4) != 0 ? 2 : 1; // obu_extension_flag
+        if ((header & 2) == 0)                 // obu_has_size_field
+            return units + 1;
+        std::int64_t size = 0;
+        bool goesOn = true;
+        for (int bits = 0; goesOn && bits < 56 && position < packet.size; bits += 7) {
+            goesOn = (packet.data[position] & 0x80) != 0;
+            size |= std::int64_t{packet.data[position++] & 0x7F} << bits;
+        }
+        position += size;
+    }
+    return units;
+}
+
 } // namespace
 
-bool hasBoundedNalUnits(AVCodecID codec, const StreamHeader &header, const AVPacket &packet)
+bool hasBoundedUnits(AVCodecID codec, const StreamHeader &header, const AVPacket &packet)
 {
+    if (codec == AV_CODEC_ID_AV1)
+        return countObus(packet) <= kMostUnits;
     if (codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_HEVC && codec != AV_CODEC_ID_VVC)
         return true;
     const int bytes = lengthBytes(codec, header);
     return !changesLengthBytes(codec, bytes, packet) &&
-           countByStartCodes(packet) + (bytes > 0 ? countByLengths(packet, bytes) : 0) <= kMostNalUnits;
+           countByStartCodes(packet) + (bytes > 0 ? countByLengths(packet, bytes) : 0) <= kMostUnits;
 }
 
 } // namespace quorvale::ffmpeg

@@ -11,7 +11,7 @@ struct AVPacket;
 namespace quorvale::ffmpeg {
 
 /// 600 slices are the most that ITU-T H.265 allows (table A.8); 3 MB in pieces for a network are two thousand.
-inline constexpr int kMostNalUnits = 2048;
+inline constexpr int kMostUnits = 2048;
 
 /// The header of a stream: what FFmpeg calls its extradata.
 struct StreamHeader
@@ -20,8 +20,8 @@ struct StreamHeader
     int size;
 };
 
-/// Whether `packet` has about as many NAL units as pictures have, if it is of a `codec` that is made of them. FFmpeg
-/// keeps 4 KiB for each, and one takes 4 bytes.
-[[nodiscard]] bool hasBoundedNalUnits(AVCodecID codec, const StreamHeader &header, const AVPacket &packet);
+/// Whether `packet` has about as many NAL units or OBUs as pictures have, if it is of a `codec` that is made of them.
+/// FFmpeg keeps up to 4 KiB for each, and one takes 2 to 4 bytes.
+[[nodiscard]] bool hasBoundedUnits(AVCodecID codec, const StreamHeader &header, const AVPacket &packet);
 
 } // namespace quorvale::ffmpeg

@@ -1,0 +1,194 @@
+// What the headers, tables and packets of small files may cost.
+
+#include "tests/reliability/costlystreams.h"
+#include "tests/reliability/memoryvisit.h"
+#include "tests/support/hugeclaims.h"
+#include "tests/support/hugemp4.h"
+#include "tests/support/testclass.h"
+#include "tests/support/transportstream.h"
+#include "video/ffmpeg/compat.h"
+
+using namespace memoryvisit;
+
+class TestBoundedHeaders : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void headers_areRefused_thatClaimTables_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        HugeMp4 samples;
+        samples.tracks = 20;
+        samples.samples = 4400000;
+        QTest::newRow("samples") << samples.bytes();
+        const auto add = [samples](const char *name, auto member, int value) {
+            HugeMp4 file = samples;
+            file.*member = value;
+            QTest::newRow(name) << file.bytes();
+        };
+        add("samples, in a compressed header", &HugeMp4::isCompressed, 1);
+        add("samples, after many boxes", &HugeMp4::boxesBefore, 4100);
+        add("samples, after more boxes than there may be", &HugeMp4::boxesBefore, 260000);
+        add("samples, inside the sample description", &HugeMp4::isHidden, 1);
+        add("samples, before a track inside the track", &HugeMp4::isNested, 1);
+        HugeMp4 sound;
+        sound.tracks = 10;
+        sound.isSound = true;
+        sound.samplesAChunk = 1 << 20;
+        QTest::newRow("chunks of sound") << sound.bytes();
+        HugeMp4 many;
+        many.tracks = 40;
+        many.samples = 40000;
+        QTest::newRow("tracks") << many.bytes();
+        many.tracks = 30;
+        many.samples = 200000;
+        many.edits = 1;
+        QTest::newRow("tracks with edits") << many.bytes();
+        HugeMp4 edits;
+        edits.tracks = 10;
+        edits.samples = 20000;
+        edits.edits = 200;
+        QTest::newRow("edits") << edits.bytes();
+        HugeMp4 fragments;
+        fragments.fragments = 10;
+        fragments.samplesInFragment = 500000;
+        QTest::newRow("fragments") << fragments.bytes();
+        fragments.areFragmentsHidden = true;
+        QTest::newRow("fragments inside the data") << fragments.bytes();
+        QByteArray mxf =
+            readFile(streams.encoded("mxf", words("-f lavfi -i color=s=64x64:d=1 -c:v mpeg2video -f mxf")));
+        const QByteArray emptySet = QByteArray::fromHex("060E2B34025301010D01010101010F0000");
+        const int essence = int(mxf.indexOf(QByteArray::fromHex("060E2B34010201010D010301")));
+        QVERIFY(essence > 0);
+        QTest::newRow("MXF, sets") << QByteArray(mxf).insert(essence, emptySet.repeated(4000));
+        const QByteArray duration = QByteArray::fromHex("3F0D0008"); // IndexDuration: its tag and length
+        const int value = int(mxf.indexOf(duration)) + 4;
+        QVERIFY(value > 4);
+        QTest::newRow("MXF, an index table")
+            << mxf.replace(value, 8, QByteArray::fromHex("0000000000500000")); // 5 million entries
+        QTest::newRow("Matroska, tracks") << hugeMatroska("1654AE6B", "AE", 100000);
+        const QByteArray tracks = matroskaElement("1654AE6B", QByteArray("\xAE\x80").repeated(100000));
+        const QByteArray place = matroskaElement("53AB", QByteArray::fromHex("1654AE6B")) +
+                                 matroskaElement("53AC", QByteArray(1, 56)); // inside the next element
+        const QByteArray placeTable = matroskaElement("114D9B74", matroskaElement("4DBB", place));
+        QCOMPARE(placeTable.size() + 9, 56);
+        QTest::newRow("Matroska, tracks inside an empty element")
+            << hugeMatroska("EC", "EC", 0, placeTable + matroskaElement("EC", tracks));
+        QTest::newRow("Matroska, tracks after damage") << hugeMatroska("1654AE6B", "AE", 100000, QByteArray(100, '\0'));
+        const QByteArray video = matroskaElement("D7", "\1") + matroskaElement("83", "\1") + // its number and kind
+                                 matroskaElement("86", "V_MPEG2");
+        const QByteArray large(32 << 20, '\0');
+        QTest::newRow("Matroska, a track's header") << hugeMatroska(
+            "EC", "EC", 0, matroskaElement("1654AE6B", matroskaElement("AE", video + matroskaElement("63A2", large))));
+        const QByteArray attachment =
+            matroskaElement("61A7", matroskaElement("466E", "a") + matroskaElement("4660", "b") +
+                                        matroskaElement("46AE", "\1") + matroskaElement("465C", large));
+        QTest::newRow("Matroska, attachments")
+            << hugeMatroska("EC", "EC", 0, matroskaElement("1941A469", attachment + attachment));
+        HugeJpeg2000 headed;
+        headed.headerBytes = 32 << 20;
+        QTest::newRow("AVI, a stream's header") << headed.avi();
+        headed.headerBytes = 96 << 20;
+        QTest::newRow("AVI, a longer one") << headed.avi();
+        QByteArray texts = ";FFMETADATA1\n";
+        for (int i = 0; i < 60000; ++i)
+            texts += QByteArray::number(i) + "=a\n";
+        const QString ogg =
+            "-f lavfi -i color=d=1 -i " + writeFile(streams.folder(), "list", texts) + " -map_metadata 1 -f ogg";
+        QTest::newRow("Ogg, texts") << readFile(streams.encoded("texts", words(ogg)));
+        const QByteArray packets = readFile(streams.hevc("64x64", "yuv420p", 24));
+        QTest::newRow("transport stream, programmes") << transportstream::programmes(20000) + packets;
+        const QByteArray h264 = readFile(streams.keeping16("64x64", "yuv420p", 24));
+        QTest::newRow("H.264, NAL units") << h264 + QByteArray::fromHex("0000010C80").repeated(30000) + h264;
+        const QByteArray h265 = readFile(streams.coloured("h265", "64x64", 24, "-c:v libx265 -f hevc"));
+        const QByteArray units = h265 + QByteArray::fromHex("000001500105018080").repeated(30000) + h265;
+        QTest::newRow("HEVC, NAL units") << units;
+        const QString inPackets =
+            "-f hevc -i " + writeFile(streams.folder(), "raw", units) + " -c copy -bsf:v setts=ts=N*3600 -f mpegts";
+        QTest::newRow("HEVC in packets, NAL units") << readFile(streams.encoded("packets", words(inPackets)));
+        const QString inAvi = "-f hevc -i " + streams.folder() + "/raw -c copy -bsf:v setts=ts=N -f avi";
+        QTest::newRow("HEVC in AVI, NAL units") << readFile(streams.encoded("avi", words(inAvi)));
+        const QByteArray obus = QByteArray::fromHex("1200").repeated(0x8000);
+        const QByteArray ivf = readFile(streams.av1("64x64", 2));
+        QTest::newRow("AV1, OBUs") << ivf.left(32) + QByteArray::fromHex("000001000000000000000000") + obus +
+                                          ivf.mid(32);
+        const QByteArray av1 =
+            matroskaElement("D7", "\1") + matroskaElement("83", "\1") + matroskaElement("86", "V_AV1");
+        QTest::newRow("AV1 in Matroska, OBUs")
+            << hugeMatroska("EC", "EC", 0,
+                            matroskaElement("1654AE6B", matroskaElement("AE", av1)) +
+                                matroskaElement("1F43B675", matroskaElement("A3", QByteArray::fromHex("81000080") +
+                                                                                      ivf.mid(44, 300) + obus)));
+    }
+
+    void headers_areRefused_thatClaimTables()
+    {
+        QFETCH(const QByteArray, bytes);
+        QVERIFY(!bytes.isEmpty());
+        const QString path = writeFile(streams.folder(), "claim.ts", bytes);
+        const Visit visit = visitWith("literal", path);
+        qInfo("%d bytes: %lld MiB", int(bytes.size()), visit.mib);
+        QCOMPARE(visit.pictures, 0);
+        QCOMPARE(visitWith("open", path).pictures, 0);
+        if (kMemoryIsOurs)
+            QVERIFY(visit.mib <= kUsualMiB / 2);
+    }
+
+    void headers_areTaken_thatClaimWhatRecordingsHave_data()
+    {
+        QTest::addColumn<QStringList>("muxer");
+        QTest::newRow("sound that is not coded, half an hour") << words("-c:a pcm_s16le -f mov");
+        QTest::newRow("four tracks of sound") << words("-map 0 -map 1 -map 1 -map 1 -map 1 -c:a aac -f mp4");
+        QTest::newRow("fragments") << words("-c:a aac -movflags frag_keyframe+empty_moov -f mp4");
+        QTest::newRow("fragments with their index")
+            << words("-c:a aac -movflags frag_keyframe+empty_moov+dash+global_sidx -f mp4");
+        // Its bytes look like the beginnings of lists.
+        const QByteArray lists = QByteArray::fromHex("1654AE6BFF00").repeated(1000);
+        const QString font = writeFile(streams.folder(), "font.ttf", lists + QByteArray(4 << 20, '\0'));
+        QTest::newRow("a font") << words("-c:a aac -attach " + font + " -metadata:s:t mimetype=font/ttf -f matroska");
+        QTest::newRow("texts and edits") << words("-c:a aac -bf 2 -metadata title=A -f mov");
+        QTest::newRow("an AVI file's index") << words("-c:a mp2 -f avi");
+    }
+
+    void headers_areTaken_thatClaimWhatRecordingsHave()
+    {
+        QFETCH(const QStringList, muxer);
+        const QString path = streams.encoded(
+            "whole", words("-f lavfi -i testsrc2=s=64x64:r=1:d=1800 -f lavfi -i anullsrc=r=16000:cl=mono"
+                           " -t 1800 -c:v mpeg4") +
+                         muxer);
+        QCOMPARE(visitWith("literal", path).pictures, kAll);
+    }
+
+    // 50 pictures a second, and as many samples of sound and subtitles in each other track: that is more than there
+    // are.
+    void headers_areOpened_ofTenHours_withinTheBound_data()
+    {
+        QTest::addColumn<int>("tracks");
+        QTest::addColumn<bool>("isOpened");
+        QTest::newRow("with sound") << 2 << true;
+        QTest::newRow("with more") << 3 << (quorvale::ffmpeg::kBytesAnMp4Sample <= 24);
+    }
+
+    void headers_areOpened_ofTenHours_withinTheBound()
+    {
+        QFETCH(const int, tracks);
+        QFETCH(const bool, isOpened);
+        HugeMp4 recording;
+        recording.tracks = tracks;
+        recording.samples = 10 * 3600 * 50;
+        recording.edits = 1;
+        const Visit visit = visitWith("open", writeFile(streams.folder(), "tenhours.ts", recording.bytes()));
+        qInfo("%lld MiB", visit.mib);
+        QCOMPARE(visit.pictures, isOpened ? 1 : 0);
+        if (kMemoryIsOurs)
+            QVERIFY(visit.mib <= kUsualMiB);
+    }
+
+private:
+    const CostlyStreams streams;
+};
+
+TEST_CLASS(TestBoundedHeaders, QCoreApplication)
+#include "tst_boundedheaders.moc"

@@ -1,0 +1,113 @@
+// What the pictures of small files may cost.
+
+#include "tests/reliability/costlystreams.h"
+#include "tests/reliability/memoryvisit.h"
+#include "tests/support/hugeclaims.h"
+#include "tests/support/testclass.h"
+
+using namespace memoryvisit;
+
+class TestBoundedPictures : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void pictures_areBounded_whateverTheStreamClaims_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qint64>("mostBytes");
+        QTest::addColumn<bool>("isReadInFull");
+        QTest::addColumn<bool>("isCopied"); // its format is one that thumbnails are made of
+        QTest::addColumn<qint64>("mostMiB");
+        QTest::newRow("H.264 4:2:0") << streams.keeping16("1920x1088", "yuv420p", 24) << qint64{30000} << true << true
+                                     << kUsualMiB;
+        QTest::newRow("H.264 4:4:4 with 10 bits")
+            << streams.keeping16("1920x1088", "yuv444p10le", 24) << qint64{16000} << false << false << kUsualMiB;
+        QTest::newRow("H.264 4:4:4 with 10 bits, reordered")
+            << streams.keeping16("1920x1088", "yuv444p10le", 60, "bframes=16:b-adapt=0:b-pyramid=2") << qint64{60000}
+            << false << false << kUsualMiB;
+        QTest::newRow("H.264 4:2:2 with 10 bits")
+            << streams.keeping16("1920x1088", "yuv422p10le", 24) << qint64{30000} << false << false << kUsualMiB;
+        const QString three = QString("-f lavfi -i color=s=1920x1088:r=25 ").repeated(3);
+        QTest::newRow("three streams of H.264 4:4:4 with 10 bits")
+            << streams.encoded("three",
+                               words(three + "-map 0 -map 1 -map 2 -frames:v 24 -c:v libx264 -preset ultrafast -pix_fmt"
+                                             " yuv444p10le -x264-params ref=16:keyint=1000:bframes=0:log=-1 -f vob"))
+            << qint64{200000} << false << false << kUsualMiB;
+        QTest::newRow("H.264 of the largest size")
+            << streams.keeping16("8192x4320", "yuv420p", 24) << qint64{200000} << false << true << kMostMiB;
+        // Only decoders work on these pictures, which are not copied: a sanitizer does not see them.
+        if (kMemoryIsOurs) {
+            QTest::newRow("HEVC of four times 1920x1080, 10 bits")
+                << streams.hevc("3840x2160", "yuv420p10le", 24) << qint64{400000} << true << false << kMostMiB;
+            const QString largest = streams.hevc("7680x4320", "yuv420p10le", 24);
+            QTest::newRow("HEVC of the largest size, 10 bits")
+                << largest << qint64{800000} << true << false << kMostMiB;
+            QTest::newRow("AV1 of four times 1920x1080, 10 bits")
+                << streams.av1("3840x2160", 24) << qint64{200000} << true << false << kMostMiB;
+            QTest::newRow("AV1 of the largest size, 10 bits")
+                << streams.av1("7680x4320", 12) << qint64{400000} << false << false << kMostMiB;
+            QTest::newRow("HEVC of the largest size, with a cover picture")
+                << streams.encoded("cover", words("-i " + largest +
+                                                  " -f lavfi -i color=s=1920x1080:r=25:d=0.04 -map 0 -map 1"
+                                                  " -c:v:0 copy -c:v:1 mjpeg -disposition:v:1 attached_pic -f mp4"))
+                << qint64{800000} << true << false << kMostMiB;
+            QTest::newRow("uncompressed, of the largest size")
+                << streams.uncompressed(8192, 4320, 21) << qint64{3000000000} << true << false << kMostMiB;
+        }
+        HugeJpeg2000 picture;
+        picture.components = 4;
+        picture.levels = 0;
+        picture.lowest = 0x11;
+        QTest::newRow("JPEG 2000 in precincts of four pixels")
+            << writeFile(streams.folder(), "precincts.ts", picture.avi()) << qint64{2000} << false << false
+            << kUsualMiB;
+        QTest::newRow("FFV1 in 900 slices")
+            << streams.ffv1("900", "yuv420p") << qint64{200000} << false << false << kUsualMiB;
+        QTest::newRow("FFV1 in 120 slices, 4:4:4 with alpha and 16 bits")
+            << streams.ffv1("120", "yuva444p16le", 21) << qint64{2000000} << true << false << kUsualMiB;
+        const QByteArray places(2900000, '\1');
+        const QByteArray keys = QByteArray::fromHex("0385C4807F") + places.left(2899999);
+        const QString four = "-f lavfi -i color=s=64x64:d=1 -map 0 -map 0 -map 0 -map 0 -c:v mpeg4 -f nut";
+        const QByteArray index =
+            QByteArray::fromHex("4E58DD672F23E64E86F58141CBE748780081B18020") + places + keys.repeated(4);
+        QTest::newRow("NUT, an index") << writeFile(streams.folder(), "index.ts",
+                                                    readFile(streams.encoded("four", words(four))) + index +
+                                                        QByteArray::fromHex("0000000000DD40D100000000"))
+                                       << qint64{15000000} << true << true << kUsualMiB;
+        const QByteArray large = readFile(streams.keeping16("3840x2160", "yuv420p", 12));
+        const QByteArray usual = readFile(streams.keeping16("1920x1088", "yuv420p", 24));
+        QTest::newRow("H.264 that becomes smaller")
+            << (large.isEmpty() || usual.isEmpty() ? QString()
+                                                   : writeFile(streams.folder(), "smaller.ts", large + usual))
+            << qint64{60000} << true << true << kMostMiB;
+    }
+
+    void pictures_areBounded_whateverTheStreamClaims()
+    {
+        QFETCH(const QString, path);
+        QFETCH(const qint64, mostBytes);
+        QFETCH(const bool, isReadInFull);
+        QFETCH(const bool, isCopied);
+        QFETCH(const qint64, mostMiB);
+        QVERIFY(!path.isEmpty());
+        const qint64 bytes = QFileInfo(path).size();
+        QVERIFY2(bytes <= mostBytes, qPrintable(QString::number(bytes)));
+        for (const char *reader : {"literal", "exact", "scanner"}) {
+            const Visit visit = visitWith(reader, path);
+            qInfo("%lld bytes, %s: %d of %d pictures, %lld MiB", bytes, reader, visit.pictures, kAll, visit.mib);
+            QVERIFY(visit.pictures >= 0);
+            if (isReadInFull && (QLatin1String(reader) == QLatin1String("literal") ||
+                                 (isCopied && QLatin1String(reader) == QLatin1String("scanner"))))
+                QVERIFY(visit.pictures >= kAll); // the scanner goes on to the end
+            if (kMemoryIsOurs)
+                QVERIFY(visit.mib <= mostMiB);
+        }
+    }
+
+private:
+    const CostlyStreams streams;
+};
+
+TEST_CLASS(TestBoundedPictures, QCoreApplication)
+#include "tst_boundedpictures.moc"
