@@ -17,16 +17,10 @@ namespace {
 
 constexpr int kThumbnails[] = {150, 300, 450, 600, 750};
 constexpr double kMostRatio = 1.10; // of what reading literally decodes
-// Damage can show only when much was decoded already: a bridge that leads nowhere, a run that fails in a long group.
-// Then a damaged recording costs more. Of those with seeds up to 300, as Debian 12 makes them with FFmpeg 5.1, these
-// do, and at most that many packets are decoded instead of 1006: how many depends on how far the threads that decode
-// ahead have come when damage shows. They are tried whatever the seeds.
-constexpr char kPinned[] = "59.37 87ff8de7";
-const QMap<int, long> kAbove = {{162, 1200}, {270, 1200}};
-constexpr int kMostAboveOfOthers = 1; // of those that other versions make
-constexpr double kMostRatioAfterDamage = 1.5;
-constexpr int kTried = 36; // damaged recordings, and as many that end early
+constexpr int kTried = 36;          // damaged recordings, and as many that end early
 constexpr int kFrames = 420;
+// Tried whatever the seeds: with the encoders of Debian 12, bits flipped in groups of 250 that show in no header.
+const QVector<int> kLongGroups{162, 270};
 
 // What the five thumbnails of a recording make the decoders do, once it is open, in packets.
 struct Cost
@@ -149,18 +143,22 @@ private slots:
         QCOMPARE(different, QStringList());
     }
 
-    void shortRecordings()
+    // Ended early, or with one bit flipped somewhere in the middle of a packet.
+    void shortAndFlippedRecordings()
     {
         worst = 0;
         const int parts = numberFromEnvironment("QUORVALE_MUTANTS", kTried) / int(mutantSet.bases().size());
         for (const transportmutant::Bytes &base : mutantSet.bases()) {
             const int index = int(&base - mutantSet.bases().data());
             for (int part = 1; part <= parts; ++part) {
-                const int packets = int(base.size()) / 188 * part / parts;
-                const QString path = writeFile(folder.path(), "short.ts",
-                                               QByteArray(reinterpret_cast<const char *>(base.data()), packets * 188));
-                if (const std::optional<Cost> cost = costOf(path))
-                    note(QStringLiteral("base %1, %2 of %3").arg(index).arg(part).arg(parts), *cost);
+                const int end = int(base.size()) / 188 * part / parts * 188;
+                QByteArray bytes(reinterpret_cast<const char *>(base.data()), int(base.size()));
+                bytes[end - 88] = char(bytes[end - 88] ^ 1);
+                for (const QByteArray &damaged :
+                     {QByteArray(reinterpret_cast<const char *>(base.data()), end), bytes}) {
+                    if (const std::optional<Cost> cost = costOf(writeFile(folder.path(), "damaged.ts", damaged)))
+                        note(QStringLiteral("base %1, %2 of %3").arg(index).arg(part).arg(parts), *cost);
+                }
             }
         }
         qInfo("worst: %s, %.3f", qPrintable(worstName), worst);
@@ -171,30 +169,19 @@ private slots:
     void damagedRecordings()
     {
         worst = 0;
-        QMap<int, long> above;
-        const QMap<int, long> pinned = mutantSet.made() == kPinned ? kAbove : QMap<int, long>();
         QVector<int> seeds(numberFromEnvironment("QUORVALE_MUTANTS", kTried));
         std::iota(seeds.begin(), seeds.end(), numberFromEnvironment("QUORVALE_MUTANT_SEED", 1));
-        for (const int seed : pinned.keys() + seeds.toList()) {
-            if (above.contains(seed))
-                continue;
+        for (const int seed : kLongGroups + seeds) {
             const MutantSet::Mutant mutant = mutantSet.write(folder.path(), std::uint64_t(seed));
-            const std::optional<Cost> cost = costOf(mutant.path);
-            if (!cost)
-                continue;
-            note(QStringLiteral("base %1, %2, seed %3")
-                     .arg(mutant.base)
-                     .arg(transportmutant::nameOf(mutant.kind))
-                     .arg(seed),
-                 *cost);
-            if (cost->ratio() > kMostRatio)
-                above[seed] = cost->exactly;
+            if (const std::optional<Cost> cost = costOf(mutant.path))
+                note(QStringLiteral("base %1, %2, seed %3")
+                         .arg(mutant.base)
+                         .arg(transportmutant::nameOf(mutant.kind))
+                         .arg(seed),
+                     *cost);
         }
         qInfo("%s: worst: %s, %.3f", mutantSet.made().constData(), qPrintable(worstName), worst);
-        QVERIFY(!pinned.isEmpty() || above.size() <= kMostAboveOfOthers);
-        for (auto it = above.cbegin(); it != above.cend() && !pinned.isEmpty(); ++it)
-            QVERIFY2(it.value() <= pinned.value(it.key()), qPrintable(QString::number(it.key())));
-        QVERIFY2(worst > 0 && worst <= kMostRatioAfterDamage, qPrintable(worstName));
+        QVERIFY2(worst > 0 && worst <= kMostRatio, qPrintable(worstName));
         QCOMPARE(different, QStringList());
     }
 };

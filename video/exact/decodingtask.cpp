@@ -29,6 +29,7 @@ DecodedPicture DecodingTask::operator()(const std::atomic<bool> &isEnding)
             decoded.frame = std::move(frame);
         break;
     }
+    decoded.lackedMemory = worker->decoding.lacksMemory();
     return decoded;
 }
 

@@ -16,6 +16,7 @@ struct DecodedPicture
     ffmpeg::FramePtr frame;               ///< null where the picture did not come out as foreseen
     std::vector<FrameChecksum> checksums; ///< of all pictures that came out, if they are kept
     ExactCounters counters;               ///< what it has cost
+    bool lackedMemory = false;            ///< that may be why
 };
 
 /// One picture to be decoded, with all that it takes: a plan, its packets in memory, and a decoder of its own.

@@ -37,9 +37,9 @@ FrameSource::Status FrameSource::find(FrameNumber number)
 {
     m_horizon = std::max(m_horizon, number);
     lookAtProspects();
-    if (takeAhead(number))
-        return Status::Found;
     Status status = m_refusedUpTo && number <= *m_refusedUpTo ? Status::NotProven : findAnywhere(number);
+    if (status == Status::NotProven)
+        m_plainUpTo = std::max(m_plainUpTo, number);
     if (m_scan.hasFailed() && status == Status::NotProven)
         status = Status::Failed;
     m_counters.refusals += status == Status::NotProven || status == Status::Failed ? 1 : 0;
@@ -61,76 +61,12 @@ FrameSource::Status FrameSource::findAnywhere(FrameNumber number)
     return Status::NotProven;
 }
 
-// As the literal reader does it.
-FrameSource::Status FrameSource::findFromStart(FrameNumber number)
-{
-    if (m_literal && m_literal->end() > number)
-        m_literal.reset();
-    if (!beginFromStart())
-        return Status::Failed;
-    while (m_literal->end() <= number) {
-        switch (decodeLiterally(kToTheEnd)) {
-        case LiteralRun::Step::Picture:
-            break;
-        case LiteralRun::Step::NeedsPacket:
-            return endAt(m_literal->end(), number);
-        case LiteralRun::Step::Stopped:
-        case LiteralRun::Step::Failed:
-            return Status::Failed;
-        }
-    }
-    return Status::Found;
-}
-
-// Has a literal run that goes on, or begins, from the start of the file; false without a decoder.
-bool FrameSource::beginFromStart()
-{
-    if (m_literal && m_literalFromStart)
-        return true;
-    std::unique_ptr<DecodingWorker> worker = makeWorker();
-    if (!worker)
-        return false;
-    m_literal = std::make_unique<LiteralRun>(std::move(worker), m_counters);
-    m_literalFromStart = true;
-    return true;
-}
-
-// The next picture of the literal run, for which it decodes up to coded picture `last`; NeedsPacket at the end of the
-// file only.
-LiteralRun::Step FrameSource::decodeLiterally(PictureIndex last)
-{
-    for (;;) {
-        const bool isAll = pictures().isFinished();
-        const LiteralRun::Step step = m_literal->next(pictures(), *m_nextFrame, last);
-        if (step == LiteralRun::Step::Picture) {
-            takeNextFrame();
-            m_frameNumber = m_literal->end() - 1;
-        }
-        if (step != LiteralRun::Step::NeedsPacket || isAll)
-            return step;
-        m_scan.readOn();
-        if (m_scan.hasFailed())
-            return LiteralRun::Step::Failed;
-    }
-}
-
 // Received beside m_frame, which at the end of the file keeps the last picture.
 void FrameSource::takeNextFrame()
 {
     m_frameNumber.reset();
     av_frame_unref(m_frame.get());
     av_frame_move_ref(m_frame.get(), m_nextFrame.get());
-}
-
-// The last picture was the latest to come out.
-FrameSource::Status FrameSource::endAt(FrameNumber end, FrameNumber wanted)
-{
-    m_fileEnd = end;
-    if (end > FrameNumber())
-        m_frameNumber = end - 1;
-    if (wanted >= end)
-        return Status::PastEnd;
-    return m_frameNumber == wanted ? Status::Found : Status::NotProven;
 }
 
 // Places before it can be counted on.
@@ -187,21 +123,36 @@ FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
         Anchor &anchor = *found;
         const Stretch &home = stretchOf(anchor);
         const OutputIndex place = anchor.placeOf(number);
+        if (m_frameNumber == number && m_literal && m_literalIsPlain)
+            return Status::Found; // on the way to an anchor
         if (isProven(anchor, place))
             return hop(anchor, place);
         if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
             return findNearEnd(anchor, number);
         // It lies in what is doubtful, or after it.
-        if (found + 1 != m_anchors.end() || !bridge(anchor))
-            return Status::NotProven;
+        if (found + 1 != m_anchors.end() || !bridge(anchor, number))
+            return anchor.betrayedFrom && mayGoOn(number) ? goOnLiterally(number) : Status::NotProven;
     }
 }
 
 FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
 {
     const Stretch &home = stretchOf(anchor);
+    const FrameNumber number = anchor.numberAt(place);
+    switch (takeAhead(anchor, place)) {
+    case Taken::Picture:
+        return Status::Found;
+    case Taken::Betrayal:
+        return findAfterBetrayal(anchor, number);
+    case Taken::Nothing:
+        break;
+    }
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
-    if (!entry || !mayTry(home.at(place) - entry->picture) || !prepareWorker(entry->picture))
+    if (!entry)
+        return Status::NotProven;
+    if (!mayTry(home.at(place) - entry->picture))
+        return mayGoOn(number) ? goOnLiterally(number) : Status::NotProven;
+    if (!prepareWorker(entry->picture))
         return Status::NotProven;
     const std::optional<RunPlan> plan = planToPicture(pictures(), home, *entry, place, rules(anchor));
     if (!plan)
@@ -217,18 +168,23 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
             break;
         m_worker->knowsUpTo = std::max(m_worker->knowsUpTo, target);
         takeNextFrame();
-        m_frameNumber = anchor.numberAt(place);
+        m_frameNumber = number;
         return Status::Found;
     }
     m_worker.reset();
+    m_inVain += m_counters.picturesDecoded - before;
     if (m_coding == VideoCoding::Hevc && m_byReferenceSets) {
         // A decoder may miss pictures that are still in a set, but that neither this picture nor the wanted one needs.
         m_byReferenceSets = false;
         return hop(anchor, place);
     }
-    m_inVain += m_counters.picturesDecoded - before;
-    anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(entry->place), entry->place);
-    return Status::NotProven;
+    betray(anchor, entry->place);
+    return findAfterBetrayal(anchor, number);
+}
+
+void FrameSource::betray(Anchor &anchor, OutputIndex from)
+{
+    anchor.betrayedFrom = std::min(anchor.betrayedFrom.value_or(from), from);
 }
 
 // A worker for a run from `entry` on, which knows no parameters that are other ones there.

@@ -65,6 +65,7 @@ public:
 private:
     enum class Verdict { Proven, Refuted, Open };
     enum class Trust { Unknown, Yes, No };
+    enum class Taken { Picture, Betrayal, Nothing };
 
     // A random access point that may become an anchor, once its number is known.
     struct Candidate
@@ -78,13 +79,22 @@ private:
     struct Ahead
     {
         std::future<DecodedPicture> picture;
-        std::size_t anchor;
+        DecodedPicture decoded; ///< once that has been waited for
+        std::size_t stretch = 0;
+        OutputIndex entry;
         OutputIndex place;
-        std::int64_t bytes; ///< of packets
+        std::int64_t depth = 0;
+        bool byReferenceSets = false;
+        std::int64_t pictures = 0; ///< that it may decode
+        std::int64_t bytes = 0;    ///< of packets
     };
 
     static constexpr std::int64_t kNearStart = 24; ///< pictures that are decoded from the start rather than proven
     static constexpr std::int64_t kMostDelay = 2 * kMostReordering; ///< pictures that come out while one waits
+    /// Pictures after damage that must come out undamaged and as foreseen: the decoder has then forgotten the damage,
+    /// and everything that came before an IDR, BLA or CRA picture. Twice as many after another point.
+    static constexpr std::int64_t kProofAfterDamage = 32;
+    static constexpr std::int64_t kLongProofAfterDamage = 64;
     static constexpr PictureIndex kToTheEnd{std::numeric_limits<std::int64_t>::max()};
 
     [[nodiscard]] const PictureList &pictures() const { return m_scan.pictures(); }
@@ -101,10 +111,16 @@ private:
     Status findNearEnd(Anchor &anchor, FrameNumber number);
     Status endAt(FrameNumber end, FrameNumber wanted);
     Status hop(Anchor &anchor, OutputIndex place);
+    static void betray(Anchor &anchor, OutputIndex from);
+    Status findAfterBetrayal(Anchor &anchor, FrameNumber number);
+    [[nodiscard]] bool mayGoOn(FrameNumber number) const;
+    Status goOnLiterally(FrameNumber number);
+    bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
 
     bool hasFirstAnchor();
-    bool bridge(Anchor &from);
-    bool searchAnchor(PictureIndex after, bool isBridge, PictureIndex last);
+    bool bridge(Anchor &from, FrameNumber wanted);
+    bool beginBridge(Anchor &from, const EntryPoint &entry);
+    bool searchAnchor(PictureIndex after, bool isBridge, PictureIndex last, FrameNumber lastNumber);
     std::optional<Candidate> candidate(PictureIndex after, std::size_t passedOver, bool isBridge);
     [[nodiscard]] Verdict judge(const Candidate &candidate) const;
 
@@ -119,13 +135,18 @@ private:
     [[nodiscard]] std::optional<DecodingTask> makeTask(RunPlan plan, PictureIndex target);
     [[nodiscard]] std::future<DecodedPicture> begin(DecodingTask task);
     [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
-    bool takeAhead(FrameNumber number);
+    [[nodiscard]] bool isRoomFor(const Ahead &further) const;
+    Taken takeAhead(Anchor &anchor, OutputIndex place);
+    const DecodedPicture &finish(Ahead &ahead);
     void dropAhead();
 
     void lookAtProspects();
     [[nodiscard]] bool isSurelyRefused(FrameNumber number) const;
+    [[nodiscard]] bool isTooLong(PictureIndex entry, PictureIndex target) const;
     [[nodiscard]] std::int64_t bridgesBefore(PictureIndex end) const;
     [[nodiscard]] static std::int64_t proofFrom(RandomAccess kind, bool isBridge);
+    [[nodiscard]] std::int64_t reach() const;
+    [[nodiscard]] bool isWithinBudget(std::int64_t cost) const;
     [[nodiscard]] bool mayTry(std::int64_t cost) const;
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
 
@@ -144,6 +165,7 @@ private:
 
     std::unique_ptr<LiteralRun> m_literal; ///< from the start, or over a bridge
     bool m_literalFromStart = false;
+    bool m_literalIsPlain = false; ///< its decoder is in the state of one that began with the file
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
@@ -152,6 +174,7 @@ private:
 
     std::vector<FrameNumber> m_announced; ///< ascending; until their prospects were looked at
     std::optional<FrameNumber> m_refusedUpTo;
+    FrameNumber m_plainUpTo;      ///< to where whoever decodes everything has come, for what was refused
     FrameNumber m_horizon;        ///< the farthest picture that was asked for
     std::int64_t m_inVain = 0;    ///< pictures that were decoded for nothing
     std::int64_t m_onBridges = 0; ///< pictures that were decoded on bridges

@@ -6,8 +6,6 @@
 
 #include "video/ffmpeg/compat.h"
 
-#include <algorithm>
-#include <numeric>
 #include <utility>
 
 namespace quorvale {
@@ -41,25 +39,42 @@ bool FrameSource::loadNext(FrameNumber number)
         return true;
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
     const PictureIndex target = stretchOf(anchor).at(place);
-    if (!entry || !mayTry(target - entry->picture))
+    if (!entry)
         return true;
     PlanningRules rules = this->rules(anchor);
     rules.primeFrom = PictureIndex(); // The decoder will be a new one, so that what it knows depends on no other task.
     std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), *entry, place, rules);
     if (!plan)
         return true;
-    const std::int64_t bytes = LoadedPackets::bytesOf(*plan);
-    const auto sum = [](std::int64_t all, const auto &ahead) { return all + ahead.second.bytes; };
-    if (std::accumulate(m_ahead.begin(), m_ahead.end(), bytes, sum) > kMostLoadedBytes)
+    Ahead ahead;
+    ahead.stretch = anchor.stretch;
+    ahead.entry = entry->place;
+    ahead.place = place;
+    ahead.depth = anchor.depth;
+    ahead.byReferenceSets = m_coding == VideoCoding::Hevc && rules.byReferenceSets;
+    ahead.pictures = plan->pictureCount();
+    ahead.bytes = LoadedPackets::bytesOf(*plan);
+    if (!isRoomFor(ahead))
         return m_ahead.empty(); // Alone, it is too large for good.
 
     m_literal.reset(); // as for any run: its decoder has done what it was for
     std::optional<DecodingTask> task = makeTask(std::move(*plan), target);
     if (!task)
         return true;
-    const auto anchorIndex = static_cast<std::size_t>(found - m_anchors.begin());
-    m_ahead.emplace(number, Ahead{begin(std::move(*task)), anchorIndex, place, bytes});
+    ahead.picture = begin(std::move(*task));
+    m_ahead.emplace(number, std::move(ahead));
     return true;
+}
+
+bool FrameSource::isRoomFor(const Ahead &further) const
+{
+    std::int64_t bytes = further.bytes;
+    std::int64_t pictures = further.pictures;
+    for (const auto &[number, ahead] : m_ahead) {
+        bytes += ahead.bytes;
+        pictures += ahead.pictures;
+    }
+    return bytes <= kMostLoadedBytes && (m_ahead.empty() ? mayTry(pictures) : isWithinBudget(pictures));
 }
 
 // Nothing without a decoder, or without the packets.
@@ -88,27 +103,49 @@ std::unique_ptr<LoadedPackets> FrameSource::load(const RunPlan &plan)
     return packets ? std::move(packets) : LoadedPackets::load(plan, m_loader);
 }
 
-// Makes frame() picture `number` where a task has decoded it.
-bool FrameSource::takeAhead(FrameNumber number)
+// Makes frame() the picture at `place` where a task has decoded it.
+FrameSource::Taken FrameSource::takeAhead(Anchor &anchor, OutputIndex place)
 {
-    const auto found = m_ahead.extract(number);
+    const auto found = m_ahead.extract(anchor.numberAt(place));
     if (!found)
-        return false;
+        return Taken::Nothing;
     Ahead &ahead = found.mapped();
-    DecodedPicture decoded = m_threads->wait(std::move(ahead.picture));
-    m_counters += decoded.counters;
-    // What another run has shown since may be that the anchor cannot be trusted so far.
-    if (!decoded.frame || ahead.place >= provenEnd(m_anchors[ahead.anchor])) {
+    const DecodedPicture &decoded = finish(ahead);
+    // What other runs have shown since may be that another picture has this number.
+    const bool isWanted = ahead.stretch == anchor.stretch && ahead.place == place && ahead.depth == anchor.depth;
+    if (!isWanted || !decoded.frame)
+        m_inVain += ahead.pictures;
+    if (!isWanted)
+        return Taken::Nothing;
+    if (decoded.lackedMemory) { // which the others have
+        for (const auto &[number, other] : m_ahead)
+            m_inVain += other.pictures;
         dropAhead();
-        return false;
     }
-    m_literal.reset(); // At the end of the file it would take this picture for its own last one.
-    m_frame = std::move(decoded.frame);
-    m_frameNumber = number;
-    return true;
+    if (!decoded.frame && (decoded.lackedMemory || ahead.byReferenceSets)) {
+        m_byReferenceSets = m_byReferenceSets && !ahead.byReferenceSets; // see hop()
+        return Taken::Nothing;
+    }
+    if (!decoded.frame) {
+        betray(anchor, ahead.entry);
+        return Taken::Betrayal;
+    }
+    av_frame_unref(m_frame.get());
+    av_frame_move_ref(m_frame.get(), decoded.frame.get());
+    m_frameNumber = anchor.numberAt(place);
+    return Taken::Picture;
 }
 
-// What the tasks have cost is not counted: how far they came is chance.
+// Waits for the task's end.
+const DecodedPicture &FrameSource::finish(Ahead &ahead)
+{
+    if (ahead.picture.valid()) {
+        ahead.decoded = m_threads->wait(std::move(ahead.picture));
+        m_counters += ahead.decoded.counters;
+    }
+    return ahead.decoded;
+}
+
 void FrameSource::dropAhead()
 {
     m_ahead.clear();

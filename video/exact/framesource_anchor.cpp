@@ -9,11 +9,8 @@ namespace quorvale {
 namespace {
 
 // Pictures from a random access point on that must come out as foreseen before it is an anchor. At the start of the
-// file they only show that the forecast is right for this decoder. After damage they also replace the damaged pictures
-// in the decoder's memory.
+// file they only show that the forecast is right for this decoder.
 constexpr std::int64_t kProof = 16;
-constexpr std::int64_t kProofAfterDamage = 32;
-constexpr std::int64_t kLongProofAfterDamage = 64; // from a point that is no IDR, BLA or CRA picture
 
 constexpr PictureIndex kLastBeforeStretch{std::int64_t{300}}; // where the first stretch is to have begun
 constexpr std::int64_t kLeastEffort = 48;    // pictures that are decoded in search of the first anchor at least
@@ -46,18 +43,18 @@ bool FrameSource::hasFirstAnchor()
     const std::optional<Candidate> first = candidate(kBeforeFirstPicture, 0, false);
     if (!first || first->point.picture + kProof > last)
         return false;
-    return beginFromStart() && searchAnchor(kBeforeFirstPicture, false, last);
+    return beginFromStart() && searchAnchor(kBeforeFirstPicture, false, last, m_horizon + kBeyondHorizon);
 }
 
 // Decodes through a doubt, from the last random access point well before it on.
-bool FrameSource::bridge(Anchor &from)
+bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
 {
     if (from.wasBridgedFrom)
         return false;
     const Stretch &home = stretchOf(from);
     const OutputIndex last = provenEnd(from) - 1;
     const std::optional<EntryPoint> entry = last >= from.point.place ? entryFor(from, last) : std::nullopt;
-    if (!entry || !knowsDepth(from, entry->picture))
+    if (!entry)
         return false;
     PictureIndex trouble = home.end();
     if (from.betrayedFrom)
@@ -70,28 +67,43 @@ bool FrameSource::bridge(Anchor &from)
     const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     if (!first)
         return false;
-    const std::int64_t cost = first->point.picture - entry->picture + first->proof;
-    if (cost > effort || !mayBridge(cost) || !prepareWorker(entry->picture))
-        return false;
-    std::optional<StartPlan> start = planStart(pictures(), entry->picture, rules(from));
-    if (!start)
+    const PictureIndex end = first->point.picture + first->proof;
+    // Where everything is decoded anyway, that is the bridge.
+    if (from.betrayedFrom && mayGoOn(wanted) && m_literal->position() >= entry->picture)
+        return searchAnchor(trouble, true, end + kBeyondBridge, wanted);
+    const std::int64_t cost = end - entry->picture;
+    if (cost > effort || !mayBridge(cost) || !beginBridge(from, *entry))
         return false;
     from.wasBridgedFrom = true;
-    start->strict = false;
-    if (!m_worker->start(*start, m_counters))
-        return false;
-    m_literal = std::make_unique<LiteralRun>(std::move(m_worker), m_counters, pictures(), entry->picture,
-                                             from.numberAt(entry->place), start->ways);
-    m_literalFromStart = false;
     const std::int64_t before = m_counters.picturesDecoded;
-    const bool isFound = searchAnchor(trouble, true, entry->picture + std::min(effort, cost + kBeyondBridge));
+    const bool isFound = searchAnchor(trouble, true, entry->picture + std::min(effort, cost + kBeyondBridge),
+                                      m_horizon + kBeyondHorizon);
     m_onBridges += m_counters.picturesDecoded - before;
     m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
     return isFound;
 }
 
-// Decodes on until a random access point after picture `after` is proven, but not beyond picture `last`.
-bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex last)
+// A literal run from a random access point on.
+bool FrameSource::beginBridge(Anchor &from, const EntryPoint &entry)
+{
+    if (!knowsDepth(from, entry.picture) || !prepareWorker(entry.picture))
+        return false;
+    std::optional<StartPlan> start = planStart(pictures(), entry.picture, rules(from));
+    if (!start)
+        return false;
+    start->strict = false;
+    if (!m_worker->start(*start, m_counters))
+        return false;
+    m_literal = std::make_unique<LiteralRun>(std::move(m_worker), m_counters, pictures(), entry.picture,
+                                             from.numberAt(entry.place), start->ways);
+    m_literalFromStart = false;
+    m_literalIsPlain = false;
+    return true;
+}
+
+// Decodes on until a random access point after picture `after` is proven, but not beyond picture `last`, nor beyond the
+// one with the number `lastNumber`.
+bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex last, FrameNumber lastNumber)
 {
     for (std::size_t refuted = 0;; ++refuted) {
         const std::optional<Candidate> found = candidate(after, refuted, isBridge);
@@ -99,10 +111,10 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex l
             return false;
         Verdict verdict = judge(*found);
         while (verdict == Verdict::Open) {
-            if (m_literal->position() >= last)
+            if (m_literal->position() >= last || m_literal->end() > lastNumber)
                 return false;
             const LiteralRun::Step step = decodeLiterally(last + kMostDelay);
-            if (step == LiteralRun::Step::NeedsPacket && m_literalFromStart)
+            if (step == LiteralRun::Step::NeedsPacket && m_literalIsPlain)
                 endAt(m_literal->end(), m_horizon);
             if (step != LiteralRun::Step::Picture)
                 return false;

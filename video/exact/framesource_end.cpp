@@ -33,8 +33,11 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     const OutputIndex lastCertain = home.certainEnd() - 1 - kUndoubtedAfterEntry;
     const std::optional<EntryPoint> entry =
         lastCertain >= anchor.point.place ? entryFor(anchor, lastCertain) : std::nullopt;
-    // To go on from the start costs no more, and needs no plan.
-    if (!entry || (m_literal && m_literalFromStart && m_literal->position() >= entry->picture))
+    // To go on costs no more, and needs no plan.
+    const bool isThere = entry && m_literal && m_literalIsPlain && m_literal->position() >= entry->picture;
+    if (isThere && m_literal->end() <= number)
+        return goOnLiterally(number);
+    if (!entry || (isThere && m_literalFromStart))
         return findFromStart(number);
     // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays late.
     const bool mayLag = m_coding == VideoCoding::Hevc && pictures().parameterSetters().size() > 1;
@@ -44,6 +47,7 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     if (!plan)
         return Status::NotProven;
 
+    const std::int64_t before = m_counters.picturesDecoded;
     Run run(*plan, *m_worker, m_counters);
     const FrameNumber first = anchor.numberAt(entry->place);
     FrameNumber end = first;
@@ -57,9 +61,12 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     }
     m_worker.reset();
     if (step == Run::Step::Failed || end - first < static_cast<std::int64_t>(plan->outputs.size())) {
-        anchor.betrayedFrom = entry->place;
-        return Status::NotProven;
+        m_inVain += m_counters.picturesDecoded - before;
+        betray(anchor, entry->place);
+        return findAfterBetrayal(anchor, number);
     }
+    if (end > FrameNumber())
+        m_frameNumber = end - 1;
     const Status status = endAt(end, number);
     if (status == Status::PastEnd || number == end - 1)
         return status;

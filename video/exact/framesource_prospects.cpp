@@ -55,12 +55,12 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
     const PictureIndex target = pictureNear(number);
     const PictureIndex end = pictures().pictureEnd();
-    if (target >= end)
-        return !isUndoubted() || (!pictures().isUndoubted() && end < kWorthAnEnd);
+    if (target >= end) // Whoever decodes everything is nearly there, if some before it were refused.
+        return m_refusedUpTo || !isUndoubted() || (!pictures().isUndoubted() && end < kWorthAnEnd);
     PictureIndex first = target;
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
-    if (target - first > kLongestWay)
+    if (target - first > kLongestWay || isTooLong(first, target))
         return true;
     const PictureIndex last = std::min(end - kLookedAtAfter / 2, target + kLookedAtAfter);
     for (PictureIndex i = first; i < last; ++i) {
@@ -68,6 +68,16 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
             return true;
     }
     return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeDivisor;
+}
+
+// Whether it would cost too much if it were in vain. From the start on everything can be decoded, which never is.
+bool FrameSource::isTooLong(PictureIndex entry, PictureIndex target) const
+{
+    if (entry == PictureIndex())
+        return false;
+    PlanningRules rules;
+    rules.coding = m_coding;
+    return picturesOnTheWay(pictures(), entry, target, rules) > reach() / kInVainDivisor;
 }
 
 // The pictures that all bridges to picture `end` decode, at least. What is doubtful before the first anchor needs none.
@@ -100,11 +110,23 @@ std::int64_t FrameSource::bridgesBefore(PictureIndex end) const
     return hasAnchor && isDoubted ? cost + (end - begin) : cost;
 }
 
-// Whether up to `cost` pictures may be decoded that may be in vain. Once some were, no more than a part of the way to
-// the farthest picture that was asked for.
+// The pictures that decoding everything decodes, at least.
+std::int64_t FrameSource::reach() const
+{
+    const std::int64_t farthest = m_horizon.value();
+    return pictures().isFinished() ? std::min(farthest, pictures().pictureEnd().value()) : farthest;
+}
+
+// Whether up to `cost` pictures may be decoded that may be in vain, beside those that were.
+bool FrameSource::isWithinBudget(std::int64_t cost) const
+{
+    return m_inVain + cost <= reach() / kInVainDivisor;
+}
+
+// Likewise. The first try is free: nothing speaks against it.
 bool FrameSource::mayTry(std::int64_t cost) const
 {
-    return m_inVain == 0 || m_inVain + cost <= m_horizon.value() / kInVainDivisor;
+    return m_inVain == 0 || isWithinBudget(cost);
 }
 
 bool FrameSource::mayBridge(std::int64_t cost) const

@@ -57,7 +57,27 @@ void leaveOutUnreferenced(NeededPictures &needed, const PictureList &pictures, P
     }
 }
 
+NeededPictures neededFor(const PictureList &pictures, PictureIndex entry, PictureIndex target,
+                         const PlanningRules &rules)
+{
+    NeededPictures needed(entry, target + 1);
+    const bool bySets = rules.coding == VideoCoding::Hevc && rules.byReferenceSets;
+    if (rules.leavesOut && !(bySets && needed.leaveOutUnreached(pictures)))
+        leaveOutUnreferenced(needed, pictures, entry, target, rules);
+    return needed;
+}
+
 } // namespace
+
+std::int64_t picturesOnTheWay(const PictureList &pictures, PictureIndex entry, PictureIndex target,
+                              const PlanningRules &rules)
+{
+    const NeededPictures needed = neededFor(pictures, entry, target, rules);
+    std::int64_t count = 0;
+    for (PictureIndex i = entry; i <= target; ++i)
+        count += needed.isNeeded(i) ? 1 : 0;
+    return count;
+}
 
 std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry, const PlanningRules &rules)
 {
@@ -116,10 +136,7 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     plan.start.showsAll = rules.coding == VideoCoding::H264;
     plan.isDrained = true;
     const PictureIndex target = stretch.at(place);
-    NeededPictures needed(entry.picture, target + 1);
-    if (rules.leavesOut &&
-        !(rules.coding == VideoCoding::Hevc && rules.byReferenceSets && needed.leaveOutUnreached(pictures)))
-        leaveOutUnreferenced(needed, pictures, entry.picture, target, rules);
+    const NeededPictures needed = neededFor(pictures, entry.picture, target, rules);
     for (OutputIndex i = entry.place; i <= place; ++i) {
         if (stretch.at(i) <= target && needed.isNeeded(stretch.at(i)))
             plan.outputs.push_back(stretch.at(i));

@@ -26,6 +26,10 @@ struct PlanningRules
 [[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,
                                                  const PlanningRules &rules);
 
+/// How many pictures showing picture `target` decodes, from random access point `entry` on.
+[[nodiscard]] std::int64_t picturesOnTheWay(const PictureList &pictures, PictureIndex entry, PictureIndex target,
+                                            const PlanningRules &rules);
+
 /// Decodes the picture at `place` from `entry` on, and what it may need on the way.
 [[nodiscard]] std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch &stretch,
                                                    const EntryPoint &entry, OutputIndex place,

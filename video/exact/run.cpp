@@ -13,6 +13,17 @@ constexpr int kMostFailures = 64; // More of them are a decoder that fails witho
 
 } // namespace
 
+std::int64_t RunPlan::pictureCount() const
+{
+    std::int64_t count = 0;
+    const PlannedPacket *previous = nullptr;
+    for (const PlannedPacket &packet : packets) {
+        count += packet.isNeeded && (!previous || previous->picture != packet.picture) ? 1 : 0;
+        previous = &packet;
+    }
+    return count;
+}
+
 Run::Run(const RunPlan &plan, DecodingWorker &worker, ExactCounters &counters)
     : m_plan(plan)
     , m_worker(worker)

@@ -14,6 +14,9 @@ struct RunPlan
     std::vector<PictureIndex> leading;  ///< may come out too: decoded after the entry point and output before it
     std::vector<PictureIndex> outputs;  ///< must come out, in this order; what comes after them is not foreseen
     bool isDrained = false;             ///< whether the decoder is drained after the last packet
+
+    /// How many pictures it decodes, at most.
+    [[nodiscard]] std::int64_t pictureCount() const;
 };
 
 /// Decodes what a plan says.

@@ -32,7 +32,9 @@ private:
         bool isFlooded = false;
     };
 
-    void noteByte(Flow &flow, unsigned char byte);
+    static void noteBytes(Flow &flow, const unsigned char *bytes, int size);
+    static void noteUnit(Flow &flow, unsigned char header, unsigned char payload);
+    void noteTransportBytes(const unsigned char *bytes, int size);
     void noteTransportByte(unsigned char byte);
     [[nodiscard]] bool isAnyFlooded() const;
 

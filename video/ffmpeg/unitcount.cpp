@@ -1,5 +1,7 @@
 #include "video/ffmpeg/unitcount.h"
 
+#include "video/ffmpeg/startcode.h"
+
 extern "C" {
 #include <libavcodec/packet.h>
 }
@@ -34,11 +36,13 @@ bool changesLengthBytes(AVCodecID codec, int bytes, const AVPacket &packet)
 
 int countByStartCodes(const AVPacket &packet)
 {
+    if (packet.size < 3)
+        return 0;
     int units = 0;
-    for (int i = 2; i < packet.size && units <= kMostUnits; ++i) {
-        if (packet.data[i] == 1 && packet.data[i - 1] == 0 && packet.data[i - 2] == 0)
-            ++units;
-    }
+    const unsigned char *end = packet.data + packet.size;
+    const unsigned char *found = findStartCode(packet.data + 2, end);
+    for (; found && units <= kMostUnits; found = findStartCode(found + 1, end))
+        ++units;
     return units;
 }
 

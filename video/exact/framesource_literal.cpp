@@ -1,0 +1,128 @@
+// Decoding everything, as the literal reader does it: from the start of the file, or from so far before a picture that
+// the decoder's state is the same when it comes.
+
+#include "video/exact/framesource.h"
+
+#include "video/ffmpeg/compat.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace quorvale {
+
+FrameSource::Status FrameSource::findFromStart(FrameNumber number)
+{
+    if (m_literal && m_literal->end() > number)
+        m_literal.reset();
+    return beginFromStart() ? goOnLiterally(number) : Status::Failed;
+}
+
+// Has a literal run that goes on, or begins, from the start of the file; false without a decoder.
+bool FrameSource::beginFromStart()
+{
+    if (m_literal && m_literalFromStart)
+        return true;
+    std::unique_ptr<DecodingWorker> worker = makeWorker();
+    if (!worker)
+        return false;
+    m_literal = std::make_unique<LiteralRun>(std::move(worker), m_counters);
+    m_literalFromStart = true;
+    m_literalIsPlain = true;
+    return true;
+}
+
+// Whether the literal run in hand delivers what plain decoding does, and has come as far as whoever decodes everything.
+bool FrameSource::mayGoOn(FrameNumber number) const
+{
+    return m_literal && m_literalIsPlain && m_literal->end() <= number && m_literal->end() >= m_plainUpTo;
+}
+
+FrameSource::Status FrameSource::goOnLiterally(FrameNumber number)
+{
+    while (m_literal->end() <= number) {
+        switch (decodeLiterally(kToTheEnd)) {
+        case LiteralRun::Step::Picture:
+            break;
+        case LiteralRun::Step::NeedsPacket:
+            return endAt(m_literal->end(), number);
+        case LiteralRun::Step::Stopped:
+        case LiteralRun::Step::Failed:
+            return Status::Failed;
+        }
+    }
+    return Status::Found;
+}
+
+// The next picture of the literal run, for which it decodes up to coded picture `last`; NeedsPacket at the end of the
+// file only.
+LiteralRun::Step FrameSource::decodeLiterally(PictureIndex last)
+{
+    for (;;) {
+        const bool isAll = pictures().isFinished();
+        const LiteralRun::Step step = m_literal->next(pictures(), *m_nextFrame, last);
+        if (step == LiteralRun::Step::Picture) {
+            takeNextFrame();
+            m_frameNumber = m_literal->end() - 1;
+        }
+        if (step != LiteralRun::Step::NeedsPacket || isAll)
+            return step;
+        m_scan.readOn();
+        if (m_scan.hasFailed())
+            return LiteralRun::Step::Failed;
+    }
+}
+
+// A run did not decode as foreseen: something is damaged that shows in no header.
+FrameSource::Status FrameSource::findAfterBetrayal(Anchor &anchor, FrameNumber number)
+{
+    for (auto &[announced, ahead] : m_ahead)
+        finish(ahead); // One decoder more would be one too many.
+    if (!mayGoOn(number) && !beginWellBefore(anchor, *anchor.betrayedFrom)) {
+        m_literal.reset();
+        if (m_plainUpTo > FrameNumber() || !beginFromStart())
+            return Status::NotProven;
+    }
+    return goOnLiterally(number);
+}
+
+// From a random access point on, from which as many pictures come out as foreseen as show, for a bridge, that the
+// decoder's state is that of plain decoding, before `trouble`.
+bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
+{
+    std::optional<EntryPoint> entry;
+    for (const std::int64_t proof : {kProofAfterDamage, kLongProofAfterDamage}) {
+        const OutputIndex last = trouble - proof;
+        entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
+        if (entry && proofFrom(pictures().picture(entry->picture).randomAccess, true) <= proof)
+            break;
+        entry.reset();
+    }
+    if (!entry || anchor.numberAt(entry->place) < m_plainUpTo || !beginBridge(anchor, *entry))
+        return false;
+    const std::int64_t proof = proofFrom(pictures().picture(entry->picture).randomAccess, true);
+    const Candidate known = {anchor.stretch, *entry, proof};
+    const std::int64_t before = m_counters.picturesDecoded;
+    Verdict verdict = judge(known);
+    while (verdict == Verdict::Open && decodeLiterally(kToTheEnd) == LiteralRun::Step::Picture)
+        verdict = judge(known);
+    m_literalIsPlain = verdict == Verdict::Proven;
+    m_inVain += m_literalIsPlain ? 0 : m_counters.picturesDecoded - before;
+    return m_literalIsPlain;
+}
+
+// The last picture was the latest to come out of the literal run.
+FrameSource::Status FrameSource::endAt(FrameNumber end, FrameNumber wanted)
+{
+    m_fileEnd = end;
+    // Where there is damage, whoever goes back may find pictures that it has cost before.
+    const bool isDamaged = std::any_of(m_anchors.begin(), m_anchors.end(),
+                                       [](const Anchor &anchor) { return anchor.betrayedFrom.has_value(); });
+    if (isDamaged && wanted > end && wanted.value() <= pictures().packetEnd().value())
+        return Status::NotProven;
+    if (wanted >= end)
+        return Status::PastEnd;
+    return m_frameNumber == wanted ? Status::Found : Status::NotProven;
+}
+
+} // namespace quorvale
