@@ -92,8 +92,9 @@ private slots:
 
     void open_takesTheLargestPictures_thatThereAre()
     {
-        const QString path = makeWithFFmpeg(
-            dir.path(), "8k.mkv", {"-f", "lavfi", "-i", "color=s=7680x4320", "-c:v", "ffv1", "-frames:v", "1"});
+        const QString path = makeWithFFmpeg(dir.path(), "8k.mkv",
+                                            {"-f", "lavfi", "-i", "color=s=7680x4320", "-c:v", "ffv1", "-level", "3",
+                                             "-slices", "256", "-frames:v", "1"});
         FFVideo video;
         QVERIFY(!path.isEmpty() && open(video, path));
         QCOMPARE(video.width, 7680);

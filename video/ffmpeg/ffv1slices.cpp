@@ -10,6 +10,7 @@ extern "C" {
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace quorvale::ffmpeg {
 
@@ -19,6 +20,11 @@ namespace {
 // pictures beside them, whatever their size: less than a budget of pictures. From FFmpeg 7.1 on it gives slices back
 // and takes new ones while it decodes, and glibc does not put one in the place of another: that takes twice as much.
 constexpr std::int64_t kMostSliceBytes = 64 * kMiB;
+
+// Of larger pictures, for which a process may take 1 GiB: the encoder of FFmpeg 9 makes slices of 175 MB for 8K.
+constexpr std::int64_t kMostSliceBytesOfLarge = 192 * kMiB;
+constexpr std::int64_t kMostBytesForLarge = 960 * kMiB;
+constexpr std::int64_t kHeldPictures = 3;
 
 // What FFmpeg uses for each slice: tables, three rows of four planes in 32 bits, as wide as the slice, and the
 // contexts.
@@ -135,8 +141,19 @@ std::int64_t readQuantTableSet(RangeDecoder &header)
     return (contexts + 1) / 2;
 }
 
-// RFC 9043, 4.2, up to the quantization tables. Negative if they cannot be read.
-std::int64_t bytesOfSlices(const AVCodecParameters &video)
+std::int64_t pixelsOf(const AVCodecParameters &video)
+{
+    return std::int64_t{std::max(video.width, 0)} * std::max(video.height, 0);
+}
+
+struct Claim
+{
+    std::int64_t sliceBytes = 0;
+    std::int64_t pictureBytes = 0;
+};
+
+// RFC 9043, 4.2, up to the quantization tables. Nothing if they cannot be read.
+std::optional<Claim> claimOf(const AVCodecParameters &video)
 {
     RangeDecoder header(video.extradata, video.extradata_size);
     States states;
@@ -149,42 +166,56 @@ std::int64_t bytesOfSlices(const AVCodecParameters &video)
         for (int i = 1; i < 256; ++i)
             header.readSymbol(states, true); // state_transition_delta
     }
-    header.readSymbol(states); // colorspace_type
-    header.readSymbol(states); // bits_per_raw_sample
+    header.readSymbol(states);                           // colorspace_type
+    const std::int64_t bits = header.readSymbol(states); // bits_per_raw_sample
     const bool hasChroma = header.readFlag(states);
-    header.readSymbol(states); // log2_h_chroma_subsample
-    header.readSymbol(states); // log2_v_chroma_subsample
+    const bool isChromaHalved = header.readSymbol(states) > 0; // log2_h_chroma_subsample
+    header.readSymbol(states);                                 // log2_v_chroma_subsample
     const bool hasAlpha = header.readFlag(states);
     const std::int64_t columns = header.readSymbol(states) + 1; // num_h_slices_minus1
     const std::int64_t rows = header.readSymbol(states) + 1;    // num_v_slices_minus1
     const std::int64_t sets = header.readSymbol(states);        // quant_table_set_count
     if (columns <= 0 || rows <= 0 || columns > kMostSlices / rows || sets <= 0 || sets > kMostQuantTableSets)
-        return -1;
+        return std::nullopt;
     std::int64_t contexts = 0;
     for (std::int64_t set = 0; set < sets; ++set) {
         const std::int64_t inSet = readQuantTableSet(header);
         if (inSet == 0)
-            return -1;
+            return std::nullopt;
         contexts = std::max(contexts, inSet);
     }
     const std::int64_t planes = 1 + (hasChroma || version < 4 ? 1 : 0) + (hasAlpha ? 1 : 0);
-    return columns * rows * (kTableBytes + planes * contexts * kBytesAContext) +
-           rows * kRowBytesAPixel * std::max(video.width, 0);
+    Claim claim;
+    claim.sliceBytes = columns * rows * (kTableBytes + planes * contexts * kBytesAContext) +
+                       rows * kRowBytesAPixel * std::max(video.width, 0);
+    const std::int64_t samplesAPixel = 1 + (!hasChroma ? 0 : isChromaHalved ? 1 : 2) + (hasAlpha ? 1 : 0);
+    claim.pictureBytes = pixelsOf(video) * samplesAPixel * (bits > 8 ? 2 : 1);
+    return claim;
+}
+
+// Versions 0 and 1 have one slice, and no header here.
+bool hasSlices(const AVCodecParameters &video)
+{
+    return video.codec_id == AV_CODEC_ID_FFV1 && video.extradata_size > 0;
 }
 
 } // namespace
 
 std::int64_t sliceBytes(const AVCodecParameters &video)
 {
-    if (video.codec_id != AV_CODEC_ID_FFV1 || video.extradata_size <= 0) // of versions 0 and 1, which have one slice
-        return 0;
-    const std::int64_t bytes = bytesOfSlices(video);
-    return bytes >= 0 ? bytes : kMostSliceBytes + 1;
+    const std::optional<Claim> claim = hasSlices(video) ? claimOf(video) : Claim{};
+    return claim ? claim->sliceBytes : kMostSliceBytesOfLarge + 1;
 }
 
 bool hasBoundedSlices(const AVCodecParameters &video)
 {
-    return sliceBytes(video) <= kMostSliceBytes;
+    const std::optional<Claim> claim = hasSlices(video) ? claimOf(video) : Claim{};
+    if (!claim)
+        return false;
+    if (pixelsOf(video) <= kUsualPixels)
+        return claim->sliceBytes <= kMostSliceBytes;
+    const std::int64_t room = (kMostBytesForLarge - kHeldPictures * claim->pictureBytes) / 2;
+    return claim->sliceBytes <= std::clamp(room, kMostSliceBytes, kMostSliceBytesOfLarge);
 }
 
 } // namespace quorvale::ffmpeg
