@@ -1,10 +1,11 @@
-// The scan of a disk of 20 recordings, on one processor and on two: as fast as the system's memory of the disk
+// The scan of a disk of 20 recordings, on one processor and on two, in turn: as fast as the system's memory of the disk
 // delivers, and as from a disk that reads 30 MB/s. What a scan makes of a second processor is up to the program.
 
 #include "bench/cost.h"
 #include "bench/peerprocess.h"
 #include "tools/sampledisk/sampledisk.h"
 
+#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -30,24 +31,26 @@ std::vector<std::string> recordingPaths(const fs::path &disk)
     return paths;
 }
 
-// By a program of its own: on `processors`, and with these reads.
-Cost scan(const fs::path &folder, const std::vector<std::string> &paths, const char *processors, double bytesPerSecond)
+struct Way
+{
+    const char *processors;
+    double bytesPerSecond; ///< 0: as fast as can be
+};
+
+// By a program of its own.
+Cost scan(const fs::path &folder, const std::vector<std::string> &paths, const Way &way)
 {
     std::vector<std::string> command{"env", "QT_QPA_PLATFORM=offscreen"};
-    if (bytesPerSecond > 0) {
+    if (way.bytesPerSecond > 0) {
         command.push_back(std::string("LD_PRELOAD=") + QUORVALE_SLOW_READS);
-        command.push_back("QUORVALE_BYTES_PER_SECOND=" + std::to_string(bytesPerSecond));
+        command.push_back("QUORVALE_BYTES_PER_SECOND=" + std::to_string(way.bytesPerSecond));
         command.push_back("QUORVALE_READ_REPORT=" + (folder / "bytes").string());
     }
     command.insert(command.end(),
-                   {"taskset", "-c", processors, QUORVALE_SCAN_RECORDINGS, (folder / "report").string()});
+                   {"taskset", "-c", way.processors, QUORVALE_SCAN_RECORDINGS, (folder / "report").string()});
     command.insert(command.end(), paths.begin(), paths.end());
-    std::vector<Cost> costs;
-    for (int round = 0; round < kRounds; ++round) {
-        const ProcessCost cost = runMeasured(command);
-        costs.push_back({cost.wallSeconds, cost.cpuSeconds});
-    }
-    return median(costs);
+    const ProcessCost cost = runMeasured(command);
+    return {cost.wallSeconds, cost.cpuSeconds};
 }
 
 } // namespace
@@ -63,19 +66,23 @@ int main()
     std::fflush(stdout);
     makeSampleDisk(options, progress);
     const std::vector<std::string> paths = recordingPaths(folder);
-    (void)scan(folder, paths, "0", 0); // also brings them into the system's memory
-    std::printf("| scan of %d recordings | processor | wall | |\n", static_cast<int>(paths.size()));
-    for (const char *processors : {"0", "0,1"}) {
-        const Cost quick = scan(folder, paths, processors, 0);
-        const Cost slow = scan(folder, paths, processors, kBytesPerSecond);
-        double bytes = 0;
-        std::ifstream(folder / "bytes") >> bytes;
-        const double reading = bytes / kBytesPerSecond;
-        std::printf("|   processors %s | %.2f s | %.2f s | |\n", processors, quick.processor, quick.wall);
-        std::printf("|   the same, at 30 MB/s | %.2f s | %.2f s | %.0f MB, reading alone %.2f s; %.2f of the larger of "
-                    "reading and decoding |\n",
-                    slow.processor, slow.wall, bytes / 1e6, reading, slow.wall / std::max(reading, quick.wall));
-        std::fflush(stdout);
+    (void)scan(folder, paths, {"0", 0}); // brings them into the system's memory
+    constexpr std::array<Way, 4> kWays{{{"0", 0}, {"0", kBytesPerSecond}, {"0,1", 0}, {"0,1", kBytesPerSecond}}};
+    std::array<std::vector<Cost>, kWays.size()> costs;
+    for (int round = 0; round < kRounds; ++round) {
+        for (std::size_t i = 0; i < kWays.size(); ++i)
+            costs[i].push_back(scan(folder, paths, kWays[i]));
+    }
+    double bytes = 0;
+    std::ifstream(folder / "bytes") >> bytes;
+    const double reading = bytes / kBytesPerSecond;
+    std::printf("%zu recordings, %.0f MB read; reading alone at 30 MB/s %.2f s\n", paths.size(), bytes / 1e6, reading);
+    std::printf("| processors | processor | wall | wall at 30 MB/s | of the larger of reading and decoding |\n");
+    for (std::size_t i = 0; i < kWays.size(); i += 2) {
+        const Cost quick = median(costs[i]);
+        const Cost slow = median(costs[i + 1]);
+        std::printf("| %s | %.2f s | %.2f s | %.2f s | %.2f |\n", kWays[i].processors, quick.processor, quick.wall,
+                    slow.wall, slow.wall / std::max(reading, quick.wall));
     }
     return 0;
 }

@@ -108,8 +108,10 @@ function(quorvale_add_test test)
   get_filename_component(folder ${test} DIRECTORY)
   get_filename_component(name ${test} NAME)
   set(length)
+  set(cost)
   if(arg_TIMEOUT)
     set(length long) # script/test --quick leaves it out
+    set(cost COST ${arg_TIMEOUT}) # These start first, so that none runs alone at the end.
   else()
     set(arg_TIMEOUT 120)
   endif()
@@ -148,12 +150,8 @@ function(quorvale_add_test test)
   if(NOT folder STREQUAL tools) # whose tests look at how streams are made
     list(APPEND environment "QUORVALE_KEPT_STREAMS=${quorvale_kept_streams}")
   endif()
-  if(folder MATCHES "^(thumbs|platform|app)$")
-    # Qt's libraries have no frame pointers: only a slow walk up the stack tells their leaks from ours. The first frames
-    # are enough.
-    list(TRANSFORM environment REPLACE "^ASAN_OPTIONS=.*" "\\0:fast_unwind_on_malloc=0:malloc_context_size=12")
-  endif()
   set_tests_properties(${test} PROPERTIES
     TIMEOUT ${arg_TIMEOUT}
+    ${cost}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${settings};LC_ALL=C.UTF-8;${environment}")
 endfunction()

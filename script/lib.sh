@@ -21,6 +21,17 @@ die() {
   exit 1
 }
 
+# The C++ compiler as CMake takes it: CXX names a program, or a program and its first arguments.
+cxx=("${CXX:-c++}")
+command -v "${cxx[0]}" >/dev/null || read -r -a cxx <<<"${cxx[0]}"
+
+# Has commands use Homebrew's LLVM, which is in no usual place: Apple's has neither fuzzers nor clang-tidy.
+use_llvm() {
+  local llvm
+  llvm=$(brew --prefix llvm 2>/dev/null) || return 0
+  PATH=$llvm/bin:$PATH
+}
+
 # forget_other_place FOLDER: removes CMake's cache from the build folder FOLDER, and from builds within it, if it was made
 # under another path, because CMake refuses to continue in a checkout that was moved or copied. The rest stays.
 forget_other_place() {

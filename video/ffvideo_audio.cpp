@@ -68,6 +68,18 @@ struct Cut
     std::int64_t bytesPerSample = 0;
 };
 
+// From its first sample on to the end of a piece of so many samples and bytes, or of the range, which has `left` more.
+void setEnd(Cut &cut, std::int64_t samples, std::int64_t bytes, std::int32_t left)
+{
+    cut.samples = samples - cut.firstSample;
+    cut.bytes = bytes - cut.bytesPerSample * cut.channels * cut.firstSample;
+    if (left != kToTheEnd && left < cut.samples) {
+        cut.samples = std::max(0, left);
+        cut.bytes = cut.bytesPerSample * cut.channels * cut.samples;
+    }
+    cut.bytes = std::max<std::int64_t>(0, cut.bytes);
+}
+
 void interleave(const AVFrame &piece, const Cut &cut, unsigned char *out)
 {
     const std::int64_t channels = std::min<std::int64_t>(cut.channels, ffmpeg::channelCount(piece));
@@ -190,25 +202,17 @@ int FFVideo::ReadAudioFrame(unsigned char *&buffer, int &bytes, int &samples)
     samples = piece->nb_samples;
     bytes = std::max(0, av_samples_get_buffer_size(nullptr, audioChannels, samples, format, 1));
 
+    if (audioSkipSamples > samples) {
+        audioSkipSamples -= samples;
+        return FF_AUDIO_SKIPPED;
+    }
+    const std::int32_t skipped = std::max(0, audioSkipSamples);
+    audioSkipSamples -= skipped;
     Cut cut;
     cut.channels = audioChannels;
     cut.bytesPerSample = audioBitsPerSample / 8;
-    if (audioSkipSamples > 0) {
-        if (audioSkipSamples > samples) {
-            audioSkipSamples -= samples;
-            return FF_AUDIO_SKIPPED;
-        }
-        cut.firstSample = audioSkipSamples;
-        samples -= audioSkipSamples;
-        audioSkipSamples = 0;
-    }
-    cut.samples = samples;
-    cut.bytes = bytes - cut.bytesPerSample * cut.channels * cut.firstSample;
-    if (audioSamplesLeft != kToTheEnd && audioSamplesLeft < samples) {
-        cut.samples = std::max(0, audioSamplesLeft);
-        cut.bytes = cut.bytesPerSample * cut.channels * cut.samples;
-    }
-    cut.bytes = std::max<std::int64_t>(0, cut.bytes);
+    cut.firstSample = skipped;
+    setEnd(cut, samples, bytes, audioSamplesLeft);
     samples = static_cast<int>(cut.samples);
     bytes = static_cast<int>(cut.bytes);
 

@@ -9,6 +9,8 @@ foreach(plugin IN ITEMS platforms/libqcocoa.dylib styles/libqmacstyle.dylib)
   cmake_path(GET plugin PARENT_PATH folder)
   file(MAKE_DIRECTORY "${bundle}/Contents/PlugIns/${folder}")
   file(COPY_FILE "${qt_plugins}/${plugin}" "${bundle}/Contents/PlugIns/${plugin}")
+  # Homebrew's libraries are read-only, and what a copy refers to is changed below.
+  file(CHMOD "${bundle}/Contents/PlugIns/${plugin}" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endforeach()
 file(WRITE "${bundle}/Contents/Resources/qt.conf" "[Paths]\nPlugins = PlugIns\n")
 

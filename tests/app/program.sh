@@ -3,18 +3,9 @@
 # disk: it lists programmes, quits when asked to, and saves its settings in the file OWN. The file OTHER next to it stays
 # as it was.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 program=$1 sampledisk=$2 screenshot=$3 folder=$4 own=$5 other=$6
-
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-for tool in Xvfb xdotool import; do
-  command -v "$tool" >/dev/null || {
-    echo "SKIP : app/program: $tool is missing"
-    exit 77
-  }
-done
+need app/program Xvfb xdotool import
 
 rm -rf "$folder/config"
 mkdir -p "$folder/config/quorvale.org"

@@ -105,9 +105,11 @@ private slots:
         QVERIFY(!quorvale::noDeviceText(usual.path(), MountPointScan::Done, "/usual").contains("/usual"));
     }
 
-#ifndef Q_OS_MACOS
     void usualPlaces_areNamedAfterTheUser_notAfterTheHomeFolder()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("All users share one place here.");
+#endif
         QProcess id;
         id.start("id", {"-un"});
         QVERIFY(id.waitForFinished());
@@ -118,7 +120,6 @@ private slots:
         qputenv("HOME", home);
         QCOMPARE(places, QStringList({"/media/" + user, "/run/media/" + user}));
     }
-#endif
 
     void deviceHint_saysThatThePlaceIsADiskItself()
     {

@@ -55,6 +55,16 @@ struct Service
     std::vector<std::thread> threads;
     std::atomic<int> callbacksRun{0};
 
+    void tellAll(std::vector<Registration> FakeSession::*registrations, int newDisks)
+    {
+        const std::lock_guard lock(mutex);
+        disksPresent += newDisks;
+        for (FakeSession *session : sessions) {
+            for (const Registration &registration : session->*registrations)
+                deliver(*session, registration);
+        }
+    }
+
     // The caller holds the mutex.
     void deliver(FakeSession &session, const Registration &registration)
     {
@@ -137,22 +147,12 @@ namespace fakes {
 
 void insertDisk()
 {
-    const std::lock_guard lock(service().mutex);
-    ++service().disksPresent;
-    for (FakeSession *session : service().sessions) {
-        for (const Registration &registration : session->onAppeared)
-            service().deliver(*session, registration);
-    }
+    service().tellAll(&FakeSession::onAppeared, 1);
 }
 
 void ejectDisk()
 {
-    const std::lock_guard lock(service().mutex);
-    --service().disksPresent;
-    for (FakeSession *session : service().sessions) {
-        for (const Registration &registration : session->onDisappeared)
-            service().deliver(*session, registration);
-    }
+    service().tellAll(&FakeSession::onDisappeared, -1);
 }
 
 void waitForCallbacks()

@@ -1,13 +1,9 @@
 #!/usr/bin/env bash
-# scripts.sh ROOT FOLDER: tests every command in ROOT/script, and .ci/run: -h helps and does nothing else, a checkout that was moved or
-# copied after a build still builds, and a folder without a recorder disk is reported before anything is built.
+# scripts.sh ROOT FOLDER: tests every command in ROOT/script, and .ci/run: -h helps and does nothing else, a checkout that was
+# moved or copied after a build still builds, and a folder without a recorder disk is reported before anything is built.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 root=$1 work=$2
-
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
 
 rm -rf "$work"
 mkdir -p "$work/first"
@@ -77,6 +73,9 @@ grep -q "/disks/disk is a recorder disk itself: looking for disks in .*/disks$" 
   fail "a disk itself: $(run disks/disk)"
 cp -R disks/disk disks/.hidden
 grep -q "^error: .*/disks/.hidden begins with a dot" <<<"$(run disks/.hidden)" || fail "a hidden disk: $(run disks/.hidden)"
+if cp -R disks $'latin \xe4' 2>/dev/null; then # macOS has no such names
+  [[ $(run $'latin \xe4') == "error: the name of "*" is not UTF-8"* ]] || fail "not in UTF-8: $(run $'latin \xe4')"
+fi
 [ "$(run "")" = "error: usage: script/run [DIR]" ] || fail "without a name: $(run "")"
 [ "$(run disks)" = bootstrap ] || fail "a folder with a disk: $(run disks)"
 

@@ -2,19 +2,9 @@
 # debian.sh BUILD FOLDER SAMPLEDISK: makes the Debian package, installs it below a folder, starts the program from its
 # menu entry on a virtual display, and removes it. Needs root, or a kernel with user namespaces.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 build=$1 folder=$2 sampledisk=$3
-source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
-
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-for tool in cpack dpkg dpkg-deb dpkg-shlibdeps file Xvfb xdotool import; do
-  command -v "$tool" >/dev/null || {
-    echo "SKIP : packaging/debian: $tool is missing"
-    exit 77
-  }
-done
+need packaging/debian cpack dpkg dpkg-deb dpkg-shlibdeps file Xvfb xdotool import
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
   as_root=(unshare --user --map-root-user)

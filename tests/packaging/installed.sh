@@ -1,42 +1,25 @@
 #!/usr/bin/env bash
 # installed.sh BUILD FOLDER VERSION: tests that an installation is complete and that desktops accept it.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/../support/shelltest.sh"
 build=$1 folder=$2 version=$3
-source_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
-
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-for tool in desktop-file-validate appstreamcli man identify; do
-  command -v "$tool" >/dev/null || {
-    echo "SKIP : packaging/installed: $tool is missing"
-    exit 77
-  }
-done
+need packaging/installed desktop-file-validate appstreamcli man identify
 
 rm -rf "$folder"
 DESTDIR=$folder cmake --install "$build" --prefix /usr >/dev/null
 
-expected=$(sort <<'LIST'
+expected=$({
+  printf 'share/icons/hicolor/%s/apps/quorvale.png\n' 16x16 22x22 24x24 32x32 48x48 64x64 128x128 256x256 512x512
+  cat <<'LIST'
 bin/quorvale
 share/applications/org.quorvale.quorvale.desktop
 share/doc/quorvale/NEWS.gz
 share/doc/quorvale/copyright
-share/icons/hicolor/128x128/apps/quorvale.png
-share/icons/hicolor/16x16/apps/quorvale.png
-share/icons/hicolor/22x22/apps/quorvale.png
-share/icons/hicolor/24x24/apps/quorvale.png
-share/icons/hicolor/256x256/apps/quorvale.png
-share/icons/hicolor/32x32/apps/quorvale.png
-share/icons/hicolor/48x48/apps/quorvale.png
-share/icons/hicolor/512x512/apps/quorvale.png
-share/icons/hicolor/64x64/apps/quorvale.png
 share/icons/hicolor/scalable/apps/quorvale.svg
 share/man/man1/quorvale.1.gz
 share/metainfo/org.quorvale.quorvale.metainfo.xml
 LIST
-)
+} | sort)
 found=$(cd "$folder/usr" && find . -type f -printf '%P\n' | sort)
 [ "$found" = "$expected" ] || fail "installed: $(diff <(echo "$expected") <(echo "$found"))"
 
@@ -56,7 +39,6 @@ said=$(man --warnings --encoding=UTF-8 --local-file "$share/man/man1/quorvale.1.
 grep -q "<release version=\"$version\"" "$metainfo" || fail "the metainfo lacks version $version"
 zgrep -q "^\.TH .*\"Quorvale $version\"" "$share/man/man1/quorvale.1.gz" || fail "the manual is not of version $version"
 zgrep -q "^## $version " "$share/doc/quorvale/NEWS.gz" || fail "the changes lack version $version"
-grep -q "^## $version " "$source_root/CHANGELOG.md" || fail "the changes lack version $version"
 
 # The entry's icon is installed in all sizes, and its command is the installed program.
 icon=$(sed -n 's/^Icon=//p' "$entry")

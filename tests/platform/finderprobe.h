@@ -60,12 +60,16 @@ public:
         return count;
     }
 
-    /// Ends its input, and with it the program. True when it ended well.
+    /// Ends its input, and with it the program. True when it ended well; says how it ended where it did not.
     bool end()
     {
         closeWriteChannel();
         const bool finished = state() == NotRunning || waitForFinished(kLongEnough);
-        return finished && exitStatus() == NormalExit && exitCode() == 0;
+        const bool well = finished && exitStatus() == NormalExit && exitCode() == 0;
+        if (!well)
+            qWarning("finished %d, status %d, code %d: %s", finished, exitStatus(), exitCode(),
+                     readAllStandardError().constData());
+        return well;
     }
 
 private:

@@ -85,23 +85,16 @@ private slots:
         QCOMPARE(pixmap.toImage().pixel(1, 0), qRgb(4, 5, 6));
     }
 
-    void pixmap_isNull_forAnImageWithoutPixels()
+    void pixmap_isNull_forAnImageWithoutPixelsOrOneThatCannotBeHeld()
     {
         QVERIFY(fromCGImageRef(nullptr).isNull());
-        const Image empty(fakes::makeImage(0, 0, {}));
-        QVERIFY(fromCGImageRef(empty.get()).isNull());
-        const Image flat(fakes::makeImage(5, 0, {}));
-        QVERIFY(fromCGImageRef(flat.get()).isNull());
-    }
-
-    void pixmap_isNull_forASizeThatCannotBeHeld()
-    {
-        const Image huge(fakes::makeImage(std::size_t{1} << 40U, std::size_t{1} << 40U, {}));
-        QVERIFY(fromCGImageRef(huge.get()).isNull());
-        const Image broad(fakes::makeImage(std::size_t{1} << 29U, 1, {}));
-        QVERIFY(fromCGImageRef(broad.get()).isNull());
-        const Image tall(fakes::makeImage(1, std::size_t{1} << 31U, {}));
-        QVERIFY(fromCGImageRef(tall.get()).isNull());
+        constexpr std::size_t kOne = 1;
+        const std::pair<std::size_t, std::size_t> sizes[] = {
+            {0, 0}, {5, 0}, {kOne << 40U, kOne << 40U}, {kOne << 29U, 1}, {1, kOne << 31U}};
+        for (const auto &[width, height] : sizes) {
+            const Image image(fakes::makeImage(width, height, {}));
+            QVERIFY(fromCGImageRef(image.get()).isNull());
+        }
     }
 
     void pixmap_isNull_whenTheSystemGivesNoContext()

@@ -2,9 +2,9 @@
 // groups of the wanted pictures are read again, soon after, when the system still has them in memory.
 
 #include "tests/support/faultydisk.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/teststreams.h"
 #include "thumbs/thumbnailscanner.h"
-#include "video/ffvideo.h"
 
 #include <QtTest>
 
@@ -31,7 +31,7 @@ private slots:
         faultydisk::Watch watch(path.toStdString());
         {
             FFVideo video;
-            QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, path));
         }
         const faultydisk::Counts opening = watch.onMainThread();
         watch.resetCounts();

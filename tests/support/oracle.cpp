@@ -33,8 +33,8 @@ QVector<QByteArray> pictureChecksums(const QString &path)
         return known[path];
 
     // One line a picture: stream, dts, pts, duration, size, checksum.
-    const QByteArray text =
-        outputOf({"-threads", "1", "-i", path, "-map", "0:v:0", passthroughOption(), "passthrough", "-f", "framemd5"});
+    const QByteArray text = outputOf({"-threads", "1", "-i", path, "-map", "0:v:0", passthroughOption(), "passthrough",
+                                      "-f", "framehash", "-hash", "murmur3"});
     QVector<QByteArray> checksums;
     for (const QByteArray &line : text.split('\n')) {
         if (!line.isEmpty() && !line.startsWith('#'))

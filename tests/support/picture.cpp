@@ -9,9 +9,8 @@ extern "C" {
 #include <libavutil/murmur3.h>
 }
 
-#include <QCryptographicHash>
-
 #include <memory>
+#include <vector>
 
 using namespace quorvale;
 
@@ -24,6 +23,18 @@ void Picture::clear()
 }
 
 namespace {
+
+// Hashes what `feed` hands to the function that it is called with: bytes, and how many.
+template <typename Feed>
+QByteArray hashOf(const Feed &feed)
+{
+    const std::unique_ptr<AVMurMur3, void (*)(void *)> hash(av_murmur3_alloc(), av_free);
+    av_murmur3_init(hash.get());
+    feed([&](const std::uint8_t *bytes, int size) { av_murmur3_update(hash.get(), bytes, std::size_t(size)); });
+    QByteArray result(16, '\0');
+    av_murmur3_final(hash.get(), reinterpret_cast<std::uint8_t *>(result.data()));
+    return result.toHex();
+}
 
 // Calls `take` with the visible bytes of each row, and how many there are.
 template <typename Take>
@@ -42,22 +53,7 @@ void forEachRow(const BridgeImage &image, int avFormat, const Take &take)
 
 QByteArray checksum(const BridgeImage &image, int avFormat)
 {
-    QCryptographicHash hash(QCryptographicHash::Md5);
-    forEachRow(image, avFormat, [&](const std::uint8_t *row, int size) {
-        hash.addData(QByteArray::fromRawData(reinterpret_cast<const char *>(row), size));
-    });
-    return hash.result().toHex();
-}
-
-QByteArray quickChecksum(const BridgeImage &image, int avFormat)
-{
-    const std::unique_ptr<AVMurMur3, void (*)(void *)> hash(av_murmur3_alloc(), av_free);
-    av_murmur3_init(hash.get());
-    forEachRow(image, avFormat,
-               [&](const std::uint8_t *row, int size) { av_murmur3_update(hash.get(), row, std::size_t(size)); });
-    QByteArray result(16, '\0');
-    av_murmur3_final(hash.get(), reinterpret_cast<std::uint8_t *>(result.data()));
-    return result.toHex();
+    return hashOf([&](const auto &take) { forEachRow(image, avFormat, take); });
 }
 
 QByteArray checksum(const AVFrame &frame)
@@ -66,10 +62,9 @@ QByteArray checksum(const AVFrame &frame)
     const int size = av_image_get_buffer_size(format, frame.width, frame.height, 1);
     if (size <= 0)
         return {};
-    QByteArray bytes(size, '\0');
-    av_image_copy_to_buffer(reinterpret_cast<std::uint8_t *>(bytes.data()), size, frame.data, frame.linesize, format,
-                            frame.width, frame.height, 1);
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    av_image_copy_to_buffer(bytes.data(), size, frame.data, frame.linesize, format, frame.width, frame.height, 1);
+    return hashOf([&](const auto &take) { take(bytes.data(), size); });
 }
 
 std::optional<unsigned> numberIn(const BridgeImage &image)

@@ -12,13 +12,9 @@ inline RawPicture rawPicture(const QString &path, int number, const QString &pix
 {
     QProcess ffmpeg;
     ffmpeg.setStandardInputFile(QProcess::nullDevice());
-    ffmpeg.start(QStringLiteral("ffmpeg"),
-                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-threads"), QStringLiteral("1"),
-                  QStringLiteral("-i"), path, QStringLiteral("-map"), QStringLiteral("0:v:0"), QStringLiteral("-vf"),
-                  QStringLiteral("select=eq(n\\,%1)").arg(number), quorvale::passthroughOption(),
-                  QStringLiteral("passthrough"), QStringLiteral("-frames:v"), QStringLiteral("1"),
-                  QStringLiteral("-pix_fmt"), pixelFormat, QStringLiteral("-f"), QStringLiteral("rawvideo"),
-                  QStringLiteral("-")});
+    ffmpeg.start("ffmpeg", {"-v", "error", "-threads", "1", "-i", path, "-map", "0:v:0", "-vf",
+                            QString("select=eq(n\\,%1)").arg(number), quorvale::passthroughOption(), "passthrough",
+                            "-frames:v", "1", "-pix_fmt", pixelFormat, "-f", "rawvideo", "-"});
     ffmpeg.waitForFinished(60000);
     return {size.width(), size.height(), ffmpeg.readAllStandardOutput()};
 }

@@ -1,10 +1,10 @@
 #include "tests/support/decoderwork.h"
 #include "tests/support/memorytraces.h"
 #include "tests/support/mutantset.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "thumbs/pictureseries.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QtTest>
 
@@ -42,11 +42,6 @@ struct Cost
     }
 };
 
-bool open(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-}
-
 // The thumbnails, as far as `read` delivers them, and how many packets that decodes.
 template <typename Read>
 std::pair<QVector<QByteArray>, long> thumbnails(const FFVideo &video, const Read &read)
@@ -57,7 +52,7 @@ std::pair<QVector<QByteArray>, long> thumbnails(const FFVideo &video, const Read
         Picture picture;
         if (!read(frame, picture))
             break;
-        pictures.append(quickChecksum(picture, video.frame->format));
+        pictures.append(checksum(picture, video.frame->format));
     }
     return {pictures, decoderwork::counts().packets};
 }

@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -5,52 +6,49 @@
 #include "tests/thumbs/scanrun.h"
 #include "thumbs/pictureconversion.h"
 #include "thumbs/thumbnailsize.h"
+#include "tools/sampledisk/sampledisk.h"
 #include "video/ffvideo.h"
+
+#include <sstream>
 
 namespace {
 
-struct Expected
+// What a scanner would say that has only an FFVideo.
+ScanResult literalScan(const QStringList &files, int firstFrame, int frameStep)
 {
-    std::vector<QImage> small;
-    std::vector<QImage> large;
-    QByteArray errors;
-};
-
-// What a scanner would emit that has only an FFVideo.
-Expected literalScan(const QString &path, int firstFrame, int frameStep)
-{
-    Expected expected;
+    ScanResult said;
     CapturedOutput capture(stderr);
-    FFVideo video;
-    if (!video.Open(path.toUtf8().constData(), true, FFVideo::FF_ACCESS_READ))
-        return expected;
-    for (int frame = firstFrame; frame < 900; frame += frameStep) {
-        Picture picture;
-        const QImage image = video.Read(frame, picture) ? quorvale::rgbPicture(picture) : QImage();
-        if (image.isNull()) {
-            std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
-            break;
+    for (const QString &file : files) {
+        FFVideo video;
+        const bool isOpen = open(video, file);
+        said.events << (isOpen ? "gotThumbs " : "missingVideo ") + file;
+        if (!isOpen)
+            continue;
+        ScannedSeries series{file, {}, {}, true};
+        for (int frame = firstFrame; frame < 900; frame += frameStep) {
+            Picture picture;
+            const QImage image = video.Read(frame, picture) ? quorvale::rgbPicture(picture) : QImage();
+            if (image.isNull()) {
+                std::fputs(kUnreadable, stderr);
+                break;
+            }
+            const QSize display(video.width, video.height);
+            for (const auto &[rows, images] : {std::pair(120, &series.small), std::pair(240, &series.large)}) {
+                const auto size = quorvale::thumbnailSize(display, image.size(), rows);
+                images->push_back(QPixmap::fromImage(quorvale::scaledTo(size, image)).toImage());
+            }
         }
-        const QSize display(video.width, video.height);
-        expected.small.push_back(quorvale::scaledTo(quorvale::thumbnailSize(display, image.size(), 120), image));
-        expected.large.push_back(quorvale::scaledTo(quorvale::thumbnailSize(display, image.size(), 240), image));
+        said.series.push_back(std::move(series));
     }
-    expected.errors = capture.text();
-    return expected;
+    said.events << QStringLiteral("finished");
+    said.errors = capture.text();
+    return said;
 }
 
 int pictureCount(const QString &path)
 {
     FFVideo video;
-    return video.Open(path.toUtf8().constData(), false, FFVideo::FF_ACCESS_READ) ? video.frameCount : 0;
-}
-
-bool areEqual(const std::vector<QImage> &a, const std::vector<QImage> &b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const QImage &x, const QImage &y) {
-        return x.size() == y.size() &&
-               x.convertToFormat(QImage::Format_RGB32) == y.convertToFormat(QImage::Format_RGB32);
-    });
+    return open(video, path, false) ? video.frameCount : 0;
 }
 
 const char *const kCaptures[] = {
@@ -70,14 +68,16 @@ private:
     QTemporaryDir folder;
     QMap<QString, QString> paths;
 
-    void compare(const QString &path, int firstFrame, int frameStep)
+    void compare(const QStringList &files, int firstFrame, int frameStep, std::size_t opened = 1)
     {
-        const Expected expected = literalScan(path, firstFrame, frameStep);
-        const ScanResult found = runScan({path}, firstFrame, frameStep);
-        QCOMPARE(found.series.size(), std::size_t(1));
-        QCOMPARE(found.series[0].small.size(), expected.small.size());
-        QVERIFY(areEqual(found.series[0].small, expected.small));
-        QVERIFY(areEqual(found.series[0].large, expected.large));
+        const ScanResult expected = literalScan(files, firstFrame, frameStep);
+        const ScanResult found = runScan(files, firstFrame, frameStep);
+        QCOMPARE(found.events, expected.events);
+        QCOMPARE(found.series.size(), opened);
+        for (std::size_t i = 0; i < opened; ++i) {
+            QVERIFY2(found.series[i].small == expected.series[i].small, qPrintable(found.series[i].file));
+            QVERIFY2(found.series[i].large == expected.series[i].large, qPrintable(found.series[i].file));
+        }
         QCOMPARE(found.errors, expected.errors);
     }
 
@@ -124,7 +124,18 @@ private slots:
     void thumbnails_areTheSame()
     {
         QFETCH(const QString, name);
-        compare(paths[name], 150, 150);
+        compare({paths[name]}, 150, 150);
+    }
+
+    void thumbnailsOfTheSampleDisk_areTheSame()
+    {
+        constexpr int kKinds = 9; // Further recordings are like the first ones.
+        std::ostringstream progress;
+        quorvale::makeSampleDisk({kKinds, 320, folder.path().toStdString(), false}, progress); // Two thumbnails each.
+        QStringList files;
+        for (int number = 1; number <= kKinds; ++number)
+            files << folder.filePath(QStringLiteral("RECORDER/DVR/RECS/REC_%1.ts").arg(number, 4, 10, QChar('0')));
+        compare(files, 150, 150, kKinds - 2); // One is radio, and one is missing.
     }
 
     void thePictureJustPastTheLastOne_isTheSame_data() { thumbnails_areTheSame_data(); }
@@ -133,17 +144,17 @@ private slots:
         QFETCH(const QString, name);
         const int count = pictureCount(paths[name]);
         // From an earlier picture, at once, and one further on.
-        compare(paths[name], count - 80, 40);
-        compare(paths[name], count, 150);
-        compare(paths[name], count + 1, 150);
-        compare(paths[name], count - 60, 61);
+        compare({paths[name]}, count - 80, 40);
+        compare({paths[name]}, count, 150);
+        compare({paths[name]}, count + 1, 150);
+        compare({paths[name]}, count - 60, 61);
     }
 
     void picturesInOtherOrders_areTheSame()
     {
         for (const char *name : {"mpeg2.ts", "lossy-h264.ts"}) {
-            compare(paths[name], 290, 1);
-            compare(paths[name], 0, 299);
+            compare({paths[name]}, 290, 1);
+            compare({paths[name]}, 0, 299);
         }
     }
 };

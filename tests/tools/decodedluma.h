@@ -18,11 +18,8 @@ inline std::vector<std::optional<unsigned>> decodedNumbers(const QString &path, 
 {
     QProcess ffmpeg;
     ffmpeg.setStandardInputFile(QProcess::nullDevice());
-    ffmpeg.start(QStringLiteral("ffmpeg"),
-                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path, QStringLiteral("-map"),
-                  QStringLiteral("0:v:0"), QStringLiteral("-vf"), filters, quorvale::passthroughOption(),
-                  QStringLiteral("passthrough"), QStringLiteral("-pix_fmt"), QStringLiteral("gray"),
-                  QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-")});
+    ffmpeg.start("ffmpeg", {"-v", "error", "-i", path, "-map", "0:v:0", "-vf", filters, quorvale::passthroughOption(),
+                            "passthrough", "-pix_fmt", "gray", "-f", "rawvideo", "-"});
     std::vector<std::optional<unsigned>> numbers;
     const int pictureSize = width * height;
     QByteArray waiting;

@@ -9,9 +9,7 @@
 inline QByteArray ffprobe(const QString &path, const QStringList &arguments)
 {
     QProcess program;
-    program.start(QStringLiteral("ffprobe"), QStringList{QStringLiteral("-v"), QStringLiteral("error"),
-                                                         QStringLiteral("-of"), QStringLiteral("default=nw=1")} +
-                                                 arguments + QStringList{path});
+    program.start("ffprobe", QStringList{"-v", "error", "-of", "default=nw=1"} + arguments + QStringList{path});
     program.waitForFinished(60000);
     return program.exitCode() == 0 ? program.readAllStandardOutput() : QByteArray();
 }
@@ -21,9 +19,7 @@ inline QByteArray ffprobe(const QString &path, const QStringList &arguments)
 inline QMap<QByteArray, QByteArray> probeStream(const QString &path, const QString &stream)
 {
     QMap<QByteArray, QByteArray> facts;
-    const auto lines =
-        ffprobe(path, {QStringLiteral("-select_streams"), stream, QStringLiteral("-show_streams")}).split('\n');
-    for (const auto &line : lines) {
+    for (const auto &line : ffprobe(path, {"-select_streams", stream, "-show_streams"}).split('\n')) {
         const auto equals = line.indexOf('=');
         const QByteArray name = line.left(equals);
         if (equals > 0 && !facts.contains(name)) // a programme repeats its streams

@@ -86,17 +86,13 @@ private slots:
         QCOMPARE(QFile(dir.filePath("out.raw")).size(), qint64(16000));
     }
 
-    void run_givesTheProgramsStatusAndWhatItTook()
+    void run_givesTheProgramsStatusOrSignal_andWhatItTook()
     {
         const ProcessEnd end = runProcess({"sh", "-c", "echo out; echo err >&2; exit 3"});
         QVERIFY(!end.ok());
         QCOMPARE(end.exitStatus, 3);
         QCOMPARE(end.errors, std::string("err\n"));
         QVERIFY(end.usage.ru_maxrss > 0);
-    }
-
-    void run_givesTheSignal_whenTheProgramIsKilled()
-    {
         QCOMPARE(runProcess({"sh", "-c", "kill -TERM $$"}).exitStatus, 128 + SIGTERM);
     }
 

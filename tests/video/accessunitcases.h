@@ -1,12 +1,12 @@
 #pragma once
 
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/seededrandom.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/nalunits.h"
 #include "tests/video/videopackets.h"
 #include "tests/video/writtenunits.h"
-#include "video/ffvideo.h"
 
 #include <QtTest>
 
@@ -171,7 +171,7 @@ private slots:
         QFETCH(const int, most);
         const VideoPackets video = readVideoPackets(pathOf(name));
         FFVideo opened;
-        QVERIFY(opened.Open(QFile::encodeName(pathOf(name)).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(opened, pathOf(name)));
         const auto decoded = [&](bool all) {
             avcodec_flush_buffers(opened.videoCodec);
             const std::unique_ptr<AccessUnitReader> reader = makeReader();

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "video/ffvideo.h"
+#include "tests/support/openvideo.h"
 
 #include <QByteArray>
-#include <QFile>
 
 #include <memory>
 
@@ -43,9 +42,4 @@ inline QByteArray readRange(FFVideo &video, int first, int last)
         if (piece.status != FFVideo::FF_AUDIO_MORE && piece.status != FFVideo::FF_AUDIO_SKIPPED)
             return all;
     }
-}
-
-inline bool openForSound(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
 }

@@ -1,13 +1,11 @@
 #include "tests/video/exactcomparison.h"
 
 #include "tests/support/memorytraces.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pixelformats.h"
-#include "video/ffvideo.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <map>
@@ -19,11 +17,6 @@ using quorvale::ExactReader;
 using quorvale::ffmpeg::PlaneLayout;
 using quorvale::ffmpeg::planeLayoutOf;
 
-bool open(FFVideo &video, const QString &path)
-{
-    return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-}
-
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
     return QStringLiteral("%1x%2 format %3 strides %4 %5 %6 ")
@@ -34,7 +27,7 @@ QByteArray textOf(const BridgeImage &image, int avFormat)
                .arg(image.stride[1])
                .arg(image.stride[2])
                .toLatin1() +
-           quickChecksum(image, avFormat);
+           checksum(image, avFormat);
 }
 
 const QByteArray kNotCopied = "not copied";
@@ -136,6 +129,13 @@ ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
     // Only the pictures that are asked for need to be known.
     const int last = *std::max_element(targets.begin(), targets.end());
     return compareExactly(LiteralPictures(path, last + 2), targets);
+}
+
+void report(const ExactComparison &result)
+{
+    qInfo("%d delivered, %d past the end, %d refused, %lld decoded, %lld runs, %d unrepeatable", result.delivered,
+          result.pastEnd, result.refused, static_cast<long long>(result.counters.picturesDecoded),
+          static_cast<long long>(result.counters.runs), result.unrepeatable);
 }
 
 QVector<int> everyNth(int first, int end, int step)

@@ -53,6 +53,8 @@ struct ExactComparison
 
 /// The same for a file that is read literally only for this.
 [[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);
+/// Prints what was found, for whoever sets the bounds of a test.
+void report(const ExactComparison &result);
 
 /// Every `step`th number from `first` up to but not including `end`.
 [[nodiscard]] QVector<int> everyNth(int first, int end, int step);

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "tests/support/openvideo.h"
 #include "tests/support/teststreams.h"
-#include "video/ffvideo.h"
 
-#include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -57,8 +56,3 @@ private:
     QString m_anamorph;
     QString m_rawHevc;
 };
-
-inline bool open(FFVideo &video, const QString &path, bool quick = true)
-{
-    return video.Open(QFile::encodeName(path).constData(), quick, FFVideo::FF_ACCESS_READ);
-}

@@ -65,15 +65,16 @@ QMap<QString, QString> makeDamagedStreams(const QString &folder, const QMap<QStr
     return paths;
 }
 
-QString makeInexactStream(const QString &folder, const QString &open)
+QString makeInexactStream(const QString &folder, const QString &open, bool keepsIdr)
 {
-    const QString path = folder + "/h264-inexact.ts";
+    const QString path = folder + (keepsIdr ? "/h264-inexact-after-idr.ts" : "/h264-inexact.ts");
     quorvale::LoopedGroup looped;
     looped.source = open.toStdString();
     looped.path = path.toStdString();
     looped.group = 1;
     looped.groups = 2;
     looped.times = 8;
+    looped.keepsBeginning = keepsIdr;
     looped.changes.clearsExactMatch = true;
     writeLoopedGroup(looped);
     return path;

@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -5,7 +6,6 @@
 #include "tests/video/streamset.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -123,7 +123,7 @@ private slots:
         for (const QVector<int> &order : {targets, backwards(targets), shuffled(targets, 29)}) {
             const ExactComparison result = compareExactly(pictures, order);
             QCOMPARE(result.difference, QString());
-            qInfo("%d refused", result.refused);
+            report(result);
             const Most bound = most().value(name);
             QVERIFY(result.refused <= allowed(dense ? bound.refusedOfAll : bound.refused));
         }
@@ -137,8 +137,7 @@ private slots:
         for (const bool isAnnounced : {false, true}) {
             const ExactComparison result = compareExactly(literalPictures(paths[name]), thumbnailTargets(),
                                                           isAnnounced ? std::optional<int>(2) : std::nullopt);
-            qInfo("%d delivered, %d past the end, %d refused, %lld decoded", result.delivered, result.pastEnd,
-                  result.refused, static_cast<long long>(result.counters.picturesDecoded));
+            report(result);
             QCOMPARE(result.difference, QString());
             QVERIFY(result.refused <= bound.refusedThumbnails);
             QVERIFY(result.counters.picturesDecoded <= allowed(isAnnounced ? bound.decodedAnnounced : bound.decoded));
@@ -212,7 +211,7 @@ private slots:
     void theLiteralReader_isLeftAlone()
     {
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         QVERIFY(video.seekToFrame(40));
         const std::int64_t dts = video.lastDts;
         const QByteArray current = checksum(*video.frame);
@@ -229,7 +228,7 @@ private slots:
     void theReader_goesOnWithoutTheLiteralOne()
     {
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         ExactReader reader(video);
         QVERIFY(video.Close());
         Picture picture;
@@ -240,7 +239,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "gone.ts", readFile(paths["h264.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         ExactReader reader(video);
         QVERIFY(QFile::remove(copy));
         Picture picture;
@@ -253,7 +252,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         ExactReader reader(video);
         {
             Picture picture;
@@ -268,7 +267,7 @@ private slots:
     {
         const QString copy = writeFile(folder.path(), "other.ts", readFile(paths["hevc.ts"]));
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(copy).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, copy));
         QVERIFY(!writeFile(folder.path(), "other.ts", readFile(paths["h264.ts"])).isEmpty());
         ExactReader reader(video);
         for (const int number : {5, 290, 1000}) {
@@ -286,7 +285,7 @@ private slots:
         QVERIFY(!reader.pictureCount());
         QVERIFY(!reader.isUndoubted());
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(paths["h264.ts"]).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, paths["h264.ts"]));
         QCOMPARE(ExactReader(video).read(-1, picture), ExactReader::Answer::NotProven);
     }
 };

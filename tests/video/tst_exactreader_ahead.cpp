@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportstream.h"
@@ -5,7 +6,6 @@
 #include "tests/video/streamset.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QtTest>
 
@@ -61,7 +61,7 @@ private:
     {
         Announced(const QString &path, const QVector<int> &targets, int processors)
         {
-            isOpen = video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
+            isOpen = open(video, path);
             reader = std::make_unique<ExactReader>(video, processors);
             reader->announce({targets.begin(), targets.end()});
         }

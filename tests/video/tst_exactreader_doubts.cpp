@@ -25,9 +25,8 @@ private:
 
     static QStringList h264Encoder()
     {
-        return {
-            "-c:v",          "libx264", "-preset", "veryfast", "-g",           QString::number(kGroup),
-            "-sc_threshold", "0",       "-bf",     "2",        "-x264-params", "keyint=20:min-keyint=20:scenecut=0"};
+        return words("-c:v libx264 -preset veryfast -g 20 -sc_threshold 0 -bf 2 "
+                     "-x264-params keyint=20:min-keyint=20:scenecut=0");
     }
 
     QString changed(const QString &path, const std::function<void(QByteArray &)> &change)
@@ -68,12 +67,6 @@ private:
         bytes.insert(at(next), added);
     }
 
-    static void report(const ExactComparison &result)
-    {
-        qInfo("%d delivered, %d refused, %lld decoded, %lld runs", result.delivered, result.refused,
-              static_cast<long long>(result.counters.picturesDecoded), static_cast<long long>(result.counters.runs));
-    }
-
 private slots:
     void initTestCase()
     {
@@ -91,49 +84,37 @@ private slots:
         }
     }
 
-    void lostPackets_areBridged_data()
+    void aPacketThatIsLostOrFlagged_isBridged_data()
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<int>("type");
-        QTest::newRow("MPEG-2") << mpeg2 << 2;
-        QTest::newRow("H.264") << h264 << 27;
-        QTest::newRow("HEVC") << hevc << 36;
+        QTest::addColumn<bool>("isLost");
+        for (const bool isLost : {true, false}) {
+            const char *what = isLost ? "lost" : "flagged";
+            QTest::addRow("MPEG-2, %s", what) << mpeg2 << 2 << isLost;
+            QTest::addRow("H.264, %s", what) << h264 << 27 << isLost;
+            QTest::addRow("HEVC, %s", what) << hevc << 36 << isLost;
+        }
     }
-    void lostPackets_areBridged()
+    void aPacketThatIsLostOrFlagged_isBridged()
     {
         QFETCH(const QString, path);
         QFETCH(const int, type);
-        const QString lossy = changed(path, [&](QByteArray &bytes) {
-            const int lost = videoPacket(bytes, type, 0.45, 2);
-            transportstream::dropPackets(bytes, [&](int packet, int) { return packet == lost; });
-        });
-        const ExactComparison result = compareExactly(lossy, {100, 300, 380});
-        QCOMPARE(result.difference, QString());
-        report(result);
-        // Three pictures, and the bridge from before the loss to an anchor after it.
-        QCOMPARE(result.delivered, 3);
-        QCOMPARE(result.counters.runs, 4);
-        QVERIFY(result.counters.picturesDecoded > 100);
-        QVERIFY(result.counters.picturesDecoded < 260);
-    }
-
-    void packetsThatTheTunerFlagged_areBridged_data() { lostPackets_areBridged_data(); }
-    void packetsThatTheTunerFlagged_areBridged()
-    {
-        // transport_error_indicator (ITU-T H.222.0, 2.4.3.3); the bytes are sound, which nobody knows.
-        QFETCH(const QString, path);
-        QFETCH(const int, type);
-        const QString flagged = changed(path, [&](QByteArray &bytes) {
-            const int at = videoPacket(bytes, type, 0.45, 2) * transportstream::kPacketSize + 1;
+        QFETCH(const bool, isLost);
+        const QString damaged = changed(path, [&](QByteArray &bytes) {
+            const int bad = videoPacket(bytes, type, 0.45, 2);
+            // transport_error_indicator (ITU-T H.222.0, 2.4.3.3); the bytes are sound, which nobody knows.
+            const int at = bad * transportstream::kPacketSize + 1;
             bytes[at] = char(bytes.at(at) | 0x80);
+            transportstream::dropPackets(bytes, [&](int packet, int) { return isLost && packet == bad; });
         });
-        const ExactComparison result = compareExactly(flagged, {100, 300, 380});
+        const ExactComparison result = compareExactly(damaged, {100, 300, 380});
         QCOMPARE(result.difference, QString());
         report(result);
+        // Three pictures, and the bridge from before the packet to an anchor after it.
         QCOMPARE(result.delivered, 3);
         QCOMPARE(result.counters.runs, 4);
-        QVERIFY(result.counters.picturesDecoded > 100);
-        QVERIFY(result.counters.picturesDecoded < 260);
+        QVERIFY(result.counters.picturesDecoded > 100 && result.counters.picturesDecoded < 260);
     }
 
     // It is not decoded at all, so it does not count: at 4 KiB for each unit it would take too much memory. What is
@@ -169,10 +150,7 @@ private slots:
     void aGapInTime_isBridged()
     {
         // The same recording twice, the second time some seconds later than it would go on.
-        QStringList later = h264Encoder();
-        later << "-output_ts_offset"
-              << "25";
-        const QByteArray second = readFile(make("later.ts", later));
+        const QByteArray second = readFile(make("later.ts", h264Encoder() + QStringList{"-output_ts_offset", "25"}));
         const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
         const ExactComparison result = compareExactly(both, {300, 500});
         QCOMPARE(result.difference, QString());
@@ -182,32 +160,25 @@ private slots:
         QVERIFY(result.counters.picturesDecoded < 200);
     }
 
+    void otherParameters_areBridged_data()
+    {
+        QTest::addColumn<QString>("references");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("more references") << "5" << QSize(176, 144);
+        QTest::newRow("another size") << "3" << QSize(320, 240);
+    }
     void otherParameters_areBridged()
     {
-        QStringList other = h264Encoder();
-        other << "-refs"
-              << "5"
-              << "-output_ts_offset"
-              << "16"; // where the first one ends
-        const QByteArray second = readFile(make("other.ts", other));
+        QFETCH(const QString, references);
+        QFETCH(const QSize, size);
+        const QStringList other{"-refs", references, "-output_ts_offset", "16"}; // where the first one ends
+        const QByteArray second = readFile(make("other.ts", h264Encoder() + other, size));
         const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
         const ExactComparison result = compareExactly(both, {300, 500, 700});
         QCOMPARE(result.difference, QString());
         report(result);
         QCOMPARE(result.delivered, 3);
         QCOMPARE(result.counters.runs, 4);
-        QVERIFY(result.counters.picturesDecoded < 220);
-    }
-
-    void anotherSize_isBridged()
-    {
-        const QByteArray second =
-            readFile(make("size.ts", h264Encoder() + QStringList{"-output_ts_offset", "16"}, {320, 240}));
-        const QString both = changed(h264, [&](QByteArray &bytes) { bytes += second; });
-        const ExactComparison result = compareExactly(both, {300, 500, 700});
-        report(result);
-        QCOMPARE(result.difference, QString());
-        QCOMPARE(result.delivered, 3);
         QVERIFY(result.counters.picturesDecoded < 220);
     }
 

@@ -1,7 +1,7 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
-#include "video/ffvideo.h"
 
 namespace {
 
@@ -85,7 +85,6 @@ private slots:
         const ExactComparison result = compareExactly(path, kTargets);
         QCOMPARE(result.difference, QString());
         QCOMPARE(result.delivered, 2);
-
         QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
     }
 
@@ -189,8 +188,8 @@ private slots:
         QVERIFY2(result.counters.picturesDecoded < 220, qPrintable(QString::number(result.counters.picturesDecoded)));
         FFVideo altered;
         FFVideo video;
-        QVERIFY(altered.Open(QFile::encodeName(path).constData(), false, FFVideo::FF_ACCESS_READ));
-        QVERIFY(video.Open(QFile::encodeName(whole["hevc"]).constData(), false, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(altered, path, false));
+        QVERIFY(open(video, whole["hevc"], false));
         QVERIFY(altered.frameCount < video.frameCount);
     }
 

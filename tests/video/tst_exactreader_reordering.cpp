@@ -1,10 +1,10 @@
 #include "tests/support/bitwriter.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/h264syntax.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <bitset>
 #include <string>
@@ -126,8 +126,8 @@ private slots:
         // What the other tests rest on.
         FFVideo told;
         FFVideo video;
-        QVERIFY(told.Open(QFile::encodeName(announced).constData(), false, FFVideo::FF_ACCESS_READ));
-        QVERIFY(video.Open(QFile::encodeName(sudden).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(told, announced, false));
+        QVERIFY(open(video, sudden));
         QVERIFY(!video.GetFramesUntilComplete(kDeepFrom));
         QCOMPARE(video.videoCodec->has_b_frames, 0);
         QVERIFY(video.GetFramesUntilComplete(kFrames));

@@ -48,12 +48,6 @@ private:
         for (const Capture &row : kCaptures)
             QTest::newRow(row.name) << index++;
     }
-    static void report(const ExactComparison &result)
-    {
-        qInfo("%d delivered, %d past the end, %d refused, %lld decoded, %lld runs, %d unrepeatable", result.delivered,
-              result.pastEnd, result.refused, static_cast<long long>(result.counters.picturesDecoded),
-              static_cast<long long>(result.counters.runs), result.unrepeatable);
-    }
 
 private slots:
     void initTestCase()

@@ -1,12 +1,12 @@
 // Comes between the process and the threads that it starts, its memory, and the pictures of its decoders. Linux only.
 
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 #include "tests/video/streamset.h"
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 #include <QSemaphore>
 #include <QtTest>
@@ -106,6 +106,7 @@ private:
     QTemporaryDir folder;
     QString path;
     QString inexact;
+    QString afterIdr; // the same after an IDR picture
 
     // Five pictures, announced to a reader that may decode `processors` at once; the threads that it started.
     void read(int processors, int threads)
@@ -127,7 +128,9 @@ private slots:
         QVERIFY(!path.isEmpty());
         const QStringList open{"-c:v", "libx264", "-preset", "veryfast",     "-g",
                                "24",   "-bf",     "3",       "-x264-params", "open-gop=1"};
-        inexact = makeInexactStream(folder.path(), makeStream(folder.path(), {"open.ts", open, 330, {160, 128}}));
+        const QString groups = makeStream(folder.path(), {"open.ts", open, 330, {160, 128}});
+        inexact = makeInexactStream(folder.path(), groups);
+        afterIdr = makeInexactStream(folder.path(), groups, true);
     }
 
     void threads_areAsManyAsProcessors_andNoMoreThanPictures()
@@ -151,8 +154,7 @@ private slots:
     {
         for (const bool isAnnounced : {true, false}) {
             FFVideo video;
-            QVERIFY(
-                video.Open(QFile::encodeName(isAnnounced ? path : inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, isAnnounced ? path : inexact));
             ExactReader reader(video, 1);
             if (isAnnounced)
                 reader.announce({290});
@@ -172,7 +174,7 @@ private slots:
     {
         for (const bool all : {false, true}) {
             FFVideo video;
-            QVERIFY(video.Open(QFile::encodeName(inexact).constData(), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, inexact));
             ExactReader reader(video, 1);
             losesAll = all;
             lostFrom = video.frame->pts + std::int64_t{20} * 3600; // after the proof
@@ -183,6 +185,19 @@ private slots:
             QVERIFY2(reader.counters().picturesDecoded <= 150, // of 384
                      qPrintable(QString::number(reader.counters().picturesDecoded)));
         }
+    }
+
+    void aRestartTestThatFails_countsAsWorkInVain()
+    {
+        FFVideo video;
+        QVERIFY(video.Open(QFile::encodeName(afterIdr).constData(), true, FFVideo::FF_ACCESS_READ));
+        ExactReader reader(video, 1);
+        losesAll = false;
+        lostFrom = video.frame->pts + std::int64_t{20} * 3600; // after the proof
+        Picture picture;
+        (void)reader.read(290, picture);
+        lostFrom = std::numeric_limits<std::int64_t>::max();
+        QCOMPARE(reader.counters().runs, 1); // the test, and none from the IDR picture on
     }
 };
 

@@ -40,7 +40,7 @@ private slots:
     void everything_isRefused_withoutAudio()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, silent));
+        QVERIFY(open(video, silent));
         QVERIFY(!video.SetAudioRange(0, 10));
         unsigned char mark = 7;
         unsigned char *buffer = &mark;
@@ -56,7 +56,7 @@ private slots:
     void format_isTheOneThatOpenFound()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         int bits = 0;
         int channels = 0;
         int rate = 0;
@@ -71,7 +71,7 @@ private slots:
     void setRange_skipsAndLimits_inSamples()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         video.SetFrameRate(25, 1);
         QVERIFY(video.SetAudioRange(25, 49));
         // 48000 to skip; whole pieces are dropped at once, and the one in which the range begins, too.
@@ -83,7 +83,7 @@ private slots:
     void setRange_stopsAtOnce_wherePiecesEndAtTheStart()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         video.SetFrameRate(125, 3); // 1152 samples a picture
         QVERIFY(video.SetAudioRange(10, 12));
         QCOMPARE(video.audioSkipSamples, 0);
@@ -93,7 +93,7 @@ private slots:
     void setRange_countsInSinglePrecision()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, 9));
         QCOMPARE(video.audioSamplesLeft, 19199); // 48000 * (10 * 0.04)
     }
@@ -101,7 +101,7 @@ private slots:
     void setRange_setsNoLimit_upToTheLastPicture()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, video.frameCount));
         QCOMPARE(video.audioSkipSamples, 0);
         QCOMPARE(video.audioSamplesLeft, -1);
@@ -115,7 +115,7 @@ private slots:
     void setRange_fails_beyondTheEnd()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(!video.SetAudioRange(10000, 10010));
         QCOMPARE(video.audioSamplesLeft, 11 * 1920); // set all the same
     }
@@ -123,7 +123,7 @@ private slots:
     void setRange_beginsWhereTheReaderIs_whenTheFileCannotBeRewound()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.seekToFrame(70));
         video.formatContext->pb->seek = nullptr;
         QVERIFY(video.SetAudioRange(0, 4));
@@ -136,7 +136,7 @@ private slots:
     void setRange_survivesRatesOfNonsense()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         for (const auto &rate : {qMakePair(0, 1), qMakePair(0, 0), qMakePair(1, INT_MAX), qMakePair(-25, 1)}) {
             video.SetFrameRate(rate.first, rate.second);
             video.SetAudioRange(5, 9);
@@ -155,7 +155,7 @@ private slots:
     void read_deliversTheSamplesOfTheRange()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         const QByteArray all = audioSamples(path, "s16le");
         QVERIFY(!all.isEmpty());
         QCOMPARE(int(video.audioFormat), int(FF_AUDIO_S16));
@@ -177,7 +177,7 @@ private slots:
     void read_endsWithStatus3_afterTheLastPieceOfTheRange()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, 1)); // 3840 samples: 3 pieces and 384 samples
         QList<int> statuses;
         QList<int> samples;
@@ -195,7 +195,7 @@ private slots:
     void read_returns2_untilTheSkipIsUsedUp()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, 9));
         video.audioSkipSamples = 2 * kMp2Samples + 100;
         for (int left = kMp2Samples + 100; left > 0; left -= kMp2Samples) {
@@ -213,7 +213,7 @@ private slots:
     void read_deliversAnEmptyPiece_whenTheSkipIsExactlyThePiece()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, 9));
         video.audioSkipSamples = kMp2Samples;
         const Piece piece = readPiece(video);
@@ -225,7 +225,7 @@ private slots:
     void read_returns3WithNothing_atTheEndOfTheFile()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         QVERIFY(video.SetAudioRange(0, 100000));
         Piece piece;
         do
@@ -240,7 +240,7 @@ private slots:
     void read_rewinds_soThatPicturesComeFromTheBeginningAgain()
     {
         FFVideo video;
-        QVERIFY(openForSound(video, path));
+        QVERIFY(open(video, path));
         const auto expected = pictureChecksums(path);
         QCOMPARE(compareEach(video, {0, 1, 30}, expected), QString());
         QVERIFY(!readRange(video, 3, 5).isEmpty());
@@ -255,7 +255,7 @@ private slots:
         stream.sound = true;
         const QString mp4 = makeStream(folder.path(), stream);
         FFVideo video;
-        QVERIFY(openForSound(video, mp4));
+        QVERIFY(open(video, mp4));
         QVERIFY(!readRange(video, 3, 5).isEmpty());
         QCOMPARE(compareEach(video, {0, 1, 30, 7}, pictureChecksums(mp4)), QString());
     }

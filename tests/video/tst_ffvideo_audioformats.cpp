@@ -45,7 +45,7 @@ private slots:
         const QString file = makeSound(QString("%1.mkv").arg(QTest::currentDataTag()), encoder,
                                        "aevalsrc=sin(2000*t)|cos(700*t)|t:s=48000:d=1.2:c=3.0");
         FFVideo video;
-        QVERIFY(openForSound(video, file));
+        QVERIFY(open(video, file));
         QCOMPARE(int(video.audioCodec->sample_fmt), decoded);
         QCOMPARE(video.audioChannels, 3);
         const int sampleSize = 3 * video.audioBitsPerSample / 8;
@@ -54,7 +54,7 @@ private slots:
         QCOMPARE(readRange(video, 0, 24), all.left(48000 * sampleSize));
 
         FFVideo skipping;
-        QVERIFY(openForSound(skipping, file));
+        QVERIFY(open(skipping, file));
         QVERIFY(skipping.SetAudioRange(0, 9));
         skipping.audioSkipSamples = 100;
         const Piece piece = readPiece(skipping);
@@ -67,7 +67,7 @@ private slots:
         const QString file = makeSound("s32p.mkv", {"-c:a", "alac", "-sample_fmt", "s32p"},
                                        "aevalsrc=sin(2000*t)|cos(700*t):s=48000:d=1");
         FFVideo video;
-        QVERIFY(openForSound(video, file));
+        QVERIFY(open(video, file));
         QCOMPARE(int(video.audioCodec->sample_fmt), int(AV_SAMPLE_FMT_S32P));
         QVERIFY(video.SetAudioRange(0, 9));
         const Piece piece = readPiece(video);
@@ -90,7 +90,7 @@ private slots:
         while ((at = bytes.indexOf(header, at)) >= 0)
             bytes.replace(at, 2, QByteArray(2, '\0'));
         FFVideo video;
-        QVERIFY(openForSound(video, writeFile(folder.path(), "nosync.mkv", bytes)));
+        QVERIFY(open(video, writeFile(folder.path(), "nosync.mkv", bytes)));
         QVERIFY(video.SetAudioRange(0, 100000));
         Piece piece;
         unsigned char *buffer = nullptr;
@@ -130,7 +130,7 @@ private slots:
         if (!capture)
             QSKIP("the folder with real captures is not here");
         FFVideo video;
-        QVERIFY(openForSound(video, *capture));
+        QVERIFY(open(video, *capture));
         const QByteArray found = readRange(video, 0, 49);
         QCOMPARE(int(found.size()), 50 * 1920 * 2 * video.audioBitsPerSample / 8);
         QCOMPARE(found, audioSamples(*capture, interleaved).left(int(found.size())));

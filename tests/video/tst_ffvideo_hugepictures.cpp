@@ -1,11 +1,11 @@
 // Pictures of sizes that no recorder makes are refused before there is memory for them.
 
 #include "tests/support/hugestreams.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/processfacts.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
-#include "video/ffvideo.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ private slots:
         QVERIFY(!mpeg2.isEmpty() && !h264.isEmpty());
         for (const QString &path : {small, raw}) {
             FFVideo video;
-            QVERIFY(video.Open(qPrintable(path), true, FFVideo::FF_ACCESS_READ));
+            QVERIFY(open(video, path));
             Picture picture;
             QVERIFY(video.Read(5, picture));
         }
@@ -62,7 +62,7 @@ private slots:
         const qint64 before = processfacts::mostAddressesKiB();
         FFVideo video;
         // Where the container knows the size, the file does not open; where only the decoder does, it decodes nothing.
-        if (video.Open(qPrintable(path), true, FFVideo::FF_ACCESS_READ)) {
+        if (open(video, path)) {
             for (const int number : {0, 3, 150}) {
                 Picture picture;
                 QVERIFY(!video.Read(number, picture));
@@ -80,7 +80,7 @@ private slots:
         const QString path = writeFile(dir.path(), "grows.h264", h264 + hugestreams::h264(16000, 16000, 30));
         const qint64 before = processfacts::mostAddressesKiB();
         FFVideo video;
-        QVERIFY(video.Open(qPrintable(path), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, path));
         Picture picture;
         QVERIFY(video.Read(20, picture));
         picture.clear();
@@ -95,7 +95,7 @@ private slots:
         const QString path = makeWithFFmpeg(
             dir.path(), "8k.mkv", {"-f", "lavfi", "-i", "color=s=7680x4320", "-c:v", "ffv1", "-frames:v", "1"});
         FFVideo video;
-        QVERIFY(!path.isEmpty() && video.Open(qPrintable(path), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(!path.isEmpty() && open(video, path));
         QCOMPARE(video.width, 7680);
         QCOMPARE(video.height, 4320);
     }

@@ -1,11 +1,11 @@
 // Which kinds of files are opened. Every file here has the name of a recording.
 
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/singleinput.h"
-#include "video/ffvideo.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -62,7 +62,7 @@ private slots:
         const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, path));
         QFETCH(const QStringList, encoder);
         QCOMPARE(video.width, encoder.contains("720x576") ? 768 : 96);
         Picture picture;
@@ -96,7 +96,7 @@ private slots:
                                                 encoder + QStringList{"-f", format});
         QVERIFY(!path.isEmpty());
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, path));
         QVERIFY(video.hasAudio && video.audioCodec);
         Picture picture;
         QVERIFY(video.Read(1, picture));
@@ -113,7 +113,7 @@ private slots:
         content.replace(format, 2, QByteArray("\x35\x01", 2)); // in the place of PCM
         const QString path = writeFile(dir.path(), "sound.ts", content);
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, path));
         QCOMPARE(video.formatContext->nb_streams, 2U);
         QCOMPARE(video.formatContext->streams[1]->codecpar->codec_id, AV_CODEC_ID_ACELP_KELVIN);
         QVERIFY(!video.hasAudio && !video.audioCodec);
@@ -175,7 +175,7 @@ private slots:
         const QString path = made();
         QVERIFY(!path.isEmpty());
         FFVideo video;
-        QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(!open(video, path));
         QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
     }
 
@@ -201,7 +201,7 @@ private slots:
         QFETCH(QByteArray, content);
         const QString path = writeFile(dir.path(), "a.ts", content);
         FFVideo video;
-        QVERIFY(!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(!open(video, path));
         QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
     }
 

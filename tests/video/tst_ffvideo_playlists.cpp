@@ -1,9 +1,9 @@
 // A recording is one file. A playlist in its place opens no other file, and reading it always ends.
 
+#include "tests/support/openvideo.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
-#include "video/ffvideo.h"
 
 class TestFFVideoPlaylists : public QObject
 {
@@ -42,7 +42,7 @@ private slots:
         list.replace("%3", "segment.ts");
         const QString path = writeFile(dir.path(), "list.ts", list);
         FFVideo video;
-        if (!video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ))
+        if (!open(video, path))
             return;
         for (const int number : {0, 5, 150}) {
             Picture picture;

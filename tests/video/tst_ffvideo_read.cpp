@@ -1,10 +1,10 @@
 #include "tests/support/capturedoutput.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "video/ffmpeg/compat.h"
-#include "video/ffvideo.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -29,11 +29,6 @@ class TestFFVideoRead : public QObject
 
 private:
     QTemporaryDir folder;
-
-    static bool open(FFVideo &video, const QString &path)
-    {
-        return video.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ);
-    }
 
     QString make(const QString &name, const QString &size, const QStringList &encoder) const
     {

@@ -1,4 +1,5 @@
 #include "tests/support/memorytraces.h"
+#include "tests/support/openvideo.h"
 #include "tests/support/oracle.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
@@ -46,11 +47,6 @@ private:
             QTest::newRow(row.name) << index++;
     }
 
-    bool open(FFVideo &video, bool quick)
-    {
-        return video.Open(QFile::encodeName(path).constData(), quick, FFVideo::FF_ACCESS_READ);
-    }
-
     // Numbers to be read in an order that seeks.
     QVector<int> sought(QVector<int> numbers) const
     {
@@ -83,7 +79,7 @@ private slots:
     void read_deliversEveryPicture_forwardsAfterAQuickOpen()
     {
         FFVideo video;
-        QVERIFY(open(video, true));
+        QVERIFY(open(video, path));
         QCOMPARE(video.currentFrame, 0);
         const int end = readToTheEnd(video, 0, expected, capture.allowance);
         QVERIFY(end > expected.size() - 1 - kMostHeldBack);
@@ -97,9 +93,9 @@ private slots:
     void table_isTheSame_atOnceAndInSlices()
     {
         FFVideo atOnce;
-        QVERIFY(open(atOnce, false));
+        QVERIFY(open(atOnce, path, false));
         FFVideo inSlices;
-        QVERIFY(open(inSlices, true));
+        QVERIFY(open(inSlices, path));
         while (!inSlices.GetFramesUntilComplete(50))
             QVERIFY(!inSlices.endOfStream);
         QCOMPARE(inSlices.frameCount, atOnce.frameCount);
@@ -117,7 +113,7 @@ private slots:
     void read_deliversEveryPicture_backwardsWithAFullTable()
     {
         FFVideo video;
-        QVERIFY(open(video, false));
+        QVERIFY(open(video, path, false));
         QVERIFY(video.keyFrames.complete);
         const QVector<int> numbers = sought(descending(video.frameCount, capture.step));
         QCOMPARE(compareEach(video, numbers, expected, capture.allowance), QString());
@@ -127,7 +123,7 @@ private slots:
     void read_deliversEveryPicture_shuffledWithAFullTable()
     {
         FFVideo video;
-        QVERIFY(open(video, false));
+        QVERIFY(open(video, path, false));
         const QVector<int> numbers = sought(shuffled(video.frameCount, capture.step));
         QCOMPARE(compareEach(video, numbers, expected, capture.allowance), QString());
     }
@@ -136,7 +132,7 @@ private slots:
     void read_deliversOnlyRightPictures_shuffledWithAGrowingTable()
     {
         FFVideo video;
-        QVERIFY(open(video, true));
+        QVERIFY(open(video, path));
         int delivered = 0;
         const QVector<int> numbers = sought(shuffled(int(expected.size()) - kMostHeldBack, capture.step * 3));
         for (const int number : numbers) {
@@ -155,12 +151,12 @@ private slots:
         const QTemporaryDir folder;
         const QByteArray table = QFile::encodeName(folder.filePath("table.kft"));
         FFVideo indexed;
-        QVERIFY(open(indexed, false));
+        QVERIFY(open(indexed, path, false));
         QVERIFY(indexed.SaveKeyTable(table.constData(), true));
 
         FFVideo video;
         QVERIFY(video.LoadKeyTable(table.constData()));
-        QVERIFY(open(video, false));
+        QVERIFY(open(video, path, false));
         QCOMPARE(video.frameCount, indexed.frameCount);
         QCOMPARE(video.currentFrame, -1); // Nothing has been decoded.
         QCOMPARE(readToTheEnd(video, 0, expected, capture.allowance), indexed.frameCount);
@@ -172,14 +168,14 @@ private slots:
     void read_deliversEveryPicture_withATableThatWasSet_afterCloseAndOpen()
     {
         FFVideo video;
-        QVERIFY(open(video, false));
+        QVERIFY(open(video, path, false));
         const int frames = video.frameCount;
         KeyFrameTable table;
         QVERIFY(CopyKFT(&table, &video.keyFrames));
         QVERIFY(video.Close());
         QVERIFY(video.SetKeyTable(&table));
         ReleaseKFT(&table);
-        QVERIFY(open(video, true));
+        QVERIFY(open(video, path));
         QCOMPARE(video.frameCount, frames);
         const QVector<int> numbers = sought(shuffled(video.frameCount, capture.step * 3));
         QCOMPARE(compareEach(video, numbers, expected, capture.allowance), QString());
@@ -189,10 +185,10 @@ private slots:
     void read_deliversEveryPicture_afterCloseAndOpenOfAReaderThatHadNotReachedTheEnd()
     {
         FFVideo video;
-        QVERIFY(open(video, true));
+        QVERIFY(open(video, path));
         QCOMPARE(compareEach(video, {3, 4, 40}, expected, {0, capture.allowance.undefined}), QString());
         QVERIFY(video.Close());
-        QVERIFY(open(video, true));
+        QVERIFY(open(video, path));
         QVERIFY(readToTheEnd(video, 0, expected, capture.allowance) > expected.size() - 1 - kMostHeldBack);
     }
 };

@@ -1,3 +1,4 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/oracle.h"
 #include "tests/support/picture.h"
 #include "tests/support/testclass.h"
@@ -119,11 +120,6 @@ private:
 
     QTemporaryDir folder;
     QMap<QString, QString> paths;
-
-    static bool open(FFVideo &video, const QString &path, bool quick)
-    {
-        return video.Open(QFile::encodeName(path).constData(), quick, FFVideo::FF_ACCESS_READ);
-    }
 
     void addRows(std::initializer_list<const char *> names)
     {

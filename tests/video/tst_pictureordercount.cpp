@@ -1,10 +1,10 @@
+#include "tests/support/openvideo.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/streamset.h"
 #include "tests/video/videopackets.h"
 #include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
-#include "video/ffvideo.h"
 
 #include <algorithm>
 #include <memory>
@@ -89,7 +89,7 @@ private slots:
         if (path.isEmpty())
             QSKIP("The capture is not on this machine.");
         FFVideo opened;
-        QVERIFY(opened.Open(QFile::encodeName(path).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(opened, path));
         const AVCodecID codecId = opened.videoCodec->codec_id;
         QVERIFY(codingOf(codecId).has_value());
         const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(*codingOf(codecId));

@@ -11,8 +11,10 @@ namespace quorvale {
 
 namespace {
 
-constexpr std::ptrdiff_t kStartCodePrefix = 3; // bytes
+constexpr std::ptrdiff_t kStartCodePrefix = 3; // bytes: start_code_prefix, start_code_prefix_one_3bytes
 
+// By its first bytes: a start code value (ITU-T H.262, table 6-1), or the header of a NAL unit (ITU-T H.264, 7.3.1;
+// ITU-T H.265, 7.3.1.2).
 bool isSlice(VideoCoding coding, Bytes unit)
 {
     if (unit.size == 0)

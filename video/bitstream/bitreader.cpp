@@ -6,37 +6,37 @@ namespace quorvale {
 
 bool BitReader::loadByte()
 {
-    if (emulationPrevention == EmulationPrevention::Yes && zeros >= 2 && next < end && *next == 3) {
-        ++next; // emulation_prevention_three_byte
-        zeros = 0;
+    if (m_emulationPrevention == EmulationPrevention::Yes && m_zeros >= 2 && m_next < m_end && *m_next == 3) {
+        ++m_next; // emulation_prevention_three_byte
+        m_zeros = 0;
     }
-    if (next == end)
+    if (m_next == m_end)
         return false;
-    zeros = *next == 0 ? zeros + 1 : 0;
-    cache = cache << 8 | *next++;
-    cached += 8;
+    m_zeros = *m_next == 0 ? m_zeros + 1 : 0;
+    m_cache = m_cache << 8 | *m_next++;
+    m_cached += 8;
     return true;
 }
 
 std::uint32_t BitReader::readBits(int count)
 {
-    while (cached < count) {
+    while (m_cached < count) {
         if (!loadByte()) {
-            hasFailed = true;
-            cached = 0;
+            m_failed = true;
+            m_cached = 0;
             return 0;
         }
     }
-    cached -= count;
-    return static_cast<std::uint32_t>(cache >> cached & ((std::uint64_t{1} << count) - 1));
+    m_cached -= count;
+    return static_cast<std::uint32_t>(m_cache >> m_cached & ((std::uint64_t{1} << count) - 1));
 }
 
 std::uint32_t BitReader::readUe()
 {
     int leadingZeroBits = 0;
     while (!readFlag()) {
-        if (hasFailed || ++leadingZeroBits == 32) {
-            hasFailed = true;
+        if (m_failed || ++leadingZeroBits == 32) {
+            m_failed = true;
             return 0;
         }
     }
@@ -52,7 +52,7 @@ std::int32_t BitReader::readSe()
 
 void BitReader::skipBits(std::int64_t count)
 {
-    for (; count > 0 && !hasFailed; count -= 32)
+    for (; count > 0 && !m_failed; count -= 32)
         readBits(static_cast<int>(std::min<std::int64_t>(count, 32)));
 }
 

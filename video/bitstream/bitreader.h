@@ -16,9 +16,9 @@ public:
     enum class EmulationPrevention : bool { No, Yes };
 
     explicit BitReader(Bytes bytes, EmulationPrevention prevention = EmulationPrevention::Yes)
-        : next(bytes.data)
-        , end(bytes.data + bytes.size)
-        , emulationPrevention(prevention)
+        : m_next(bytes.data)
+        , m_end(bytes.data + bytes.size)
+        , m_emulationPrevention(prevention)
     {
     }
 
@@ -32,20 +32,20 @@ public:
     std::int32_t readSe();
     void skipBits(std::int64_t count);
 
-    [[nodiscard]] bool isByteAligned() const { return cached % 8 == 0; }
+    [[nodiscard]] bool isByteAligned() const { return m_cached % 8 == 0; }
     /// Whether more was read than there is, or a number that does not fit 32 bits.
-    [[nodiscard]] bool failed() const { return hasFailed; }
+    [[nodiscard]] bool failed() const { return m_failed; }
 
 private:
     bool loadByte();
 
-    const std::uint8_t *next;
-    const std::uint8_t *end;
-    std::uint64_t cache = 0; // the lowest `cached` bits are still to be read
-    int cached = 0;
-    int zeros = 0; // zero bytes right before `next`
-    EmulationPrevention emulationPrevention;
-    bool hasFailed = false;
+    const std::uint8_t *m_next;
+    const std::uint8_t *m_end;
+    std::uint64_t m_cache = 0; ///< the lowest m_cached bits are still to be read
+    int m_cached = 0;
+    int m_zeros = 0; ///< zero bytes right before m_next
+    EmulationPrevention m_emulationPrevention;
+    bool m_failed = false;
 };
 
 } // namespace quorvale

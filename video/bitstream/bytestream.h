@@ -23,8 +23,8 @@ class ByteStream
 {
 public:
     ByteStream(const std::uint8_t *bytes, std::int64_t size)
-        : end(bytes + size)
-        , unit(afterStartCodePrefix(bytes))
+        : m_end(bytes + size)
+        , m_unit(afterStartCodePrefix(bytes))
     {
     }
 
@@ -32,11 +32,11 @@ public:
     /// empty.
     bool next(Bytes &found)
     {
-        if (!unit)
+        if (!m_unit)
             return false;
-        const std::uint8_t *begin = unit;
-        unit = afterStartCodePrefix(begin);
-        const std::uint8_t *last = unit ? unit - kPrefixSize : end;
+        const std::uint8_t *begin = m_unit;
+        m_unit = afterStartCodePrefix(begin);
+        const std::uint8_t *last = m_unit ? m_unit - kPrefixSize : m_end;
         while (last > begin && last[-1] == 0)
             --last;
         found = {begin, last - begin};
@@ -49,10 +49,10 @@ private:
     // Looks for the byte 1: it is as rare as any other in compressed pictures, and memchr is fast.
     [[nodiscard]] const std::uint8_t *afterStartCodePrefix(const std::uint8_t *from) const
     {
-        if (!from || end - from < kPrefixSize)
+        if (!from || m_end - from < kPrefixSize)
             return nullptr;
-        for (const std::uint8_t *at = from + 2; at < end; ++at) {
-            at = static_cast<const std::uint8_t *>(std::memchr(at, 1, static_cast<std::size_t>(end - at)));
+        for (const std::uint8_t *at = from + 2; at < m_end; ++at) {
+            at = static_cast<const std::uint8_t *>(std::memchr(at, 1, static_cast<std::size_t>(m_end - at)));
             if (!at)
                 return nullptr;
             if (at[-1] == 0 && at[-2] == 0)
@@ -61,8 +61,8 @@ private:
         return nullptr;
     }
 
-    const std::uint8_t *end;
-    const std::uint8_t *unit;
+    const std::uint8_t *m_end;
+    const std::uint8_t *m_unit;
 };
 
 } // namespace quorvale

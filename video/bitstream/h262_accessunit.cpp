@@ -25,7 +25,7 @@ struct CodedPicture
     [[nodiscard]] bool isField() const { return structure != PictureStructure::Frame; }
 };
 
-// What has been seen of one access unit.
+// What has been seen of one access unit (6.2.2, video_sequence(), from one picture to the next).
 struct Contents
 {
     std::vector<CodedPicture> pictures;
@@ -67,6 +67,7 @@ void Contents::addExtension(Bytes bytes)
     }
 }
 
+// 6.1.2, 6.3.16
 void Contents::addSlice(int verticalPosition)
 {
     if (pictures.empty()) {
@@ -128,9 +129,9 @@ bool areFieldsOfOneFrame(const CodedPicture &first, const CodedPicture &second)
 std::int64_t AccessUnitReader::countOutput(bool isReference)
 {
     if (!isReference)
-        return (references - 1) * kMostBetweenReferences + ++picturesSinceReference;
-    picturesSinceReference = 0;
-    return ++references * kMostBetweenReferences;
+        return (m_references - 1) * kMostBetweenReferences + ++m_picturesSinceReference;
+    m_picturesSinceReference = 0;
+    return ++m_references * kMostBetweenReferences;
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
@@ -143,7 +144,7 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
         contents.add(bytes);
 
     if (contents.sequence.data)
-        parameterSets.note(static_cast<std::uint8_t>(StartCode::SequenceHeader), 0, contents.sequence, unit);
+        m_parameterSets.note(static_cast<std::uint8_t>(StartCode::SequenceHeader), 0, contents.sequence, unit);
     unit.parametersChanged = unit.parametersChanged || contents.changesParameters;
 
     const std::vector<CodedPicture> &pictures = contents.pictures;

@@ -16,9 +16,9 @@ public:
 private:
     std::int64_t countOutput(bool isReference);
 
-    ParameterSetHistory parameterSets;
-    std::int64_t references = 0;             // I and P pictures so far
-    std::int64_t picturesSinceReference = 0; // B pictures after the last of them
+    ParameterSetHistory m_parameterSets;
+    std::int64_t m_references = 0;             ///< I and P pictures so far
+    std::int64_t m_picturesSinceReference = 0; ///< B pictures after the last of them
 };
 
 } // namespace quorvale::h262

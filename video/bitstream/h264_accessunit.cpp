@@ -7,106 +7,112 @@
 
 namespace quorvale::h264 {
 
-namespace {
-
-// The slices of one access unit.
-struct Slices
+// What was found in one access unit.
+struct AccessUnitReader::Contents
 {
-    std::optional<SliceHeader> first;
+    std::optional<SliceHeader> first; // of its slices
     std::uint32_t latestFirstMb = 0;
-    bool areOnePicture = true;
-    bool areIntra = true;
-    bool haveB = false;
+    std::optional<RecoveryPoint> recoveryPoint;
+    bool isOnePicture = true; // whole, with nothing that does not belong to it
+    bool areIntra = true;     // all slices
+    bool haveB = false;       // any
 
-    void add(std::optional<SliceHeader> slice)
-    {
-        if (!slice) {
-            areOnePicture = false;
-            return;
-        }
-        // From the first macroblock on, in ascending order, and all of the same picture.
-        if (first ? !first->isOfSamePicture(*slice) || slice->firstMbInSlice <= latestFirstMb
-                  : slice->firstMbInSlice != 0)
-            areOnePicture = false;
-        latestFirstMb = slice->firstMbInSlice;
-        areIntra = areIntra && slice->sliceType == SliceType::I;
-        haveB = haveB || slice->sliceType == SliceType::B;
-        if (!first)
-            first = std::move(slice);
-    }
+    void add(std::optional<SliceHeader> slice);
+    [[nodiscard]] RandomAccess randomAccess() const;
 };
 
-RandomAccess randomAccessAt(const Slices &slices, const std::optional<RecoveryPoint> &point)
+void AccessUnitReader::Contents::add(std::optional<SliceHeader> slice)
 {
-    if (slices.first->idrPicFlag)
-        return RandomAccess::Idr;
-    // Later than at once is gradual refresh: the picture itself is not output after a random access.
-    if (!slices.areIntra || !point || point->recoveryFrameCnt != 0 || point->brokenLink)
-        return RandomAccess::None;
-    return point->exactMatch ? RandomAccess::RecoveryPoint : RandomAccess::InexactRecoveryPoint;
+    if (!slice) {
+        isOnePicture = false;
+        return;
+    }
+    // From the first macroblock on, in ascending order, and all of the same picture.
+    if (first ? !first->isOfSamePicture(*slice) || slice->firstMbInSlice <= latestFirstMb : slice->firstMbInSlice != 0)
+        isOnePicture = false;
+    latestFirstMb = slice->firstMbInSlice;
+    areIntra = areIntra && slice->sliceType == SliceType::I;
+    haveB = haveB || slice->sliceType == SliceType::B;
+    if (!first)
+        first = std::move(slice);
 }
 
-} // namespace
+RandomAccess AccessUnitReader::Contents::randomAccess() const
+{
+    if (first->idrPicFlag)
+        return RandomAccess::Idr;
+    // Later than at once is gradual refresh: the picture itself is not output after a random access.
+    if (!areIntra || !recoveryPoint || recoveryPoint->recoveryFrameCnt != 0 || recoveryPoint->brokenLink)
+        return RandomAccess::None;
+    return recoveryPoint->exactMatch ? RandomAccess::RecoveryPoint : RandomAccess::InexactRecoveryPoint;
+}
 
 void AccessUnitReader::readSps(Bytes bytes, AccessUnit &unit)
 {
     takeParameterSet(parseSps(parseNalUnit(bytes).reader()), static_cast<std::uint8_t>(NalUnitType::Sps), bytes,
-                     spsTable, parameterSets, unit);
+                     m_spsTable, m_parameterSets, unit);
 }
 
 void AccessUnitReader::readPps(Bytes bytes, AccessUnit &unit)
 {
     takeParameterSet(parsePps(parseNalUnit(bytes).reader()), static_cast<std::uint8_t>(NalUnitType::Pps), bytes,
-                     ppsTable, parameterSets, unit);
+                     m_ppsTable, m_parameterSets, unit);
+}
+
+// ITU-T H.264, 7.4.1.2.3
+void AccessUnitReader::readNalUnit(Bytes bytes, Contents &contents, AccessUnit &unit)
+{
+    if (bytes.size < 2) {
+        contents.isOnePicture = false;
+        return;
+    }
+    const NalUnit nal = parseNalUnit(bytes);
+    if (nal.type == NalUnitType::Sei && findSeiPayload(nal.reader(), kFilmGrainPayload))
+        m_hasFilmGrain = true;
+    const bool beforeSlices = !contents.first; // What comes after a slice and is none belongs to the next picture.
+    if (nal.forbiddenZeroBit)
+        contents.isOnePicture = false;
+    else if (nal.type == NalUnitType::NonIdrSlice || nal.type == NalUnitType::IdrSlice)
+        contents.add(parseSliceHeader(nal, m_spsTable, m_ppsTable));
+    else if (beforeSlices && nal.type == NalUnitType::Sps)
+        readSps(bytes, unit);
+    else if (beforeSlices && nal.type == NalUnitType::Pps)
+        readPps(bytes, unit);
+    else if (beforeSlices && nal.type == NalUnitType::Sei)
+        contents.recoveryPoint = contents.recoveryPoint ? contents.recoveryPoint : findRecoveryPoint(nal.reader());
+    else if (nal.type != NalUnitType::FillerData && !(beforeSlices && nal.type == NalUnitType::AccessUnitDelimiter))
+        contents.isOnePicture = false; // data partitions, ends of sequences, extensions
+}
+
+void AccessUnitReader::describe(const Contents &contents, std::int64_t pictureOrderCount, AccessUnit &unit)
+{
+    const SliceHeader &slice = *contents.first;
+    unit.onePicture = true;
+    unit.structure = slice.structure;
+    unit.randomAccess = contents.randomAccess();
+    unit.isReference = slice.nalRefIdc != 0;
+    unit.hasBSlices = contents.haveB;
+    unit.startsSequence = slice.idrPicFlag || slice.hasMemoryManagementControl5();
+    unit.pictureOrderCount = pictureOrderCount;
+    // 7.4.3: after memory_management_control_operation 5 the picture is taken to have had frame_num 0.
+    unit.frameNum = slice.hasMemoryManagementControl5() ? 0 : slice.frameNum;
 }
 
 AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
 {
     AccessUnit unit;
-    Slices slices;
-    std::optional<RecoveryPoint> recoveryPoint;
-    bool wellFormed = true;
-
+    Contents contents;
     ByteStream stream(data, static_cast<std::int64_t>(size));
     Bytes bytes;
-    while (stream.next(bytes)) {
-        if (bytes.size < 2) {
-            wellFormed = false;
-            continue;
-        }
-        const NalUnit nal = parseNalUnit(bytes);
-        if (nal.type == NalUnitType::Sei && findSeiPayload(nal.reader(), kFilmGrainPayload))
-            hasFilmGrain = true;
-        const bool beforeSlices = !slices.first; // What comes after a slice and is none belongs to the next picture.
-        if (nal.forbiddenZeroBit)
-            wellFormed = false;
-        else if (nal.type == NalUnitType::NonIdrSlice || nal.type == NalUnitType::IdrSlice)
-            slices.add(parseSliceHeader(nal, spsTable, ppsTable));
-        else if (beforeSlices && nal.type == NalUnitType::Sps)
-            readSps(bytes, unit);
-        else if (beforeSlices && nal.type == NalUnitType::Pps)
-            readPps(bytes, unit);
-        else if (beforeSlices && nal.type == NalUnitType::Sei)
-            recoveryPoint = recoveryPoint ? recoveryPoint : findRecoveryPoint(nal.reader());
-        else if (nal.type != NalUnitType::FillerData && !(beforeSlices && nal.type == NalUnitType::AccessUnitDelimiter))
-            wellFormed = false; // data partitions, ends of sequences, extensions
-    }
-    if (!slices.first)
+    while (stream.next(bytes))
+        readNalUnit(bytes, contents, unit);
+    if (!contents.first)
         return unit;
-    const SliceHeader &slice = *slices.first;
-    const std::optional<std::int64_t> count = pictureOrderCounter.next(slice, *spsTable.at(slice.spsId));
+    const SliceHeader &slice = *contents.first;
+    const std::optional<std::int64_t> count = m_pictureOrderCounter.next(slice, *m_spsTable.at(slice.spsId));
     unit.mayWithholdOutput = slice.noOutputOfPriorPics;
-    if (!wellFormed || hasFilmGrain || !slices.areOnePicture || !count)
-        return unit;
-    unit.onePicture = true;
-    unit.structure = slice.structure;
-    unit.randomAccess = randomAccessAt(slices, recoveryPoint);
-    unit.isReference = slice.nalRefIdc != 0;
-    unit.hasBSlices = slices.haveB;
-    unit.startsSequence = slice.idrPicFlag || slice.hasMemoryManagementControl5();
-    unit.pictureOrderCount = *count;
-    // 7.4.3: after memory_management_control_operation 5 the picture is taken to have had frame_num 0.
-    unit.frameNum = slice.hasMemoryManagementControl5() ? 0 : slice.frameNum;
+    if (contents.isOnePicture && !m_hasFilmGrain && count)
+        describe(contents, *count, unit);
     return unit;
 }
 

@@ -14,14 +14,18 @@ public:
     [[nodiscard]] AccessUnit read(const std::uint8_t *data, std::size_t size) override;
 
 private:
+    struct Contents;
+
+    void readNalUnit(Bytes bytes, Contents &contents, AccessUnit &unit);
     void readSps(Bytes bytes, AccessUnit &unit);
     void readPps(Bytes bytes, AccessUnit &unit);
+    static void describe(const Contents &contents, std::int64_t pictureOrderCount, AccessUnit &unit);
 
-    SpsTable spsTable;
-    PpsTable ppsTable;
-    ParameterSetHistory parameterSets;
-    PictureOrderCounter pictureOrderCounter;
-    bool hasFilmGrain = false; // from here on: decoders add it, also to later pictures, and forget it in a seek
+    SpsTable m_spsTable;
+    PpsTable m_ppsTable;
+    ParameterSetHistory m_parameterSets;
+    PictureOrderCounter m_pictureOrderCounter;
+    bool m_hasFilmGrain = false; ///< from here on: decoders add it, also to later pictures, and forget it in a seek
 };
 
 } // namespace quorvale::h264

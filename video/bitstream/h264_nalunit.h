@@ -35,7 +35,7 @@ struct NalUnit
     [[nodiscard]] BitReader reader() const { return BitReader(payload); }
 };
 
-/// `bytes`: at least one.
+/// ITU-T H.264, 7.3.1, nal_unit(). `bytes`: at least one.
 [[nodiscard]] inline NalUnit parseNalUnit(Bytes bytes)
 {
     const std::uint8_t header = bytes.data[0];

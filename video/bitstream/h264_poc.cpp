@@ -17,17 +17,17 @@ bool isPicOrderCnt(std::int64_t count)
 PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type0(const SliceHeader &slice, const Sps &sps)
 {
     if (slice.idrPicFlag)
-        prevPicOrderCntMsb = prevPicOrderCntLsb = 0;
+        m_prevPicOrderCntMsb = m_prevPicOrderCntLsb = 0;
     const std::int64_t maxLsb = sps.maxPicOrderCntLsb();
     const std::int64_t lsb = slice.picOrderCntLsb;
-    std::int64_t picOrderCntMsb = prevPicOrderCntMsb;
-    if (lsb < prevPicOrderCntLsb && prevPicOrderCntLsb - lsb >= maxLsb / 2)
+    std::int64_t picOrderCntMsb = m_prevPicOrderCntMsb;
+    if (lsb < m_prevPicOrderCntLsb && m_prevPicOrderCntLsb - lsb >= maxLsb / 2)
         picOrderCntMsb += maxLsb;
-    else if (lsb > prevPicOrderCntLsb && lsb - prevPicOrderCntLsb > maxLsb / 2)
+    else if (lsb > m_prevPicOrderCntLsb && lsb - m_prevPicOrderCntLsb > maxLsb / 2)
         picOrderCntMsb -= maxLsb;
     if (slice.nalRefIdc != 0) {
-        prevPicOrderCntMsb = picOrderCntMsb;
-        prevPicOrderCntLsb = lsb;
+        m_prevPicOrderCntMsb = picOrderCntMsb;
+        m_prevPicOrderCntLsb = lsb;
     }
     const std::int64_t count = picOrderCntMsb + lsb;
     return {count, count + slice.deltaPicOrderCntBottom};
@@ -37,16 +37,16 @@ PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type0(const SliceHead
 void PictureOrderCounter::advanceFrameNumOffset(const SliceHeader &slice, const Sps &sps)
 {
     if (slice.idrPicFlag)
-        frameNumOffset = 0;
-    else if (prevFrameNum > slice.frameNum)
-        frameNumOffset += sps.maxFrameNum();
+        m_frameNumOffset = 0;
+    else if (m_prevFrameNum > slice.frameNum)
+        m_frameNumOffset += sps.maxFrameNum();
 }
 
 // ITU-T H.264, 8.2.1.2
 PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type1(const SliceHeader &slice, const Sps &sps)
 {
     const auto cycleLength = static_cast<std::int64_t>(sps.offsetForRefFrame.size());
-    std::int64_t absFrameNum = cycleLength != 0 ? frameNumOffset + slice.frameNum : 0;
+    std::int64_t absFrameNum = cycleLength != 0 ? m_frameNumOffset + slice.frameNum : 0;
     if (slice.nalRefIdc == 0 && absFrameNum > 0)
         --absFrameNum;
     std::int64_t expectedPicOrderCnt = 0;
@@ -70,7 +70,7 @@ PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type2(const SliceHead
 {
     // tempPicOrderCnt
     const std::int64_t count =
-        slice.idrPicFlag ? 0 : 2 * (frameNumOffset + slice.frameNum) - (slice.nalRefIdc == 0 ? 1 : 0);
+        slice.idrPicFlag ? 0 : 2 * (m_frameNumOffset + slice.frameNum) - (slice.nalRefIdc == 0 ? 1 : 0);
     return {count, count};
 }
 
@@ -78,24 +78,24 @@ PictureOrderCounter::FieldOrderCounts PictureOrderCounter::type2(const SliceHead
 std::optional<std::int64_t> PictureOrderCounter::next(const SliceHeader &slice, const Sps &sps)
 {
     advanceFrameNumOffset(slice, sps);
-    prevFrameNum = slice.frameNum;
+    m_prevFrameNum = slice.frameNum;
     FieldOrderCounts counts = sps.picOrderCntType == 0   ? type0(slice, sps)
                               : sps.picOrderCntType == 1 ? type1(slice, sps)
                                                          : type2(slice, sps);
     const bool isTop = slice.structure != PictureStructure::BottomField;
     const bool isBottom = slice.structure != PictureStructure::TopField;
     std::int64_t count = isTop && isBottom ? std::min(counts.top, counts.bottom) : isTop ? counts.top : counts.bottom;
-    if (!isPicOrderCnt(count) || !isPicOrderCnt(frameNumOffset)) {
+    if (!isPicOrderCnt(count) || !isPicOrderCnt(m_frameNumOffset)) {
         *this = PictureOrderCounter();
         return std::nullopt;
     }
     if (slice.hasMemoryManagementControl5()) {
         counts.top -= count; // tempPicOrderCnt
         // 7.4.3: the picture is then taken to have had frame_num 0.
-        prevFrameNum = 0;
-        frameNumOffset = 0;
-        prevPicOrderCntMsb = 0;
-        prevPicOrderCntLsb = isTop ? counts.top : 0;
+        m_prevFrameNum = 0;
+        m_frameNumOffset = 0;
+        m_prevPicOrderCntMsb = 0;
+        m_prevPicOrderCntLsb = isTop ? counts.top : 0;
         count = 0;
     }
     return count;

@@ -20,8 +20,8 @@ public:
 private:
     struct FieldOrderCounts
     {
-        std::int64_t top = 0;    // TopFieldOrderCnt
-        std::int64_t bottom = 0; // BottomFieldOrderCnt
+        std::int64_t top = 0;    ///< TopFieldOrderCnt
+        std::int64_t bottom = 0; ///< BottomFieldOrderCnt
     };
 
     FieldOrderCounts type0(const SliceHeader &slice, const Sps &sps);
@@ -30,11 +30,11 @@ private:
     void advanceFrameNumOffset(const SliceHeader &slice, const Sps &sps);
 
     // Of the latest picture that others may refer to
-    std::int64_t prevPicOrderCntMsb = 0;
-    std::int64_t prevPicOrderCntLsb = 0;
+    std::int64_t m_prevPicOrderCntMsb = 0;
+    std::int64_t m_prevPicOrderCntLsb = 0;
     // Of the latest picture
-    std::uint32_t prevFrameNum = 0;
-    std::int64_t frameNumOffset = 0; // FrameNumOffset
+    std::uint32_t m_prevFrameNum = 0;
+    std::int64_t m_frameNumOffset = 0; ///< FrameNumOffset
 };
 
 } // namespace quorvale::h264

@@ -14,17 +14,20 @@ public:
     [[nodiscard]] AccessUnit read(const std::uint8_t *data, std::size_t size) override;
 
 private:
+    struct Contents;
+
+    void readNalUnit(Bytes bytes, Contents &contents, AccessUnit &unit);
     void readVps(Bytes bytes, AccessUnit &unit);
     void readSps(Bytes bytes, AccessUnit &unit);
     void readPps(Bytes bytes, AccessUnit &unit);
     void describe(const SliceHeader &slice, const PictureOrderCounter::Picture &picture, AccessUnit &unit) const;
 
-    SpsTable spsTable;
-    PpsTable ppsTable;
-    ParameterSetHistory parameterSets;
-    PictureOrderCounter pictureOrderCounter;
-    bool hasFilmGrain = false; // from here on: decoders add it, also to later pictures, and forget it in a seek
-    bool irapIsBla = false;    // the latest one, with which RASL pictures are associated
+    SpsTable m_spsTable;
+    PpsTable m_ppsTable;
+    ParameterSetHistory m_parameterSets;
+    PictureOrderCounter m_pictureOrderCounter;
+    bool m_hasFilmGrain = false; ///< from here on: decoders add it, also to later pictures, and forget it in a seek
+    bool m_irapIsBla = false;    ///< the latest one, with which RASL pictures are associated
 };
 
 } // namespace quorvale::hevc

@@ -87,7 +87,7 @@ struct NalUnit
     [[nodiscard]] BitReader reader() const { return BitReader(payload); }
 };
 
-/// `bytes`: at least kHeaderSize.
+/// ITU-T H.265, 7.3.1.1, nal_unit(). `bytes`: at least kHeaderSize.
 [[nodiscard]] inline NalUnit parseNalUnit(Bytes bytes)
 {
     NalUnit nal;

@@ -6,18 +6,18 @@ namespace quorvale::hevc {
 PictureOrderCounter::Picture PictureOrderCounter::next(const SliceHeader &slice, const Sps &sps)
 {
     Picture picture;
-    picture.followsEndOfSequence = sequenceEnded;
+    picture.followsEndOfSequence = m_sequenceEnded;
     // 8.1.3: NoRaslOutputFlag
     picture.startsSequence =
-        isIrap(slice.nalUnitType) && (slice.nalUnitType != NalUnitType::Cra || isFirst || sequenceEnded);
-    isFirst = sequenceEnded = false;
+        isIrap(slice.nalUnitType) && (slice.nalUnitType != NalUnitType::Cra || m_isFirst || m_sequenceEnded);
+    m_isFirst = m_sequenceEnded = false;
 
     const std::int64_t maxLsb = sps.maxPicOrderCntLsb();
     const std::int64_t lsb = slice.picOrderCntLsb;
     std::int64_t picOrderCntMsb = 0;
     if (!picture.startsSequence) {
-        const std::int64_t prevLsb = prevTid0PicOrderCnt & (maxLsb - 1);
-        picOrderCntMsb = prevTid0PicOrderCnt - prevLsb;
+        const std::int64_t prevLsb = m_prevTid0PicOrderCnt & (maxLsb - 1);
+        picOrderCntMsb = m_prevTid0PicOrderCnt - prevLsb;
         if (lsb < prevLsb && prevLsb - lsb >= maxLsb / 2)
             picOrderCntMsb += maxLsb;
         else if (lsb > prevLsb && lsb - prevLsb > maxLsb / 2)
@@ -27,7 +27,7 @@ PictureOrderCounter::Picture PictureOrderCounter::next(const SliceHeader &slice,
     picture.isPrevTid0Pic = slice.temporalId == 0 && !isRasl(slice.nalUnitType) && !isRadl(slice.nalUnitType) &&
                             !isSubLayerNonReference(slice.nalUnitType);
     if (picture.isPrevTid0Pic)
-        prevTid0PicOrderCnt = picture.count;
+        m_prevTid0PicOrderCnt = picture.count;
     return picture;
 }
 

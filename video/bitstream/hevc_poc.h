@@ -23,12 +23,12 @@ public:
     /// The picture with this header of its first slice segment.
     [[nodiscard]] Picture next(const SliceHeader &slice, const Sps &sps);
     /// An end of sequence or end of bitstream NAL unit was seen.
-    void endSequence() { sequenceEnded = true; }
+    void endSequence() { m_sequenceEnded = true; }
 
 private:
-    std::int64_t prevTid0PicOrderCnt = 0; // PicOrderCntVal of prevTid0Pic
-    bool isFirst = true;                  // in the stream
-    bool sequenceEnded = false;
+    std::int64_t m_prevTid0PicOrderCnt = 0; ///< PicOrderCntVal of prevTid0Pic
+    bool m_isFirst = true;                  ///< in the stream
+    bool m_sequenceEnded = false;
 };
 
 /// The pictures that the one of count `count` may refer to itself (8.3.2: PocStCurrBefore, PocStCurrAfter, PocLtCurr).

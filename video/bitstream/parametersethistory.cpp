@@ -7,13 +7,13 @@ namespace quorvale {
 ParameterSetHistory::Novelty ParameterSetHistory::note(std::uint32_t key, Bytes set)
 {
     if (set.size > kLargestSet) {
-        known.erase(key);
+        m_known.erase(key);
         return Novelty::Changed;
     }
     const std::uint8_t *end = set.data + set.size;
-    const auto found = known.find(key);
-    if (found == known.end()) {
-        known.emplace(key, std::vector<std::uint8_t>(set.data, end));
+    const auto found = m_known.find(key);
+    if (found == m_known.end()) {
+        m_known.emplace(key, std::vector<std::uint8_t>(set.data, end));
         return Novelty::New;
     }
     if (std::equal(found->second.begin(), found->second.end(), set.data, end))

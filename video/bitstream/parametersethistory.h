@@ -28,7 +28,7 @@ public:
     void note(std::uint8_t nalUnitType, std::uint32_t id, Bytes set, AccessUnit &unit);
 
 private:
-    std::map<std::uint32_t, std::vector<std::uint8_t>> known;
+    std::map<std::uint32_t, std::vector<std::uint8_t>> m_known;
 };
 
 /// What was read of an SPS or a PPS.

@@ -104,7 +104,7 @@ private:
 
     bool hasFirstAnchor();
     bool bridge(Anchor &from);
-    bool searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort);
+    bool searchAnchor(PictureIndex after, bool isBridge, PictureIndex last);
     std::optional<Candidate> candidate(PictureIndex after, std::size_t passedOver, bool isBridge);
     [[nodiscard]] Verdict judge(const Candidate &candidate) const;
 

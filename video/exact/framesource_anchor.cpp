@@ -15,11 +15,11 @@ constexpr std::int64_t kProof = 16;
 constexpr std::int64_t kProofAfterDamage = 32;
 constexpr std::int64_t kLongProofAfterDamage = 64; // from a point that is no IDR, BLA or CRA picture
 
-constexpr std::int64_t kMostBeforeStretch = 300; // pictures before the first stretch is to begin
-constexpr std::int64_t kLeastEffort = 48;        // pictures that are decoded in search of the first anchor at least
-constexpr std::int64_t kEffortDivisor = 12;      // of what decoding everything costs, where that is more
-constexpr std::int64_t kBeyondBridge = 64;       // pictures that a bridge may be longer than it looked
-constexpr std::int64_t kBeyondHorizon = 100;     // pictures after the wanted one in which an anchor is still looked for
+constexpr PictureIndex kLastBeforeStretch{std::int64_t{300}}; // where the first stretch is to have begun
+constexpr std::int64_t kLeastEffort = 48;    // pictures that are decoded in search of the first anchor at least
+constexpr std::int64_t kEffortDivisor = 12;  // of what decoding everything costs, where that is more
+constexpr std::int64_t kBeyondBridge = 64;   // pictures that a bridge may be longer than it looked
+constexpr std::int64_t kBeyondHorizon = 100; // pictures after the wanted one in which an anchor is still looked for
 
 } // namespace
 
@@ -38,15 +38,15 @@ bool FrameSource::hasFirstAnchor()
     if (!m_anchors.empty() || m_hopeless)
         return !m_anchors.empty();
     m_hopeless = true;
-    while (m_scan.stretches().count() == 0 && pictures().pictureEnd().value() < kMostBeforeStretch && m_scan.readOn()) {
+    while (m_scan.stretches().count() == 0 && pictures().pictureEnd() < kLastBeforeStretch && m_scan.readOn()) {
     }
     if (m_scan.stretches().count() == 0)
         return false;
-    const std::int64_t effort = std::max(kLeastEffort, m_horizon.value() / kEffortDivisor);
-    const std::optional<Candidate> first = candidate(PictureIndex(std::int64_t{-1}), 0, false);
-    if (!first || first->point.picture.value() + kProof > effort)
+    const PictureIndex last(std::max(kLeastEffort, m_horizon.value() / kEffortDivisor));
+    const std::optional<Candidate> first = candidate(kBeforeFirstPicture, 0, false);
+    if (!first || first->point.picture + kProof > last)
         return false;
-    return beginFromStart() && searchAnchor(PictureIndex(std::int64_t{-1}), false, effort);
+    return beginFromStart() && searchAnchor(kBeforeFirstPicture, false, last);
 }
 
 // Decodes through a doubt, from the last random access point well before it on.
@@ -84,14 +84,14 @@ bool FrameSource::bridge(Anchor &from)
                                              from.numberAt(entry->place), start->ways);
     m_literalFromStart = false;
     const std::int64_t before = m_counters.picturesDecoded;
-    const bool isFound = searchAnchor(trouble, true, entry->picture.value() + std::min(effort, cost + kBeyondBridge));
+    const bool isFound = searchAnchor(trouble, true, entry->picture + std::min(effort, cost + kBeyondBridge));
     m_onBridges += m_counters.picturesDecoded - before;
     m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
     return isFound;
 }
 
-// Decodes on until a random access point after picture `after` is proven, but not beyond coded picture `effort`.
-bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t effort)
+// Decodes on until a random access point after picture `after` is proven, but not beyond picture `last`.
+bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex last)
 {
     for (std::size_t refuted = 0;; ++refuted) {
         const std::optional<Candidate> found = candidate(after, refuted, isBridge);
@@ -99,9 +99,9 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t e
             return false;
         Verdict verdict = judge(*found);
         while (verdict == Verdict::Open) {
-            if (m_literal->position().value() >= effort)
+            if (m_literal->position() >= last)
                 return false;
-            const LiteralRun::Step step = decodeLiterally(PictureIndex(effort + kMostDelay));
+            const LiteralRun::Step step = decodeLiterally(last + kMostDelay);
             if (step == LiteralRun::Step::NeedsPacket && m_literalFromStart)
                 endAt(m_literal->end(), m_horizon);
             if (step != LiteralRun::Step::Picture)
@@ -123,16 +123,16 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, std::int64_t e
 // The next random access point after picture `after` with enough pictures for a proof, after `passedOver` others.
 std::optional<FrameSource::Candidate> FrameSource::candidate(PictureIndex after, std::size_t passedOver, bool isBridge)
 {
-    const std::int64_t farthest = std::max(after.value(), m_horizon.value()) + kBeyondHorizon;
+    const PictureIndex farthest = std::max(after, pictureNear(m_horizon)) + kBeyondHorizon;
     for (std::size_t i = 0;; ++i) {
-        while (i >= m_scan.stretches().count() && pictures().pictureEnd().value() < farthest && m_scan.readOn()) {
+        while (i >= m_scan.stretches().count() && pictures().pictureEnd() < farthest && m_scan.readOn()) {
         }
         if (i >= m_scan.stretches().count())
             return std::nullopt;
         const Stretch &home = m_scan.stretches().at(i);
         for (std::size_t point = 0;; ++point) {
-            while (home.entryPoints().size() <= point && !home.isClosed() &&
-                   pictures().pictureEnd().value() < farthest && m_scan.readOn()) {
+            while (home.entryPoints().size() <= point && !home.isClosed() && pictures().pictureEnd() < farthest &&
+                   m_scan.readOn()) {
             }
             if (home.entryPoints().size() <= point)
                 break;

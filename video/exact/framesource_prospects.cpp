@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::int64_t kInVainDivisor = 10; // of the pictures to the farthest one: so many may be decoded in vain
 constexpr std::int64_t kBridgeDivisor = 2;  // likewise: so many may be decoded on bridges
-constexpr std::int64_t kForeseenBridgeDivisor = 3; // likewise, as far as can be told before the first
-constexpr std::int64_t kWorthAfterBridge = 300;    // pictures for which reading exactly is taken up again
-constexpr std::int64_t kWorthAnEnd = 100;          // pictures of a file whose end is found by less than all of them
-constexpr std::int64_t kLongestWay = 300;          // pictures from an entry point; from the start on is no dearer
-constexpr std::int64_t kLookedAtAfter = 33;        // pictures after a target that a doubt must not be in
+constexpr std::int64_t kForeseenBridgeDivisor = 3;     // likewise, as far as can be told before the first
+constexpr std::int64_t kWorthAfterBridge = 300;        // pictures for which reading exactly is taken up again
+constexpr PictureIndex kWorthAnEnd{std::int64_t{100}}; // a file that ends before it is decoded as a whole for its end
+constexpr std::int64_t kLongestWay = 300;              // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kLookedAtAfter = 33;            // pictures after a target that a doubt must not be in
 constexpr std::int64_t kScannedAfter = 2 * kLookedAtAfter; // so that what casts a doubt on them was seen
 
 } // namespace
@@ -35,7 +35,7 @@ void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 void FrameSource::lookAtProspects()
 {
     for (const FrameNumber number : std::exchange(m_announced, {})) {
-        while (pictures().pictureEnd().value() <= number.value() + kScannedAfter && m_scan.readOn(&m_kept)) {
+        while (pictures().pictureEnd() <= pictureNear(number) + kScannedAfter && m_scan.readOn(&m_kept)) {
         }
         if (m_scan.hasFailed() || !isSurelyRefused(number)) {
             m_toLoad.push_back(number);
@@ -50,18 +50,19 @@ void FrameSource::lookAtProspects()
     loadAhead();
 }
 
-// As far as can be told before numbers are known; pictures are as many as their numbers say, or a few more.
+// As far as can be told before numbers are known.
 bool FrameSource::isSurelyRefused(FrameNumber number) const
 {
-    const std::int64_t end = pictures().pictureEnd().value();
-    if (number.value() >= end)
+    const PictureIndex target = pictureNear(number);
+    const PictureIndex end = pictures().pictureEnd();
+    if (target >= end)
         return !isUndoubted() || (!pictures().isUndoubted() && end < kWorthAnEnd);
-    PictureIndex first(number.value());
+    PictureIndex first = target;
     while (first > PictureIndex() && pictures().picture(first).randomAccess == RandomAccess::None)
         first = first - 1;
-    if (number.value() - first.value() > kLongestWay)
+    if (target - first > kLongestWay)
         return true;
-    const PictureIndex last(std::min(end - kLookedAtAfter / 2, number.value() + kLookedAtAfter));
+    const PictureIndex last = std::min(end - kLookedAtAfter / 2, target + kLookedAtAfter);
     for (PictureIndex i = first; i < last; ++i) {
         if (pictures().picture(i).doubts != 0)
             return true;

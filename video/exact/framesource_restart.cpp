@@ -52,7 +52,9 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
         point->place.value() + kCompared > place.value() / kTestEffortDivisor)
         return;
     const EntryPoint tested = *point; // a copy: scanning adds points
+    const std::int64_t before = m_counters.picturesDecoded;
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
+    m_inVain += m_inexact == Trust::No ? m_counters.picturesDecoded - before : 0;
 }
 
 // While the first decoder goes on, the second one decodes on a thread.

@@ -41,7 +41,7 @@ public:
 
     /// The coded picture whose packet was sent last.
     [[nodiscard]] PictureIndex position() const { return m_picture; }
-    /// The last picture up to which the decoder found something wrong; -1 where it did not.
+    /// The last picture up to which the decoder found something wrong; kBeforeFirstPicture where it did not.
     [[nodiscard]] PictureIndex lastTrouble() const { return m_lastTrouble; }
     [[nodiscard]] std::int64_t depth() const { return m_worker->decoding.depth(); }
     /// Hands the worker on; nothing can be decoded afterwards.
@@ -60,7 +60,7 @@ private:
     std::vector<PictureIndex> m_shown;
     PictureIndex m_picture;
     PacketIndex m_next;
-    PictureIndex m_lastTrouble = PictureIndex(std::int64_t{-1});
+    PictureIndex m_lastTrouble = kBeforeFirstPicture;
     int m_failuresInARow = 0;
 };
 

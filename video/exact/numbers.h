@@ -48,4 +48,12 @@ using PictureIndex = Index<struct PictureKind>; ///< of the coded pictures, in d
 using OutputIndex = Index<struct OutputKind>;   ///< of the pictures of one stretch, in output order
 using FrameNumber = Index<struct FrameKind>;    ///< of the pictures that the decoder hands out for the whole file
 
+inline constexpr PictureIndex kBeforeFirstPicture{std::int64_t{-1}};
+
+/// The coded picture that has a number, or one a little before it: some pictures never come out.
+[[nodiscard]] constexpr PictureIndex pictureNear(FrameNumber number)
+{
+    return PictureIndex(number.value());
+}
+
 } // namespace quorvale

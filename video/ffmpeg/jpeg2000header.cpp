@@ -60,6 +60,7 @@ public:
     {
     }
 
+    // ITU-T T.800, A.3, as the clauses below
     std::optional<Jpeg2000Header> read()
     {
         if (!findCodestream())
@@ -137,6 +138,7 @@ private:
         }
     }
 
+    // A.5.1
     bool readSize()
     {
         m_bytes.read(2); // Rsiz
@@ -165,6 +167,7 @@ private:
         return components > 0;
     }
 
+    // A.6.1
     bool readDefaultStyle()
     {
         const bool hasPrecincts = (m_bytes.read(1) & 1) != 0; // Scod
@@ -180,6 +183,7 @@ private:
         return true;
     }
 
+    // A.6.2
     bool readComponentStyle()
     {
         const std::size_t component = m_bytes.read(1);

@@ -32,7 +32,7 @@ bool isSegment(FileBytes &file, std::int64_t key)
            file.number(key + 12, 4) == kSegment[2];
 }
 
-// Its length is written in one byte, or in as many as the first says.
+// SMPTE ST 377-1, 11.2. The length is written in one byte, or in as many as the first says.
 std::int64_t segmentBytes(FileBytes &file, std::int64_t key, std::int64_t most)
 {
     if (!isSegment(file, key))
