@@ -15,6 +15,7 @@ constexpr std::int64_t kForeseenBridgeDivisor = 3;     // likewise, as far as ca
 constexpr std::int64_t kWorthAfterBridge = 300;        // pictures for which reading exactly is taken up again
 constexpr PictureIndex kWorthAnEnd{std::int64_t{100}}; // a file that ends before it is decoded as a whole for its end
 constexpr std::int64_t kLongestWay = 300;              // pictures from an entry point; from the start on is no dearer
+constexpr std::int64_t kUsualWay = 24;                 // pictures that are decoded for one in the groups of broadcasts
 constexpr std::int64_t kLookedAtAfter = 33;            // pictures after a target that a doubt must not be in
 constexpr std::int64_t kScannedAfter = 2 * kLookedAtAfter; // so that what casts a doubt on them was seen
 
@@ -77,7 +78,8 @@ bool FrameSource::isTooLong(PictureIndex entry, PictureIndex target) const
         return false;
     PlanningRules rules;
     rules.coding = m_coding;
-    return picturesOnTheWay(pictures(), entry, target, rules) > reach() / kInVainDivisor;
+    const std::int64_t most = std::max(reach() / kInVainDivisor, kUsualWay);
+    return picturesOnTheWay(pictures(), entry, target, rules) > most;
 }
 
 // The pictures that all bridges to picture `end` decode, at least. What is doubtful before the first anchor needs none.
