@@ -186,7 +186,7 @@ private slots:
     }
 
 private:
-    const CostlyStreams streams;
+    CostlyStreams streams;
 };
 
 TEST_CLASS(TestBoundedHeaders, QCoreApplication)

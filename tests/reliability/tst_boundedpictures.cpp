@@ -106,7 +106,7 @@ private slots:
     }
 
 private:
-    const CostlyStreams streams;
+    CostlyStreams streams;
 };
 
 TEST_CLASS(TestBoundedPictures, QCoreApplication)
