@@ -135,8 +135,9 @@ private slots:
                     unopened.append(int(seed));
                 continue;
             }
-            const ExactComparison one = compareExactly(literal, shuffled(targets, unsigned(seed)), {}, targets.size());
-            const ExactComparison five = compareExactly(literal, announced(seed), 2, targets.size());
+            const ExactComparison one =
+                compareExactly(literal, shuffled(targets, unsigned(seed)), {}, int(targets.size()));
+            const ExactComparison five = compareExactly(literal, announced(seed), 2, int(targets.size()));
             single.add(one);
             ahead.add(five);
             if (one.unrepeatable + five.unrepeatable > 0)
