@@ -38,6 +38,7 @@ FrameSource::Status FrameSource::find(FrameNumber number)
     m_horizon = std::max(m_horizon, number);
     lookAtProspects();
     Status status = m_refusedUpTo && number <= *m_refusedUpTo ? Status::NotProven : findAnywhere(number);
+    dropTask(number);
     if (status == Status::NotProven)
         m_plainUpTo = std::max(m_plainUpTo, number);
     if (m_scan.hasFailed() && status == Status::NotProven)
@@ -123,15 +124,18 @@ FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
         Anchor &anchor = *found;
         const Stretch &home = stretchOf(anchor);
         const OutputIndex place = anchor.placeOf(number);
-        if (m_frameNumber == number && m_literal && m_literalIsPlain)
+        if (isDecodedPlainly(number))
             return Status::Found; // on the way to an anchor
         if (isProven(anchor, place))
             return hop(anchor, place);
         if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
             return findNearEnd(anchor, number);
         // It lies in what is doubtful, or after it.
-        if (found + 1 != m_anchors.end() || !bridge(anchor, number))
+        if (found + 1 != m_anchors.end() || !bridge(anchor, number)) {
+            if (isDecodedPlainly(number))
+                return Status::Found; // on the way to an anchor that is not proven yet
             return anchor.betrayedFrom && mayGoOn(number) ? goOnLiterally(number) : Status::NotProven;
+        }
     }
 }
 

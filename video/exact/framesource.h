@@ -113,6 +113,7 @@ private:
     Status hop(Anchor &anchor, OutputIndex place);
     static void betray(Anchor &anchor, OutputIndex from);
     Status findAfterBetrayal(Anchor &anchor, FrameNumber number);
+    [[nodiscard]] bool isDecodedPlainly(FrameNumber number) const;
     [[nodiscard]] bool mayGoOn(FrameNumber number) const;
     Status goOnLiterally(FrameNumber number);
     bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
@@ -138,6 +139,7 @@ private:
     [[nodiscard]] bool isRoomFor(const Ahead &further) const;
     Taken takeAhead(Anchor &anchor, OutputIndex place);
     const DecodedPicture &finish(Ahead &ahead);
+    void dropTask(FrameNumber number);
     void dropAhead();
 
     void lookAtProspects();

@@ -146,6 +146,16 @@ const DecodedPicture &FrameSource::finish(Ahead &ahead)
     return ahead.decoded;
 }
 
+// Of a picture that was had or refused without it, so that there is room for the next one.
+void FrameSource::dropTask(FrameNumber number)
+{
+    const auto left = m_ahead.extract(number);
+    if (!left)
+        return;
+    finish(left.mapped());
+    m_inVain += left.mapped().pictures;
+}
+
 void FrameSource::dropAhead()
 {
     m_ahead.clear();

@@ -32,6 +32,12 @@ bool FrameSource::beginFromStart()
     return true;
 }
 
+// Whether the literal run in hand, which delivers what plain decoding does, has just delivered it.
+bool FrameSource::isDecodedPlainly(FrameNumber number) const
+{
+    return m_frameNumber == number && m_literal && m_literalIsPlain;
+}
+
 // Whether the literal run in hand delivers what plain decoding does, and has come as far as whoever decodes everything.
 bool FrameSource::mayGoOn(FrameNumber number) const
 {

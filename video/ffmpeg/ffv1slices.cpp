@@ -141,9 +141,10 @@ std::int64_t readQuantTableSet(RangeDecoder &header)
     return (contexts + 1) / 2;
 }
 
+// More are refused, whatever they hold.
 std::int64_t pixelsOf(const AVCodecParameters &video)
 {
-    return std::int64_t{std::max(video.width, 0)} * std::max(video.height, 0);
+    return std::min(std::int64_t{std::max(video.width, 0)} * std::max(video.height, 0), kMostPixels);
 }
 
 struct Claim
