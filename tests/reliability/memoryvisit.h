@@ -9,12 +9,6 @@ constexpr qint64 kUsualMiB = 256; // pictures up to 1920x1088
 constexpr qint64 kMostMiB = 1024;
 constexpr int kAll = 5; // pictures that each reader asks for
 
-#ifdef QUORVALE_SANITIZED
-constexpr bool kMemoryIsOurs = false; // A checker keeps what was freed.
-#else
-constexpr bool kMemoryIsOurs = true;
-#endif
-
 struct Visit
 {
     int pictures = -1; ///< that were decoded; negative: the process did not end as it should

@@ -7,6 +7,7 @@
 #include "tests/support/decoderwork.h"
 #include "tests/support/faultydisk.h"
 #include "tests/support/processfacts.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/transportmutant.h"
 #include "thumbs/thumbnailscanner.h"
@@ -36,11 +37,7 @@ constexpr double kReadingsPerByte = 12;
 constexpr double kFewBytes = 1024 * 1024;
 
 // Memory of the process, libraries and pixmaps included. AddressSanitizer keeps freed memory for a while.
-#ifdef QUORVALE_SANITIZED
-constexpr qint64 kMostResidentKiB = 1024 * 1024;
-#else
-constexpr qint64 kMostResidentKiB = 192 * 1024;
-#endif
+constexpr qint64 kMostResidentKiB = (kIsSanitized ? 1024 : 192) * 1024;
 
 struct Base
 {

@@ -5,6 +5,7 @@
 // QUORVALE_SOAK_CHANGES changes of device (40 by default; script/soak makes 500), two in a round.
 
 #include "tests/support/processfacts.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/teststreams.h"
 #include "tests/support/viewerfixture.h"
 #include "thumbs/scanthreads.h"
@@ -35,12 +36,6 @@ constexpr qint64 kMostKiBAThread = 128;
 // KiB left of each, the C library's record of it, and nothing else that grows.
 constexpr qint64 kMostKiBAnEndedThread = 12;
 constexpr qint64 kSlackKiB = 24 * 1024; // what the allocator keeps at hand of the packets that waited to be decoded
-
-#ifdef QUORVALE_SANITIZED
-constexpr bool kMemoryIsOurs = false; // A checker keeps what was freed.
-#else
-constexpr bool kMemoryIsOurs = true;
-#endif
 
 struct Sample
 {
@@ -99,7 +94,7 @@ private slots:
               (long long)last.heapKiB);
         QCOMPARE(last.threads - first.threads, qint64(counted) * kScansARound);
         QVERIFY(last.descriptors <= first.descriptors); // A thread that is idle keeps none.
-        if (kMemoryIsOurs) {
+        if (!kIsSanitized) {
             const qint64 threadsKiB = counted * kScansARound * kMostKiBAThread;
             QVERIFY(last.residentKiB - first.residentKiB <= threadsKiB + kSlackKiB);
             QVERIFY(last.heapKiB - first.heapKiB <= threadsKiB);
@@ -113,7 +108,7 @@ private slots:
         qInfo("at the end: threads %lld, descriptors %d, resident %lld KiB, heap %lld KiB", (long long)end.threads,
               end.descriptors, (long long)end.residentKiB, (long long)end.heapKiB);
         QVERIFY(end.descriptors <= first.descriptors);
-        if (kMemoryIsOurs) // What had grown was the threads'.
+        if (!kIsSanitized) // What had grown was the threads'.
             QVERIFY(end.heapKiB <= first.heapKiB + counted * kScansARound * kMostKiBAnEndedThread + kSlackKiB / 8);
     }
 

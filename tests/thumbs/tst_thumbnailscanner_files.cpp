@@ -1,3 +1,4 @@
+#include "tests/support/sanitized.h"
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/thumbs/rawpicture.h"
@@ -10,12 +11,6 @@
 #endif
 
 using namespace quorvale;
-
-#ifdef QUORVALE_SANITIZED
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 namespace {
 
@@ -260,7 +255,7 @@ private:
         scan();
         const std::size_t after = bytesInUse();
         // A sanitizer's allocator counts otherwise; there its leak check is the judge.
-        if (!kSanitized)
+        if (!kIsSanitized)
             QVERIFY2(after < before + 64 * 1024, qPrintable(QString::number(after - before)));
     }
 

@@ -1,6 +1,7 @@
 #include "tests/video/everypicture.h"
 
 #include "tests/support/picture.h"
+#include "tests/support/sanitized.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/pixelformats.h"
 
@@ -14,11 +15,7 @@ namespace {
 
 // Under AddressSanitizer a sought picture costs many times as much, and a few of them reach all of the code: only so
 // many are sought there. All are still read forwards.
-#ifdef QUORVALE_SANITIZED
-constexpr int kStepFactor = 8;
-#else
-constexpr int kStepFactor = 1;
-#endif
+constexpr int kStepFactor = kIsSanitized ? 8 : 1;
 
 // The checksum of picture `number`; empty if it is refused. A layout that Read does not copy is looked at in the
 // decoder's frame.

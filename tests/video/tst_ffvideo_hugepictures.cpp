@@ -49,6 +49,12 @@ private slots:
         QByteArray patched = mpeg2;
         QVERIFY(hugestreams::widenMpeg2(patched, 3));
         QTest::newRow("MPEG-2, 12608x12528") << patched;
+        const QString avi = makeStream(dir.path(), {"small.avi", {"-c:v", "ffv1", "-level", "3", "-f", "avi"}, 1});
+        patched = readFile(avi);
+        const auto format = patched.indexOf("strf") + 12; // of the stream: biWidth and biHeight
+        QVERIFY(format > 12);
+        QTest::newRow("FFV1, sides of 31 bits")
+            << patched.replace(format, 8, QByteArray("\xFF\xFF\xFF\x7F", 4).repeated(2));
         // In a program stream, probing learns of a stream when it meets its first packet.
         const QString program = makeStream(dir.path(), {"small.mpg", {"-c:v", "mpeg2video", "-f", "vob"}, 12});
         patched = readFile(program);

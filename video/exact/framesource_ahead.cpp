@@ -1,6 +1,6 @@
 // Pictures that were announced are decoded ahead, several at once. Numbers, anchors and plans stay with the asking
-// thread, which also reads all packets; a task gets what it decodes. Nothing is decided here: where a picture does not
-// come out as foreseen, it is looked for as if nobody had tried.
+// thread, which also reads all packets; a task gets what it decodes. Where its picture does not come out as foreseen,
+// that says as much as if the asking thread had decoded it.
 
 #include "video/exact/framesource.h"
 

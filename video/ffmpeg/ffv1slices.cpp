@@ -141,12 +141,6 @@ std::int64_t readQuantTableSet(RangeDecoder &header)
     return (contexts + 1) / 2;
 }
 
-// More are refused, whatever they hold.
-std::int64_t pixelsOf(const AVCodecParameters &video)
-{
-    return std::min(std::int64_t{std::max(video.width, 0)} * std::max(video.height, 0), kMostPixels);
-}
-
 struct Claim
 {
     std::int64_t sliceBytes = 0;
@@ -190,7 +184,7 @@ std::optional<Claim> claimOf(const AVCodecParameters &video)
     claim.sliceBytes = columns * rows * (kTableBytes + planes * contexts * kBytesAContext) +
                        rows * kRowBytesAPixel * std::max(video.width, 0);
     const std::int64_t samplesAPixel = 1 + (!hasChroma ? 0 : isChromaHalved ? 1 : 2) + (hasAlpha ? 1 : 0);
-    claim.pictureBytes = pixelsOf(video) * samplesAPixel * (bits > 8 ? 2 : 1);
+    claim.pictureBytes = pixelsClaimed(video.width, video.height) * samplesAPixel * (bits > 8 ? 2 : 1);
     return claim;
 }
 
@@ -213,7 +207,7 @@ bool hasBoundedSlices(const AVCodecParameters &video)
     const std::optional<Claim> claim = hasSlices(video) ? claimOf(video) : Claim{};
     if (!claim)
         return false;
-    if (pixelsOf(video) <= kUsualPixels)
+    if (pixelsClaimed(video.width, video.height) <= kUsualPixels)
         return claim->sliceBytes <= kMostSliceBytes;
     const std::int64_t room = (kMostBytesForLarge - kHeldPictures * claim->pictureBytes) / 2;
     return claim->sliceBytes <= std::clamp(room, kMostSliceBytes, kMostSliceBytesOfLarge);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 namespace quorvale::ffmpeg {
@@ -9,6 +10,13 @@ inline constexpr std::int64_t kMiB = 1024 * 1024;
 /// The most pixels that a picture may have: 7680x4320, rounded up to whole blocks, and a little wider. A header can
 /// claim any size; what claims more is damage or malice, and is refused before there is memory for it.
 inline constexpr std::int64_t kMostPixels = std::int64_t{8192} * 4352;
+
+/// The pixels of a picture whose sides a header claims: none below 0, and no more than twice kMostPixels, which is too
+/// many already and can be multiplied.
+[[nodiscard]] constexpr std::int64_t pixelsClaimed(int width, int height)
+{
+    return std::clamp(std::int64_t{width} * height, std::int64_t{0}, 2 * kMostPixels);
+}
 
 /// The most where nobody counts what is held: by a decoder that brings its pictures' memory itself, as AV1's does with
 /// eleven of them, or by one decoder beside another.

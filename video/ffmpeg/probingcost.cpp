@@ -99,7 +99,7 @@ private:
 
     void note(int width, int height, AVPixelFormat format)
     {
-        const std::int64_t pixels = std::min(std::int64_t{width} * height, 2 * kMostPixels); // too many, too
+        const std::int64_t pixels = pixelsClaimed(width, height);
         const int size = format == AV_PIX_FMT_NONE ? -1 : av_image_get_buffer_size(format, width, height, 1);
         // A container says nothing about the format; there it is the commonest until a parser knows better.
         const std::int64_t bytes = size >= 0 ? size : pixels * (m_sizeIsRead ? kMostBytesAPixel : 2);

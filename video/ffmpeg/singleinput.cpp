@@ -74,7 +74,7 @@ std::int64_t mostPacketBytes(const AVFormatContext &input)
     std::int64_t most = kMostPacketBytes;
     for (unsigned i = 0; i < input.nb_streams; ++i) {
         const AVCodecParameters &stream = *input.streams[i]->codecpar;
-        const std::int64_t pixels = std::int64_t{stream.width} * stream.height;
+        const std::int64_t pixels = pixelsClaimed(stream.width, stream.height);
         if (stream.codec_type == AVMEDIA_TYPE_VIDEO && pixels > kUsualPixels)
             most = std::max(most, std::min(mostPacketBytesOf(stream.codec_id), pixels * kMostPacketBytesAPixel));
     }
