@@ -92,7 +92,8 @@ void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, Q
     const QSize display(video.width, video.height);
     PictureSeries series(video, wantedFrames());
     for (std::int64_t frame = firstFrame; frame < kFrameLimit; frame += frameStep) {
-        const QImage picture = readPicture(series, static_cast<int>(frame));
+        // To scale a picture, Qt makes it one of four bytes a pixel first: once does for both sizes.
+        const QImage picture = readPicture(series, static_cast<int>(frame)).convertToFormat(QImage::Format_RGB32);
         if (picture.isNull()) {
             std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
             return;
