@@ -61,11 +61,15 @@ InputPtr openInput(const char *path)
     return InputPtr(openSingleInput(input, path) ? input : nullptr);
 }
 
-// Closes the file before it is opened to be read: the tables of a long one do not fit into memory twice.
+// Closes the file before it is opened to be read: the tables of a long one do not fit into memory twice. The disk goes
+// on reading what comes next.
 std::optional<ProbingCost> costOf(const char *path)
 {
     const InputPtr ahead = openInput(path);
-    return ahead ? probingCost(*ahead) : std::nullopt;
+    if (!ahead)
+        return std::nullopt;
+    readBeginningAhead(*ahead->pb);
+    return probingCost(*ahead);
 }
 
 // What a decoder with a budget finds out about the stream with `index`: FFmpeg's own while it probes have none.

@@ -25,13 +25,17 @@ void tellWillBeRead(int descriptor, std::int64_t begin, std::int64_t bytes)
 
 } // namespace
 
+void ReadAhead::tellBeginning(int descriptor)
+{
+    tellWillBeRead(descriptor, 0, kBytesAtOpening);
+}
+
 void ReadAhead::noteRead(int descriptor, std::int64_t position)
 {
-    const bool goesOn = position <= m_toldUpTo && position > m_toldUpTo - kBytes;
     // In steps of half of it: a call for every read would tell no more.
-    if (goesOn && m_toldUpTo - position > kBytes / 2)
+    if (m_toldUpTo - position > kBytes / 2)
         return;
-    const std::int64_t begin = goesOn ? m_toldUpTo : position;
+    const std::int64_t begin = std::max(m_toldUpTo, position);
     m_toldUpTo = position + kBytes;
     tellWillBeRead(descriptor, begin, m_toldUpTo - begin);
 }

@@ -137,6 +137,11 @@ AVIOContext *openRegularFile(const char *path)
     return context;
 }
 
+void readBeginningAhead(const AVIOContext &file)
+{
+    ReadAhead::tellBeginning(static_cast<const OpenFile *>(file.opaque)->descriptor.number());
+}
+
 void readAhead(AVIOContext &file)
 {
     static_cast<OpenFile *>(file.opaque)->ahead.emplace();

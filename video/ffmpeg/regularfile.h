@@ -13,7 +13,11 @@ namespace quorvale::ffmpeg {
 /// closes it with closeRegularFile.
 [[nodiscard]] AVIOContext *openRegularFile(const char *path);
 
-/// Says that `file`, opened with openRegularFile, will be read on from wherever it is read: see ReadAhead.
+/// Says that the beginning of `file`, opened with openRegularFile, will be read soon: see ReadAhead.
+void readBeginningAhead(const AVIOContext &file);
+
+/// Says that `file`, opened with openRegularFile, will be read on from wherever it is read; of its beginning that was
+/// said.
 void readAhead(AVIOContext &file);
 
 /// Watches what FFmpeg reads of `file`, opened with openRegularFile and not read yet, for such structures.
