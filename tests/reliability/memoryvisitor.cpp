@@ -1,6 +1,7 @@
 // memoryvisitor READER FILE: reads a file in one of the ways of the program, and prints how many of the pictures that
 // it asked for could be decoded, and how much memory that took at most, in MiB.
 
+#include "platform/oneheap.h"
 #include "tests/support/picture.h"
 #include "tests/support/processfacts.h"
 #include "thumbs/thumbnailscanner.h"
@@ -11,6 +12,9 @@
 #include <QGuiApplication>
 
 #include <cstdio>
+#include <future>
+#include <thread>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -69,15 +73,40 @@ int scan(const char *path)
     return pictures;
 }
 
+// As the window scans: each time on a thread of its own, which stays.
+int scanAgainAndAgain(const char *path)
+{
+    std::promise<void> end;
+    const std::shared_future<void> ended = end.get_future().share();
+    std::vector<std::thread> threads;
+    int pictures = 0;
+    for (int i = 0; i < 12; ++i) {
+        std::promise<int> scanned;
+        std::future<int> count = scanned.get_future();
+        threads.emplace_back([path, ended, result = std::move(scanned)]() mutable {
+            result.set_value(scan(path));
+            ended.wait();
+        });
+        pictures += count.get();
+    }
+    end.set_value();
+    for (std::thread &thread : threads)
+        thread.join();
+    return pictures;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    quorvale::useOneHeap();
     const QGuiApplication application(argc, argv);
     if (argc != 3)
         return 1;
     const QByteArray reader = argv[1];
-    const int decoded = reader == "scanner" ? scan(argv[2]) : readNumbers(reader, argv[2]);
+    const int decoded = reader == "scanner" ? scan(argv[2])
+                        : reader == "scans" ? scanAgainAndAgain(argv[2])
+                                            : readNumbers(reader, argv[2]);
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage); // on Linux, with the memory of the process that started this one
     const qint64 mib =
