@@ -56,8 +56,9 @@ QVector<QPixmap *> seriesWith(int pictures) // owned by the window's cache
     return series;
 }
 
-void setMountPoint(const QString &place)
+void setMountPoint(ViewerFixture &fixture, const QString &place)
 {
+    fixture.close(); // which saves the former one
     ViewerFixture::settings().setValue("Main/mount_point", place);
 }
 
@@ -87,12 +88,14 @@ private slots:
     void deviceHint_saysThatThePlaceDoesNotExist()
     {
         ViewerFixture fixture;
-        setMountPoint(fixture.path("nowhere"));
+        setMountPoint(fixture, fixture.path("nowhere"));
         QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
         QVERIFY(saidOf(fixture.viewer->ui.deviceList).contains(fixture.path("nowhere")));
         QVERIFY(TestVolume::writeFile(fixture.path("file"), "x"));
-        setMountPoint(fixture.path("file"));
+        setMountPoint(fixture, fixture.path("file"));
         QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
+        setMountPoint(fixture, '/' + QString("no path is this long").repeated(10000));
+        QCOMPARE(saidOf(fixture.open().ui.deviceList).size(), 5000);
     }
 
     void deviceHint_namesTheUsualPlace()
@@ -125,13 +128,13 @@ private slots:
     {
         ViewerFixture fixture;
         QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-        setMountPoint(fixture.path("disk"));
+        setMountPoint(fixture, fixture.path("disk"));
         const QString said = saidOf(fixture.open().ui.deviceList);
         QVERIFY2(said.contains("is a disk itself"), qPrintable(said));
         const QString around = "set it to " + QString(QChar(0x2066)) + fixture.path() + QChar(0x2069);
         QVERIFY(said.contains(around));
         for (const char *spelling : {"disk/", "disk//", "disk/."}) {
-            setMountPoint(fixture.path() + '/' + spelling);
+            setMountPoint(fixture, fixture.path() + '/' + spelling);
             QVERIFY2(saidOf(fixture.open().ui.deviceList).contains(around), spelling);
         }
     }
@@ -139,7 +142,7 @@ private slots:
     void deviceHint_saysThatNoPlaceIsSet()
     {
         ViewerFixture fixture;
-        setMountPoint(QString());
+        setMountPoint(fixture, QString());
         QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
     }
 
