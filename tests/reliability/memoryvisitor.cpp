@@ -12,9 +12,7 @@
 #include <QGuiApplication>
 
 #include <cstdio>
-#include <future>
 #include <thread>
-#include <vector>
 
 #include <sys/resource.h>
 
@@ -74,24 +72,14 @@ int scan(const char *path)
 }
 
 // As the window scans: each time on a thread of its own, which stays.
-int scanAgainAndAgain(const char *path)
+int scanOnThreads(const char *path, int threads)
 {
-    std::promise<void> end;
-    const std::shared_future<void> ended = end.get_future().share();
-    std::vector<std::thread> threads;
     int pictures = 0;
-    for (int i = 0; i < 12; ++i) {
-        std::promise<int> scanned;
-        std::future<int> count = scanned.get_future();
-        threads.emplace_back([path, ended, result = std::move(scanned)]() mutable {
-            result.set_value(scan(path));
-            ended.wait();
-        });
-        pictures += count.get();
-    }
-    end.set_value();
-    for (std::thread &thread : threads)
-        thread.join();
+    std::thread([&] {
+        pictures = scan(path);
+        if (threads > 1)
+            pictures += scanOnThreads(path, threads - 1);
+    }).join();
     return pictures;
 }
 
@@ -105,7 +93,7 @@ int main(int argc, char **argv)
         return 1;
     const QByteArray reader = argv[1];
     const int decoded = reader == "scanner" ? scan(argv[2])
-                        : reader == "scans" ? scanAgainAndAgain(argv[2])
+                        : reader == "scans" ? scanOnThreads(argv[2], 12)
                                             : readNumbers(reader, argv[2]);
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage); // on Linux, with the memory of the process that started this one
