@@ -20,11 +20,11 @@ struct Program
 {
     QString desktopFileName;
     QStringList windows;
-    int heapsOfItsThreads; ///< besides those that were there before
+    qint64 heapsOfItsThreads; ///< besides those that were there before
 };
 std::optional<Program> seen;
 
-int heaps()
+qint64 heaps()
 {
     QByteArray facts(1 << 16, '\0');
 #ifdef __GLIBC__
@@ -47,7 +47,7 @@ void allocateOnThreads(int threads)
 
 void look()
 {
-    const int before = heaps();
+    const qint64 before = heaps();
     allocateOnThreads(4);
     seen = Program{QGuiApplication::desktopFileName(), {}, heaps() - before};
     for (const QWidget *window : QApplication::topLevelWidgets()) {
@@ -82,7 +82,7 @@ private slots:
         QCOMPARE(quorvale::runProgram(argc, argv), kStatus);
         QVERIFY(seen);
         QCOMPARE(seen->windows, QStringList("Quorvale"));
-        QCOMPARE(seen->heapsOfItsThreads, 0);
+        QCOMPARE(seen->heapsOfItsThreads, qint64{0});
         // By this name a desktop finds the entry, and with it the icon.
         const QString entry = seen->desktopFileName + QStringLiteral(".desktop");
         QVERIFY(QFile::exists(QFINDTESTDATA("../../packaging/linux/" + entry)));
