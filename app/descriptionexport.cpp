@@ -6,6 +6,9 @@
 #include <QFile>
 #include <QTextStream>
 
+#include <filesystem>
+#include <system_error>
+
 namespace quorvale {
 
 namespace {
@@ -42,6 +45,10 @@ QString descriptionText(const Programme &programme, std::optional<DateOrder> ord
 
 void writeDescription(const QString &fileName, const QString &text)
 {
+    // To open a pipe waits for whoever reads it.
+    std::error_code error;
+    if (std::filesystem::is_fifo(QFile::encodeName(fileName).toStdString(), error))
+        return;
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;

@@ -15,7 +15,7 @@ namespace quorvale {
 QString descriptionText(const Programme &programme, std::optional<DateOrder> order);
 
 /// Writes `text` to `fileName`, replacing a file that is there, in the locale's encoding and with the system's line
-/// ends. Does nothing if the file cannot be opened.
+/// ends. Does nothing if the file cannot be opened, or is a pipe, whose reader might never come.
 void writeDescription(const QString &fileName, const QString &text);
 
 } // namespace quorvale

@@ -13,6 +13,9 @@ namespace quorvale {
 
 namespace {
 
+// A path has 4,096 at most. Settings could hold any text, which would be laid out whenever the list is painted.
+constexpr int kMostLetters = 5000;
+
 // `text`, in which no line may end within a path.
 QString withWholePaths(const QString &text)
 {
@@ -37,7 +40,7 @@ EmptyListHint::EmptyListHint(QAbstractItemView *view)
 
 void EmptyListHint::setText(const QString &text)
 {
-    m_text = text;
+    m_text = text.left(kMostLetters);
     describe();
     m_view->viewport()->update();
 }

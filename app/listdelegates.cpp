@@ -9,6 +9,8 @@ namespace quorvale {
 
 namespace {
 
+constexpr int kMeasuredLetters = 32; // of a title: they tell how high its letters are
+
 // The margin that a style leaves on either side of a row's text.
 int textMargin(const QStyle &style, const QStyleOptionViewItem &option)
 {
@@ -45,9 +47,21 @@ void PathDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, 
     style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
 }
 
+QString TitleDelegate::displayText(const QVariant &value, const QLocale &locale) const
+{
+    QString title = QStyledItemDelegate::displayText(value, locale); // A new line has become a line separator.
+    title.replace(QChar::LineSeparator, QLatin1Char(' '));
+    title.replace(QChar::ParagraphSeparator, QLatin1Char(' '));
+    return title;
+}
+
 QSize TitleDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+    QStyleOptionViewItem row = option;
+    initStyleOption(&row, index);
+    row.text.truncate(kMeasuredLetters);
+    const QStyle *style = row.widget ? row.widget->style() : QApplication::style();
+    return {0, style->sizeFromContents(QStyle::CT_ItemViewItem, &row, QSize(), row.widget).height()};
 }
 
 } // namespace quorvale

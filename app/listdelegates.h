@@ -21,13 +21,15 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 };
 
-/// Rows of titles, never wider than their list, so that the list needs no horizontal scroll bar.
+/// Rows of titles: one line each, whatever a title holds, and never wider than their list, so that the list needs no
+/// horizontal scroll bar. A list measures all of its rows before it shows the first, so little of a title is measured.
 class TitleDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
 
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+    [[nodiscard]] QString displayText(const QVariant &value, const QLocale &locale) const override;
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 };
 

@@ -3,6 +3,7 @@
 #include "app/qtversion.h"
 #include "app/viewer.h"
 #include "platform/descriptorlimit.h"
+#include "platform/oneheap.h"
 #include "thumbs/scanthreads.h"
 
 #include <QApplication>
@@ -27,6 +28,7 @@ int quorvale::runProgram(int argc, char **argv)
     // The system's own user-interface font cannot be asked for by its name.
     QFont::insertSubstitution(QStringLiteral(".Lucida Grande UI"), QStringLiteral("Lucida Grande"));
 #endif
+    useOneHeap();
     raiseDescriptorLimit();
     useScreenDensity();
     QApplication application(argc, argv);

@@ -5,8 +5,9 @@
 
 #include "tests/support/testvolume.h"
 
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-#endif
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace quorvale;
 
@@ -154,6 +155,14 @@ private slots:
         const QTemporaryDir directory;
         writeDescription(directory.path(), "a directory");
         writeDescription(directory.filePath("no/such/folder.txt"), "text");
+        const QByteArray pipe = QFile::encodeName(directory.filePath("pipe"));
+        QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+        const int reader = open(pipe.constData(), O_RDONLY | O_NONBLOCK); // otherwise a defect would hang the test
+        writeDescription(QFile::decodeName(pipe), "text");
+        QFile pipeEnd;
+        QVERIFY(pipeEnd.open(reader, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+        QCOMPARE(pipeEnd.readAll(), QByteArray());
+        QVERIFY(QFile::remove(QFile::decodeName(pipe)));
         QCOMPARE(QDir(directory.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
     }
 };

@@ -94,18 +94,26 @@ private slots:
         }
     }
 
-    void programmeList_hasNoScrollBar_forALongTitle()
+    void programmeList_hasALineForEachTitle_ofWhichLittleIsMeasured()
     {
+        NotingStyle style; // outlives the window
         ViewerFixture fixture;
-        RecordBytes record = fixture.titled(QByteArray("word ").repeated(40));
+        RecordBytes record = fixture.titled(QByteArray("word\n\xE2\x80\xA8\xE2\x80\xA9 ").repeated(40));
         record.fileName = "long";
         Viewer &viewer = fixture.openDisk({record, fixture.titled("short")});
         QListWidget *list = viewer.ui.summaryList;
+        list->setStyle(&style);
         QVERIFY(QTest::qWaitForWindowExposed(&viewer));
         QVERIFY(!list->horizontalScrollBar()->isVisible());
         QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
-        QCOMPARE(list->visualItemRect(list->item(0)).width(), list->viewport()->width());
-        QCOMPARE(list->item(0)->text(), QString("word ").repeated(40));
+        const QRect row = list->visualItemRect(list->item(0));
+        QCOMPARE(row.size(), QSize(list->viewport()->width(), list->visualItemRect(list->item(1)).height()));
+        QVERIFY(style.measured.contains("short"));
+        for (const QString &measured : std::as_const(style.measured))
+            QVERIFY(measured.size() <= 32);
+        QVERIFY(!list->viewport()->grab(row).isNull());
+        QCOMPARE(style.painted.last().text, QString("word    ").repeated(40));
+        QCOMPARE(list->item(0)->text(), QString::fromStdString(viewer.programmes[0].title)); // whole
     }
 };
 

@@ -6,6 +6,11 @@
 #include <QtTest>
 
 #include <optional>
+#include <thread>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -15,12 +20,36 @@ struct Program
 {
     QString desktopFileName;
     QStringList windows;
+    qint64 heapsOfItsThreads; ///< besides those that were there before
 };
 std::optional<Program> seen;
 
+qint64 heaps()
+{
+    QByteArray facts(1 << 16, '\0');
+#ifdef __GLIBC__
+    std::FILE *file = fmemopen(facts.data(), std::size_t(facts.size()), "w");
+    malloc_info(0, file);
+    std::fclose(file);
+#endif
+    return facts.count("<heap nr=");
+}
+
+// All at once: each waits for the next.
+void allocateOnThreads(int threads)
+{
+    std::thread([threads] {
+        const QByteArray some(1000, 'x');
+        if (threads > 1)
+            allocateOnThreads(threads - 1);
+    }).join();
+}
+
 void look()
 {
-    seen = Program{QGuiApplication::desktopFileName(), {}};
+    const qint64 before = heaps();
+    allocateOnThreads(4);
+    seen = Program{QGuiApplication::desktopFileName(), {}, heaps() - before};
     for (const QWidget *window : QApplication::topLevelWidgets()) {
         if (window->isVisible())
             seen->windows.append(window->windowTitle());
@@ -53,6 +82,7 @@ private slots:
         QCOMPARE(quorvale::runProgram(argc, argv), kStatus);
         QVERIFY(seen);
         QCOMPARE(seen->windows, QStringList("Quorvale"));
+        QCOMPARE(seen->heapsOfItsThreads, qint64{0});
         // By this name a desktop finds the entry, and with it the icon.
         const QString entry = seen->desktopFileName + QStringLiteral(".desktop");
         QVERIFY(QFile::exists(QFINDTESTDATA("../../packaging/linux/" + entry)));

@@ -23,13 +23,9 @@ QString saidOf(QWidget *widget)
 bool isPainted(const QAbstractItemView *view)
 {
     const QImage image = view->viewport()->grab().toImage();
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixel(x, y) != image.pixel(0, 0))
-                return true;
-        }
-    }
-    return false;
+    QImage blank = image;
+    blank.fill(image.pixelColor(0, 0));
+    return image != blank;
 }
 
 QString tipOf(QWidget *widget)
@@ -56,9 +52,17 @@ QVector<QPixmap *> seriesWith(int pictures) // owned by the window's cache
     return series;
 }
 
-void setMountPoint(const QString &place)
+void setMountPoint(ViewerFixture &fixture, const QString &place)
 {
+    fixture.close(); // which saves the former one
     ViewerFixture::settings().setValue("Main/mount_point", place);
+}
+
+Viewer &openTwoDisks(ViewerFixture &fixture)
+{
+    for (const char *disk : {"a", "b"})
+        [&] { QVERIFY(TestVolume::create(fixture.path(disk), {ViewerFixture::titled("one")})); }();
+    return fixture.open();
 }
 
 const QString kLater = QStringLiteral("no pictures yet: click its device again later");
@@ -79,20 +83,26 @@ private slots:
         QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));
         QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path()));
         QVERIFY(isPainted(viewer.ui.deviceList));
+        QVERIFY(tipOf(viewer.ui.deviceList->viewport()).contains("No recorder disk in ")); // whole
+        QCOMPARE(viewer.ui.deviceList->toolTip(), QString());
         QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 0);
         QCOMPARE(saidOf(viewer.ui.summaryList), QString()); // One reason is enough.
         QVERIFY(!isPainted(viewer.ui.summaryList));
     }
 
-    void deviceHint_saysThatThePlaceDoesNotExist()
+    void deviceHint_saysThatThePlaceDoesNotExist_orIsNotSet()
     {
         ViewerFixture fixture;
-        setMountPoint(fixture.path("nowhere"));
+        setMountPoint(fixture, fixture.path("nowhere"));
         QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
         QVERIFY(saidOf(fixture.viewer->ui.deviceList).contains(fixture.path("nowhere")));
         QVERIFY(TestVolume::writeFile(fixture.path("file"), "x"));
-        setMountPoint(fixture.path("file"));
+        setMountPoint(fixture, fixture.path("file"));
         QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("There is no directory "));
+        setMountPoint(fixture, '/' + QString("no path is this long").repeated(10000));
+        QCOMPARE(saidOf(fixture.open().ui.deviceList).size(), 5000);
+        setMountPoint(fixture, QString());
+        QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
     }
 
     void deviceHint_namesTheUsualPlace()
@@ -125,22 +135,15 @@ private slots:
     {
         ViewerFixture fixture;
         QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-        setMountPoint(fixture.path("disk"));
+        setMountPoint(fixture, fixture.path("disk"));
         const QString said = saidOf(fixture.open().ui.deviceList);
         QVERIFY2(said.contains("is a disk itself"), qPrintable(said));
         const QString around = "set it to " + QString(QChar(0x2066)) + fixture.path() + QChar(0x2069);
         QVERIFY(said.contains(around));
         for (const char *spelling : {"disk/", "disk//", "disk/."}) {
-            setMountPoint(fixture.path() + '/' + spelling);
+            setMountPoint(fixture, fixture.path() + '/' + spelling);
             QVERIFY2(saidOf(fixture.open().ui.deviceList).contains(around), spelling);
         }
-    }
-
-    void deviceHint_saysThatNoPlaceIsSet()
-    {
-        ViewerFixture fixture;
-        setMountPoint(QString());
-        QVERIFY(saidOf(fixture.open().ui.deviceList).startsWith("No mount point is set."));
     }
 
     void deviceHint_saysWhenAChangedPlaceCounts()
@@ -163,24 +166,6 @@ private slots:
         QCOMPARE(
             quorvale::noDeviceText("/nonexistent", MountPointScan::Due, {}),
             quorvale::noDeviceText(fixture.path(), MountPointScan::Due, {}).replace(fixture.path(), "/nonexistent"));
-    }
-
-    void deviceHint_goes_whenADeviceComes()
-    {
-        ViewerFixture fixture;
-        Viewer &viewer = fixture.open();
-        QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
-        viewer.scanDrives();
-        QCOMPARE(saidOf(viewer.ui.deviceList), QString());
-        QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 1);
-    }
-
-    void hint_isShownWhole_asATip()
-    {
-        ViewerFixture fixture;
-        const Viewer &viewer = fixture.open();
-        QVERIFY(tipOf(viewer.ui.deviceList->viewport()).contains("No recorder disk in "));
-        QCOMPARE(viewer.ui.deviceList->toolTip(), QString());
     }
 
     void programmeHint_saysThatADiskCannotBeRead()
@@ -218,25 +203,19 @@ private slots:
         Viewer &viewer = fixture.open();
         QVERIFY(TestVolume::create(fixture.path("disk"), {fixture.titled("one")}));
         viewer.scanDrives();
+        QCOMPARE(saidOf(viewer.ui.deviceList), QString());
+        QCOMPARE(viewer.ui.deviceList->topLevelItemCount(), 1);
         QCOMPARE(saidOf(viewer.ui.summaryList), QString("Click a device to list its programmes."));
         viewer.selectDevice(viewer.ui.deviceList->topLevelItem(0), 0);
         QCOMPARE(saidOf(viewer.ui.summaryList), QString());
     }
 
-    void pictures_areBeingMade_whileTheScanRuns()
+    void pictures_areBeingMade_andCountedOnceTheyAreThere()
     {
         ViewerFixture fixture;
         Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
         QVERIFY(viewer.thumbnailScanRunning); // until events are handled
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-        viewer.ui.summaryList->setCurrentRow(1);
-        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
-    }
-
-    void pictures_areCounted_onceTheyAreThere()
-    {
-        ViewerFixture fixture;
-        Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled("two")});
         viewer.ui.summaryList->setCurrentRow(1);
         viewer.SetThumbs(viewer.recordingFile(0), seriesWith(3), seriesWith(3));
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
@@ -262,9 +241,7 @@ private slots:
     void pictures_mayComeLater_afterAScanOfAnotherDevice()
     {
         ViewerFixture fixture;
-        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
-        Viewer &viewer = fixture.open();
+        Viewer &viewer = openTwoDisks(fixture);
         QVERIFY(viewer.thumbnailScanRunning);
         QTreeWidget *devices = viewer.ui.deviceList;
         viewer.selectDevice(devices->topLevelItem(1), 0);
@@ -312,9 +289,7 @@ private slots:
     {
         QFETCH(bool, empty);
         ViewerFixture fixture;
-        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("one")}));
-        Viewer &viewer = fixture.open();
+        Viewer &viewer = openTwoDisks(fixture);
         const QString file = viewer.recordingFile(0);
         const QString other = viewer.ui.deviceList->topLevelItem(1)->text(0);
         QVERIFY(QDir(other).removeRecursively());
@@ -349,9 +324,7 @@ private slots:
     void pictures_cannotBeHad_whileTheDiskOfAnotherScanIsGone()
     {
         ViewerFixture fixture;
-        QVERIFY(TestVolume::create(fixture.path("a"), {fixture.titled("one")}));
-        QVERIFY(TestVolume::create(fixture.path("b"), {fixture.titled("two")}));
-        Viewer &viewer = fixture.open();
+        Viewer &viewer = openTwoDisks(fixture);
         QTreeWidget *devices = viewer.ui.deviceList;
         viewer.selectDevice(devices->topLevelItem(1), 0); // No scan starts for it.
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
@@ -396,20 +369,15 @@ private slots:
     void picturesTip_keepsThePath_andHasASecondLine()
     {
         ViewerFixture fixture;
-        const Viewer &viewer = fixture.openDisk({fixture.titled("one")});
+        const QByteArray wide = QByteArray("wider than the screen ").repeated(12);
+        const Viewer &viewer = fixture.openDisk({fixture.titled("one"), fixture.titled(wide)});
         QCOMPARE(viewer.ui.thumbnailLabel->toolTip(), viewer.recordingFile(0));
         QTextDocument tip;
         tip.setHtml(tipOf(viewer.ui.thumbnailLabel));
         const QStringList lines = tip.toPlainText().remove(QChar(0x2066)).remove(QChar(0x2069)).split('\n');
         QCOMPARE(lines, QStringList({viewer.recordingFile(0), "pictures are being made"}));
         QCOMPARE(linesOnScreen(), 2);
-    }
-
-    void picturesTip_isShownWhole_whereAPathIsWiderThanTheScreen()
-    {
-        ViewerFixture fixture;
-        RecordBytes record = fixture.titled(QByteArray("word ").repeated(60));
-        const Viewer &viewer = fixture.openDisk({record});
+        viewer.ui.summaryList->setCurrentRow(1); // It is shown whole.
         QVERIFY(!tipOf(viewer.ui.thumbnailLabel).isEmpty());
         QVERIFY(linesOnScreen() > 2);
     }

@@ -15,7 +15,7 @@ struct Visit
     qint64 mib = 0;    ///< at most
 };
 
-/// `reader`: "literal", "exact" beside that one, "scanner", or "open", which asks for no picture.
+/// `reader`: "literal", "exact" beside that one, "scanner", "scans", or "open", which asks for no picture.
 [[nodiscard]] inline Visit visitWith(const QString &reader, const QString &path)
 {
     QProcess visitor;

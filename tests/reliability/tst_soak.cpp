@@ -4,6 +4,7 @@
 //
 // QUORVALE_SOAK_CHANGES changes of device (40 by default; script/soak makes 500), two in a round.
 
+#include "platform/oneheap.h"
 #include "tests/support/processfacts.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/teststreams.h"
@@ -59,6 +60,9 @@ Sample sample()
 class TestSoak : public QObject
 {
     Q_OBJECT
+
+public:
+    static void initMain() { useOneHeap(); }
 
 private slots:
     void window_staysAsSmall_allDayLong()

@@ -1,8 +1,8 @@
 #include "tests/support/oracle.h"
 
+#include "tests/support/teststreams.h"
 #include "tools/testpicture/ffmpegprocess.h"
 
-#include <QFile>
 #include <QMap>
 #include <QTemporaryDir>
 
@@ -10,18 +10,11 @@ using namespace quorvale;
 
 namespace {
 
-// What the program writes with `arguments`, an output file being added to them.
+// What the program writes with `arguments`; kept like streams, since it depends on nothing that is tested.
 QByteArray outputOf(const QStringList &arguments)
 {
     const QTemporaryDir folder;
-    QFile file(folder.filePath("output"));
-    std::vector<std::string> words = {"-v", "quiet", "-nostdin"};
-    for (const QString &argument : arguments)
-        words.push_back(argument.toStdString());
-    words.push_back(file.fileName().toStdString());
-    if (!runFFmpeg(words).ok() || !file.open(QIODevice::ReadOnly))
-        return {};
-    return file.readAll();
+    return readFile(makeWithFFmpeg(folder.path(), "output", QStringList{"-v", "quiet"} + arguments));
 }
 
 } // namespace

@@ -50,8 +50,11 @@ QString makeWithFFmpeg(const QString &folder, const QString &fileName, const QSt
     std::string recipe = QFileInfo(fileName).suffix().toStdString();
     for (const QString &argument : arguments) {
         words.push_back(argument.toStdString());
-        // Of a file the content counts; its name is another one in each run.
-        recipe += '\n' + (QFileInfo(argument).isFile() ? readFile(argument) : argument.toUtf8()).toStdString();
+        // Of a file the kind and the content count; its name is another one in each run.
+        const QFileInfo file(argument);
+        recipe +=
+            '\n' +
+            (file.isFile() ? file.suffix().toUtf8() + '\n' + readFile(argument) : argument.toUtf8()).toStdString();
     }
     words.push_back(path.toStdString());
     return pathWhereMade(path,

@@ -67,6 +67,16 @@ LiteralPictures::LiteralPictures(const QString &path, int end)
     }
 }
 
+const FFVideo *LiteralPictures::opened() const
+{
+    if (!m_opened) {
+        m_opened = std::make_unique<FFVideo>();
+        if (!open(*m_opened, m_path))
+            m_opened.reset();
+    }
+    return m_opened.get();
+}
+
 const LiteralPictures &literalPictures(const QString &path)
 {
     static std::map<QString, LiteralPictures> decoded;
@@ -77,13 +87,13 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
                                std::optional<int> processors, int mostUnrepeatable)
 {
     ExactComparison result;
-    FFVideo video;
-    if (!open(video, literal.path()) || !literal.isOpen()) {
+    const FFVideo *video = literal.opened();
+    if (!video || !literal.isOpen()) {
         result.difference = QStringLiteral("does not open");
         return result;
     }
-    const int avFormat = video.frame->format;
-    ExactReader reader(video, processors.value_or(1));
+    const int avFormat = video->frame->format;
+    ExactReader reader(*video, processors.value_or(1));
     if (processors)
         reader.announce({targets.begin(), targets.end()});
     for (const int target : targets) {

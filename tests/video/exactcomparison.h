@@ -1,11 +1,13 @@
 #pragma once
 
 #include "video/exact/exactcounters.h"
+#include "video/ffvideo.h"
 
 #include <QByteArray>
 #include <QString>
 #include <QVector>
 
+#include <memory>
 #include <optional>
 
 // What an ExactReader delivers, beside what decoding everything delivers.
@@ -24,11 +26,14 @@ public:
     [[nodiscard]] QByteArray picture(int number) const { return m_pictures.value(number, "none"); }
     /// The first picture that looks like this; -1 where none does.
     [[nodiscard]] int numberOf(const QByteArray &picture) const { return int(m_pictures.indexOf(picture)); }
+    /// Has just opened the file, for any number of readers beside it, which do not change it; null if that fails.
+    [[nodiscard]] const FFVideo *opened() const;
 
 private:
     QString m_path;
     QVector<QByteArray> m_pictures;
     bool m_isOpen = false;
+    mutable std::unique_ptr<FFVideo> m_opened;
 };
 
 /// The pictures of a file that stays what it is; decoded once.

@@ -190,7 +190,7 @@ private slots:
     void aRestartTestThatFails_countsAsWorkInVain()
     {
         FFVideo video;
-        QVERIFY(video.Open(QFile::encodeName(afterIdr).constData(), true, FFVideo::FF_ACCESS_READ));
+        QVERIFY(open(video, afterIdr));
         ExactReader reader(video, 1);
         losesAll = false;
         lostFrom = video.frame->pts + std::int64_t{20} * 3600; // after the proof

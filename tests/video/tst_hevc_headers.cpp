@@ -45,9 +45,17 @@ Case predicted(std::uint32_t type = Slice::P)
     return stream;
 }
 
-Case withInterRps(const BitWriter &rps)
+// With room in its list for all that it may refer to.
+Case widelyPredicted()
 {
     Case stream = predicted();
+    stream.pps.numRefIdxDefaultActiveMinus1 = 3;
+    return stream;
+}
+
+Case withInterRps(const BitWriter &rps)
+{
+    Case stream = widelyPredicted();
     // -1 and -3 (not used by the picture itself), +2
     stream.sps.shortTermRps = {bits().ue(2).ue(1).ue(0).flag(true).ue(1).flag(false).ue(1).flag(true)};
     stream.slice.shortTermRps = bits().flag(false).flag(true).append(rps);
@@ -80,7 +88,7 @@ private slots:
         // One of the SPS, one of the slice with all of its count.
         stream.slice.longTermPics = bits().ue(1).ue(1).u(0, 1).flag(false).u(9, 4).flag(true).flag(true).ue(1);
         // Three and two entries, each chosen among four pictures; the first of the second list is collocated.
-        stream.slice.prediction = bits().flag(true).ue(2).ue(1).flag(true).u(0, 6).flag(true).u(0, 4);
+        stream.slice.prediction = bits().flag(true).ue(2).ue(1).flag(true).u(0b11'00'01, 6).flag(true).u(0b10'00, 4);
         stream.slice.prediction->flag(true).flag(true).flag(false).ue(1).ue(4);
         stream.slice.chromaQpOffsets = bits().se(12).se(-12);
         stream.slice.loopFilters = bits().flag(true).flag(false).se(6).se(-6);
@@ -203,15 +211,31 @@ private slots:
     void references_areThoseOfThePictureItself()
     {
         // Of three pictures before it and one after, the second is kept for others.
-        Case stream = predicted();
+        Case stream = widelyPredicted();
         stream.slice.shortTermRps =
             bits().flag(false).ue(3).ue(1).ue(0).flag(true).ue(0).flag(false).ue(3).flag(true).ue(1).flag(true);
         const AccessUnit unit = stream.read();
         QCOMPARE(unit.references, (Counts{3, -2, 6}));
         QVERIFY(unit.referencesAreKnown);
         const AccessUnit intra = Case().read();
-        QVERIFY(intra.references.empty());
-        QVERIFY(intra.referencesAreKnown);
+        QVERIFY(intra.references.empty() && intra.referencesAreKnown);
+
+        // One in each list: the nearest before, the nearest after; or those that are chosen, of P slices before only.
+        stream.slice.prediction = bits().flag(true).ue(0).ue(0);
+        QCOMPARE(stream.read().references, Counts{3});
+        Slice second = stream.slice;
+        stream.slice.type = Slice::B;
+        stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(false).ue(0);
+        QCOMPARE(stream.read().references, (Counts{3, 6}));
+        stream.pps.listsModificationPresent = true;
+        stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(true).u(1, 2).flag(true).u(2, 2).flag(false).ue(0);
+        QCOMPARE(stream.read().references, Counts{-2});
+        second.first = false;
+        second.address = 1;
+        second.prediction = bits().flag(true).ue(0).flag(true).u(2, 2).ue(0);
+        QCOMPARE(stream.readWith(second.write(stream.sps, stream.pps)).references, (Counts{-2, 6}));
+        stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(true).u(3, 2).flag(false).flag(false).ue(0);
+        QVERIFY(!stream.read().onePicture);
     }
 
     void aSetOfTheSps_isChosenByItsIndex()
@@ -245,7 +269,7 @@ private slots:
 
     void longTermPictures_countOnFromOneAnother()
     {
-        Case stream = predicted();
+        Case stream = widelyPredicted();
         stream.sps.longTermPics = bits().ue(0);
         // Cycles of 1, and 1 more: counts with lsb 2 and 7, one and two times 16 before the picture's 4.
         stream.slice.longTermPics =

@@ -30,7 +30,9 @@ void AccessUnitReader::Contents::add(std::optional<SliceHeader> slice)
         isOnePicture = false;
     withholdsOutput = withholdsOutput || slice->noOutputOfPriorPics || !slice->picOutput;
     latestAddress = slice->sliceSegmentAddress;
-    if (!first)
+    if (first)
+        first->refPicLists |= slice->refPicLists;
+    else
         first = std::move(slice);
 }
 

@@ -34,15 +34,21 @@ PictureOrderCounter::Picture PictureOrderCounter::next(const SliceHeader &slice,
 // ITU-T H.265, 8.3.2
 bool findReferences(const SliceHeader &slice, const Sps &sps, std::int64_t count, std::vector<std::int64_t> &references)
 {
+    std::uint32_t lists = slice.refPicLists; // its lowest bit is of the next picture that may be used
+    const auto isInLists = [&](const auto &picture) {
+        const bool isIn = picture.usedByCurr && (lists & 1U) != 0;
+        lists >>= picture.usedByCurr ? 1 : 0;
+        return isIn;
+    };
     for (const auto *pictures : {&slice.shortTermRps.negative, &slice.shortTermRps.positive}) {
         for (const ShortTermRps::Picture &picture : *pictures) {
-            if (picture.usedByCurr)
+            if (isInLists(picture))
                 references.push_back(count + picture.deltaPoc);
         }
     }
     bool allAreKnown = true;
     for (const LongTermPicture &picture : slice.longTermPics) {
-        if (!picture.usedByCurr)
+        if (!isInLists(picture))
             continue;
         const std::int64_t maxLsb = sps.maxPicOrderCntLsb();
         if (picture.deltaPocMsbPresent)

@@ -31,8 +31,8 @@ private:
     bool m_sequenceEnded = false;
 };
 
-/// The pictures that the one of count `count` may refer to itself (8.3.2: PocStCurrBefore, PocStCurrAfter, PocLtCurr).
-/// False if a long-term one is known by the lowest bits of its count only; it is left out then.
+/// The pictures that the one of count `count` may refer to itself: those in `slice.refPicLists`, by their counts
+/// (8.3.2). False if a long-term one is known by the lowest bits of its count only; it is left out then.
 [[nodiscard]] bool findReferences(const SliceHeader &slice, const Sps &sps, std::int64_t count,
                                   std::vector<std::int64_t> &references);
 

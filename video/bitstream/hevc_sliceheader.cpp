@@ -2,16 +2,10 @@
 
 #include "video/bitstream/hevc_sliceheaderparser.h"
 
-#include <algorithm>
-
 namespace quorvale::hevc {
 
 std::uint32_t SliceHeader::numPicTotalCurr() const
 {
-    const auto isUsed = [](const auto &picture) { return picture.usedByCurr; };
-    const auto countUsed = [&](const auto &pictures) {
-        return static_cast<std::uint32_t>(std::count_if(pictures.begin(), pictures.end(), isUsed));
-    };
     return countUsed(shortTermRps.negative) + countUsed(shortTermRps.positive) + countUsed(longTermPics);
 }
 

@@ -4,6 +4,7 @@
 #include "video/bitstream/hevc_pps.h"
 #include "video/bitstream/hevc_sps.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -29,6 +30,14 @@ struct LongTermPicture
     }
 };
 
+/// How many of `pictures`, of a reference picture set, the picture itself may refer to.
+template <typename Pictures>
+[[nodiscard]] std::uint32_t countUsed(const Pictures &pictures)
+{
+    const auto isUsed = [](const auto &picture) { return picture.usedByCurr; };
+    return static_cast<std::uint32_t>(std::count_if(pictures.begin(), pictures.end(), isUsed));
+}
+
 /// Slice segment header (ITU-T H.265, 7.3.6.1).
 struct SliceHeader
 {
@@ -47,6 +56,9 @@ struct SliceHeader
     std::vector<LongTermPicture> longTermPics;
     bool temporalMvpEnabled = false;                ///< slice_temporal_mvp_enabled_flag
     std::array<std::uint32_t, 2> numRefIdxActive{}; ///< num_ref_idx_l0/l1_active_minus1 + 1
+    /// Bit i: RefPicList0 or RefPicList1 (8.3.4) holds the i-th of the pictures that `usedByCurr` are, in the order of
+    /// shortTermRps.negative, shortTermRps.positive, longTermPics.
+    std::uint32_t refPicLists = 0;
 
     /// NumPicTotalCurr (7-55)
     [[nodiscard]] std::uint32_t numPicTotalCurr() const;

@@ -141,10 +141,8 @@ bool SliceHeaderParser::parsePrediction()
             return false;
         slice.numRefIdxActive.at(list) = count;
     }
-    if (slice.numPicTotalCurr() == 0)
+    if (slice.numPicTotalCurr() == 0 || !parseLists())
         return false;
-    if (pps.listsModificationPresent && slice.numPicTotalCurr() > 1)
-        skipListsModification();
     if (slice.sliceType == SliceType::B)
         reader.readFlag(); // mvd_l1_zero_flag
     if (pps.cabacInitPresent)
@@ -157,14 +155,27 @@ bool SliceHeaderParser::parsePrediction()
     return reader.readUe() <= 4; // five_minus_max_num_merge_cand
 }
 
-// ITU-T H.265, 7.3.6.2, ref_pic_lists_modification()
-void SliceHeaderParser::skipListsModification()
+// ITU-T H.265, 7.3.6.2, ref_pic_lists_modification(), and what the lists then hold (8.3.4): without it all pictures of
+// the set in turn, over and over, the first list those that are output before this one first, the second one those
+// after.
+bool SliceHeaderParser::parseLists()
 {
+    const std::uint32_t total = slice.numPicTotalCurr();
+    const std::uint32_t before = countUsed(slice.shortTermRps.negative);
+    const std::uint32_t after = countUsed(slice.shortTermRps.positive);
     for (std::size_t list = 0; list < lists(); ++list) {
-        if (reader.readFlag()) // ref_pic_list_modification_flag_l0, ref_pic_list_modification_flag_l1
-            reader.skipBits(std::int64_t{slice.numRefIdxActive.at(list)} *
-                            ceilLog2(slice.numPicTotalCurr())); // list_entry
+        // ref_pic_list_modification_flag_l0, ref_pic_list_modification_flag_l1
+        const bool isModified = pps.listsModificationPresent && total > 1 && reader.readFlag();
+        for (std::uint32_t i = 0; i < slice.numRefIdxActive.at(list); ++i) {
+            std::uint32_t entry = isModified ? reader.readBits(ceilLog2(total)) : i % total; // list_entry_l0[i], ...
+            if (entry >= total)
+                return false;
+            if (list == 1 && entry < before + after)
+                entry = entry < after ? before + entry : entry - after;
+            slice.refPicLists |= 1U << entry;
+        }
     }
+    return true;
 }
 
 // ITU-T H.265, 7.3.6.1, collocated_from_l0_flag, collocated_ref_idx

@@ -32,7 +32,7 @@ private:
     bool parseLongTermReferences();
     bool parseLongTermPicture(std::uint32_t i, std::uint32_t numLongTermSps);
     bool parsePrediction();
-    void skipListsModification();
+    bool parseLists();
     bool parseCollocatedPicture();
     bool parsePredWeightTable();
     bool parseQp();

@@ -110,7 +110,7 @@ PlanningRules FrameSource::rules(const Anchor &anchor) const
 {
     PlanningRules rules;
     rules.coding = m_coding;
-    rules.byReferenceSets = m_byReferenceSets;
+    rules.byReferenceLists = m_byReferenceLists;
     rules.depth = anchor.depth;
     if (m_worker)
         rules.primeFrom = m_worker->knowsUpTo;
@@ -177,9 +177,9 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
     }
     m_worker.reset();
     m_inVain += m_counters.picturesDecoded - before;
-    if (m_coding == VideoCoding::Hevc && m_byReferenceSets) {
+    if (m_coding == VideoCoding::Hevc && m_byReferenceLists) {
         // A decoder may miss pictures that are still in a set, but that neither this picture nor the wanted one needs.
-        m_byReferenceSets = false;
+        m_byReferenceLists = false;
         return hop(anchor, place);
     }
     betray(anchor, entry->place);

@@ -84,7 +84,7 @@ private:
         OutputIndex entry;
         OutputIndex place;
         std::int64_t depth = 0;
-        bool byReferenceSets = false;
+        bool byReferenceLists = false;
         std::int64_t pictures = 0; ///< that it may decode
         std::int64_t bytes = 0;    ///< of packets
     };
@@ -171,7 +171,7 @@ private:
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor
-    bool m_byReferenceSets = true;    ///< see PlanningRules; not any more after a run that failed
+    bool m_byReferenceLists = true;   ///< see PlanningRules; not any more after a run that failed
     Trust m_inexact = Trust::Unknown; ///< recovery points that promise nothing
 
     std::vector<FrameNumber> m_announced; ///< ascending; until their prospects were looked at

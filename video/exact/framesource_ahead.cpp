@@ -51,7 +51,7 @@ bool FrameSource::loadNext(FrameNumber number)
     ahead.entry = entry->place;
     ahead.place = place;
     ahead.depth = anchor.depth;
-    ahead.byReferenceSets = m_coding == VideoCoding::Hevc && rules.byReferenceSets;
+    ahead.byReferenceLists = m_coding == VideoCoding::Hevc && rules.byReferenceLists;
     ahead.pictures = plan->pictureCount();
     ahead.bytes = LoadedPackets::bytesOf(*plan);
     if (!isRoomFor(ahead))
@@ -122,8 +122,8 @@ FrameSource::Taken FrameSource::takeAhead(Anchor &anchor, OutputIndex place)
             m_inVain += other.pictures;
         dropAhead();
     }
-    if (!decoded.frame && (decoded.lackedMemory || ahead.byReferenceSets)) {
-        m_byReferenceSets = m_byReferenceSets && !ahead.byReferenceSets; // see hop()
+    if (!decoded.frame && (decoded.lackedMemory || ahead.byReferenceLists)) {
+        m_byReferenceLists = m_byReferenceLists && !ahead.byReferenceLists; // see hop()
         return Taken::Nothing;
     }
     if (!decoded.frame) {

@@ -14,7 +14,7 @@ public:
     NeededPictures(PictureIndex entry, PictureIndex end);
 
     void leaveOut(PictureIndex picture) { m_isNeeded[placeOf(picture)] = false; }
-    /// Leaves out what reference picture sets (ITU-T H.265, 8.3.2) do not reach from the last one; false, and nothing
+    /// Leaves out what reference picture lists (ITU-T H.265, 8.3.4) do not reach from the last one; false, and nothing
     /// is left out, where they do not tell.
     bool leaveOutUnreached(const PictureList &pictures);
 

@@ -61,8 +61,8 @@ NeededPictures neededFor(const PictureList &pictures, PictureIndex entry, Pictur
                          const PlanningRules &rules)
 {
     NeededPictures needed(entry, target + 1);
-    const bool bySets = rules.coding == VideoCoding::Hevc && rules.byReferenceSets;
-    if (rules.leavesOut && !(bySets && needed.leaveOutUnreached(pictures)))
+    const bool byLists = rules.coding == VideoCoding::Hevc && rules.byReferenceLists;
+    if (rules.leavesOut && !(byLists && needed.leaveOutUnreached(pictures)))
         leaveOutUnreferenced(needed, pictures, entry, target, rules);
     return needed;
 }

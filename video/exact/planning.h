@@ -11,10 +11,10 @@ namespace quorvale {
 struct PlanningRules
 {
     VideoCoding coding{};
-    bool byReferenceSets = true; ///< HEVC: leaves out what they do not reach
-    std::int64_t depth = 0;      ///< of the decoder that was seen, see Decoding::depth()
-    PictureIndex primeFrom;      ///< the first picture whose parameters the decoder may not know
-    bool leavesOut = true;       ///< pictures that no other one refers to
+    bool byReferenceLists = true; ///< HEVC: leaves out what they do not reach
+    std::int64_t depth = 0;       ///< of the decoder that was seen, see Decoding::depth()
+    PictureIndex primeFrom;       ///< the first picture whose parameters the decoder may not know
+    bool leavesOut = true;        ///< pictures that no other one refers to
 };
 
 /// The last entry point from which the picture at `place` can be decoded, none before `from`; nothing where there
