@@ -16,12 +16,6 @@ struct Word
     int end = 0;
 };
 
-struct ColumnSpan
-{
-    Word value;
-    qint64 columns = 1;
-};
-
 /// The tags of a text, as Qt's parser finds them. It differs from HTML: white space may follow the `<`, and quotes
 /// count only at the beginning of a word.
 class TagReader
@@ -45,16 +39,16 @@ public:
         }
     }
 
-    /// The spans of more than one column, in the text's order.
-    [[nodiscard]] const std::vector<ColumnSpan> &columnSpans() const { return m_columnSpans; }
+    /// The spans of rows and those of more than one column, in the text's order.
+    [[nodiscard]] const std::vector<Word> &spans() const { return m_spans; }
+
+    [[nodiscard]] bool hasColumnSpans() const { return m_spannedColumns > 0; }
 
     /// At least as many cells as all tables have together.
     [[nodiscard]] qint64 mostCells() const
     {
-        qint64 columns = m_cellTags;
-        for (const ColumnSpan &span : m_columnSpans)
-            columns += span.columns;
-        return columns * (m_rowTags + m_cellTags); // a cell outside of any row gets a row of its own
+        return (m_cellTags + m_spannedColumns) *
+               (m_rowTags + m_cellTags); // a cell outside of any row gets a row of its own
     }
 
 private:
@@ -109,11 +103,10 @@ private:
             ++m_position;
             skipSpace();
             const Word value = readWord();
-            if (key == QLatin1String("colspan")) {
-                const int columns = decoded(value).toInt();
-                if (columns > 1)
-                    m_columnSpans.push_back({value, columns});
-            }
+            const int columns = key == QLatin1String("colspan") ? decoded(value).toInt() : 0;
+            if (columns > 1 || key == QLatin1String("rowspan"))
+                m_spans.push_back(value);
+            m_spannedColumns += columns > 1 ? columns : 0;
         }
     }
 
@@ -155,7 +148,8 @@ private:
     int m_end;
     qint64 m_rowTags = 0;
     qint64 m_cellTags = 0;
-    std::vector<ColumnSpan> m_columnSpans;
+    qint64 m_spannedColumns = 0;
+    std::vector<Word> m_spans;
 };
 
 } // namespace
@@ -163,11 +157,11 @@ private:
 QString withBoundedColumnSpans(const QString &markup, qint64 mostCells)
 {
     const TagReader tags(markup);
-    if (tags.columnSpans().empty() || tags.mostCells() <= mostCells)
+    if (!tags.hasColumnSpans() || tags.mostCells() <= mostCells)
         return markup;
     QString bounded = markup;
-    for (auto span = tags.columnSpans().crbegin(); span != tags.columnSpans().crend(); ++span)
-        bounded.replace(span->value.begin, span->value.end - span->value.begin, QLatin1Char('1'));
+    for (auto span = tags.spans().crbegin(); span != tags.spans().crend(); ++span)
+        bounded.replace(span->begin, span->end - span->begin, QLatin1Char('1'));
     return bounded;
 }
 

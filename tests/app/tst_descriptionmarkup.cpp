@@ -126,6 +126,14 @@ private slots:
         }
     }
 
+    void words_stayApart_whereTablesAreMadeSmall()
+    {
+        DescriptionDocument document;
+        quorvale::insertDescription(QTextCursor(&document),
+                                    "<td><tr><td rowspan=2147483647><tr><td colspan=20000>one<td>two");
+        QVERIFY2(!document.toPlainText().contains("onetwo"), qPrintable(document.toPlainText()));
+    }
+
     void layout_isBounded_inNestedTables_data()
     {
         QTest::addColumn<QString>("opening");

@@ -217,7 +217,7 @@ private slots:
         QVERIFY(viewer.thumbnailScanRunning); // until events are handled
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
         viewer.ui.summaryList->setCurrentRow(1);
-        viewer.SetThumbs(viewer.recordingFile(0), seriesWith(3), seriesWith(3));
+        viewer.SetThumbs(viewer.recordingFile(0), seriesWith(2), seriesWith(3));
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
         viewer.SetThumbs(viewer.recordingFile(1), seriesWith(1), seriesWith(1));
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("1 picture"));
@@ -250,6 +250,8 @@ private slots:
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
         viewer.selectDevice(devices->topLevelItem(1), 0);
         QCOMPARE(saidOf(viewer.ui.thumbnailLabel), QString("pictures are being made"));
+        viewer.selectDevice(devices->topLevelItem(0), 0); // whose pictures were looked for in vain, by a scan before
+        QCOMPARE(saidOf(viewer.ui.thumbnailLabel), kLater);
     }
 
     void pictures_areBeingMade_stillForADeviceThatIsClickedAgain()

@@ -160,7 +160,7 @@ private slots:
         const QTemporaryDir volume;
         QVERIFY(QDir(volume.path()).mkpath("DVR/RECSINFO/RECS.INF"));
         const auto programmes = load(volume);
-        QVERIFY(!programmes || programmes->empty());
+        QVERIFY(programmes && programmes->empty());
     }
 
     // Opening a pipe waits for a writer, and there is none.

@@ -19,13 +19,8 @@ using quorvale::ffmpeg::planeLayoutOf;
 
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
-    return QStringLiteral("%1x%2 format %3 strides %4 %5 %6 ")
-               .arg(image.width)
-               .arg(image.height)
-               .arg(int(image.format))
-               .arg(image.stride[0])
-               .arg(image.stride[1])
-               .arg(image.stride[2])
+    return QString::asprintf("%dx%d format %d strides %d %d %d ", int(image.width), int(image.height),
+                             int(image.format), int(image.stride[0]), int(image.stride[1]), int(image.stride[2]))
                .toLatin1() +
            checksum(image, avFormat);
 }
@@ -121,11 +116,9 @@ ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int
         }
         if (found != expected) {
             const int other = literal.numberOf(found);
+            const QByteArray what = other >= 0 ? "number " + QByteArray::number(other) : found;
             result.difference =
-                QStringLiteral("picture %1: %2 instead of %3")
-                    .arg(target)
-                    .arg(other >= 0 ? QStringLiteral("number %1").arg(other) : QString::fromLatin1(found),
-                         QString::fromLatin1(expected));
+                QString::asprintf("picture %d: %s instead of %s", target, what.constData(), expected.constData());
             break;
         }
         ++(target < literal.count() ? result.delivered : result.pastEnd);

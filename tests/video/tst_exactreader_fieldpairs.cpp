@@ -62,10 +62,10 @@ private slots:
         pairs.refersBack = true;
         const ExactComparison result = compareExactly(make("back", pairs), {150, 270});
         QCOMPARE(result.difference, QString());
-        QCOMPARE(result.delivered, 0);
-        QCOMPARE(result.refused, 2);
-        QCOMPARE(result.counters.runs, 1); // the test
-        QVERIFY(result.counters.picturesDecoded <= kProof + 6 + kTest);
+        QCOMPARE(result.delivered, 2);
+        QCOMPARE(result.counters.runs, 1); // the test, after which the decoder from the file's start goes on
+        qInfo("%lld decoded", static_cast<long long>(result.counters.picturesDecoded));
+        QVERIFY(result.counters.picturesDecoded <= 271 + 3 + kTest / 2);
     }
 };
 

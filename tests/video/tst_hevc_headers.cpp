@@ -36,26 +36,20 @@ struct Case
     }
 };
 
-Case predicted(std::uint32_t type = Slice::P)
+// `listed`: pictures in each of its lists.
+Case predicted(std::uint32_t type = Slice::P, std::uint32_t listed = 1)
 {
     Case stream;
+    stream.pps.numRefIdxDefaultActiveMinus1 = listed - 1;
     stream.slice.type = type;
     stream.slice.picOrderCntLsb = 4;
     stream.slice.shortTermRps = bits().flag(false).ue(2).ue(0).ue(0).flag(true).ue(1).flag(true);
     return stream;
 }
 
-// With room in its list for all that it may refer to.
-Case widelyPredicted()
-{
-    Case stream = predicted();
-    stream.pps.numRefIdxDefaultActiveMinus1 = 3;
-    return stream;
-}
-
 Case withInterRps(const BitWriter &rps)
 {
-    Case stream = widelyPredicted();
+    Case stream = predicted(Slice::P, 4);
     // -1 and -3 (not used by the picture itself), +2
     stream.sps.shortTermRps = {bits().ue(2).ue(1).ue(0).flag(true).ue(1).flag(false).ue(1).flag(true)};
     stream.slice.shortTermRps = bits().flag(false).flag(true).append(rps);
@@ -211,7 +205,7 @@ private slots:
     void references_areThoseOfThePictureItself()
     {
         // Of three pictures before it and one after, the second is kept for others.
-        Case stream = widelyPredicted();
+        Case stream = predicted(Slice::P, 4);
         stream.slice.shortTermRps =
             bits().flag(false).ue(3).ue(1).ue(0).flag(true).ue(0).flag(false).ue(3).flag(true).ue(1).flag(true);
         const AccessUnit unit = stream.read();
@@ -220,21 +214,24 @@ private slots:
         const AccessUnit intra = Case().read();
         QVERIFY(intra.references.empty() && intra.referencesAreKnown);
 
-        // One in each list: the nearest before, the nearest after; or those that are chosen, of P slices before only.
+        // One in each list: the nearest before, the nearest after; or those that are chosen. P slices have one list.
         stream.slice.prediction = bits().flag(true).ue(0).ue(0);
         QCOMPARE(stream.read().references, Counts{3});
-        Slice second = stream.slice;
         stream.slice.type = Slice::B;
         stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(false).ue(0);
         QCOMPARE(stream.read().references, (Counts{3, 6}));
         stream.pps.listsModificationPresent = true;
-        stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(true).u(1, 2).flag(true).u(2, 2).flag(false).ue(0);
+        const auto choose = [](std::uint32_t first, std::uint32_t second) {
+            return bits().flag(true).ue(0).ue(0).flag(true).u(first, 2).flag(true).u(second, 2).flag(false).ue(0);
+        };
+        stream.slice.prediction = choose(1, 2);
         QCOMPARE(stream.read().references, Counts{-2});
+        Slice second = stream.slice;
         second.first = false;
         second.address = 1;
-        second.prediction = bits().flag(true).ue(0).flag(true).u(2, 2).ue(0);
+        second.prediction = choose(1, 0);
         QCOMPARE(stream.readWith(second.write(stream.sps, stream.pps)).references, (Counts{-2, 6}));
-        stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(true).u(3, 2).flag(false).flag(false).ue(0);
+        stream.slice.prediction = choose(3, 0);
         QVERIFY(!stream.read().onePicture);
     }
 
@@ -259,17 +256,14 @@ private slots:
         QCOMPARE(withInterRps(bits().ue(0).flag(false).ue(1).u(0b00'1'01'1, 6)).read().references, (Counts{3, 6}));
         // deltaRps +1 makes the first one the picture itself, which is left out.
         QCOMPARE(withInterRps(bits().ue(0).flag(false).ue(0).u(0xF, 4)).read().references, (Counts{2, 5, 7}));
-    }
-
-    void aSetPredictedFromNone_isDamage()
-    {
-        QVERIFY(!withInterRps(bits().ue(1).flag(true).ue(0).u(0xF, 4)).read().onePicture);     // delta_idx
-        QVERIFY(!withInterRps(bits().ue(0).flag(true).ue(32768).u(0xF, 4)).read().onePicture); // abs_delta_rps
+        // From none: delta_idx, abs_delta_rps out of range.
+        QVERIFY(!withInterRps(bits().ue(1).flag(true).ue(0).u(0xF, 4)).read().onePicture);
+        QVERIFY(!withInterRps(bits().ue(0).flag(true).ue(32768).u(0xF, 4)).read().onePicture);
     }
 
     void longTermPictures_countOnFromOneAnother()
     {
-        Case stream = widelyPredicted();
+        Case stream = predicted(Slice::P, 4);
         stream.sps.longTermPics = bits().ue(0);
         // Cycles of 1, and 1 more: counts with lsb 2 and 7, one and two times 16 before the picture's 4.
         stream.slice.longTermPics =

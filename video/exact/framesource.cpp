@@ -126,15 +126,19 @@ FrameSource::Status FrameSource::findFromAnchors(FrameNumber number)
         const OutputIndex place = anchor.placeOf(number);
         if (isDecodedPlainly(number))
             return Status::Found; // on the way to an anchor
-        if (isProven(anchor, place))
+        if (isProven(anchor, place)) {
+            if (isNearer(anchor, place))
+                return goOnLiterally(number);
+            loadAhead(); // Others may have got their anchor with it.
             return hop(anchor, place);
+        }
         if (home.endsFile() && !anchor.betrayedFrom && !home.firstDeeperThan(anchor.depth))
             return findNearEnd(anchor, number);
         // It lies in what is doubtful, or after it.
         if (found + 1 != m_anchors.end() || !bridge(anchor, number)) {
             if (isDecodedPlainly(number))
                 return Status::Found; // on the way to an anchor that is not proven yet
-            return anchor.betrayedFrom && mayGoOn(number) ? goOnLiterally(number) : Status::NotProven;
+            return anchor.betrayedFrom || standsIn() ? standIn(number) : Status::NotProven;
         }
     }
 }
@@ -152,10 +156,10 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
         break;
     }
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
-    if (!entry)
+    if (!entry && !standsIn())
         return Status::NotProven;
-    if (!mayTry(home.at(place) - entry->picture))
-        return mayGoOn(number) ? goOnLiterally(number) : Status::NotProven;
+    if (!entry || !mayTry(home.at(place) - entry->picture))
+        return standIn(number);
     if (!prepareWorker(entry->picture))
         return Status::NotProven;
     const std::optional<RunPlan> plan = planToPicture(pictures(), home, *entry, place, rules(anchor));

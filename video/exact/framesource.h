@@ -66,6 +66,7 @@ private:
     enum class Verdict { Proven, Refuted, Open };
     enum class Trust { Unknown, Yes, No };
     enum class Taken { Picture, Betrayal, Nothing };
+    enum class Loading { Done, NoAnchor, NoRoom };
 
     // A random access point that may become an anchor, once its number is known.
     struct Candidate
@@ -115,6 +116,8 @@ private:
     Status findAfterBetrayal(Anchor &anchor, FrameNumber number);
     [[nodiscard]] bool isDecodedPlainly(FrameNumber number) const;
     [[nodiscard]] bool mayGoOn(FrameNumber number) const;
+    [[nodiscard]] bool isNearer(Anchor &anchor, OutputIndex place);
+    Status standIn(FrameNumber number);
     Status goOnLiterally(FrameNumber number);
     bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
 
@@ -126,13 +129,14 @@ private:
     [[nodiscard]] Verdict judge(const Candidate &candidate) const;
 
     [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
+    void testForAnnounced();
     void testRestart(Anchor &anchor, OutputIndex place);
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
     [[nodiscard]] std::vector<FrameChecksum> decodeChecksums(const Anchor &anchor, const EntryPoint &point,
                                                              OutputIndex last);
 
     void loadAhead();
-    bool loadNext(FrameNumber number);
+    Loading loadNext(FrameNumber number);
     [[nodiscard]] std::optional<DecodingTask> makeTask(RunPlan plan, PictureIndex target);
     [[nodiscard]] std::future<DecodedPicture> begin(DecodingTask task);
     [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
@@ -148,6 +152,7 @@ private:
     [[nodiscard]] std::int64_t bridgesBefore(PictureIndex end) const;
     [[nodiscard]] static std::int64_t proofFrom(RandomAccess kind, bool isBridge);
     [[nodiscard]] std::int64_t reach() const;
+    [[nodiscard]] bool standsIn() const { return m_literal && m_literalStandsIn; }
     [[nodiscard]] bool isWithinBudget(std::int64_t cost) const;
     [[nodiscard]] bool mayTry(std::int64_t cost) const;
     [[nodiscard]] bool mayBridge(std::int64_t cost) const;
@@ -167,7 +172,8 @@ private:
 
     std::unique_ptr<LiteralRun> m_literal; ///< from the start, or over a bridge
     bool m_literalFromStart = false;
-    bool m_literalIsPlain = false; ///< its decoder is in the state of one that began with the file
+    bool m_literalIsPlain = false;  ///< its decoder is in the state of one that began with the file
+    bool m_literalStandsIn = false; ///< see standIn()
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor

@@ -6,6 +6,7 @@
 
 #include "video/ffmpeg/compat.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quorvale {
@@ -17,35 +18,39 @@ constexpr std::int64_t kMostLoadedBytes = std::int64_t{32} * 1024 * 1024;
 
 } // namespace
 
-// Has as many of the pictures in m_toLoad decoded as there is room for.
+// Has as many of the pictures in m_toLoad decoded as there is room for. Those after a doubt wait for a bridge.
 void FrameSource::loadAhead()
 {
     const auto most = static_cast<std::size_t>(m_limits.pictures);
-    while (!m_toLoad.empty() && m_ahead.size() < most && loadNext(m_toLoad.front()))
-        m_toLoad.pop_front();
+    for (auto next = m_toLoad.begin(); next != m_toLoad.end() && m_ahead.size() < most;) {
+        const Loading loading = loadNext(*next);
+        if (loading == Loading::NoRoom)
+            break;
+        next = loading == Loading::Done ? m_toLoad.erase(next) : next + 1;
+    }
     if (m_toLoad.empty())
         m_kept.clear();
 }
 
-// False where it has to wait for room. A picture that has no anchor, or no plan, is left to findAnywhere().
-bool FrameSource::loadNext(FrameNumber number)
+// A picture that has no plan is left to findAnywhere().
+FrameSource::Loading FrameSource::loadNext(FrameNumber number)
 {
     if (number.value() < kNearStart || !hasFirstAnchor() || number < m_anchors.front().number)
-        return true;
+        return Loading::Done;
     const auto found = anchorFor(number);
     Anchor &anchor = *found;
     const OutputIndex place = anchor.placeOf(number);
     if (!isProven(anchor, place))
-        return true;
+        return Loading::NoAnchor;
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
     const PictureIndex target = stretchOf(anchor).at(place);
     if (!entry)
-        return true;
+        return Loading::Done;
     PlanningRules rules = this->rules(anchor);
     rules.primeFrom = PictureIndex(); // The decoder will be a new one, so that what it knows depends on no other task.
     std::optional<RunPlan> plan = planToPicture(pictures(), stretchOf(anchor), *entry, place, rules);
     if (!plan)
-        return true;
+        return Loading::Done;
     Ahead ahead;
     ahead.stretch = anchor.stretch;
     ahead.entry = entry->place;
@@ -55,15 +60,15 @@ bool FrameSource::loadNext(FrameNumber number)
     ahead.pictures = plan->pictureCount();
     ahead.bytes = LoadedPackets::bytesOf(*plan);
     if (!isRoomFor(ahead))
-        return m_ahead.empty(); // Alone, it is too large for good.
+        return m_ahead.empty() ? Loading::Done : Loading::NoRoom; // Alone, it is too large for good.
 
     m_literal.reset(); // as for any run: its decoder has done what it was for
     std::optional<DecodingTask> task = makeTask(std::move(*plan), target);
     if (!task)
-        return true;
+        return Loading::Done;
     ahead.picture = begin(std::move(*task));
     m_ahead.emplace(number, std::move(ahead));
-    return true;
+    return Loading::Done;
 }
 
 bool FrameSource::isRoomFor(const Ahead &further) const
@@ -149,6 +154,9 @@ const DecodedPicture &FrameSource::finish(Ahead &ahead)
 // Of a picture that was had or refused without it, so that there is room for the next one.
 void FrameSource::dropTask(FrameNumber number)
 {
+    m_toLoad.erase(std::remove(m_toLoad.begin(), m_toLoad.end(), number), m_toLoad.end());
+    if (m_toLoad.empty())
+        m_kept.clear();
     const auto left = m_ahead.extract(number);
     if (!left)
         return;

@@ -54,7 +54,10 @@ bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
     const Stretch &home = stretchOf(from);
     const OutputIndex last = provenEnd(from) - 1;
     const std::optional<EntryPoint> entry = last >= from.point.place ? entryFor(from, last) : std::nullopt;
-    if (!entry)
+    // Where everything is decoded anyway, that is the bridge.
+    const bool goesOn = mayGoOn(wanted) && (from.betrayedFrom || standsIn() || !m_literalFromStart) &&
+                        (!entry || m_literal->position() >= entry->picture);
+    if (!entry && !goesOn)
         return false;
     PictureIndex trouble = home.end();
     if (from.betrayedFrom)
@@ -62,15 +65,14 @@ bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
     if (const std::optional<PictureIndex> tooDeep = home.firstDeeperThan(from.depth))
         trouble = std::min(trouble, *tooDeep);
 
-    // A bridge must cost less than decoding up to the farthest picture that was asked for.
     const std::optional<Candidate> first = candidate(trouble, 0, true);
-    const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     if (!first)
         return false;
     const PictureIndex end = first->point.picture + first->proof;
-    // Where everything is decoded anyway, that is the bridge.
-    if (from.betrayedFrom && mayGoOn(wanted) && m_literal->position() >= entry->picture)
+    if (goesOn)
         return searchAnchor(trouble, true, end + kBeyondBridge, wanted);
+    // A bridge must cost less than decoding up to the farthest picture that was asked for.
+    const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     const std::int64_t cost = end - entry->picture;
     if (cost > effort || !mayBridge(cost) || !beginBridge(from, *entry))
         return false;
@@ -80,6 +82,7 @@ bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
                                       m_horizon + kBeyondHorizon);
     m_onBridges += m_counters.picturesDecoded - before;
     m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
+    m_literalIsPlain = isFound; // from there on
     return isFound;
 }
 
@@ -98,6 +101,7 @@ bool FrameSource::beginBridge(Anchor &from, const EntryPoint &entry)
                                              from.numberAt(entry.place), start->ways);
     m_literalFromStart = false;
     m_literalIsPlain = false;
+    m_literalStandsIn = false;
     return true;
 }
 
@@ -127,6 +131,7 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex l
             anchor.number = *m_literal->numberOf(found->point.picture);
             anchor.depth = m_literal->depth();
             m_anchors.push_back(anchor);
+            m_literalStandsIn = false;
             return true;
         }
     }

@@ -29,6 +29,7 @@ bool FrameSource::beginFromStart()
     m_literal = std::make_unique<LiteralRun>(std::move(worker), m_counters);
     m_literalFromStart = true;
     m_literalIsPlain = true;
+    m_literalStandsIn = false;
     return true;
 }
 
@@ -42,6 +43,26 @@ bool FrameSource::isDecodedPlainly(FrameNumber number) const
 bool FrameSource::mayGoOn(FrameNumber number) const
 {
     return m_literal && m_literalIsPlain && m_literal->end() <= number && m_literal->end() >= m_plainUpTo;
+}
+
+// Whether the literal run in hand comes to the picture sooner than a run of its own, which no task has begun.
+bool FrameSource::isNearer(Anchor &anchor, OutputIndex place)
+{
+    const FrameNumber number = anchor.numberAt(place);
+    if (!mayGoOn(number) || m_ahead.count(number) > 0)
+        return false;
+    const std::optional<EntryPoint> entry = entryFor(anchor, place);
+    return entry && number - m_literal->end() <
+                        picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));
+}
+
+// Goes on where whoever decodes everything would have to be asked.
+FrameSource::Status FrameSource::standIn(FrameNumber number)
+{
+    if (!mayGoOn(number))
+        return Status::NotProven;
+    m_literalStandsIn = true;
+    return goOnLiterally(number);
 }
 
 FrameSource::Status FrameSource::goOnLiterally(FrameNumber number)

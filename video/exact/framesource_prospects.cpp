@@ -35,6 +35,7 @@ void FrameSource::announce(const std::vector<FrameNumber> &numbers)
 // is read is kept: where the disk fails on the way, the pictures before that can still be had.
 void FrameSource::lookAtProspects()
 {
+    const bool isFirst = !m_announced.empty();
     for (const FrameNumber number : std::exchange(m_announced, {})) {
         while (pictures().pictureEnd() <= pictureNear(number) + kScannedAfter && m_scan.readOn(&m_kept)) {
         }
@@ -48,6 +49,8 @@ void FrameSource::lookAtProspects()
         if (!isWorthIt)
             break;
     }
+    if (isFirst)
+        testForAnnounced();
     loadAhead();
 }
 
@@ -68,7 +71,8 @@ bool FrameSource::isSurelyRefused(FrameNumber number) const
         if (pictures().picture(i).doubts != 0)
             return true;
     }
-    return bridgesBefore(first) > m_horizon.value() / kForeseenBridgeDivisor;
+    const std::int64_t left = m_horizon - m_refusedUpTo.value_or(FrameNumber()); // for whoever decodes everything
+    return bridgesBefore(first) > std::min(m_horizon.value() / kForeseenBridgeDivisor, left / kBridgeDivisor);
 }
 
 // Whether it would cost too much if it were in vain. From the start on everything can be decoded, which never is.
@@ -122,13 +126,15 @@ std::int64_t FrameSource::reach() const
 // Whether up to `cost` pictures may be decoded that may be in vain, beside those that were.
 bool FrameSource::isWithinBudget(std::int64_t cost) const
 {
-    return m_inVain + cost <= reach() / kInVainDivisor;
+    // So is a run that stands in for decoding everything, where it ends for them.
+    const std::int64_t ended = standsIn() ? m_literal->position().value() : 0;
+    return m_inVain + ended + cost <= reach() / kInVainDivisor;
 }
 
 // Likewise. The first try is free: nothing speaks against it.
 bool FrameSource::mayTry(std::int64_t cost) const
 {
-    return m_inVain == 0 || isWithinBudget(cost);
+    return (m_inVain == 0 && !standsIn()) || isWithinBudget(cost);
 }
 
 bool FrameSource::mayBridge(std::int64_t cost) const

@@ -37,6 +37,19 @@ std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex plac
     return m_inexact == Trust::Yes ? any : exact;
 }
 
+// Before any announced picture is decoded: the decoder from the file's start has not come far then, and where it fails
+// goes on to the end.
+void FrameSource::testForAnnounced()
+{
+    for (auto number = m_toLoad.rbegin(); number != m_toLoad.rend() && m_inexact == Trust::Unknown; ++number) {
+        if (number->value() < kNearStart || !hasFirstAnchor() || *number < m_anchors.front().number)
+            return;
+        Anchor &anchor = *anchorFor(*number);
+        if (isProven(anchor, anchor.placeOf(*number)))
+            static_cast<void>(entryFor(anchor, anchor.placeOf(*number)));
+    }
+}
+
 // A second decoder begins at a point that promises nothing, the first one that the decoder from the file's start has
 // not reached yet. Both must output the same pictures from there on.
 void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
@@ -52,9 +65,8 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
         point->place.value() + kCompared > place.value() / kTestEffortDivisor)
         return;
     const EntryPoint tested = *point; // a copy: scanning adds points
-    const std::int64_t before = m_counters.picturesDecoded;
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
-    m_inVain += m_inexact == Trust::No ? m_counters.picturesDecoded - before : 0;
+    m_literalStandsIn = m_inexact == Trust::No;
 }
 
 // While the first decoder goes on, the second one decodes on a thread.
@@ -73,7 +85,9 @@ bool FrameSource::restartsAlike(Anchor &anchor, const EntryPoint &point)
     const std::vector<FrameChecksum> expected = decodeChecksums(anchor, point, last);
     const DecodedPicture decoded = m_threads->wait(std::move(second));
     m_counters += decoded.counters;
-    return decoded.frame && decoded.checksums == expected;
+    const bool isAlike = decoded.frame && decoded.checksums == expected;
+    m_inVain += isAlike ? 0 : decoded.counters.picturesDecoded; // The first decoder may go on.
+    return isAlike;
 }
 
 // Of the pictures from `point` on, by the decoder that began at the file's start; none where they are not as foreseen,
