@@ -21,7 +21,7 @@ constexpr std::int64_t kHevcPpsBytes = 8192;
 constexpr std::int64_t kHrdBytesAByte = 10000;
 constexpr int kPlainVpsBytes = 32;
 constexpr int kLongestHrd = 768;
-constexpr int kMostHeaderBytes = 65536; // a few hundred bytes, mostly
+constexpr int kMostBytesOfHeader = 65536; // a few hundred bytes, mostly
 
 // The types of NAL units that are sets: ITU-T H.264, table 7-1; ITU-T H.265, table 7-1; ITU-T H.266, table 5.
 struct Kind
@@ -200,7 +200,7 @@ void ParameterSets::note(Stream &stream, AVCodecID codec, const std::uint8_t *un
 void ParameterSets::noteHeader(Stream &stream, AVCodecID codec, const StreamHeader &header)
 {
     int units = 0;
-    if (header.size > kMostHeaderBytes)
+    if (header.size > kMostBytesOfHeader)
         m_bytes = kMostBytes + 1;
     else if (lengthBytes(codec, header) == 0)
         visitByStartCodes(header.data, header.size, [&](const std::uint8_t *unit, int size) {
@@ -249,7 +249,8 @@ bool ParameterSets::allows(int number, AVCodecID codec, const StreamHeader &head
     // FFmpeg's decoder of H.264 changes to start codes where it sees one, and takes headers for packets.
     const int bytes = lengthBytes(codec, header);
     stream.hasStartCodes = stream.hasStartCodes || bytes == 0 || beginsWithStartCode(packet);
-    if (codec == AV_CODEC_ID_H264 && bytes > 0 && packet.size > 6 && packet.data[0] == 1)
+    if (codec == AV_CODEC_ID_H264 && bytes > 0 && packet.size > 8 && packet.data[0] == 1 && packet.data[2] == 0 &&
+        packet.data[4] >= 0xFC)
         noteHeader(stream, codec, {packet.data, packet.size});
     if (bytes > 0)
         visitByLengths(packet.data, packet.size, bytes, noteUnit);
