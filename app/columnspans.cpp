@@ -47,8 +47,8 @@ public:
     /// At least as many cells as all tables have together.
     [[nodiscard]] qint64 mostCells() const
     {
-        return (m_cellTags + m_spannedColumns) *
-               (m_rowTags + m_cellTags); // a cell outside of any row gets a row of its own
+        const qint64 rows = m_rowTags + m_cellTags; // A cell outside of any row gets a row of its own.
+        return rows * (m_cellTags + m_spannedColumns);
     }
 
 private:

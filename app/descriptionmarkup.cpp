@@ -13,6 +13,7 @@ namespace {
 
 constexpr qint64 kMostCells = 10000;     // parsed in a tenth of a second
 constexpr qint64 kMostLayoutCost = 2000; // laid out in a fiftieth of a second; a page of text costs 50
+constexpr int kMostFonts = 8;            // with Qt 6, a script without a font costs a hundredth of a second for each
 
 } // namespace
 
@@ -21,7 +22,7 @@ void insertDescription(QTextCursor cursor, const QString &markup)
     const QString bounded = withBoundedColumnSpans(markup, kMostCells);
     DescriptionDocument parsed; // never shown, so never laid out
     QTextCursor(&parsed).insertHtml(bounded);
-    if (layoutCost(parsed) > kMostLayoutCost) {
+    if (layoutCost(parsed) > kMostLayoutCost || fontCount(parsed) > kMostFonts) {
         cursor.insertText(parsed.toPlainText().replace(QChar::ObjectReplacementCharacter, QLatin1Char(' ')));
     } else if (hasLargeLengths(parsed)) {
         dropLargeLengths(parsed);

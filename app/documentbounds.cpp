@@ -1,5 +1,6 @@
 #include "app/documentbounds.h"
 
+#include <QSet>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -120,6 +121,17 @@ qint64 layoutCost(const QTextDocument &document)
             cost += qint64{table->rows()} * table->columns() << tablesAround(table);
     }
     return cost;
+}
+
+int fontCount(const QTextDocument &document)
+{
+    QSet<QString> fonts;
+    const auto formats = document.allFormats();
+    for (const QTextFormat &format : formats) {
+        if (format.isCharFormat())
+            fonts.insert(format.toCharFormat().font().key());
+    }
+    return static_cast<int>(fonts.size());
 }
 
 bool hasLargeLengths(const QTextDocument &document)

@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/singleinput.h"
 #include "video/saturate.h"
 
 using namespace quorvale;
@@ -36,7 +37,7 @@ bool FFVideo::readPacketOf(std::int32_t stream, AVPacket &packet)
 {
     do {
         av_packet_unref(&packet);
-        if (av_read_frame(formatContext, &packet) < 0)
+        if (ffmpeg::readPacket(*formatContext, packet) < 0)
             return false;
     } while (packet.stream_index != stream);
     return true;

@@ -134,6 +134,19 @@ private slots:
         QVERIFY2(!document.toPlainText().contains("onetwo"), qPrintable(document.toPlainText()));
     }
 
+    void fonts_areFew()
+    {
+        for (const int most : {7, 30}) {
+            QString markup;
+            for (int size = 1; size <= most; ++size)
+                markup += QString("<i style=font-size:%1px>x</i>").arg(10 + size);
+            DescriptionDocument document;
+            quorvale::insertDescription(QTextCursor(&document), markup);
+            QCOMPARE(document.toPlainText(), QString("x").repeated(most));
+            QCOMPARE(document.toHtml() == renderedByQt(markup), most == 7);
+        }
+    }
+
     void layout_isBounded_inNestedTables_data()
     {
         QTest::addColumn<QString>("opening");

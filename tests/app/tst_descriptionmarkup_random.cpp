@@ -32,7 +32,7 @@ QString piece(SeededRandom &random)
             "<pre>|<title>|<a href='x'>|<br>|<h1>|<blockquote>|<table align=right width=%1>|"
             "<table border=%1 cellpadding=%1>|\xC3\xA4|</|&lt|&nbsp|&#x%1|&copy|&bogus;|&#65532;|&#64977;|&#8232;|]]>|"
             "<![CDATA[|<?xml|?>|<!DOCTYPE html>|</style>|<style>*{float:left;margin:-%1px}</style>|</script>|</title>|"
-            "<head>|</head>|<body bgcolor=%1>|<meta name=qrichtext content=1>|<link rel=stylesheet href=x>|</pre>|"
+            "<head>|</head>|<body bgcolor=red>|<meta name=qrichtext content=1>|<link rel=stylesheet href=x>|</pre>|"
             "<a name=%1>|<a name>|</a>|<ol start=2147483647>|<ol type=i start=%1>|<li/>|<dl>|<dd>|<tr/>|<caption>|"
             "<td rowspan=2147483647>|<td width=%1%>|<table style='-qt-table-type:frame;float:right'>|"
             "<table style='-qt-table-type:root;margin:%1px'>|<p style='-qt-block-indent:%1'>|"

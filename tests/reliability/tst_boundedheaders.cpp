@@ -7,6 +7,8 @@
 #include "tests/support/sanitized.h"
 #include "tests/support/testclass.h"
 #include "tests/support/transportstream.h"
+#include "tests/video/h264syntax.h"
+#include "tests/video/hevcsyntax.h"
 #include "video/ffmpeg/compat.h"
 
 using namespace memoryvisit;
@@ -110,6 +112,56 @@ private slots:
         QTest::newRow("HEVC in packets, NAL units") << readFile(streams.encoded("packets", words(inPackets)));
         const QString inAvi = "-f hevc -i " + streams.folder() + "/raw -c copy -tag:v HEVC -bsf:v setts=ts=N -f avi";
         QTest::newRow("HEVC in AVI, NAL units") << readFile(streams.encoded("avi", words(inAvi)));
+        hevcsyntax::Sps sps;
+        sps.width = sps.height = 16000;
+        hevcsyntax::Pps pps;
+        QByteArray sets = hevcsyntax::vps() + sps.write();
+        for (; pps.id < 7; ++pps.id)
+            sets += pps.write();
+        QTest::newRow("HEVC, parameter sets for the largest pictures") << h265 + sets + h265;
+        for (; pps.id < 64; ++pps.id)
+            sets += pps.write();
+        QTest::newRow("HEVC, more of them in one picture") << h265 + sets + h265;
+        sps.width = 8192;
+        sps.height = 4320;
+        pps.id = 0;
+        QTest::newRow("HEVC, large pictures of small blocks") << hevcsyntax::vps() + sps.write() + pps.write() + h265;
+        const auto pes = [](char id, const QByteArray &content) {
+            const int size = int(content.size()) + 3;
+            return QByteArray::fromHex("000001") + id + char(size >> 8) + char(size) + "\x80" + QByteArray(2, '\0') +
+                   content;
+        };
+        const QByteArray map = QByteArray::fromHex( // and a pack's header: HEVC, and sound
+            "000001BA44000400040100000300000001BC0012E0FF0000000824E000000FC0000000000000");
+        const QByteArray apart = pes('\xE0', QByteArray::fromHex("00000150018080").repeated(8000)) +
+                                 pes('\xC0', QByteArray::fromHex("000001020180"));
+        QTest::newRow("HEVC in a program stream, between others' slices")
+            << map + pes('\xE0', h265) + apart.repeated(8);
+        QTest::newRow("HEVC in a program stream, parameter sets") << map + pes('\xE0', h265 + sets + h265);
+        const auto counted = [](const QByteArray &unit) { return char(unit.size() - 4) + unit.mid(4); };
+        h264syntax::Sps sps264;
+        h264syntax::Pps pps264;
+        QByteArray avcC = QByteArray::fromHex("014D0028FFE100") + counted(sps264.write()) + '\xFF';
+        for (; pps264.id < 255; ++pps264.id)
+            avcC += '\0' + counted(pps264.write());
+        QByteArray list;
+        QByteArray blocks;
+        for (char track = 1; track <= 32; ++track) {
+            list += matroskaElement("AE", matroskaElement("D7", QByteArray(1, track)) + matroskaElement("83", "\1") +
+                                              matroskaElement("86", "V_MPEG4/ISO/AVC") + matroskaElement("63A2", avcC));
+            blocks += matroskaElement("A3", char(track | 0x80) + QByteArray::fromHex("000080000000026580"));
+        }
+        QTest::newRow("H.264, parameter sets of many tracks")
+            << hugeMatroska("EC", "EC", 0, matroskaElement("1654AE6B", list) + matroskaElement("1F43B675", blocks));
+        const QByteArray tag = QByteArray(1, '\x90') + "hvc1" + QByteArray::fromHex("00000150018080").repeated(40000);
+        QTest::newRow("HEVC in FLV, NAL units") << QByteArray::fromHex("464C5601010000000900000000") + '\x09' +
+                                                       char(tag.size() >> 16) + char(tag.size() >> 8) +
+                                                       char(tag.size()) + QByteArray(7, '\0') + tag;
+        QTest::newRow("VVC, NAL units") << QByteArray::fromHex("000001007100000001007980000001008180000001003980") +
+                                               QByteArray::fromHex("00000100A128").repeated(40000);
+        QTest::newRow("VVC, parameter sets") << QByteArray::fromHex("000001007100000001007980") +
+                                                    QByteArray::fromHex("0000010081800000000080").repeated(2000) +
+                                                    QByteArray::fromHex("000001003980");
         const QByteArray obus = QByteArray::fromHex("1200").repeated(0x8000);
         const QByteArray ivf = readFile(streams.av1("64x64", 2));
         QTest::newRow("AV1, OBUs") << ivf.left(32) + QByteArray::fromHex("000001000000000000000000") + obus +

@@ -64,7 +64,7 @@ VideoPackets::Status VideoPackets::read(AVPacket &packet)
         return Status::Failed;
     for (;;) {
         av_packet_unref(&packet);
-        const int status = av_read_frame(m_input.get(), &packet);
+        const int status = ffmpeg::readPacket(*m_input, packet);
         if (status < 0) {
             const bool broken = status != AVERROR_EOF || (m_input->pb && m_input->pb->error < 0 && //
                                                           m_input->pb->error != AVERROR_EOF);

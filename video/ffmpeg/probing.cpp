@@ -85,7 +85,7 @@ void describeByDecoding(AVStream &stream, AVFormatContext &input, const AVCodec 
     const PacketPtr packet = makePacket();
     const FramePtr picture = makeFrame();
     bool isDecoded = false;
-    for (std::int64_t bytes = 0; !isDecoded && bytes < input.probesize && av_read_frame(&input, packet.get()) >= 0;) {
+    for (std::int64_t bytes = 0; !isDecoded && bytes < input.probesize && readPacket(input, *packet) >= 0;) {
         bytes += packet->size;
         if (packet->stream_index == stream.index && send(*decoder, *packet) >= 0)
             isDecoded = avcodec_receive_frame(decoder.get(), picture.get()) >= 0;

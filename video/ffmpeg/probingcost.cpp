@@ -2,8 +2,11 @@
 
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/ffv1slices.h"
+#include "video/ffmpeg/parametersets.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/pointers.h"
+#include "video/ffmpeg/regularfile.h"
+#include "video/ffmpeg/singleinput.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -117,13 +120,13 @@ private:
     bool m_hasSurprise = false; ///< of what the container brings in the middle, parsers see nothing
 };
 
-// As far as probing reads, by the same measure. Nullopt if there is a packet of too many NAL units: probing looks for
-// headers in it, whatever decoders it has.
+// As far as probing reads, by the same measure. Nullopt if there is a packet of too many NAL units, or too many
+// parameter sets: probing looks for headers in it, whatever decoders it has.
 std::optional<std::vector<StreamClaim>> readClaims(AVFormatContext &input)
 {
     std::vector<StreamClaim> claims(input.nb_streams);
     const PacketPtr packet = makePacket();
-    for (std::int64_t bytes = 0; bytes < input.probesize && av_read_frame(&input, packet.get()) >= 0;) {
+    for (std::int64_t bytes = 0; bytes < input.probesize && readPacket(input, *packet) >= 0;) {
         claims.resize(std::max<std::size_t>(claims.size(), input.nb_streams));
         const auto index = static_cast<std::size_t>(packet->stream_index);
         const AVStream &stream = *input.streams[index];
@@ -134,6 +137,14 @@ std::optional<std::vector<StreamClaim>> readClaims(AVFormatContext &input)
         bytes += packet->size;
         av_packet_unref(packet.get());
     }
+    // A header may be there before a packet is.
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        const AVCodecParameters &stream = *input.streams[i]->codecpar;
+        if (!parameterSets(*input.pb).allows(static_cast<int>(i), stream.codec_id, headerOf(stream)))
+            return std::nullopt;
+    }
+    if (!isContent(*input.pb))
+        return std::nullopt;
     claims.resize(std::max<std::size_t>(claims.size(), input.nb_streams));
     return claims;
 }

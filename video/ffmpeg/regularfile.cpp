@@ -1,8 +1,9 @@
 #include "video/ffmpeg/regularfile.h"
 
-#include "video/ffmpeg/hevcwatch.h"
 #include "video/ffmpeg/obuwatch.h"
+#include "video/ffmpeg/parametersets.h"
 #include "video/ffmpeg/readahead.h"
+#include "video/ffmpeg/unitwatch.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -71,15 +72,16 @@ struct OpenFile
     std::int64_t position = 0; // of the next read
     std::optional<ReadAhead> ahead;
     std::optional<ClaimWatch> claims;
-    std::optional<HevcWatch> hevc;
+    std::optional<UnitWatch> units;
     std::optional<ObuWatch> obus;
+    ParameterSets sets;
     ReadingLimits limits;
     std::int64_t tableBytes = 0;
 
-    [[nodiscard]] bool hasUnitsToWatch() const { return obus || (hevc && hevc->hasStreams()); }
+    [[nodiscard]] bool hasUnitsToWatch() const { return obus || units; }
     [[nodiscard]] bool allowsUnits(std::int64_t at, const unsigned char *bytes, int size)
     {
-        return (!hevc || hevc->allows(at, bytes, size)) && (!obus || obus->allows(at, bytes, size));
+        return (!units || units->allows(at, bytes, size)) && (!obus || obus->allows(at, bytes, size));
     }
 };
 
@@ -156,8 +158,8 @@ void watchUnits(AVIOContext &file, const AVFormatContext &input)
 {
     OpenFile &open = *static_cast<OpenFile *>(file.opaque);
     const char *format = input.iformat->name;
-    if (av_match_name(format, "mpegts,mpeg,hevc") > 0)
-        open.hevc.emplace(input);
+    if (av_match_name(format, "mpegts,mpeg,hevc,vvc") > 0)
+        open.units.emplace(input);
     if (av_match_name(format, "ivf,obu") > 0)
         open.obus.emplace(av_match_name(format, "ivf") > 0);
     // What FFmpeg still has in its buffer it will not read again.
@@ -170,11 +172,27 @@ void watchUnits(AVIOContext &file, const AVFormatContext &input)
     }
 }
 
+UnitWatch *unitWatch(AVIOContext &file)
+{
+    std::optional<UnitWatch> &units = static_cast<OpenFile *>(file.opaque)->units;
+    return units ? &*units : nullptr;
+}
+
 bool isContent(const AVIOContext &file)
 {
     const OpenFile &open = *static_cast<const OpenFile *>(file.opaque);
-    return (!open.claims || open.claims->isContent()) && (!open.hevc || !open.hevc->isFlooded()) &&
-           (!open.obus || !open.obus->isFlooded());
+    return (!open.claims || open.claims->isContent()) && (!open.units || !open.units->isFlooded()) &&
+           (!open.obus || !open.obus->isFlooded()) && open.sets.isContent();
+}
+
+int descriptorOf(const AVIOContext &file)
+{
+    return static_cast<const OpenFile *>(file.opaque)->descriptor.number();
+}
+
+ParameterSets &parameterSets(AVIOContext &file)
+{
+    return static_cast<OpenFile *>(file.opaque)->sets;
 }
 
 ReadingLimits &readingLimits(AVIOContext &file)

@@ -8,6 +8,9 @@ struct AVIOContext;
 
 namespace quorvale::ffmpeg {
 
+class ParameterSets;
+class UnitWatch;
+
 /// Opens the regular file `path` for FFmpeg, which sees neither its name nor a protocol. Null if it cannot be opened,
 /// or is a pipe, a device or a folder: this tests the open file, and waits for none of them. Owned by the caller, who
 /// closes it with closeRegularFile.
@@ -23,12 +26,21 @@ void readAhead(AVIOContext &file);
 /// Watches what FFmpeg reads of `file`, opened with openRegularFile and not read yet, for such structures.
 void watch(AVIOContext &file, const ClaimWatch::Structures &structures);
 
-/// Watches the streams of HEVC and AV1 of `input`, which was opened from `file` and not read any further: see HevcWatch
-/// and ObuWatch.
+/// Watches the streams of HEVC, VVC and AV1 of `input`, which was opened from `file` and not read any further: see
+/// UnitWatch and ObuWatch.
 void watchUnits(AVIOContext &file, const AVFormatContext &input);
+
+/// What watchUnits made; null if there is nothing to watch.
+[[nodiscard]] UnitWatch *unitWatch(AVIOContext &file);
 
 /// Whether no watch withheld anything of `file` so far.
 [[nodiscard]] bool isContent(const AVIOContext &file);
+
+/// The open file itself, which stays that of `file`, opened with openRegularFile.
+[[nodiscard]] int descriptorOf(const AVIOContext &file);
+
+/// Those that were read of `file`, opened with openRegularFile.
+[[nodiscard]] ParameterSets &parameterSets(AVIOContext &file);
 
 /// What FFmpeg may read of `file`, opened with openRegularFile.
 [[nodiscard]] ReadingLimits &readingLimits(AVIOContext &file);

@@ -2,12 +2,15 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
+#include "video/ffmpeg/filebytes.h"
 #include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/matroskalists.h"
 #include "video/ffmpeg/mp4tables.h"
 #include "video/ffmpeg/mxfindex.h"
+#include "video/ffmpeg/parametersets.h"
 #include "video/ffmpeg/picturelimits.h"
 #include "video/ffmpeg/regularfile.h"
+#include "video/ffmpeg/unitwatch.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -17,6 +20,8 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 
 namespace quorvale::ffmpeg {
 
@@ -81,17 +86,37 @@ std::int64_t mostPacketBytes(const AVFormatContext &input)
     return most;
 }
 
+constexpr std::int64_t kFlvBeginning = 65536;
+
+// A stream of an FLV file is known when its first packet is parsed. Since FFmpeg 6.1 these codecs have names there.
+bool namesUnitsInFlv(const AVIOContext &file)
+{
+    constexpr std::array<std::uint32_t, 3> kNames{0x68766331, 0x76766331, 0x61763031}; // hvc1, vvc1, av01
+    FileBytes bytes(descriptorOf(file));
+    std::uint32_t lastFour = 0;
+    for (std::int64_t i = 0; i < kFlvBeginning && !bytes.failed(); ++i) {
+        lastFour = lastFour << 8 | static_cast<std::uint32_t>(bytes.number(i, 1));
+        if (std::find(kNames.begin(), kNames.end(), lastFour) != kNames.end())
+            return true;
+    }
+    return false;
+}
+
 // FFmpeg's parsers of these codecs keep up to 4 KiB for each unit of a packet, before anyone sees it; compressed, 2 KB
-// are a gigabyte. These containers say all about a packet that the parsers find out: its key frames and its times.
+// are a gigabyte. Where packets are whole pictures, their containers say all that parsers find out: key frames and
+// times.
 bool needsNoParsers(const AVFormatContext &input)
 {
     const char *format = input.iformat->name;
-    const bool saysAll = av_match_name("mp4", format) > 0 || av_match_name("matroska", format) > 0 ||
-                         av_match_name(format, "avi,nut") > 0;
-    return saysAll && std::any_of(input.streams, input.streams + input.nb_streams, [](const AVStream *stream) {
-               const AVCodecID codec = stream->codecpar->codec_id;
-               return codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VVC || codec == AV_CODEC_ID_AV1;
-           });
+    if (av_match_name(format, "mpegts,mpeg,hevc,vvc,obu") > 0) // What is read of these is watched.
+        return false;
+    if (av_match_name("flv", format) > 0)
+        return namesUnitsInFlv(*input.pb);
+    const bool isIvf = av_match_name("ivf", format) > 0; // whose AV1 is watched
+    return std::any_of(input.streams, input.streams + input.nb_streams, [isIvf](const AVStream *stream) {
+        const AVCodecID codec = stream->codecpar->codec_id;
+        return codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VVC || (codec == AV_CODEC_ID_AV1 && !isIvf);
+    });
 }
 
 // What `file` is, as FFmpeg finds it by itself; null if it is nothing that FFmpeg knows, or claims what is absurd.
@@ -118,13 +143,13 @@ bool hasShortHeaders(const AVFormatContext &input)
     return bytes <= kMostStreamHeaderBytes;
 }
 
-// Opens `path` as a watched file, in the place of `file`, of which some was read.
-bool watchFromTheStart(AVIOContext *&file, const char *path, const ClaimWatch::Structures &structures)
+// Opens `path` in the place of `file`, of which up to 1 MiB was read, and watches it from the start.
+bool watchFromTheStart(AVIOContext *&file, const char *path, const ClaimWatch::Structures *structures)
 {
     closeRegularFile(file);
     file = openRegularFile(path);
-    if (file)
-        watch(*file, structures);
+    if (file && structures)
+        watch(*file, *structures);
     return file != nullptr;
 }
 
@@ -138,7 +163,8 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
         return false;
     InputFormat *format = formatOf(*file, path);
     const ClaimWatch::Structures *structures = format ? structuresOf(*format) : nullptr;
-    if (structures && !watchFromTheStart(file, path, *structures))
+    const bool isProgramStream = format && av_match_name("mpeg", format->name) > 0;
+    if ((structures || isProgramStream) && !watchFromTheStart(file, path, structures))
         return false;
     AVFormatContext *opening = format ? avformat_alloc_context() : nullptr;
     if (!opening || !restrictToItself(*opening) || !restrictToVideo(*opening)) {
@@ -163,6 +189,23 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     if (!isContent(*file) || !hasShortHeaders(*input))
         closeSingleInput(input);
     return input != nullptr;
+}
+
+int readPacket(AVFormatContext &input, AVPacket &packet)
+{
+    ParameterSets &sets = parameterSets(*input.pb);
+    UnitWatch *units = unitWatch(*input.pb);
+    const bool isAllowed = sets.isContent() && (!units || units->beginPacket());
+    const int status = isAllowed ? av_read_frame(&input, &packet) : AVERROR(EPERM);
+    if (status < 0)
+        return status;
+    if (units)
+        units->endPacket(*input.streams[packet.stream_index]);
+    const AVCodecParameters &stream = *input.streams[packet.stream_index]->codecpar;
+    if (sets.allows(packet.stream_index, stream.codec_id, {stream.extradata, stream.extradata_size}, packet))
+        return status;
+    av_packet_unref(&packet);
+    return AVERROR(EPERM);
 }
 
 void closeSingleInput(AVFormatContext *&input)

@@ -1,6 +1,7 @@
 #pragma once
 
 struct AVFormatContext;
+struct AVPacket;
 
 namespace quorvale::ffmpeg {
 
@@ -8,6 +9,10 @@ namespace quorvale::ffmpeg {
 /// not wait for a pipe or a device. The bytes of `path` go to the operating system as they are. False, with `input`
 /// null, if the file cannot be opened. `input` is owned by the caller, who closes it with closeSingleInput only.
 [[nodiscard]] bool openSingleInput(AVFormatContext *&input, const char *path);
+
+/// Reads the next packet, as av_read_frame does, whose errors it returns; but none from where on the file's streams
+/// have more parameter sets than there may be.
+[[nodiscard]] int readPacket(AVFormatContext &input, AVPacket &packet);
 
 /// Closes `input` and its file, and makes it null; it may be null already.
 void closeSingleInput(AVFormatContext *&input);
