@@ -12,7 +12,6 @@
 
 #include <QtTest>
 
-#include <algorithm>
 #include <vector>
 
 #if defined(__GLIBC__)

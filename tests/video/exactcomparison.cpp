@@ -19,13 +19,9 @@ using quorvale::ffmpeg::planeLayoutOf;
 
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
-    return QStringLiteral("%1x%2 format %3 strides %4 %5 %6 ")
-               .arg(image.width)
-               .arg(image.height)
-               .arg(int(image.format))
-               .arg(image.stride[0])
-               .arg(image.stride[1])
-               .arg(image.stride[2])
+    const int *stride = image.stride;
+    return QString::asprintf("%dx%d format %d strides %d %d %d ", image.width, image.height, int(image.format),
+                             stride[0], stride[1], stride[2])
                .toLatin1() +
            checksum(image, avFormat);
 }
