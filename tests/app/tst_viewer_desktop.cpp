@@ -6,7 +6,6 @@
 #include "tests/support/viewerfixture.h"
 
 #include <QMessageBox>
-#include <QSignalSpy>
 
 class TestViewerDesktop : public QObject
 {

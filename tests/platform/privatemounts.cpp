@@ -1,6 +1,5 @@
 #include "tests/platform/privatemounts.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 

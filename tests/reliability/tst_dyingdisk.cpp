@@ -7,7 +7,6 @@
 #include "thumbs/scanthreads.h"
 
 #include <QHelpEvent>
-#include <QSignalSpy>
 #include <QToolTip>
 #include <QtTest>
 

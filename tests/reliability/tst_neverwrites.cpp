@@ -12,7 +12,6 @@
 #include <sys/stat.h>
 
 #include <map>
-#include <memory>
 
 namespace {
 

@@ -13,7 +13,6 @@
 
 #include <QtTest>
 
-#include <algorithm>
 #include <vector>
 
 #if defined(__GLIBC__)

@@ -8,7 +8,6 @@
 #include "tests/support/modaldialog.h"
 #include "thumbs/scanthreads.h"
 
-#include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QTest>

@@ -3,7 +3,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/support/transportmutant.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -4,7 +4,6 @@
 #include "tools/testpicture/ffmpegprocess.h"
 
 #include <QProcess>
-#include <QStringList>
 
 /// Picture `number` of a file as the ffmpeg program decodes it, in the layout it calls `pixelFormat`, which must be the
 /// file's own: then nothing is converted. No bytes where it has no such picture.

@@ -8,7 +8,6 @@
 
 #include <QtTest>
 
-#include <algorithm>
 #include <iterator>
 #include <numeric>
 #include <utility>

@@ -9,72 +9,55 @@
 #include "tools/sampledisk/sampledisk.h"
 #include "video/ffvideo.h"
 
-#include <list>
+#include <map>
 #include <sstream>
 
 namespace {
 
-// A file that is read with an FFVideo alone. Scans that begin in the same way share one: it decodes each picture once.
-class LiteralReader
+// Reads a file with an FFVideo alone, and each picture once.
+struct LiteralReader
 {
-public:
-    explicit LiteralReader(const QString &path)
-        : file(path)
+    explicit LiteralReader(const QString &path) { isOpen = open(video, path); }
+    QImage read(int frame)
     {
-        isOpen = open(m_video, path);
+        Picture picture;
+        if (!known.contains(frame))
+            known[frame] = video.Read(frame, picture) ? quorvale::rgbPicture(picture) : QImage();
+        return known[frame];
     }
-    const QString file;
+    int pictureCount()
+    {
+        while (isOpen && !video.keyFrames.complete)
+            video.stepForward();
+        return video.frameCount;
+    }
+
+    FFVideo video;
     bool isOpen = false;
-
-    [[nodiscard]] QSize display() const { return {m_video.width, m_video.height}; }
-    [[nodiscard]] QImage read(int frame)
-    {
-        if (!m_read.contains(frame)) {
-            Picture picture;
-            m_read[frame] = m_video.Read(frame, picture) ? quorvale::rgbPicture(picture) : QImage();
-        }
-        return m_read[frame];
-    }
-    [[nodiscard]] int pictureCount()
-    {
-        while (isOpen && !m_video.keyFrames.complete)
-            m_video.stepForward();
-        return m_video.frameCount;
-    }
-
-private:
-    QMap<int, QImage> m_read;
-    FFVideo m_video;
+    QMap<int, QImage> known;
 };
-
-using LiteralReaders = std::list<LiteralReader>;
-
-LiteralReaders readersOf(const QStringList &files)
-{
-    LiteralReaders readers;
-    for (const QString &file : files)
-        readers.emplace_back(file);
-    return readers;
-}
+using LiteralReaders = std::map<QString, LiteralReader>; // by path
 
 // What a scanner would say that has only an FFVideo.
-ScanResult literalScan(LiteralReaders &readers, int firstFrame, int frameStep)
+ScanResult literalScan(LiteralReaders &readers, const QStringList &files, int firstFrame, int frameStep)
 {
     ScanResult said;
     CapturedOutput capture(stderr);
-    for (LiteralReader &reader : readers) {
-        said.events << (reader.isOpen ? "gotThumbs " : "missingVideo ") + reader.file;
+    for (const QString &file : files) {
+        LiteralReader &reader = readers.try_emplace(file, file).first->second;
+        said.events << (reader.isOpen ? "gotThumbs " : "missingVideo ") + file;
         if (!reader.isOpen)
             continue;
-        ScannedSeries series{reader.file, {}, {}, true};
+        ScannedSeries series{file, {}, {}, true};
         for (int frame = firstFrame; frame < 900; frame += frameStep) {
             const QImage image = reader.read(frame);
             if (image.isNull()) {
                 std::fputs(kUnreadable, stderr);
                 break;
             }
+            const QSize display(reader.video.width, reader.video.height);
             for (const auto &[rows, images] : {std::pair(120, &series.small), std::pair(240, &series.large)}) {
-                const auto size = quorvale::thumbnailSize(reader.display(), image.size(), rows);
+                const auto size = quorvale::thumbnailSize(display, image.size(), rows);
                 images->push_back(QPixmap::fromImage(quorvale::scaledTo(size, image)).toImage());
             }
         }
@@ -102,13 +85,11 @@ private:
     QTemporaryDir folder;
     QMap<QString, QString> paths;
     QMap<QString, int> counts; ///< of pictures
+    LiteralReaders readers;    ///< Scans that begin in the same way share one.
 
-    static void compare(LiteralReaders &readers, int firstFrame, int frameStep, std::size_t opened = 1)
+    void compare(const QStringList &files, int firstFrame, int frameStep, std::size_t opened = 1)
     {
-        const ScanResult expected = literalScan(readers, firstFrame, frameStep);
-        QStringList files;
-        for (const LiteralReader &reader : readers)
-            files << reader.file;
+        const ScanResult expected = literalScan(readers, files, firstFrame, frameStep);
         const ScanResult found = runScan(files, firstFrame, frameStep);
         QCOMPARE(found.events, expected.events);
         QCOMPARE(found.series.size(), opened);
@@ -120,6 +101,8 @@ private:
     }
 
 private slots:
+    void cleanup() { readers.clear(); }
+
     void initTestCase()
     {
         const auto add = [&](const QString &name, const QStringList &encoder) {
@@ -162,9 +145,8 @@ private slots:
     void thumbnails_areTheSame()
     {
         QFETCH(const QString, name);
-        LiteralReaders readers = readersOf({paths[name]});
-        compare(readers, 150, 150);
-        counts[name] = readers.front().pictureCount();
+        compare({paths[name]}, 150, 150);
+        counts[name] = readers.at(paths[name]).pictureCount();
     }
 
     void thumbnailsOfTheSampleDisk_areTheSame()
@@ -175,8 +157,7 @@ private slots:
         QStringList files;
         for (int number = 1; number <= kKinds; ++number)
             files << folder.filePath(QStringLiteral("RECORDER/DVR/RECS/REC_%1.ts").arg(number, 4, 10, QChar('0')));
-        LiteralReaders readers = readersOf(files);
-        compare(readers, 150, 150, kKinds - 2); // One is radio, and one is missing.
+        compare(files, 150, 150, kKinds - 2); // One is radio, and one is missing.
     }
 
     void thePictureJustPastTheLastOne_isTheSame_data() { thumbnails_areTheSame_data(); }
@@ -187,22 +168,20 @@ private slots:
             counts[name] = LiteralReader(paths[name]).pictureCount();
         const int count = counts[name];
         // From an earlier picture, and at once.
-        LiteralReaders last = readersOf({paths[name]});
-        compare(last, count - 80, 40);
-        compare(last, count, 150);
+        compare({paths[name]}, count - 80, 40);
+        compare({paths[name]}, count, 150);
         // One further on.
-        LiteralReaders past = readersOf({paths[name]});
-        compare(past, count - 60, 61);
-        compare(past, count + 1, 150);
+        readers.clear();
+        compare({paths[name]}, count - 60, 61);
+        compare({paths[name]}, count + 1, 150);
     }
 
     void picturesInOtherOrders_areTheSame()
     {
         for (const char *name : {"mpeg2.ts", "lossy-h264.ts"}) {
-            for (const auto &[first, step] : {std::pair(290, 1), std::pair(0, 299)}) {
-                LiteralReaders readers = readersOf({paths[name]});
-                compare(readers, first, step);
-            }
+            compare({paths[name]}, 290, 1);
+            readers.clear();
+            compare({paths[name]}, 0, 299);
         }
     }
 };

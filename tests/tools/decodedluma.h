@@ -5,7 +5,6 @@
 
 #include <QByteArray>
 #include <QProcess>
-#include <QStringList>
 
 #include <optional>
 #include <vector>

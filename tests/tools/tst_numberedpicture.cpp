@@ -4,7 +4,6 @@
 #include "tools/testpicture/blockcode.h"
 #include "tools/testpicture/digits.h"
 
-#include <algorithm>
 #include <set>
 #include <vector>
 

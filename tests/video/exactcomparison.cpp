@@ -19,8 +19,9 @@ using quorvale::ffmpeg::planeLayoutOf;
 
 QByteArray textOf(const BridgeImage &image, int avFormat)
 {
-    return QString::asprintf("%dx%d format %d strides %d %d %d ", int(image.width), int(image.height),
-                             int(image.format), int(image.stride[0]), int(image.stride[1]), int(image.stride[2]))
+    const int *stride = image.stride;
+    return QString::asprintf("%dx%d format %d strides %d %d %d ", image.width, image.height, int(image.format),
+                             stride[0], stride[1], stride[2])
                .toLatin1() +
            checksum(image, avFormat);
 }

@@ -4,7 +4,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/everypicture.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 /// A stream without B pictures, with a key picture every ten, so that every number can be worked out; H.264, because

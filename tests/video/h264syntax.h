@@ -47,16 +47,10 @@ struct Sps
             sps.flag(mbAdaptiveFrameField);
         sps.flag(true).flag(false);                // direct_8x8_inference_flag, frame_cropping_flag
         sps.flag(maxNumReorderFrames.has_value()); // vui_parameters_present_flag, nothing up to pic_struct_present_flag
-        if (maxNumReorderFrames)
-            sps.u(0, 8)
-                .flag(true)
-                .flag(true)
-                .ue(0)
-                .ue(0)
-                .ue(16)
-                .ue(16)
-                .ue(*maxNumReorderFrames)
-                .ue(maxNumRefFrames + 2);
+        if (maxNumReorderFrames) {
+            sps.u(0, 8).flag(true).flag(true).ue(0).ue(0).ue(16).ue(16);
+            sps.ue(*maxNumReorderFrames).ue(maxNumRefFrames + 2);
+        }
         return sps.nalUnit("\x67");
     }
 };

@@ -7,10 +7,6 @@
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
 namespace {
 
 using quorvale::ExactReader;
@@ -155,10 +151,9 @@ private slots:
         QTest::newRow("H.264, no B") << h264 + QStringList{"-g", "30", "-bf", "0"} << 30;
         QTest::newRow("MPEG-2, no B") << mpeg2 << 15;
         QTest::newRow("MPEG-2, closed") << mpeg2 + QStringList{"-bf", "2", "-flags", "cgop"} << 15;
-        QTest::newRow("HEVC")
-            << QStringList{"-c:v",      "libx265",      "-preset",
-                           "ultrafast", "-x265-params", "keyint=25:min-keyint=25:scenecut=0:open-gop=0:log-level=none"}
-            << 25;
+        QTest::newRow("HEVC") << words("-c:v libx265 -preset ultrafast -x265-params "
+                                       "keyint=25:min-keyint=25:scenecut=0:open-gop=0:log-level=none")
+                              << 25;
         QTest::newRow("all I") << h264 + QStringList{"-g", "1"} << 1;
     }
     void work_isBoundedByTheGroupsOfTheWantedPictures()

@@ -2,9 +2,6 @@
 #include "tests/support/testclass.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
-
 #include <algorithm>
 #include <iterator>
 

@@ -2,8 +2,6 @@
 #include "tests/support/teststreams.h"
 #include "tests/video/exactcomparison.h"
 
-#include <QtTest>
-
 namespace {
 
 struct Capture

@@ -8,7 +8,6 @@
 #include "video/exact/exactreader.h"
 #include "video/ffmpeg/compat.h"
 
-#include <QSemaphore>
 #include <QtTest>
 
 #include <atomic>

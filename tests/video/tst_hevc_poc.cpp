@@ -6,7 +6,6 @@
 #include "tests/video/writtenunits.h"
 #include "video/bitstream/accessunitreader.h"
 
-#include <functional>
 #include <memory>
 
 using namespace quorvale;

@@ -7,8 +7,6 @@ extern "C" {
 #include <libavcodec/packet.h>
 }
 
-#include <QtTest>
-
 class TestJpeg2000Blocks : public QObject
 {
     Q_OBJECT

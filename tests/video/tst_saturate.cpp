@@ -1,7 +1,6 @@
 #include "tests/support/testclass.h"
 #include "video/saturate.h"
 
-#include <cmath>
 #include <limits>
 
 using namespace quorvale;
