@@ -181,13 +181,19 @@ FrameSource::Status FrameSource::hop(Anchor &anchor, OutputIndex place)
     }
     m_worker.reset();
     m_inVain += m_counters.picturesDecoded - before;
-    if (m_coding == VideoCoding::Hevc && m_byReferenceLists) {
-        // A decoder may miss pictures that are still in a set, but that neither this picture nor the wanted one needs.
+    if (m_coding == VideoCoding::Hevc && m_byReferenceLists && mayRetry(anchor, entry->place, place)) {
         m_byReferenceLists = false;
         return hop(anchor, place);
     }
     betray(anchor, entry->place);
     return findAfterBetrayal(anchor, number);
+}
+
+// Whether a run that failed may be tried again with all pictures: a decoder may miss those that are still in a
+// reference picture set, but that neither this picture nor the wanted one needs. Most likely something is damaged.
+bool FrameSource::mayRetry(const Anchor &anchor, OutputIndex entry, OutputIndex place) const
+{
+    return mayTry(stretchOf(anchor).at(place) - stretchOf(anchor).at(entry));
 }
 
 void FrameSource::betray(Anchor &anchor, OutputIndex from)

@@ -112,6 +112,7 @@ private:
     Status findNearEnd(Anchor &anchor, FrameNumber number);
     Status endAt(FrameNumber end, FrameNumber wanted);
     Status hop(Anchor &anchor, OutputIndex place);
+    [[nodiscard]] bool mayRetry(const Anchor &anchor, OutputIndex entry, OutputIndex place) const;
     static void betray(Anchor &anchor, OutputIndex from);
     Status findAfterBetrayal(Anchor &anchor, FrameNumber number);
     [[nodiscard]] bool isDecodedPlainly(FrameNumber number) const;

@@ -127,8 +127,8 @@ FrameSource::Taken FrameSource::takeAhead(Anchor &anchor, OutputIndex place)
             m_inVain += other.pictures;
         dropAhead();
     }
-    if (!decoded.frame && (decoded.lackedMemory || ahead.byReferenceLists)) {
-        m_byReferenceLists = m_byReferenceLists && !ahead.byReferenceLists; // see hop()
+    if (!decoded.frame && (decoded.lackedMemory || (ahead.byReferenceLists && mayRetry(anchor, ahead.entry, place)))) {
+        m_byReferenceLists = m_byReferenceLists && !ahead.byReferenceLists;
         return Taken::Nothing;
     }
     if (!decoded.frame) {
