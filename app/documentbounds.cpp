@@ -128,8 +128,13 @@ int fontCount(const QTextDocument &document)
     QSet<QString> fonts;
     const auto formats = document.allFormats();
     for (const QTextFormat &format : formats) {
-        if (format.isCharFormat())
-            fonts.insert(format.toCharFormat().font().key());
+        if (!format.isCharFormat())
+            continue;
+        QFont font = format.toCharFormat().font(); // Lines need no other one.
+        font.setUnderline(false);
+        font.setStrikeOut(false);
+        font.setOverline(false);
+        fonts.insert(font.key());
     }
     return static_cast<int>(fonts.size());
 }

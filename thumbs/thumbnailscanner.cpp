@@ -92,8 +92,7 @@ void ThumbnailScanner::takePictures(FFVideo &video, QVector<QPixmap *> &small, Q
     const QSize display(video.width, video.height);
     PictureSeries series(video, wantedFrames());
     for (std::int64_t frame = firstFrame; frame < kFrameLimit; frame += frameStep) {
-        // To scale a picture, Qt makes it one of four bytes a pixel first: once does for both sizes.
-        const QImage picture = readPicture(series, static_cast<int>(frame)).convertToFormat(QImage::Format_RGB32);
+        const QImage picture = readPicture(series, static_cast<int>(frame));
         if (picture.isNull()) {
             std::fputs("ThumbnailScanner - Could not read frame\n", stderr);
             return;

@@ -85,7 +85,7 @@ private:
     QTemporaryDir folder;
     QMap<QString, QString> paths;
     QMap<QString, int> counts; ///< of pictures
-    LiteralReaders readers;    ///< Scans that begin in the same way share one.
+    LiteralReaders readers;
 
     void compare(const QStringList &files, int firstFrame, int frameStep, std::size_t opened = 1)
     {
@@ -167,13 +167,12 @@ private slots:
         if (!counts.contains(name)) // The function before was not called.
             counts[name] = LiteralReader(paths[name]).pictureCount();
         const int count = counts[name];
-        // From an earlier picture, and at once.
-        compare({paths[name]}, count - 80, 40);
-        compare({paths[name]}, count, 150);
-        // One further on.
-        readers.clear();
-        compare({paths[name]}, count - 60, 61);
-        compare({paths[name]}, count + 1, 150);
+        // From an earlier picture, and at once; then one further on. How a reader got there matters.
+        for (const auto &[first, step] :
+             {std::pair(count - 80, 40), {count, 150}, {count - 60, 61}, {count + 1, 150}}) {
+            readers.clear();
+            compare({paths[name]}, first, step);
+        }
     }
 
     void picturesInOtherOrders_areTheSame()

@@ -54,7 +54,10 @@ private:
     FFVideo *withAFullTable()
     {
         const auto [entry, isNew] = m_indexed.try_emplace(path);
-        return !isNew || open(entry->second, path, false) ? &entry->second : nullptr;
+        if (!isNew || open(entry->second, path, false))
+            return &entry->second;
+        m_indexed.erase(entry);
+        return nullptr;
     }
 
     // Numbers to be read in an order that seeks.

@@ -39,8 +39,10 @@ FrameSource::Status FrameSource::find(FrameNumber number)
     lookAtProspects();
     Status status = m_refusedUpTo && number <= *m_refusedUpTo ? Status::NotProven : findAnywhere(number);
     dropTask(number);
-    if (status == Status::NotProven)
+    if (status == Status::NotProven) {
         m_plainUpTo = std::max(m_plainUpTo, number);
+        m_frameNumber.reset(); // What was decoded last may be of the doubt.
+    }
     if (m_scan.hasFailed() && status == Status::NotProven)
         status = Status::Failed;
     m_counters.refusals += status == Status::NotProven || status == Status::Failed ? 1 : 0;

@@ -69,8 +69,14 @@ bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
     if (!first)
         return false;
     const PictureIndex end = first->point.picture + first->proof;
-    if (goesOn)
-        return searchAnchor(trouble, true, end + kBeyondBridge, wanted);
+    if (goesOn) {
+        if (!m_literalFromStart && !mayBridge(end - m_literal->position()))
+            return false;
+        const std::int64_t before = m_counters.picturesDecoded;
+        const bool isFound = searchAnchor(trouble, true, end + kBeyondBridge, wanted);
+        m_onBridges += m_literalFromStart ? 0 : m_counters.picturesDecoded - before;
+        return isFound;
+    }
     // A bridge must cost less than decoding up to the farthest picture that was asked for.
     const std::int64_t effort = m_horizon - from.numberAt(entry->place) + kBeyondHorizon;
     const std::int64_t cost = end - entry->picture;
@@ -131,7 +137,8 @@ bool FrameSource::searchAnchor(PictureIndex after, bool isBridge, PictureIndex l
             anchor.number = *m_literal->numberOf(found->point.picture);
             anchor.depth = m_literal->depth();
             m_anchors.push_back(anchor);
-            m_literalStandsIn = false;
+            // A point that may not be used leads nowhere.
+            m_literalStandsIn = m_literalStandsIn && m_inexact == Trust::No && anchor.point.isInexact;
             return true;
         }
     }

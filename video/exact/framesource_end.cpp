@@ -33,14 +33,15 @@ FrameSource::Status FrameSource::findNearEnd(Anchor &anchor, FrameNumber number)
     const OutputIndex lastCertain = home.certainEnd() - 1 - kUndoubtedAfterEntry;
     const std::optional<EntryPoint> entry =
         lastCertain >= anchor.point.place ? entryFor(anchor, lastCertain) : std::nullopt;
+    // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays late.
+    const bool mayLag = m_coding == VideoCoding::Hevc && pictures().parameterSetters().size() > 1;
     // To go on costs no more, and needs no plan.
-    const bool isThere = entry && m_literal && m_literalIsPlain && m_literal->position() >= entry->picture;
+    const bool isThere = entry && m_literal && m_literalIsPlain && (m_literalFromStart || !mayLag) &&
+                         m_literal->position() >= entry->picture;
     if (isThere && m_literal->end() <= number)
         return goOnLiterally(number);
     if (!entry || (isThere && m_literalFromStart))
         return findFromStart(number);
-    // FFmpeg 5.1 hands out one HEVC picture a packet: after parameters that ask for less reordering it stays late.
-    const bool mayLag = m_coding == VideoCoding::Hevc && pictures().parameterSetters().size() > 1;
     if (mayLag || !knowsDepth(anchor, entry->picture) || !prepareWorker(entry->picture))
         return Status::NotProven;
     const std::optional<RunPlan> plan = planToEnd(pictures(), home, *entry, rules(anchor));

@@ -15,6 +15,7 @@ constexpr int kUnitBytes = 6;   // with what is looked at after it
 
 // FFmpeg has read up to 32 KiB more than it has parsed.
 constexpr std::int64_t kMostUnitsAhead = 8 * kMostUnits;
+constexpr std::int64_t kMostSetBytesAhead = 4 * ParameterSets::kMostBytes;
 
 } // namespace
 
@@ -47,13 +48,14 @@ void NalFlow::add(Count &count, bool beginsPicture, std::int64_t setBytes) const
 
 bool NalFlow::isTooMuch(const Count &count) const
 {
-    return count.units > (m_end == PictureEnd::FirstSlice ? kMostUnits : kMostUnitsAhead) ||
-           count.setBytes > ParameterSets::kMostBytes;
+    const bool isAhead = m_end == PictureEnd::Forget;
+    return count.units > (isAhead ? kMostUnitsAhead : kMostUnits) ||
+           count.setBytes > (isAhead ? kMostSetBytesAhead : ParameterSets::kMostBytes);
 }
 
-bool NalFlow::hasManyCertainSets() const
+bool NalFlow::hasManySets() const
 {
-    return isTooMuch(m_certain);
+    return m_hevc.setBytes + m_vvc.setBytes > kMostSetBytesAhead;
 }
 
 // After a start code there are two bytes of a header. ITU-T H.265, 7.3.1.2 and 7.3.6.1: the type is in its second to
@@ -66,17 +68,12 @@ void NalFlow::noteUnit(unsigned char first, unsigned char second, unsigned char 
     const bool isFirst = (payload & 0x80) != 0;
     const int hevcType = first >> 1;
     const bool isHevcSlice = hevcType <= 9 || (hevcType >= 16 && hevcType <= 21);
-    add(m_hevc, isHevcSlice && isFirst, ParameterSets::mostBytesOf(AV_CODEC_ID_HEVC, hevcType));
+    add(m_hevc, isHevcSlice && isFirst, ParameterSets::mostBytesOf(AV_CODEC_ID_HEVC, first, second));
     m_isHevcFlooded = m_isHevcFlooded || isTooMuch(m_hevc);
     const int vvcType = second >> 3;
     const bool isVvcSlice = vvcType <= 3 || (vvcType >= 7 && vvcType <= 10);
-    add(m_vvc, vvcType == 19 || (isVvcSlice && isFirst), ParameterSets::mostBytesOf(AV_CODEC_ID_VVC, vvcType));
+    add(m_vvc, vvcType == 19 || (isVvcSlice && isFirst), ParameterSets::mostBytesOf(AV_CODEC_ID_VVC, first, second));
     m_isVvcFlooded = m_isVvcFlooded || isTooMuch(m_vvc);
-    // Of the first layer, with a temporal layer. MPEG-2 has slices with these numbers, but none with a quantizer of 0.
-    if ((second & 7) != 0 && second < 8 && (first & 1) == 0)
-        m_certain.setBytes += ParameterSets::mostBytesOf(AV_CODEC_ID_HEVC, hevcType);
-    if ((second & 7) != 0 && first == 0)
-        m_certain.setBytes += ParameterSets::mostBytesOf(AV_CODEC_ID_VVC, vvcType);
 }
 
 } // namespace quorvale::ffmpeg

@@ -25,13 +25,13 @@ public:
 
     void note(const unsigned char *bytes, int size);
     /// A picture ended.
-    void forget() { m_hevc = m_vvc = m_certain = {}; }
+    void forget() { m_hevc = m_vvc = {}; }
 
     /// Since the last picture began, as a stream of that kind would have it.
     [[nodiscard]] const Count &hevc() const { return m_hevc; }
     [[nodiscard]] const Count &vvc() const { return m_vvc; }
-    /// Whether there are too many sets that can be no units of another kind, whatever the stream is of.
-    [[nodiscard]] bool hasManyCertainSets() const;
+    /// Whether there are too many sets, whatever the stream is of.
+    [[nodiscard]] bool hasManySets() const;
     /// Whether one picture had too much; then and from then on.
     [[nodiscard]] bool isHevcFlooded() const { return m_isHevcFlooded; }
     [[nodiscard]] bool isVvcFlooded() const { return m_isVvcFlooded; }
@@ -46,7 +46,6 @@ private:
     std::uint64_t m_lastBytes = ~std::uint64_t{0};
     Count m_hevc;
     Count m_vvc;
-    Count m_certain; ///< of both
     bool m_isHevcFlooded = false;
     bool m_isVvcFlooded = false;
 };

@@ -48,23 +48,27 @@ constexpr Kind kKinds[] = {
     {AV_CODEC_ID_VVC, 18, 0, 8, 8 * 1024},
 };
 
-const Kind *kindOf(AVCodecID codec, int type)
+// H.265 and H.266, 7.3.1.2: sets are of the first layers, and have a temporal layer. As other codecs have none, what is
+// of one of them is not taken for a set; MPEG-2 has slices with these numbers, but none with a quantizer of 0.
+const Kind *kindOf(AVCodecID codec, std::uint8_t first, std::uint8_t second)
 {
+    int type = first & 0x1F;
+    bool canBeSet = true;
+    if (codec == AV_CODEC_ID_HEVC) {
+        type = first >> 1;
+        canBeSet = (first & 1) == 0 && second < 16 && (second & 7) != 0;
+    } else if (codec == AV_CODEC_ID_VVC) {
+        type = second >> 3;
+        canBeSet = first < 2 && (second & 7) != 0;
+    }
     const auto *kind = std::find_if(std::begin(kKinds), std::end(kKinds),
                                     [&](const Kind &one) { return one.codec == codec && one.type == type; });
-    return kind == std::end(kKinds) ? nullptr : kind;
+    return canBeSet && kind != std::end(kKinds) ? kind : nullptr;
 }
 
 int headerBytes(AVCodecID codec)
 {
     return codec == AV_CODEC_ID_H264 ? 1 : 2;
-}
-
-int typeOf(AVCodecID codec, const std::uint8_t *unit)
-{
-    if (codec == AV_CODEC_ID_H264)
-        return unit[0] & 0x1F;
-    return codec == AV_CODEC_ID_HEVC ? unit[0] >> 1 & 0x3F : unit[1] >> 3;
 }
 
 // The beginning of a raw byte sequence payload: without the bytes that keep start codes out (ITU-T H.265, 7.3.1.1).
@@ -162,16 +166,16 @@ bool beginsWithStartCode(const AVPacket &packet)
 
 } // namespace
 
-std::int64_t ParameterSets::mostBytesOf(AVCodecID codec, int type)
+std::int64_t ParameterSets::mostBytesOf(AVCodecID codec, std::uint8_t first, std::uint8_t second)
 {
-    const Kind *kind = kindOf(codec, type);
+    const Kind *kind = kindOf(codec, first, second);
     return kind ? kind->bytes : 0;
 }
 
 void ParameterSets::note(Stream &stream, AVCodecID codec, const std::uint8_t *unit, int size)
 {
     const int skipped = headerBytes(codec);
-    const Kind *kind = size > skipped ? kindOf(codec, typeOf(codec, unit)) : nullptr;
+    const Kind *kind = size > skipped ? kindOf(codec, unit[0], unit[1]) : nullptr;
     if (!kind)
         return;
     Payload payload(unit + skipped, size - skipped);
@@ -243,7 +247,7 @@ bool ParameterSets::allows(int number, AVCodecID codec, const StreamHeader &head
     std::int64_t together = 0;
     const auto noteUnit = [&](const std::uint8_t *unit, int size) {
         note(stream, codec, unit, size);
-        together += codec == AV_CODEC_ID_VVC && size > 1 ? mostBytesOf(codec, typeOf(codec, unit)) : 0;
+        together += codec == AV_CODEC_ID_VVC && size > 1 ? mostBytesOf(codec, unit[0], unit[1]) : 0;
         return isContent() && together <= kMostBytes;
     };
     // FFmpeg's decoder of H.264 changes to start codes where it sees one, and takes headers for packets.

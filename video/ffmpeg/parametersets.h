@@ -16,8 +16,8 @@ public:
     /// 141 picture parameter sets of H.264; 14 of HEVC for the largest pictures in the smallest blocks; 12 of VVC.
     static constexpr std::int64_t kMostBytes = 24 * kMiB;
 
-    /// The most that one of that `type` of NAL unit takes; 0 for what is none.
-    [[nodiscard]] static std::int64_t mostBytesOf(AVCodecID codec, int type);
+    /// The most that a NAL unit with a header of these bytes takes (H.264: of `first` alone); 0 for what is none.
+    [[nodiscard]] static std::int64_t mostBytesOf(AVCodecID codec, std::uint8_t first, std::uint8_t second);
 
     /// Notes those of the header of stream number `stream`, once. False if there are too many by now, or the header has
     /// too many units, and from then on.

@@ -110,7 +110,7 @@ bool needsNoParsers(const AVFormatContext &input)
     const char *format = input.iformat->name;
     if (av_match_name(format, "mpegts,mpeg,hevc,vvc,obu") > 0) // What is read of these is watched.
         return false;
-    if (av_match_name("flv", format) > 0)
+    if (av_match_name(format, "flv,live_flv") > 0)
         return namesUnitsInFlv(*input.pb);
     const bool isIvf = av_match_name("ivf", format) > 0; // whose AV1 is watched
     return std::any_of(input.streams, input.streams + input.nb_streams, [isIvf](const AVStream *stream) {

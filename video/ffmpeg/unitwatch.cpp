@@ -38,10 +38,13 @@ bool UnitWatch::allows(std::int64_t position, const unsigned char *bytes, int si
 {
     if (m_isFlooded)
         return false;
-    // In a program stream FFmpeg goes back a little where a header is broken.
-    if (m_next < 0 || std::abs(position - m_next) > (m_isProgramStream ? kMostBack : 0))
+    // FFmpeg goes back a little where a header is broken, and its parsers keep what they have.
+    if (m_next < 0 || std::abs(position - m_next) > kMostBack)
         restart();
+    else if (position != m_next)
+        m_inPacket = -1;
     m_next = position + size;
+    passOverOthers();
     ++m_readings;
     if (m_isTransportStream)
         noteTransportBytes(bytes, size);
@@ -57,6 +60,20 @@ void UnitWatch::restart()
     if (m_isProgramStream)
         m_flows.emplace(0, NalFlow(NalFlow::PictureEnd::Forget));
     m_inPacket = -1;
+}
+
+// Streams of other codecs are not searched. One whose codec is not known yet may turn out to have units.
+void UnitWatch::passOverOthers()
+{
+    m_isOfOther.reset();
+    for (unsigned i = 0; m_isTransportStream && i < m_input.nb_streams; ++i) {
+        const AVStream &stream = *m_input.streams[i];
+        const AVCodecID codec = stream.codecpar->codec_id;
+        if (codec == AV_CODEC_ID_NONE || codec == AV_CODEC_ID_PROBE || hasUnits(stream))
+            continue;
+        m_isOfOther.set(static_cast<std::size_t>(stream.id & kMostPid));
+        m_flows.erase(stream.id);
+    }
 }
 
 bool UnitWatch::beginPacket()
@@ -85,7 +102,8 @@ void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
             noteTransportByte(bytes[i]);
         } else {
             passed = std::min(size - i, kTransportPacketBytes - m_inPacket);
-            m_flows[m_pid].note(bytes + i, passed);
+            if (!m_isOfOther.test(static_cast<std::size_t>(m_pid)))
+                m_flows[m_pid].note(bytes + i, passed);
         }
         i += passed;
         m_inPacket += m_inPacket < 0 ? 0 : passed;
@@ -138,7 +156,7 @@ bool UnitWatch::isAnyFlooded() const
         // What was read may begin a stream that nobody knows yet. One's packets say nothing about the pictures of two.
         const auto known = countStreams();
         if (!m_hasPackets || known != 1)
-            return m_hasPackets && (known > 1 || m_flows.at(0).hasManyCertainSets());
+            return m_hasPackets && (known > 1 || m_flows.at(0).hasManySets());
     }
     std::int64_t vvcBytes = 0; // Its parser gives a picture back when the next one begins.
     for (unsigned i = 0; i < m_input.nb_streams; ++i) {

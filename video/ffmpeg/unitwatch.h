@@ -2,6 +2,7 @@
 
 #include "video/ffmpeg/nalflow.h"
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -36,6 +37,9 @@ private:
     [[nodiscard]] bool isAnyFlooded() const;
     [[nodiscard]] std::ptrdiff_t countStreams() const; ///< of HEVC and VVC
     void restart();
+    void passOverOthers();
+
+    static constexpr int kMostPid = 0x1FFF;
 
     const AVFormatContext &m_input;
     const bool m_isTransportStream;
@@ -43,12 +47,13 @@ private:
     bool m_hasPackets = false;
     std::int64_t m_readings = 0;
     std::map<int, NalFlow> m_flows; ///< by packet identifiers; one for all other files
-    std::int64_t m_next = -1;       ///< after what was read last
-    int m_inPacket = -1;            ///< bytes of the transport packet so far; negative: none has begun
-    int m_payload = 0;              ///< where it begins in the packet
-    int m_pid = 0;                  ///< of the packet
-    int m_between = 0;              ///< bytes since the last packet
-    int m_usuallyBetween = 0;       ///< 4 or 16 in some files
+    std::bitset<kMostPid + 1> m_isOfOther;
+    std::int64_t m_next = -1; ///< after what was read last
+    int m_inPacket = -1;      ///< bytes of the transport packet so far; negative: none has begun
+    int m_payload = 0;        ///< where it begins in the packet
+    int m_pid = 0;            ///< of the packet
+    int m_between = 0;        ///< bytes since the last packet
+    int m_usuallyBetween = 0; ///< 4 or 16 in some files
     bool m_isFlooded = false;
 };
 
