@@ -32,7 +32,7 @@ void boundPieces()
 {
     change(0);
 #ifdef __GLIBC__
-    mallopt(M_MMAP_THRESHOLD, kMiB); // by itself it grows to 32 MiB
+    mallopt(M_MMAP_THRESHOLD, 3 * kMiB); // by itself it grows to 32 MiB; usual pictures have smaller pieces
     mallopt(M_TRIM_THRESHOLD, 8 * kMiB);
 #endif
 }
