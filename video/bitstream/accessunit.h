@@ -42,8 +42,8 @@ struct AccessUnit
     std::uint8_t temporalId = 0;     ///< HEVC: TemporalId
     bool isRasl = false;             ///< HEVC: random access skipped leading picture
     bool referencesAreKnown = false; ///< HEVC: `references` is complete
-    /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself: those in the
-    /// reference picture lists of its slices.
+    /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself, see
+    /// HevcReferences.
     std::vector<std::int64_t> references;
     bool isPrevTid0Pic = false;          ///< HEVC: the counts of pictures after it are told from this one's (8.3.1)
     std::uint32_t maxPicOrderCntLsb = 0; ///< HEVC: MaxPicOrderCntLsb; from counts less than half of it away

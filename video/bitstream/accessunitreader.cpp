@@ -44,7 +44,7 @@ std::size_t bytesBeforeSlices(VideoCoding coding, const std::uint8_t *data, std:
     return size;
 }
 
-std::unique_ptr<AccessUnitReader> makeAccessUnitReader(VideoCoding coding)
+std::unique_ptr<AccessUnitReader> makeAccessUnitReader(VideoCoding coding, HevcReferences references)
 {
     switch (coding) {
     case VideoCoding::Mpeg2:
@@ -54,7 +54,7 @@ std::unique_ptr<AccessUnitReader> makeAccessUnitReader(VideoCoding coding)
     case VideoCoding::Hevc:
         break;
     }
-    return std::make_unique<hevc::AccessUnitReader>();
+    return std::make_unique<hevc::AccessUnitReader>(references);
 }
 
 } // namespace quorvale

@@ -28,8 +28,13 @@ public:
     [[nodiscard]] virtual AccessUnit read(const std::uint8_t *data, std::size_t size) = 0;
 };
 
+/// What the references of HEVC pictures are: all that a picture itself may refer to by its reference picture set, or of
+/// those only what the lists of its slices hold.
+enum class HevcReferences { OfSets, OfLists };
+
 /// Null only without memory.
-[[nodiscard]] std::unique_ptr<AccessUnitReader> makeAccessUnitReader(VideoCoding coding);
+[[nodiscard]] std::unique_ptr<AccessUnitReader>
+makeAccessUnitReader(VideoCoding coding, HevcReferences references = HevcReferences::OfLists);
 
 /// How many bytes come before the first slice: parameter sets, and what else is said before a picture.
 [[nodiscard]] std::size_t bytesBeforeSlices(VideoCoding coding, const std::uint8_t *data, std::size_t size);

@@ -138,6 +138,8 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
     unit.mayWithholdOutput = unit.mayWithholdOutput || contents.withholdsOutput;
     if (!contents.first)
         return unit;
+    if (m_references == HevcReferences::OfSets)
+        contents.first->refPicLists = ~0U;
     const SliceHeader &slice = *contents.first;
     const PictureOrderCounter::Picture picture = m_pictureOrderCounter.next(slice, *m_spsTable.at(slice.spsId));
     if (contents.endsSequence)

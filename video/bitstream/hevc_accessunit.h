@@ -11,6 +11,10 @@ namespace quorvale::hevc {
 class AccessUnitReader final : public quorvale::AccessUnitReader
 {
 public:
+    explicit AccessUnitReader(HevcReferences references)
+        : m_references(references)
+    {
+    }
     [[nodiscard]] AccessUnit read(const std::uint8_t *data, std::size_t size) override;
 
 private:
@@ -22,6 +26,7 @@ private:
     void readPps(Bytes bytes, AccessUnit &unit);
     void describe(const SliceHeader &slice, const PictureOrderCounter::Picture &picture, AccessUnit &unit) const;
 
+    HevcReferences m_references;
     SpsTable m_spsTable;
     PpsTable m_ppsTable;
     ParameterSetHistory m_parameterSets;

@@ -47,6 +47,10 @@ inline constexpr std::int64_t kBytesAnMp4Sample = 37;
 inline constexpr std::int64_t kBytesAnMp4Sample = 24;
 #endif
 
+/// Whether a decoder of HEVC calls a picture damaged if it misses another one that is in its reference picture set and
+/// that no slice refers to. (9.0 does so, 5.1 does not.)
+inline constexpr bool kNeedsWholeReferenceSets = LIBAVCODEC_VERSION_MAJOR > 59; // 5.1
+
 /// Index of the stream of `type` that a player would choose, with the `decoder` for it; negative where there is none.
 inline int findBestStream(AVFormatContext *input, AVMediaType type, const AVCodec *&decoder)
 {
