@@ -187,7 +187,7 @@ private slots:
         }
     }
 
-    void aRestartTestThatFails_countsAsWorkInVain()
+    void aRestartTestThatFails_isFollowedByNoRun()
     {
         FFVideo video;
         QVERIFY(open(video, afterIdr));

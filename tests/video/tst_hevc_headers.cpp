@@ -26,9 +26,10 @@ struct Case
 
     [[nodiscard]] AccessUnit read() const { return readWith({}); }
     // And with a second slice segment.
-    [[nodiscard]] AccessUnit readWith(const QByteArray &second) const
+    [[nodiscard]] AccessUnit readWith(const QByteArray &second,
+                                      HevcReferences references = HevcReferences::OfLists) const
     {
-        const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::Hevc);
+        const std::unique_ptr<AccessUnitReader> reader = makeAccessUnitReader(VideoCoding::Hevc, references);
         Slice idr;
         idr.nalUnitType = hevcsyntax::IdrNLp;
         readUnit(*reader, sps.write() + pps.write() + idr.write(sps, pps));
@@ -217,6 +218,7 @@ private slots:
         // One in each list: the nearest before, the nearest after; or those that are chosen. P slices have one list.
         stream.slice.prediction = bits().flag(true).ue(0).ue(0);
         QCOMPARE(stream.read().references, Counts{3});
+        QCOMPARE(stream.readWith({}, HevcReferences::OfSets).references, (Counts{3, -2, 6}));
         stream.slice.type = Slice::B;
         stream.slice.prediction = bits().flag(true).ue(0).ue(0).flag(false).ue(0);
         QCOMPARE(stream.read().references, (Counts{3, 6}));

@@ -174,7 +174,7 @@ private:
     std::unique_ptr<LiteralRun> m_literal; ///< from the start, or over a bridge
     bool m_literalFromStart = false;
     bool m_literalIsPlain = false;  ///< its decoder is in the state of one that began with the file
-    bool m_literalStandsIn = false; ///< see standIn()
+    bool m_literalStandsIn = false; ///< it is the reader that decodes everything; see standIn()
     std::unique_ptr<DecodingWorker> m_worker;
     std::deque<Anchor> m_anchors;     ///< ascending
     bool m_hopeless = false;          ///< there will be no first anchor

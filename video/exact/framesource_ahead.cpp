@@ -60,7 +60,7 @@ FrameSource::Loading FrameSource::loadNext(FrameNumber number)
     ahead.pictures = plan->pictureCount();
     ahead.bytes = LoadedPackets::bytesOf(*plan);
     if (!isRoomFor(ahead))
-        return Loading::NoRoom; // Alone it is too large for good: then until it has been asked for.
+        return Loading::NoRoom; // One that is too large even alone holds up the others until it was asked for.
 
     m_literal.reset(); // as for any run: its decoder has done what it was for
     std::optional<DecodingTask> task = makeTask(std::move(*plan), target);

@@ -88,7 +88,7 @@ bool FrameSource::bridge(Anchor &from, FrameNumber wanted)
                                       m_horizon + kBeyondHorizon);
     m_onBridges += m_counters.picturesDecoded - before;
     m_inVain += isFound ? 0 : m_counters.picturesDecoded - before;
-    m_literalIsPlain = isFound; // from there on
+    m_literalIsPlain = isFound; // The proof shows it.
     return isFound;
 }
 

@@ -71,7 +71,8 @@ int headerBytes(AVCodecID codec)
     return codec == AV_CODEC_ID_H264 ? 1 : 2;
 }
 
-// The beginning of a raw byte sequence payload: without the bytes that keep start codes out (ITU-T H.265, 7.3.1.1).
+// The beginning of a raw byte sequence payload: without the bytes that keep start codes out (ITU-T H.265, 7.3.1.1). The
+// readers of bitstream/ refuse what is out of bounds; here it is what FFmpeg would keep all the same.
 class Payload
 {
 public:
