@@ -153,7 +153,7 @@ private slots:
         qInfo("%s: different%s; unrepeatable%s; unopened%s", mutantSet.made().constData(),
               textOf(different).constData(), textOf(unrepeatable).constData(), textOf(unopened).constData());
         if (mutants >= 500) // The comparison is of something.
-            QVERIFY(single.delivered > 4 * mutants && ahead.delivered > 3 * mutants / 2);
+            QVERIFY(single.delivered > 3 * mutants && ahead.delivered > mutants);
         QCOMPARE(visible, Seeds());
         QVERIFY(unrepeatable.size() <= kMostUnrepeatable);
         const auto pins =

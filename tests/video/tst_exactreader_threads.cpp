@@ -10,6 +10,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -43,6 +44,7 @@ void *beginLate(void * /*unused*/)
 // Decoders lose pictures with these times: all, or those inside of which decoding can begin.
 std::atomic<std::int64_t> lostFrom{std::numeric_limits<std::int64_t>::max()};
 std::atomic<bool> losesAll{false};
+std::atomic<std::int64_t> latest{0}; // of the times of pictures that came out
 
 } // namespace
 
@@ -90,6 +92,8 @@ extern "C" int avcodec_receive_frame(AVCodecContext *decoder, AVFrame *frame)
     static const auto receive = reinterpret_cast<Receive *>(dlsym(RTLD_NEXT, "avcodec_receive_frame"));
     for (;;) {
         const int status = receive(decoder, frame);
+        if (status == 0)
+            latest = std::max(latest.load(), frame->pts);
         if (status < 0 || frame->pts < lostFrom || (frame->pict_type != AV_PICTURE_TYPE_I && !losesAll))
             return status;
     }
@@ -146,6 +150,23 @@ private slots:
             read(4, threads);
             QCOMPARE(int(started), threads);
         }
+    }
+
+    // Where the owner has no thread, it runs all that wait until the wanted one has run.
+    void ofPicturesThatWait_theLongestRunIsNext()
+    {
+        FFVideo video;
+        QVERIFY(open(video, path));
+        ExactReader reader(video, 2);
+        reader.announce({218, 278}); // after key pictures 216 and 264
+        const std::int64_t start = video.frame->pts;
+        latest = 0;
+        allowed = started.load();
+        Picture picture;
+        const ExactReader::Answer answer = reader.read(218, picture);
+        allowed = kAny;
+        QCOMPARE(answer, ExactReader::Answer::Picture);
+        QVERIFY(latest >= start + std::int64_t{278} * 3600);
     }
 
     // Decoded ahead, or for a restart test; the asking thread is without memory right after that was begun.

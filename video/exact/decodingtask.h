@@ -5,6 +5,7 @@
 #include "video/ffmpeg/pointers.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -30,6 +31,8 @@ public:
 
     /// Has the checksums of all pictures kept, too.
     void keepChecksums() { m_keepsChecksums = true; }
+    /// How many pictures it decodes, at most.
+    [[nodiscard]] std::int64_t pictureCount() const { return m_plan.pictureCount(); }
 
     /// Decodes until the picture has come, or after the one in hand once `isEnding` is true. Once at most.
     DecodedPicture operator()(const std::atomic<bool> &isEnding);

@@ -25,8 +25,9 @@ DecodingThreads::~DecodingThreads()
 
 std::future<DecodedPicture> DecodingThreads::add(DecodingTask task)
 {
-    Job job(std::move(task));
-    std::future<DecodedPicture> picture = job.get_future();
+    const std::int64_t pictures = task.pictureCount();
+    Job job{pictures, decltype(Job::task)(std::move(task))};
+    std::future<DecodedPicture> picture = job.task.get_future();
     {
         const std::lock_guard lock(m_mutex);
         m_waiting.push_back(std::move(job));
@@ -71,10 +72,13 @@ void DecodingThreads::work()
 // `lock` is held before and after it.
 void DecodingThreads::runNext(std::unique_lock<std::mutex> &lock)
 {
-    Job job = std::move(m_waiting.front());
-    m_waiting.pop_front();
+    const auto longest = std::max_element(m_waiting.begin(), m_waiting.end(), [](const Job &left, const Job &right) {
+        return left.pictures < right.pictures;
+    });
+    Job job = std::move(*longest);
+    m_waiting.erase(longest);
     lock.unlock();
-    job(m_isEnding);
+    job.task(m_isEnding);
     lock.lock();
 }
 

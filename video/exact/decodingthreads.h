@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
+#include <cstdint>
 #include <future>
 #include <mutex>
 #include <thread>
@@ -12,7 +12,7 @@
 
 namespace quorvale {
 
-/// Runs tasks on threads of their own, in the order in which they come.
+/// Runs tasks on threads of their own. Of those that wait the longest is next: so all are done soonest.
 ///
 /// All functions are for one thread, the owner. A task belongs to the threads, so that nothing is taken from under them
 /// whether or not the owner comes to wait for it. They read no file, so that none of them ever hangs on a disk.
@@ -32,7 +32,11 @@ public:
     [[nodiscard]] DecodedPicture wait(std::future<DecodedPicture> picture);
 
 private:
-    using Job = std::packaged_task<DecodedPicture(const std::atomic<bool> &)>;
+    struct Job
+    {
+        std::int64_t pictures; ///< that it decodes, at most
+        std::packaged_task<DecodedPicture(const std::atomic<bool> &)> task;
+    };
 
     bool startThread();
     void work();
@@ -44,7 +48,7 @@ private:
 
     std::mutex m_mutex; ///< of what follows
     std::condition_variable m_hasWork;
-    std::deque<Job> m_waiting;
+    std::vector<Job> m_waiting;
     std::atomic<bool> m_isEnding{false}; ///< changed with the mutex, read by running tasks without it
 };
 
