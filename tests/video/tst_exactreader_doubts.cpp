@@ -262,6 +262,15 @@ private slots:
         QCOMPARE(result.delivered, 3);
     }
 
+    void moreDamageOnTheWayBack_isGoneAround()
+    {
+        // 32 pictures before the group of 379, there is damage as well.
+        const ExactComparison result = compareExactly(withDamageBefore({339, 379}), {379});
+        QCOMPARE(result.difference, QString());
+        QCOMPARE(result.delivered, 1);
+        QVERIFY2(result.counters.picturesDecoded < 200, qPrintable(QString::number(result.counters.picturesDecoded)));
+    }
+
     void damageBeforeThePicture_isNoConcern()
     {
         // In a group that is not decoded, and in the data of a picture: its header still counts.

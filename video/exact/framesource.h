@@ -121,6 +121,7 @@ private:
     Status standIn(FrameNumber number);
     Status goOnLiterally(FrameNumber number);
     bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
+    [[nodiscard]] std::optional<Candidate> pointWellBefore(Anchor &anchor, OutputIndex trouble);
 
     bool hasFirstAnchor();
     bool bridge(Anchor &from, FrameNumber wanted);

@@ -114,28 +114,44 @@ FrameSource::Status FrameSource::findAfterBetrayal(Anchor &anchor, FrameNumber n
 }
 
 // From a random access point on, from which as many pictures come out as foreseen as show, for a bridge, that the
-// decoder's state is that of plain decoding, before `trouble`.
+// decoder's state is that of plain decoding, before `trouble`. Where there is hidden damage on the way, once more
+// before that.
 bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
 {
-    std::optional<EntryPoint> entry;
+    for (int tries = 0; tries < 2; ++tries) {
+        const std::optional<Candidate> known = pointWellBefore(anchor, trouble);
+        if (!known || anchor.numberAt(known->point.place) < m_plainUpTo || !beginBridge(anchor, known->point))
+            return false;
+        const std::int64_t before = m_counters.picturesDecoded;
+        Verdict verdict = judge(*known);
+        while (verdict == Verdict::Open && decodeLiterally(kToTheEnd) == LiteralRun::Step::Picture)
+            verdict = judge(*known);
+        m_literalIsPlain = verdict == Verdict::Proven;
+        if (m_literalIsPlain)
+            return true;
+        m_inVain += m_counters.picturesDecoded - before;
+        if (m_literal->lastTrouble() < known->point.picture)
+            return false;
+        trouble = std::min(stretchOf(anchor).placeWithoutReordering(m_literal->lastTrouble()),
+                           known->point.place + (known->proof - 1));
+    }
+    return false;
+}
+
+// The last point that leaves enough pictures for a proof before `trouble`.
+std::optional<FrameSource::Candidate> FrameSource::pointWellBefore(Anchor &anchor, OutputIndex trouble)
+{
     for (const std::int64_t proof : {kProofAfterDamage, kLongProofAfterDamage}) {
         const OutputIndex last = trouble - proof;
-        entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
-        if (entry && proofFrom(pictures().picture(entry->picture).randomAccess, true) <= proof)
-            break;
-        entry.reset();
+        const std::optional<EntryPoint> entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
+        if (!entry)
+            continue;
+        const Candidate found = {anchor.stretch, *entry,
+                                 proofFrom(pictures().picture(entry->picture).randomAccess, true)};
+        if (found.proof <= proof)
+            return found;
     }
-    if (!entry || anchor.numberAt(entry->place) < m_plainUpTo || !beginBridge(anchor, *entry))
-        return false;
-    const std::int64_t proof = proofFrom(pictures().picture(entry->picture).randomAccess, true);
-    const Candidate known = {anchor.stretch, *entry, proof};
-    const std::int64_t before = m_counters.picturesDecoded;
-    Verdict verdict = judge(known);
-    while (verdict == Verdict::Open && decodeLiterally(kToTheEnd) == LiteralRun::Step::Picture)
-        verdict = judge(known);
-    m_literalIsPlain = verdict == Verdict::Proven;
-    m_inVain += m_literalIsPlain ? 0 : m_counters.picturesDecoded - before;
-    return m_literalIsPlain;
+    return std::nullopt;
 }
 
 // The last picture was the latest to come out of the literal run.
