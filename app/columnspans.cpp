@@ -39,7 +39,7 @@ public:
         }
     }
 
-    /// The spans of rows and those of more than one column, in the text's order.
+    /// The spans of rows and of columns, in the text's order.
     [[nodiscard]] const std::vector<Word> &spans() const { return m_spans; }
 
     [[nodiscard]] bool hasColumnSpans() const { return m_spannedColumns > 0; }
@@ -92,10 +92,10 @@ private:
     {
         for (;;) {
             skipSpace();
-            if (m_position >= m_end || isAt('>') || isAt('/'))
+            if (isAt('/'))
                 return;
             const QString key = decoded(readWord());
-            if (key.isEmpty())
+            if (key.isEmpty()) // as at the tag's end
                 return;
             skipSpace();
             if (!isAt('='))
@@ -103,9 +103,10 @@ private:
             ++m_position;
             skipSpace();
             const Word value = readWord();
-            const int columns = key == QLatin1String("colspan") ? decoded(value).toInt() : 0;
-            if (columns > 1 || key == QLatin1String("rowspan"))
+            const bool isOfColumns = key == QLatin1String("colspan");
+            if (isOfColumns || key == QLatin1String("rowspan"))
                 m_spans.push_back(value);
+            const int columns = isOfColumns ? decoded(value).toInt() : 0;
             m_spannedColumns += columns > 1 ? columns : 0;
         }
     }

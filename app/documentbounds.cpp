@@ -133,7 +133,6 @@ int fontCount(const QTextDocument &document)
         QFont font = format.toCharFormat().font(); // Lines need no other one.
         font.setUnderline(false);
         font.setStrikeOut(false);
-        font.setOverline(false);
         fonts.insert(font.key());
     }
     return static_cast<int>(fonts.size());

@@ -104,7 +104,6 @@ bool ProgrammeListCommands::handleMouse(const QMouseEvent &event)
 {
     switch (event.type()) {
     case QEvent::MouseButtonDblClick:
-        m_press.reset();
         if (const auto recording = recordingAt(event.pos()); recording && event.button() == Qt::LeftButton)
             playRecording(*recording, *m_list->window());
         return false;

@@ -151,13 +151,15 @@ private slots:
         ViewerFixture fixture;
         QVERIFY(QDir().mkdir(fixture.path("other")));
         Viewer &viewer = fixture.open();
-        const WhenModal<QDialog> settings([&](QDialog &dialog) {
-            dialog.findChild<QLineEdit *>()->setText(fixture.path("other"));
-            dialog.reject();
-        });
-        viewer.ui.actionPreferences->trigger();
-        QVERIFY(settings.wasSeen());
-        QVERIFY(saidOf(viewer.ui.deviceList).startsWith("Quorvale will look in "));
+        for (const QString &place : {fixture.path(), fixture.path("other")}) {
+            const WhenModal<QDialog> settings([&](QDialog &dialog) {
+                dialog.findChild<QLineEdit *>()->setText(place);
+                dialog.reject();
+            });
+            viewer.ui.actionPreferences->trigger();
+            QVERIFY(settings.wasSeen());
+            QCOMPARE(saidOf(viewer.ui.deviceList).startsWith("Quorvale will look in "), place != fixture.path());
+        }
         QVERIFY(saidOf(viewer.ui.deviceList).contains(fixture.path("other")));
         viewer.scanDrives();
         QVERIFY(saidOf(viewer.ui.deviceList).startsWith("No recorder disk in "));

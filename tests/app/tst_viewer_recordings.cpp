@@ -1,6 +1,7 @@
 // Giving recordings to other programs: a stand-in for the desktop's opener records what it is asked for.
 
 #include "app/recordingcommands.h"
+#include "platform/desktopopener.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/modaldialog.h"
 #include "tests/support/testclass.h"
@@ -94,9 +95,9 @@ private slots:
 
     void play_saysThatThereIsNoPlayer()
     {
-        for (const bool hasOpener : {false, true}) {
-            if (hasOpener)
-                installOpener(4);
+        for (const int code : {0, 2, 3, 4, 126, 127}) {
+            if (code > 0) // else there is none
+                installOpener(code);
             const QString text =
                 messageAfter(*viewer, [&] { QTest::keyClick(viewer->ui.summaryList, Qt::Key_Return); });
             QVERIFY2(text.contains("could not be played") && text.contains(viewer->recordingFile(0)), qPrintable(text));
@@ -123,6 +124,7 @@ private slots:
             for (const QAction *action : menu->actions())
                 texts.append(action->text());
             QCOMPARE(texts, QStringList({"Play", "Show in File Manager", "Copy Description"}));
+            QCOMPARE(menu->defaultAction(), menu->actions().constFirst());
             QTest::keyClick(menu, Qt::Key_Escape);
             QTRY_VERIFY(!menu); // Nothing of it stays in the window.
         }
@@ -172,6 +174,20 @@ private slots:
         QCOMPARE(opened(), QByteArray());
     }
 
+    void failure_isForgotten_withWhoeverAsked()
+    {
+        int heard = 0;
+        bool isLateHeard = false;
+        auto gone = std::make_unique<QObject>();
+        quorvale::showInFileManager("/d/1", gone.get(), [&] { isLateHeard = true; });
+        gone.reset();
+        for (int i = 1; i <= 3; ++i) { // The first would have been heard before the last.
+            quorvale::showInFileManager("/d/1", viewer, [&] { ++heard; });
+            QTRY_COMPARE(heard, i);
+        }
+        QVERIFY(!isLateHeard);
+    }
+
     void menu_opensWithinTheList_forARowOutOfSight()
     {
         QListWidget *list = viewer->ui.summaryList;
@@ -202,53 +218,39 @@ private slots:
     {
         QListWidget *list = viewer->ui.summaryList;
         const QPoint from = list->visualItemRect(list->item(0)).center();
-        QStringList files;
-        Qt::DropActions offered;
-        QPixmap picture;
-        QPoint held;
-        const auto note = [&] {
-            if (const auto *drag = list->findChild<QDrag *>()) {
-                files.clear();
-                for (const QUrl &url : drag->mimeData()->urls())
-                    files.append(url.toLocalFile());
-                offered = drag->supportedActions();
-                picture = drag->pixmap();
-                held = drag->hotSpot();
-            }
-        };
-        // On some displays a drag lasts until the pointer lets go, on others it ends at once.
-        QTimer::singleShot(0, list, [&] {
-            note();
-            QDrag::cancel();
-        });
         QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
-        const QPoint away = from + QPoint(60, 0);
-        QMouseEvent move(QEvent::MouseMove, away, list->viewport()->mapToGlobal(away), Qt::NoButton, Qt::LeftButton,
-                         Qt::NoModifier);
-        QCoreApplication::sendEvent(list->viewport(), &move);
-        note();
+        const Dragged dragged = draggedTo(from + QPoint(60, 0));
         const QString main = viewer->recordingFile(0);
-        QCOMPARE(files, QStringList({main, main + "1", main + "2"}));
-        QCOMPARE(offered, Qt::DropActions(Qt::CopyAction));
+        QCOMPARE(dragged.files, QStringList({main, main + "1", main + "2"}));
+        QCOMPARE(dragged.offered, Qt::DropActions(Qt::CopyAction));
         const QRect row = list->visualItemRect(list->item(0)) & list->viewport()->rect();
-        QCOMPARE(picture.toImage(), list->viewport()->grab(row).toImage());
-        QCOMPARE(held, from - row.topLeft());
-        QCoreApplication::processEvents();
+        QCOMPARE(dragged.picture.toImage(), list->viewport()->grab(row).toImage());
+        QCOMPARE(dragged.held, from - row.topLeft());
     }
 
-    void drag_leavesTheChosenRow()
+    void drag_hasNoPicture_ofARowThatHasMoved()
+    {
+        QListWidget *list = viewer->ui.summaryList;
+        const QPoint from = list->visualItemRect(list->item(0)).center();
+        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
+        list->insertItem(0, "row");
+        const Dragged dragged = draggedTo(from + QPoint(60, 0));
+        QCOMPARE(dragged.files.size(), 3);
+        QVERIFY(dragged.picture.isNull());
+    }
+
+    void drag_leavesTheChosenRow_andEndsWithTheButton()
     {
         QListWidget *list = viewer->ui.summaryList;
         const QPoint from(5, list->visualItemRect(list->item(0)).bottom()); // one further is the next row
         QTest::mousePress(list->viewport(), Qt::LeftButton, {}, from);
         const QPoint near = from + QPoint(0, 1);
-        QMouseEvent move(QEvent::MouseMove, near, list->viewport()->mapToGlobal(near), Qt::NoButton, Qt::LeftButton,
-                         Qt::NoModifier);
         QCOMPARE(list->row(list->itemAt(near)), 1);
-        QCoreApplication::sendEvent(list->viewport(), &move);
+        QCOMPARE(draggedTo(near).files, QStringList());
         QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, near);
         QCOMPARE(list->currentRow(), 0);
         QVERIFY(!quorvale::recordingFiles({viewer->recordingFile(1).toStdString(), {}})); // no file, nothing to drag
+        QCOMPARE(draggedTo(from + QPoint(60, 0)).files, QStringList());
     }
 
     void drag_carriesFiles_whoseNamesAreNoText()
@@ -281,6 +283,39 @@ private:
         return QFile::exists(log) ? TestVolume::readFile(log) : QByteArray();
     }
 
+    struct Dragged
+    {
+        QStringList files;
+        Qt::DropActions offered;
+        QPixmap picture;
+        QPoint held;
+    };
+
+    // Moves the pointer with the button held. On some displays a drag lasts until the pointer lets go, on others it
+    // ends at once.
+    Dragged draggedTo(const QPoint &place) const
+    {
+        QListWidget *list = viewer->ui.summaryList;
+        Dragged dragged;
+        const auto note = [&] {
+            if (const auto *drag = list->findChild<QDrag *>()) {
+                dragged = {{}, drag->supportedActions(), drag->pixmap(), drag->hotSpot()};
+                for (const QUrl &url : drag->mimeData()->urls())
+                    dragged.files.append(url.toLocalFile());
+            }
+        };
+        QTimer::singleShot(0, list, [&] {
+            note();
+            QDrag::cancel();
+        });
+        QMouseEvent move(QEvent::MouseMove, place, list->viewport()->mapToGlobal(place), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &move);
+        note();
+        QCoreApplication::processEvents();
+        return dragged;
+    }
+
     // While an opener runs, the window has a child that waits for its report; a message is a child, too.
     [[nodiscard]] bool isAnythingOpening() const { return viewer->children().size() > childrenAtFirst; }
 
@@ -311,6 +346,8 @@ private:
         QString text;
         const WhenModal<QMessageBox> message([&](QMessageBox &box) {
             text = box.parentWidget() == &window ? box.text() : "the message belongs to another window";
+            if (box.textFormat() != Qt::PlainText)
+                text = "a path could be markup";
             box.reject();
         });
         act();

@@ -16,6 +16,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -172,15 +173,6 @@ private slots:
         QCOMPARE(probe.readAllStandardError(), "Opening file " + path + "\nOpening file /d/%s%n\n");
     }
 
-    void call_writesTheLogLine_whenThereIsNoBus()
-    {
-        Probe probe(addressOf("nowhere"), folder("bin"));
-        probe.reveal("/d/1");
-        QTRY_COMPARE_WITH_TIMEOUT(opened().size(), 1, kLongEnough);
-        QVERIFY(probe.end());
-        QCOMPARE(probe.readAllStandardError(), QByteArray("Opening file /d/1\n"));
-    }
-
     void folder_isOpenedOnce_whenTheFileManagerAnswersWithAnError()
     {
         StandInFileManager fileManager(m_bus->address());
@@ -195,24 +187,28 @@ private slots:
         QCOMPARE(opened(), QList<QByteArray>{"1 file:///d/not%20%FFshown"});
     }
 
-    void folder_isOpened_whenNoFileManagerIsOnTheBus()
+    void folder_isOpened_whenNoFileManagerIsOnTheBus_orThereIsNoBus()
     {
-        Probe probe(m_bus->address(), folder("bin"));
-        probe.reveal("/d/DVR/RECS/a b.ts");
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
-    }
-
-    void folder_isOpened_whenThereIsNoBus()
-    {
-        Probe probe(addressOf("nowhere"), folder("bin"));
-        probe.reveal("/d/DVR/RECS/a b.ts");
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///d/DVR/RECS"}, kLongEnough);
+        QList<QByteArray> expected;
+        for (const QString &bus : {m_bus->address(), addressOf("nowhere")}) {
+            Probe probe(bus, folder("bin"));
+            for (const char *name : {"/d/DVR/RECS/a b.ts", "/a.ts"})
+                probe.reveal(name);
+            expected += {"1 file:///d/DVR/RECS", "1 file:///"};
+            QTRY_COMPARE_WITH_TIMEOUT(opened().size(), expected.size(), kLongEnough);
+            QVERIFY(probe.end());
+            QCOMPARE(probe.readAllStandardError(), QByteArray("Opening file /d/DVR/RECS/a b.ts\nOpening file /a.ts\n"));
+        }
+        QList<QByteArray> found = opened(); // Two openers may overtake each other.
+        std::sort(found.begin(), found.end());
+        std::sort(expected.begin(), expected.end());
+        QCOMPARE(found, expected);
     }
 
     // Programs that wait with select() break with more; it is inherited by what the opener starts.
     void opener_mayHaveAsManyDescriptors_asTheProgramBeganWith()
     {
-        QVERIFY(writeOpener("ulimit -S -n"));
+        QVERIFY(writeOpener("echo $(ulimit -S -n) $(ulimit -H -n)"));
         rlimit own = {};
         QCOMPARE(getrlimit(RLIMIT_NOFILE, &own), 0);
         const rlimit few{300, own.rlim_max}; // passed on to the probe
@@ -221,14 +217,9 @@ private slots:
         Probe probe(addressOf("nowhere"), folder("bin"));
         QCOMPARE(setrlimit(RLIMIT_NOFILE, &own), 0);
         probe.reveal("/d/1");
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300"}, kLongEnough);
-    }
-
-    void folder_isOpened_forANameInTheRoot()
-    {
-        Probe probe(m_bus->address(), folder("bin"));
-        probe.reveal("/a.ts");
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"1 file:///"}, kLongEnough);
+        const QByteArray most =
+            own.rlim_max == RLIM_INFINITY ? "unlimited" : QByteArray::number(qulonglong{own.rlim_max});
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), QList<QByteArray>{"300 " + most}, kLongEnough);
     }
 
     void folders_areOpened_whileAnEarlierOnesOpenerLives()

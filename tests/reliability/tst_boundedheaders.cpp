@@ -100,6 +100,12 @@ private slots:
         const QString ogg =
             "-f lavfi -i color=d=1 -i " + writeFile(streams.folder(), "list", texts) + " -map_metadata 1 -f ogg";
         QTest::newRow("Ogg, texts") << readFile(streams.encoded("texts", words(ogg)));
+        QByteArray chapters = ";FFMETADATA1\n";
+        for (int i = 0; i < 9000; ++i)
+            chapters += "[CHAPTER]\nSTART=" + QByteArray::number(i) + "\nEND=" + QByteArray::number(i + 1) + '\n';
+        const QString nut =
+            "-f lavfi -i color=d=1 -i " + writeFile(streams.folder(), "list", chapters) + " -map_chapters 1 -f nut";
+        QTest::newRow("NUT, chapters") << readFile(streams.encoded("chapters", words(nut)));
         const QByteArray packets = readFile(streams.hevc("64x64", "yuv420p", 24));
         QTest::newRow("transport stream, programmes") << transportstream::programmes(20000) + packets;
         const QByteArray h264 = readFile(streams.keeping16("64x64", "yuv420p", 24));
@@ -189,27 +195,30 @@ private slots:
 
     void headers_areTaken_thatClaimWhatRecordingsHave_data()
     {
-        QTest::addColumn<QStringList>("muxer");
-        QTest::newRow("sound that is not coded, half an hour") << words("-c:a pcm_s16le -f mov");
-        QTest::newRow("four tracks of sound") << words("-map 0 -map 1 -map 1 -map 1 -map 1 -c:a aac -f mp4");
-        QTest::newRow("fragments") << words("-c:a aac -movflags frag_keyframe+empty_moov -f mp4");
-        QTest::newRow("fragments with their index")
-            << words("-c:a aac -movflags frag_keyframe+empty_moov+dash+global_sidx -f mp4");
+        QTest::addColumn<QString>("path");
+        const auto row = [this](const char *name, const QString &muxer) {
+            const QString whole = "-f lavfi -i testsrc2=s=64x64:r=1:d=1800 -f lavfi -i anullsrc=r=16000:cl=mono"
+                                  " -t 1800 -c:v mpeg4 ";
+            QTest::newRow(name) << streams.encoded(name, words(whole + muxer));
+        };
+        row("sound that is not coded, half an hour", "-c:a pcm_s16le -f mov");
+        row("four tracks of sound", "-map 0 -map 1 -map 1 -map 1 -map 1 -c:a aac -f mp4");
+        row("fragments", "-c:a aac -movflags frag_keyframe+empty_moov -f mp4");
+        row("fragments with their index", "-c:a aac -movflags frag_keyframe+empty_moov+dash+global_sidx -f mp4");
         // Its bytes look like the beginnings of lists.
         const QByteArray lists = QByteArray::fromHex("1654AE6BFF00").repeated(1000);
         const QString font = writeFile(streams.folder(), "font.ttf", lists + QByteArray(4 << 20, '\0'));
-        QTest::newRow("a font") << words("-c:a aac -attach " + font + " -metadata:s:t mimetype=font/ttf -f matroska");
-        QTest::newRow("texts and edits") << words("-c:a aac -bf 2 -metadata title=A -f mov");
-        QTest::newRow("an AVI file's index") << words("-c:a mp2 -f avi");
+        row("a font", "-c:a aac -attach " + font + " -metadata:s:t mimetype=font/ttf -f matroska");
+        row("texts and edits", "-c:a aac -bf 2 -metadata title=A -f mov");
+        row("an AVI file's index", "-c:a mp2 -f avi");
+        const QByteArray obus = readFile(streams.coloured("obus", "64x64", 2, "-c:v libsvtav1 -preset 12 -f obu"));
+        QTest::newRow("AV1, more pictures than OBUs in one")
+            << writeFile(streams.folder(), "pictures.ts", obus.repeated(2000));
     }
 
     void headers_areTaken_thatClaimWhatRecordingsHave()
     {
-        QFETCH(const QStringList, muxer);
-        const QString path = streams.encoded(
-            "whole", words("-f lavfi -i testsrc2=s=64x64:r=1:d=1800 -f lavfi -i anullsrc=r=16000:cl=mono"
-                           " -t 1800 -c:v mpeg4") +
-                         muxer);
+        QFETCH(const QString, path);
         QCOMPARE(visitWith("literal", path).pictures, kAll);
     }
 

@@ -30,6 +30,12 @@ class TestCatalogue : public QObject
     }
 
 private slots:
+    void initTestCase()
+    {
+        qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3"); // with summer time
+        tzset();
+    }
+
     void today_isTheLocalDate()
     {
         const QDate before = QDate::currentDate();
@@ -131,7 +137,8 @@ private slots:
         QCOMPARE(titles.size(), many.size());
         QCOMPARE(fileNames.size(), many.size());
         QCOMPARE(many[12].record.title, m_builtIn[0].record.title + ", episode 2");
-        QVERIFY(dateOf(many[12].record.day) == dateOf(m_builtIn[0].record.day).addDays(-7));
+        for (const std::size_t i : {0, 10}) // one of these days, and one of last year
+            QCOMPARE(dateOf(many[12 + i].record.day), dateOf(m_builtIn[i].record.day).addDays(-7));
     }
 
     void fileExtensions_followTheKind()

@@ -124,8 +124,10 @@ private slots:
         }
     }
 
-    void write_throws_whenTheFolderIsMissing()
+    void write_throws_whenTheFolderIsMissing_orTheDiskFull()
     {
+        if (QFile::link("/dev/full", m_dir.filePath("FULL.INF.part")))
+            QVERIFY_EXCEPTION_THROWN(writeIndex(m_dir.filePath("FULL.INF").toStdString(), {}), std::runtime_error);
         QVERIFY_EXCEPTION_THROWN(writeIndex(m_dir.filePath("no/RECS.INF").toStdString(), {}), std::runtime_error);
     }
 };

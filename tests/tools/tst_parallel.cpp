@@ -26,6 +26,14 @@ private slots:
         runParallel({});
     }
 
+    void run_runsJobsAtTheSameTime_whereThereAreProcessors()
+    {
+        QSemaphore begun;
+        bool isTogether = false;
+        runParallel({[&] { isTogether = begun.tryAcquire(1, 10000); }, [&] { begun.release(); }});
+        QCOMPARE(isTogether, std::thread::hardware_concurrency() > 1);
+    }
+
     void run_throwsOn_andStartsNoFurtherJob_whenAJobThrows()
     {
         std::atomic<unsigned> started{0};

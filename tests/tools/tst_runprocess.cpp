@@ -94,6 +94,9 @@ private slots:
         QCOMPARE(end.errors, std::string("err\n"));
         QVERIFY(end.usage.ru_maxrss > 0);
         QCOMPARE(runProcess({"sh", "-c", "kill -TERM $$"}).exitStatus, 128 + SIGTERM);
+        const auto before = std::signal(SIGPIPE, SIG_IGN); // which the program does not inherit
+        QCOMPARE(runProcess({"sh", "-c", "kill -PIPE $$"}).exitStatus, 128 + SIGPIPE);
+        std::signal(SIGPIPE, before);
     }
 
     void run_givesTheProgramAnEmptyInput_whenThereIsNone()

@@ -188,6 +188,7 @@ private slots:
     void radio_hasSoundAlone()
     {
         QVERIFY(probeStream(stream(2), "v:0").isEmpty());
+        QVERIFY(readFile(stream(2)) != readFile(stream(12))); // another tone
         const auto sound = probeStream(stream(2), "a:0");
         QCOMPARE(sound.value("codec_name"), QByteArray("mp2"));
         const auto packets = ffprobe(stream(2), {"-show_entries", "packet=size"}).count("size=");
@@ -300,6 +301,7 @@ private slots:
     {
         const QTemporaryDir dir;
         QVERIFY(placeFile(dir.filePath("RECORDER/DVR/RECSINFO/RECS.INF"), "a real recorder's"));
+        QVERIFY(placeFile(dir.filePath("RECORDER/.quorvale-sampledisk"), "another 2\nfile 17 DVR/RECSINFO/RECS.INF"));
         const auto before = listing(dir.path());
         const Run refused = makeDisk(dir.path(), 1, 10);
         QCOMPARE(refused.status, 1);
@@ -319,7 +321,7 @@ private slots:
     void run_removesNothingOutsideTheRecordersFolder_whateverTheStampSays()
     {
         const QTemporaryDir dir;
-        QVERIFY(placeFile(dir.filePath("precious.txt"), "precious"));
+        QVERIFY(placeFile(dir.filePath("precious.txt"), "precious") && QDir(dir.path()).mkpath("RECORDER/DVR"));
         QVERIFY(placeFile(dir.filePath("RECORDER/.quorvale-sampledisk"),
                           "quorvale-sampledisk 1\nfile 8 ../precious.txt\nfile 8 DVR/../../precious.txt\nfile 8 " +
                               dir.filePath("precious.txt").toUtf8() + "\nfile 8 DVR/\n"));

@@ -60,6 +60,18 @@ private slots:
         const Piece piece = readPiece(skipping);
         QCOMPARE(int(piece.bytes.size()), piece.samples * sampleSize);
         QCOMPARE(piece.bytes, all.mid(100 * sampleSize, piece.samples * sampleSize));
+
+        // As if the stream had changed its format: what the piece cannot fill is silence.
+        skipping.audioBitsPerSample *= 2;
+        skipping.audioChannels = 4;
+        skipping.audioSamplesLeft = piece.samples / 4 * 3;
+        const QByteArray wide = readPiece(skipping).bytes;
+        QCOMPARE(int(wide.size()), piece.samples / 4 * 3 * 4 * skipping.audioBitsPerSample / 8);
+        QCOMPARE(wide.right(sampleSize), QByteArray(sampleSize, '\0'));
+        QVERIFY(skipping.SetAudioRange(0, 9));
+        skipping.audioSkipSamples = 100;
+        skipping.audioChannels = INT_MAX; // No buffer is so large.
+        QVERIFY(readPiece(skipping).bytes.isEmpty());
     }
 
     void read_handsOutTheFirstPlane_ofPlanar32BitIntegers()
@@ -77,6 +89,8 @@ private slots:
         for (int sample = 0; sample < piece.samples; ++sample)
             QCOMPARE(piece.bytes.mid(sample * 4, 4), all.mid(sample * 8, 4)); // the left channel
         QCOMPARE(piece.bytes.mid(piece.samples * 4), QByteArray(piece.samples * 4, '\0'));
+        video.audioSkipSamples = piece.samples / 2 + 1; // Skipped in a plane as if all channels were in it.
+        QCOMPARE(readPiece(video).bytes.count('\0'), (piece.samples - piece.samples / 2 - 1) * 8);
     }
 
     void read_freesTheCallersBuffer_whenDecodingFails()

@@ -84,28 +84,18 @@ private slots:
         QVERIFY(!lent(*another, 1920, 1088));
     }
 
-    void usualPictures_areLent_afterLargerOnes()
+    void largePictures_haveRoom_besideTheOneInHandAndTheOneHandedOut()
     {
-        const PictureBudget budget;
-        const DecoderPtr decoder = decoderOf(budget);
-        QVERIFY(decoder);
-        std::vector<FramePtr> held;
-        for (int i = 0; i < 10; ++i) {
-            held.push_back(lent(*decoder, 3840, 2160, AV_PIX_FMT_YUV420P10LE));
-            QVERIFY(held.back());
-        }
-        QVERIFY(lent(*decoder, 1920, 1088));
-    }
-
-    void sixOfTheLargestPictures_haveRoom_besideTheOneInHandAndTheOneHandedOut()
-    {
-        const PictureBudget budget;
-        const DecoderPtr decoder = decoderOf(budget);
-        QVERIFY(decoder);
-        std::vector<FramePtr> held;
-        for (int i = 0; i < 8; ++i) {
-            held.push_back(lent(*decoder, 7680, 4320, AV_PIX_FMT_YUV420P10LE));
-            QVERIFY(held.back());
+        for (const auto &[count, width, height] : {std::tuple(10, 3840, 2160), {8, 7680, 4320}}) {
+            const PictureBudget budget;
+            const DecoderPtr decoder = decoderOf(budget);
+            QVERIFY(decoder);
+            std::vector<FramePtr> held;
+            for (int i = 0; i < count; ++i) {
+                held.push_back(lent(*decoder, width, height, AV_PIX_FMT_YUV420P10LE));
+                QVERIFY(held.back());
+            }
+            QVERIFY(count == 8 || lent(*decoder, 1920, 1088));
         }
     }
 };
