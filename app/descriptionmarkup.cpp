@@ -1,8 +1,8 @@
 #include "app/descriptionmarkup.h"
 
-#include "app/columnspans.h"
 #include "app/descriptiondocument.h"
 #include "app/documentbounds.h"
+#include "app/tablespans.h"
 
 #include <QTextCursor>
 #include <QTextDocumentFragment>
@@ -19,7 +19,7 @@ constexpr int kMostFonts = 8;            // with Qt 6, a script without a font c
 
 void insertDescription(QTextCursor cursor, const QString &markup)
 {
-    const QString bounded = withBoundedColumnSpans(markup, kMostCells);
+    const QString bounded = withBoundedSpans(markup, kMostCells);
     DescriptionDocument parsed; // never shown, so never laid out
     QTextCursor(&parsed).insertHtml(bounded);
     if (layoutCost(parsed) > kMostLayoutCost || fontCount(parsed) > kMostFonts) {

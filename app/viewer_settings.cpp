@@ -8,9 +8,13 @@
 
 #include <QComboBox>
 #include <QDialog>
+#include <QDir>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QLineEdit>
 #include <QSettings>
+
+#include <memory>
 
 using namespace quorvale;
 
@@ -28,27 +32,48 @@ constexpr int kPathWidth = 300; // a usual mount point fits
 
 /// The two settings, in the store of Qt's default format: the system's own, unless the program has chosen another one
 /// before the first window. Tests and trial.cpp choose a text file, because on macOS the system's store cannot be moved
-/// away from the user's own.
-class SettingsStore : public QSettings
+/// away from the user's own. Where a pipe or a device is in the place of the file, Qt would wait for it: then there are
+/// the defaults, and nothing is stored.
+class SettingsStore
 {
 public:
     SettingsStore()
-        : QSettings(QSettings::defaultFormat(), QSettings::UserScope, QLatin1String(kOrganisation),
-                    QLatin1String(kApplication))
     {
-        useUtf8(*this);
-        beginGroup(QLatin1String(kGroup));
+        // Qt names the folder with a file in it; this one is not there.
+        const QFileInfo beside(QSettings(QSettings::defaultFormat(), QSettings::UserScope, QLatin1String(kOrganisation),
+                                         QLatin1String("beside"))
+                                   .fileName());
+        const QFileInfo file(beside.dir(), QLatin1String(kApplication) + QLatin1Char('.') + beside.suffix());
+        if (file.exists() && !file.isFile())
+            return;
+        m_settings = std::make_unique<QSettings>(QSettings::defaultFormat(), QSettings::UserScope,
+                                                 QLatin1String(kOrganisation), QLatin1String(kApplication));
+        useUtf8(*m_settings);
+        m_settings->beginGroup(QLatin1String(kGroup));
     }
+
+    [[nodiscard]] QString value(const char *key, const QString &otherwise) const
+    {
+        return m_settings ? m_settings->value(QLatin1String(key), otherwise).toString() : otherwise;
+    }
+    void setValue(const char *key, const QString &value)
+    {
+        if (m_settings)
+            m_settings->setValue(QLatin1String(key), value);
+    }
+
+private:
+    std::unique_ptr<QSettings> m_settings; ///< null where Qt must not open it
 };
 
 } // namespace
 
 void Viewer::loadSettings()
 {
-    SettingsStore settings;
-    mountPoint = settings.value(QLatin1String(kMountPointKey), QStringLiteral("/Volumes")).toString();
+    const SettingsStore settings;
+    mountPoint = settings.value(kMountPointKey, QStringLiteral("/Volumes"));
     // A missing date order means year first, but an unknown one leaves the order as it is.
-    const QString stored = settings.value(QLatin1String(kDateFormatKey), storedWord(DateOrder::YearFirst)).toString();
+    const QString stored = settings.value(kDateFormatKey, storedWord(DateOrder::YearFirst));
     if (const std::optional<DateOrder> order = dateOrderStoredAs(stored))
         dateFormat = static_cast<int>(*order);
 }
@@ -57,8 +82,8 @@ void Viewer::saveSettings()
 {
     const std::optional<DateOrder> order = dateOrder(dateFormat);
     SettingsStore settings;
-    settings.setValue(QLatin1String(kMountPointKey), mountPoint);
-    settings.setValue(QLatin1String(kDateFormatKey), order ? storedWord(*order) : QString());
+    settings.setValue(kMountPointKey, mountPoint);
+    settings.setValue(kDateFormatKey, order ? storedWord(*order) : QString());
 }
 
 void Viewer::Preferences()

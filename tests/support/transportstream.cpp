@@ -86,7 +86,7 @@ int pidOfStreamType(const QByteArray &stream, int streamType)
     return -1;
 }
 
-bool registerFirstStream(QByteArray &stream, const char *fourCharacters)
+bool registerFirstStream(QByteArray &stream, const char *fourCharacters, int streamType)
 {
     const QByteArray descriptor = QByteArray("\x05\x04", 2) + QByteArray(fourCharacters, 4);
     bool patched = false;
@@ -104,6 +104,7 @@ bool registerFirstStream(QByteArray &stream, const char *fourCharacters)
         const int entry = 12 + twelveBitsAt(body, 10);
         setTwelveBitsAt(body, entry + 3, twelveBitsAt(body, entry + 3) + int(descriptor.size()));
         body.insert(entry + 5, descriptor);
+        body[entry] = streamType > 0 ? char(streamType) : body.at(entry);
         setTwelveBitsAt(body, 1, length + int(descriptor.size()));
         body += sectionChecksum(body);
         stream.replace(section, body.size(), body); // what was stuffing after the section gives way

@@ -17,8 +17,9 @@ inline constexpr int kPacketSize = 188;
 [[nodiscard]] int pidOfStreamType(const QByteArray &stream, int streamType);
 
 /// Adds a registration descriptor with four characters to the first elementary stream of every program map, and
-/// recomputes the map's checksum. False if there was no program map with room for it.
-bool registerFirstStream(QByteArray &stream, const char *fourCharacters);
+/// recomputes the map's checksum; the stream gets the type `streamType` if that is one. False if there was no program
+/// map with room for it.
+bool registerFirstStream(QByteArray &stream, const char *fourCharacters, int streamType = 0);
 
 /// Removes the packets for which `drop` (packet number, identifier) is true.
 void dropPackets(QByteArray &stream, const std::function<bool(int, int)> &drop);

@@ -170,14 +170,7 @@ private slots:
         QTest::newRow("GIF in NUT") << "nut" << QStringList{"-c:v", "gif"};
         QTest::newRow("Flash") << "swf" << QStringList{"-c:v", "flv1"};
     }
-    void open_refuses_whatIsNoVideo()
-    {
-        const QString path = made();
-        QVERIFY(!path.isEmpty());
-        FFVideo video;
-        QVERIFY(!open(video, path));
-        QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
-    }
+    void open_refuses_whatIsNoVideo() { verifyRefused(made()); }
 
     void open_refuses_textsAndDrawings_data()
     {
@@ -199,36 +192,50 @@ private slots:
     void open_refuses_textsAndDrawings()
     {
         QFETCH(QByteArray, content);
-        const QString path = writeFile(dir.path(), "a.ts", content);
-        FFVideo video;
-        QVERIFY(!open(video, path));
-        QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
+        verifyRefused(writeFile(dir.path(), "a.ts", content));
     }
 
     // A decoder that had looked at the stream would know how its pixels are laid out.
-    void probing_usesNoDecoder_thatIsNotWanted_data()
-    {
-        QTest::addColumn<QString>("encoder");
-        QTest::addColumn<bool>("isWanted");
-        QTest::newRow("GIF") << "gif" << false;
-        QTest::newRow("FFV1") << "ffv1" << true;
-    }
     void probing_usesNoDecoder_thatIsNotWanted()
     {
-        QFETCH(QString, encoder);
-        QFETCH(bool, isWanted);
-        const QString path = makeWithFFmpeg(
-            dir.path(), "probed.ts", {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-c:v", encoder, "-f", "nut"});
+        for (const char *encoder : {"gif", "ffv1"}) {
+            const QString path = makeWithFFmpeg(
+                dir.path(), "probed.ts", {"-f", "lavfi", "-i", "testsrc2=s=96x64:d=1", "-c:v", encoder, "-f", "nut"});
+            AVFormatContext *input = nullptr;
+            QVERIFY(quorvale::ffmpeg::openSingleInput(input, qPrintable(path)));
+            QVERIFY(quorvale::ffmpeg::findStreams(*input, nullptr));
+            QCOMPARE(input->nb_streams, 1U);
+            QCOMPARE(input->streams[0]->codecpar->format >= 0, qstrcmp(encoder, "ffv1") == 0);
+            quorvale::ffmpeg::closeSingleInput(input);
+            QVERIFY(!input);
+        }
+    }
+
+    void parsers_areTakenAway_fromWhereAnFlvFileNamesUnits()
+    {
+        const QString made = makeWithFFmpeg(
+            dir.path(), "a.ts", {"-f", "lavfi", "-i", "testsrc2=d=9", "-c:v", "flv1", "-q:v", "2", "-f", "flv"});
+        QVERIFY(readFile(made).size() > 200000);
+        const QString path = writeFile(dir.path(), "named.ts", readFile(made) + "hvc1");
         AVFormatContext *input = nullptr;
         QVERIFY(quorvale::ffmpeg::openSingleInput(input, qPrintable(path)));
-        QVERIFY(avformat_find_stream_info(input, nullptr) >= 0);
-        QCOMPARE(input->nb_streams, 1U);
-        QCOMPARE(input->streams[0]->codecpar->format >= 0, isWanted);
+        QCOMPARE(input->flags & AVFMT_FLAG_NOPARSE, 0);
+        AVPacket *packet = av_packet_alloc();
+        while (quorvale::ffmpeg::readPacket(*input, *packet) >= 0)
+            av_packet_unref(packet);
+        QCOMPARE(input->flags & AVFMT_FLAG_NOPARSE, AVFMT_FLAG_NOPARSE);
+        av_packet_free(&packet);
         quorvale::ffmpeg::closeSingleInput(input);
-        QVERIFY(!input);
     }
 
 private:
+    static void verifyRefused(const QString &path)
+    {
+        FFVideo video;
+        QVERIFY(!path.isEmpty() && !open(video, path));
+        QCOMPARE(video.lastError, std::int32_t(FFVideo::FF_ERROR_OPEN));
+    }
+
     // The recording that the row describes.
     [[nodiscard]] QString made() const
     {

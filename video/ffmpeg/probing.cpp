@@ -98,7 +98,7 @@ void describeByDecoding(AVStream &stream, AVFormatContext &input, const AVCodec 
 // The pictures of all streams could take too much: only those of the stream that will be read are decoded.
 bool probeWithinBudget(AVFormatContext &input)
 {
-    if (!restrictToSound(input) || avformat_find_stream_info(&input, nullptr) < 0 || !restrictToVideo(input))
+    if (!restrictToSound(input) || !findStreams(input, nullptr) || !restrictToVideo(input))
         return false;
     const AVCodec *codec = nullptr;
     const int index = findBestStream(&input, AVMEDIA_TYPE_VIDEO, codec);
@@ -120,7 +120,7 @@ bool openProbed(AVFormatContext *&input, const char *path)
     if (!cost->fits)
         return probeWithinBudget(*input);
     ProbeOptions options(*input, cost->pixels);
-    return avformat_find_stream_info(input, options.get()) >= 0;
+    return findStreams(*input, options.get());
 }
 
 } // namespace quorvale::ffmpeg

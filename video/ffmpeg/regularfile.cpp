@@ -1,5 +1,6 @@
 #include "video/ffmpeg/regularfile.h"
 
+#include "video/ffmpeg/flvwatch.h"
 #include "video/ffmpeg/obuwatch.h"
 #include "video/ffmpeg/parametersets.h"
 #include "video/ffmpeg/readahead.h"
@@ -74,13 +75,16 @@ struct OpenFile
     std::optional<ClaimWatch> claims;
     std::optional<UnitWatch> units;
     std::optional<ObuWatch> obus;
+    std::optional<FlvWatch> names;
     ParameterSets sets;
     ReadingLimits limits;
     std::int64_t tableBytes = 0;
 
-    [[nodiscard]] bool hasUnitsToWatch() const { return obus || units; }
+    [[nodiscard]] bool hasUnitsToWatch() const { return obus || units || names; }
     [[nodiscard]] bool allowsUnits(std::int64_t at, const unsigned char *bytes, int size)
     {
+        if (names)
+            names->note(bytes, size);
         return (!units || units->allows(at, bytes, size)) && (!obus || obus->allows(at, bytes, size));
     }
 };
@@ -154,7 +158,7 @@ void watch(AVIOContext &file, const ClaimWatch::Structures &structures)
     static_cast<OpenFile *>(file.opaque)->claims.emplace(structures);
 }
 
-void watchUnits(AVIOContext &file, const AVFormatContext &input)
+void watchUnits(AVIOContext &file, AVFormatContext &input)
 {
     OpenFile &open = *static_cast<OpenFile *>(file.opaque);
     const char *format = input.iformat->name;
@@ -162,6 +166,8 @@ void watchUnits(AVIOContext &file, const AVFormatContext &input)
         open.units.emplace(input);
     if (av_match_name(format, "ivf,obu") > 0)
         open.obus.emplace(av_match_name(format, "ivf") > 0);
+    if (av_match_name(format, "flv,live_flv") > 0)
+        open.names.emplace(input);
     // What FFmpeg still has in its buffer it will not read again.
     std::array<unsigned char, kBufferBytes> bytes{};
     ssize_t size = 1;

@@ -27,10 +27,10 @@ void readAhead(AVIOContext &file);
 void watch(AVIOContext &file, const ClaimWatch::Structures &structures);
 
 /// Watches the streams of HEVC, VVC and AV1 of `input`, which was opened from `file` and not read any further: see
-/// UnitWatch and ObuWatch.
-void watchUnits(AVIOContext &file, const AVFormatContext &input);
+/// UnitWatch, ObuWatch and FlvWatch.
+void watchUnits(AVIOContext &file, AVFormatContext &input);
 
-/// What watchUnits made; null if there is nothing to watch.
+/// The UnitWatch that watchUnits made; null if there is nothing to watch.
 [[nodiscard]] UnitWatch *unitWatch(AVIOContext &file);
 
 /// Whether no watch withheld anything of `file` so far.

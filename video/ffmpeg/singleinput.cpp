@@ -2,7 +2,6 @@
 
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
-#include "video/ffmpeg/filebytes.h"
 #include "video/ffmpeg/inputformats.h"
 #include "video/ffmpeg/matroskalists.h"
 #include "video/ffmpeg/mp4tables.h"
@@ -86,32 +85,14 @@ std::int64_t mostPacketBytes(const AVFormatContext &input)
     return most;
 }
 
-constexpr std::int64_t kFlvBeginning = 65536;
-
-// A stream of an FLV file is known when its first packet is parsed. Since FFmpeg 6.1 these codecs have names there.
-bool namesUnitsInFlv(const AVIOContext &file)
-{
-    constexpr std::array<std::uint32_t, 3> kNames{0x68766331, 0x76766331, 0x61763031}; // hvc1, vvc1, av01
-    FileBytes bytes(descriptorOf(file));
-    std::uint32_t lastFour = 0;
-    for (std::int64_t i = 0; i < kFlvBeginning && !bytes.failed(); ++i) {
-        lastFour = lastFour << 8 | static_cast<std::uint32_t>(bytes.number(i, 1));
-        if (std::find(kNames.begin(), kNames.end(), lastFour) != kNames.end())
-            return true;
-    }
-    return false;
-}
-
 // FFmpeg's parsers of these codecs keep up to 4 KiB for each unit of a packet, before anyone sees it; compressed, 2 KB
 // are a gigabyte. Where packets are whole pictures, their containers say all that parsers find out: key frames and
 // times.
 bool needsNoParsers(const AVFormatContext &input)
 {
     const char *format = input.iformat->name;
-    if (av_match_name(format, "mpegts,mpeg,hevc,vvc,obu") > 0) // What is read of these is watched.
+    if (av_match_name(format, "mpegts,mpeg,hevc,vvc,obu,flv,live_flv") > 0) // What is read of these is watched.
         return false;
-    if (av_match_name(format, "flv,live_flv") > 0)
-        return namesUnitsInFlv(*input.pb);
     const bool isIvf = av_match_name("ivf", format) > 0; // whose AV1 is watched
     return std::any_of(input.streams, input.streams + input.nb_streams, [isIvf](const AVStream *stream) {
         const AVCodecID codec = stream->codecpar->codec_id;
@@ -163,8 +144,9 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
         return false;
     InputFormat *format = formatOf(*file, path);
     const ClaimWatch::Structures *structures = format ? structuresOf(*format) : nullptr;
-    const bool isProgramStream = format && av_match_name("mpeg", format->name) > 0;
-    if ((structures || isProgramStream) && !watchFromTheStart(file, path, structures))
+    // Of what is parsed in pieces, little is to be read ahead.
+    const bool isInPieces = format && av_match_name(format->name, "mpegts,mpeg") > 0;
+    if ((structures || isInPieces) && !watchFromTheStart(file, path, structures))
         return false;
     AVFormatContext *opening = format ? avformat_alloc_context() : nullptr;
     if (!opening || !restrictToItself(*opening) || !restrictToVideo(*opening)) {
@@ -191,15 +173,24 @@ bool openSingleInput(AVFormatContext *&input, const char *path)
     return input != nullptr;
 }
 
+bool findStreams(AVFormatContext &input, AVDictionary **options)
+{
+    UnitWatch *units = unitWatch(*input.pb);
+    if (units)
+        units->setProbing(true);
+    const bool isDone = avformat_find_stream_info(&input, options) >= 0;
+    if (units)
+        units->setProbing(false);
+    return isDone;
+}
+
 int readPacket(AVFormatContext &input, AVPacket &packet)
 {
     ParameterSets &sets = parameterSets(*input.pb);
-    UnitWatch *units = unitWatch(*input.pb);
-    const bool isAllowed = sets.isContent() && (!units || units->beginPacket());
-    const int status = isAllowed ? av_read_frame(&input, &packet) : AVERROR(EPERM);
+    const int status = sets.isContent() ? av_read_frame(&input, &packet) : AVERROR(EPERM);
     if (status < 0)
         return status;
-    if (units)
+    if (UnitWatch *units = unitWatch(*input.pb))
         units->endPacket(*input.streams[packet.stream_index]);
     const AVCodecParameters &stream = *input.streams[packet.stream_index]->codecpar;
     if (sets.allows(packet.stream_index, stream.codec_id, {stream.extradata, stream.extradata_size}, packet))

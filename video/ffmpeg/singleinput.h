@@ -1,5 +1,6 @@
 #pragma once
 
+struct AVDictionary;
 struct AVFormatContext;
 struct AVPacket;
 
@@ -9,6 +10,10 @@ namespace quorvale::ffmpeg {
 /// not wait for a pipe or a device. The bytes of `path` go to the operating system as they are. False, with `input`
 /// null, if the file cannot be opened. `input` is owned by the caller, who closes it with closeSingleInput only.
 [[nodiscard]] bool openSingleInput(AVFormatContext *&input, const char *path);
+
+/// Finds the streams of `input` and what FFmpeg's decoders say about them, as avformat_find_stream_info does; `options`
+/// are theirs. What that reads was judged before: see probingCost.
+[[nodiscard]] bool findStreams(AVFormatContext &input, AVDictionary **options);
 
 /// Reads the next packet, as av_read_frame does, whose errors it returns; but none from where on the file's streams
 /// have more parameter sets than there may be.

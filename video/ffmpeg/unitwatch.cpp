@@ -1,28 +1,43 @@
 #include "video/ffmpeg/unitwatch.h"
 
 #include "video/ffmpeg/parametersets.h"
+#include "video/ffmpeg/unitcount.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/avstring.h>
+#include <libavutil/opt.h>
 }
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace quorvale::ffmpeg {
 
 namespace {
 
+constexpr std::int64_t kKiB = 1024;
 constexpr unsigned char kSyncByte = 0x47;
 constexpr int kTransportPacketBytes = 188;
 constexpr int kTransportHeaderBytes = 4;
-constexpr int kMostBetween = 16;
-constexpr std::int64_t kMostBack = 256 * 1024;
+// Where a header is broken FFmpeg goes back to it, from the end of its buffer of 32 KiB at most, and from 8 KiB that it
+// has looked at. In a program stream it passes over packets of up to 64 KiB. Its parsers keep what they have.
+constexpr std::int64_t kMostBack = 48 * kKiB;
+constexpr std::int64_t kMostForward = 96 * kKiB;
+
+// It has read up to 32 KiB more than it has parsed. VVC's sets are kept whatever their identifiers are.
+constexpr std::int64_t kMostUnitsAhead = 4 * kMostUnits;
+constexpr std::int64_t kMostVvcBytesAhead = 4 * ParameterSets::kMostBytes;
 
 bool hasUnits(const AVStream &stream)
 {
     return stream.codecpar->codec_id == AV_CODEC_ID_HEVC || stream.codecpar->codec_id == AV_CODEC_ID_VVC;
+}
+
+// One that FFmpeg does not know yet, or calls data until then, may turn out to have units.
+bool mayHaveUnits(const AVStream &stream)
+{
+    const AVCodecID codec = stream.codecpar->codec_id;
+    return hasUnits(stream) || codec == AV_CODEC_ID_NONE || codec == AV_CODEC_ID_PROBE || codec == AV_CODEC_ID_BIN_DATA;
 }
 
 } // namespace
@@ -30,72 +45,93 @@ bool hasUnits(const AVStream &stream)
 UnitWatch::UnitWatch(const AVFormatContext &input)
     : m_input(input)
     , m_isTransportStream(av_match_name("mpegts", input.iformat->name) > 0)
-    , m_isProgramStream(av_match_name("mpeg", input.iformat->name) > 0)
+    , m_isRaw(av_match_name(input.iformat->name, "hevc,vvc") > 0)
+    , m_all(newFlow())
 {
+}
+
+NalFlow UnitWatch::newFlow() const
+{
+    return NalFlow(m_isRaw ? NalFlow::PictureEnd::FirstSlice : NalFlow::PictureEnd::Forget);
 }
 
 bool UnitWatch::allows(std::int64_t position, const unsigned char *bytes, int size)
 {
     if (m_isFlooded)
         return false;
-    // FFmpeg goes back a little where a header is broken, and its parsers keep what they have.
-    if (m_next < 0 || std::abs(position - m_next) > kMostBack)
+    if (m_next < 0 || position < m_next - kMostBack || position > m_next + (m_isTransportStream ? 0 : kMostForward)) {
         restart();
-    else if (position != m_next)
+    } else if (position != m_next) {
         m_inPacket = -1;
+        m_isAstray = true;
+    }
     m_next = position + size;
     passOverOthers();
-    ++m_readings;
     if (m_isTransportStream)
         noteTransportBytes(bytes, size);
-    else
-        m_flows[0].note(bytes, size);
-    m_isFlooded = isAnyFlooded();
+    if (!m_isTransportStream || m_isAstray)
+        m_all.note(bytes, size);
+    m_isFlooded = !m_isProbing && isAnyFlooded();
     return !m_isFlooded;
 }
 
 void UnitWatch::restart()
 {
-    m_flows.clear();
-    if (m_isProgramStream)
-        m_flows.emplace(0, NalFlow(NalFlow::PictureEnd::Forget));
+    forgetAll();
     m_inPacket = -1;
+    m_between = 0;
+    m_isFirst = true;
+    m_isAstray = false;
 }
 
-// Streams of other codecs are not searched. One whose codec is not known yet may turn out to have units.
+void UnitWatch::forgetAll()
+{
+    m_flows.clear();
+    m_all = newFlow();
+    m_ended.clear();
+}
+
+// Streams of other codecs are not searched.
 void UnitWatch::passOverOthers()
 {
     m_isOfOther.reset();
     for (unsigned i = 0; m_isTransportStream && i < m_input.nb_streams; ++i) {
         const AVStream &stream = *m_input.streams[i];
-        const AVCodecID codec = stream.codecpar->codec_id;
-        if (codec == AV_CODEC_ID_NONE || codec == AV_CODEC_ID_PROBE || hasUnits(stream))
+        if (mayHaveUnits(stream))
             continue;
         m_isOfOther.set(static_cast<std::size_t>(stream.id & kMostPid));
         m_flows.erase(stream.id);
     }
 }
 
-bool UnitWatch::beginPacket()
-{
-    const bool isFirst = m_isProgramStream && !m_hasPackets;
-    m_hasPackets = true;
-    if (isFirst && m_readings > 1) // It was probed.
-        restart();
-    else if (isFirst)
-        m_isFlooded = isAnyFlooded();
-    return !isFirst || !m_isFlooded;
-}
-
 void UnitWatch::endPacket(const AVStream &stream)
 {
-    if (m_isProgramStream && (hasUnits(stream) || countStreams() == 0))
-        m_flows[0].forget();
+    const auto found = m_flows.find(stream.id);
+    if (found != m_flows.end())
+        found->second.forget();
+    // One stream's packets say nothing about the pictures of another one.
+    if (hasUnits(stream))
+        m_ended.insert(stream.index);
+    const auto streams = std::count_if(m_input.streams, m_input.streams + m_input.nb_streams,
+                                       [](const AVStream *one) { return hasUnits(*one); });
+    if (static_cast<std::ptrdiff_t>(m_ended.size()) < streams)
+        return;
+    m_all.forget();
+    m_ended.clear();
+}
+
+void UnitWatch::setProbing(bool isProbing)
+{
+    m_isProbing = isProbing;
+    forgetAll();
 }
 
 // ITU-T H.222.0, 2.4.3.2
 void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
 {
+    std::int64_t rawBytes = 0; // of a packet, with what FFmpeg passes over before the next one
+    const bool isKnown = av_opt_get_int(m_input.priv_data, "ts_packetsize", 0, &rawBytes) >= 0;
+    m_passedOver = isKnown ? std::max(static_cast<int>(rawBytes) - kTransportPacketBytes, 0) : 0;
     for (int i = 0; i < size;) {
         int passed = 1;
         if (m_inPacket < kTransportHeaderBytes || m_payload == 0 || m_inPacket < m_payload) {
@@ -103,7 +139,7 @@ void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
         } else {
             passed = std::min(size - i, kTransportPacketBytes - m_inPacket);
             if (!m_isOfOther.test(static_cast<std::size_t>(m_pid)))
-                m_flows[m_pid].note(bytes + i, passed);
+                m_flows.try_emplace(m_pid, newFlow()).first->second.note(bytes + i, passed);
         }
         i += passed;
         m_inPacket += m_inPacket < 0 ? 0 : passed;
@@ -118,10 +154,11 @@ void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
 void UnitWatch::noteTransportByte(unsigned char byte)
 {
     if (m_inPacket < 0) {
-        ++m_between;
-        if (byte != kSyncByte || m_between <= m_usuallyBetween)
+        const bool mayBegin = ++m_between > m_passedOver || m_isFirst;
+        m_isAstray = m_isAstray || (m_between > m_passedOver && byte != kSyncByte);
+        if (byte != kSyncByte || !mayBegin)
             return;
-        m_usuallyBetween = m_between - 1 <= kMostBetween ? m_between - 1 : 0;
+        m_isFirst = false;
         m_inPacket = 0;
     }
     switch (m_inPacket) {
@@ -144,32 +181,33 @@ void UnitWatch::noteTransportByte(unsigned char byte)
     }
 }
 
-std::ptrdiff_t UnitWatch::countStreams() const
-{
-    return std::count_if(m_input.streams, m_input.streams + m_input.nb_streams,
-                         [](const AVStream *stream) { return hasUnits(*stream); });
-}
-
+// FFmpeg's parsers keep arrays for as many units as a picture of each stream had. Of sets, ParameterSets counts those
+// of all streams once a packet was read.
 bool UnitWatch::isAnyFlooded() const
 {
-    if (m_isProgramStream) {
-        // What was read may begin a stream that nobody knows yet. One's packets say nothing about the pictures of two.
-        const auto known = countStreams();
-        if (!m_hasPackets || known != 1)
-            return m_hasPackets && (known > 1 || m_flows.at(0).hasManySets());
-    }
-    std::int64_t vvcBytes = 0; // Its parser gives a picture back when the next one begins.
+    std::int64_t units = 0;
+    std::int64_t vvcBytes = 0;
+    bool hasManySets = false;
+    const auto add = [&](bool isVvc, const NalFlow &flow) {
+        units += (isVvc ? flow.vvc() : flow.hevc()).mostUnits;
+        vvcBytes += isVvc ? flow.vvc().setBytes : 0;
+        hasManySets = hasManySets || flow.hevc().mostSetBytes > ParameterSets::kMostBytes;
+    };
+    bool hasVvc = false;
+    bool hasAny = m_input.nb_streams == 0; // What was read may begin one.
     for (unsigned i = 0; i < m_input.nb_streams; ++i) {
-        const AVCodecID codec = m_input.streams[i]->codecpar->codec_id;
-        const auto found = m_flows.find(m_isTransportStream ? m_input.streams[i]->id : 0);
-        if (found == m_flows.end())
-            continue;
-        const NalFlow &flow = found->second;
-        vvcBytes += codec == AV_CODEC_ID_VVC ? flow.vvc().setBytes : 0;
-        if ((codec == AV_CODEC_ID_HEVC && flow.isHevcFlooded()) || (codec == AV_CODEC_ID_VVC && flow.isVvcFlooded()))
-            return true;
+        const AVStream &stream = *m_input.streams[i];
+        const bool isVvc = stream.codecpar->codec_id == AV_CODEC_ID_VVC;
+        const auto found = m_flows.find(stream.id);
+        if (found != m_flows.end())
+            add(isVvc, found->second);
+        hasVvc = hasVvc || isVvc;
+        hasAny = hasAny || mayHaveUnits(stream);
     }
-    return vvcBytes > ParameterSets::kMostBytes;
+    if (hasAny)
+        add(hasVvc, m_all);
+    return units > (m_isRaw ? kMostUnits : kMostUnitsAhead) || hasManySets ||
+           vvcBytes > (m_isRaw ? ParameterSets::kMostBytes : kMostVvcBytesAhead);
 }
 
 } // namespace quorvale::ffmpeg

@@ -3,9 +3,9 @@
 #include "video/ffmpeg/nalflow.h"
 
 #include <bitset>
-#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 
 struct AVFormatContext;
 struct AVStream;
@@ -23,38 +23,44 @@ public:
     /// Looks at `size` bytes that were read at `position`. False if they bring one unit too many, and from then on.
     [[nodiscard]] bool allows(std::int64_t position, const unsigned char *bytes, int size);
 
-    /// The next packet is to be read. A program stream is watched from the first one on; false if it may not begin.
-    [[nodiscard]] bool beginPacket();
-    /// It was read, and is of `stream`.
+    /// A packet of `stream` was read: pictures of it ended.
     void endPacket(const AVStream &stream);
+
+    /// From now on FFmpeg reads what was judged before, and its packets are not seen; or no longer.
+    void setProbing(bool isProbing);
 
     /// Whether anything was not allowed.
     [[nodiscard]] bool isFlooded() const { return m_isFlooded; }
 
 private:
+    [[nodiscard]] NalFlow newFlow() const;
+    void restart();
+    void forgetAll();
+    void passOverOthers();
     void noteTransportBytes(const unsigned char *bytes, int size);
     void noteTransportByte(unsigned char byte);
     [[nodiscard]] bool isAnyFlooded() const;
-    [[nodiscard]] std::ptrdiff_t countStreams() const; ///< of HEVC and VVC
-    void restart();
-    void passOverOthers();
 
     static constexpr int kMostPid = 0x1FFF;
 
     const AVFormatContext &m_input;
     const bool m_isTransportStream;
-    const bool m_isProgramStream;
-    bool m_hasPackets = false;
-    std::int64_t m_readings = 0;
-    std::map<int, NalFlow> m_flows; ///< by packet identifiers; one for all other files
+    const bool m_isRaw;
+    bool m_isProbing = false;
+    bool m_isFlooded = false;
+    NalFlow m_all;                  ///< of the whole file; of a transport stream only where m_isAstray
+    std::map<int, NalFlow> m_flows; ///< of a transport stream, by packet identifiers
+    std::set<int> m_ended;          ///< streams that ended a picture since those of m_all were forgotten
     std::bitset<kMostPid + 1> m_isOfOther;
     std::int64_t m_next = -1; ///< after what was read last
     int m_inPacket = -1;      ///< bytes of the transport packet so far; negative: none has begun
     int m_payload = 0;        ///< where it begins in the packet
     int m_pid = 0;            ///< of the packet
     int m_between = 0;        ///< bytes since the last packet
-    int m_usuallyBetween = 0; ///< 4 or 16 in some files
-    bool m_isFlooded = false;
+    int m_passedOver = 0;     ///< of these, in files with 4 or 16 there
+    bool m_isFirst = true;    ///< no packet was found since the last seek
+    /// Packets do not follow each other as they should: FFmpeg may take others for packets than are found here.
+    bool m_isAstray = false;
 };
 
 } // namespace quorvale::ffmpeg

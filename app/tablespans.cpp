@@ -1,4 +1,4 @@
-#include "app/columnspans.h"
+#include "app/tablespans.h"
 
 #include <QTextDocumentFragment>
 
@@ -155,7 +155,7 @@ private:
 
 } // namespace
 
-QString withBoundedColumnSpans(const QString &markup, qint64 mostCells)
+QString withBoundedSpans(const QString &markup, qint64 mostCells)
 {
     const TagReader tags(markup);
     if (!tags.hasColumnSpans() || tags.mostCells() <= mostCells)
