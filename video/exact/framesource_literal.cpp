@@ -91,6 +91,7 @@ LiteralRun::Step FrameSource::decodeLiterally(PictureIndex last)
         if (step == LiteralRun::Step::Picture) {
             takeNextFrame();
             m_frameNumber = m_literal->end() - 1;
+            keepPassed(*m_frameNumber);
         }
         if (step != LiteralRun::Step::NeedsPacket || isAll)
             return step;
