@@ -120,6 +120,7 @@ private:
     [[nodiscard]] bool isNearer(Anchor &anchor, OutputIndex place);
     Status standIn(FrameNumber number);
     Status goOnLiterally(FrameNumber number);
+    [[nodiscard]] std::optional<EntryPoint> entryWellBefore(Anchor &anchor, OutputIndex trouble);
     bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
 
     bool hasFirstAnchor();

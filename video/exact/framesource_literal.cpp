@@ -45,15 +45,20 @@ bool FrameSource::mayGoOn(FrameNumber number) const
     return m_literal && m_literalIsPlain && m_literal->end() <= number && m_literal->end() >= m_plainUpTo;
 }
 
-// Whether the literal run in hand comes to the picture sooner than a run of its own, which no task has begun.
+// Whether the literal run in hand is to go on to the picture, for which no task has begun: a run of its own would be
+// longer, or, where it failed soon after a bridge, have made that vain.
 bool FrameSource::isNearer(Anchor &anchor, OutputIndex place)
 {
     const FrameNumber number = anchor.numberAt(place);
     if (!mayGoOn(number) || m_ahead.count(number) > 0)
         return false;
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
-    return entry && number - m_literal->end() <
-                        picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));
+    if (!entry)
+        return false;
+    if (&anchor != &m_anchors.front() && !entryWellBefore(anchor, entry->place))
+        return true;
+    return number - m_literal->end() <
+           picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));
 }
 
 // Goes on where whoever decodes everything would have to be asked.
@@ -114,18 +119,23 @@ FrameSource::Status FrameSource::findAfterBetrayal(Anchor &anchor, FrameNumber n
     return goOnLiterally(number);
 }
 
-// From a random access point on, from which as many pictures come out as foreseen as show, for a bridge, that the
-// decoder's state is that of plain decoding, before `trouble`.
-bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
+// The random access point from which as many pictures are to come out before `trouble` as show, for a bridge, that the
+// decoder's state is that of plain decoding.
+std::optional<EntryPoint> FrameSource::entryWellBefore(Anchor &anchor, OutputIndex trouble)
 {
-    std::optional<EntryPoint> entry;
     for (const std::int64_t proof : {kProofAfterDamage, kLongProofAfterDamage}) {
         const OutputIndex last = trouble - proof;
-        entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
+        const std::optional<EntryPoint> entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
         if (entry && proofFrom(pictures().picture(entry->picture).randomAccess, true) <= proof)
-            break;
-        entry.reset();
+            return entry;
     }
+    return std::nullopt;
+}
+
+// From there on, if they do.
+bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
+{
+    const std::optional<EntryPoint> entry = entryWellBefore(anchor, trouble);
     if (!entry || anchor.numberAt(entry->place) < m_plainUpTo || !beginBridge(anchor, *entry))
         return false;
     const std::int64_t proof = proofFrom(pictures().picture(entry->picture).randomAccess, true);
