@@ -51,7 +51,7 @@ FrameSource::Status FrameSource::find(FrameNumber number)
 
 FrameSource::Status FrameSource::findAnywhere(FrameNumber number)
 {
-    if (m_frameNumber == number)
+    if (m_frameNumber == number || takePassed(number))
         return Status::Found;
     if (m_fileEnd && number >= *m_fileEnd)
         return Status::PastEnd;

@@ -120,8 +120,8 @@ private:
     [[nodiscard]] bool isNearer(Anchor &anchor, OutputIndex place);
     Status standIn(FrameNumber number);
     Status goOnLiterally(FrameNumber number);
+    [[nodiscard]] std::optional<EntryPoint> entryWellBefore(Anchor &anchor, OutputIndex trouble);
     bool beginWellBefore(Anchor &anchor, OutputIndex trouble);
-    [[nodiscard]] std::optional<Candidate> pointWellBefore(Anchor &anchor, OutputIndex trouble);
 
     bool hasFirstAnchor();
     bool bridge(Anchor &from, FrameNumber wanted);
@@ -133,6 +133,7 @@ private:
     [[nodiscard]] std::optional<EntryPoint> entryFor(Anchor &anchor, OutputIndex place);
     void testForAnnounced();
     void testRestart(Anchor &anchor, OutputIndex place);
+    [[nodiscard]] bool mayTest(const Anchor &anchor, const EntryPoint &point) const;
     [[nodiscard]] bool restartsAlike(Anchor &anchor, const EntryPoint &point);
     [[nodiscard]] std::vector<FrameChecksum> decodeChecksums(const Anchor &anchor, const EntryPoint &point,
                                                              OutputIndex last);
@@ -143,6 +144,8 @@ private:
     [[nodiscard]] std::future<DecodedPicture> begin(DecodingTask task);
     [[nodiscard]] std::unique_ptr<LoadedPackets> load(const RunPlan &plan);
     [[nodiscard]] bool isRoomFor(const Ahead &further) const;
+    void keepPassed(FrameNumber number);
+    bool takePassed(FrameNumber number);
     Taken takeAhead(Anchor &anchor, OutputIndex place);
     const DecodedPicture &finish(Ahead &ahead);
     void dropTask(FrameNumber number);
@@ -199,6 +202,7 @@ private:
     std::deque<FrameNumber> m_toLoad;           ///< announced, with good prospects; ascending
     std::unique_ptr<DecodingThreads> m_threads; ///< null until there is a task
     std::map<FrameNumber, Ahead> m_ahead;
+    std::map<FrameNumber, ffmpeg::FramePtr> m_passed; ///< announced, and decoded plainly before they were asked for
 };
 
 } // namespace quorvale

@@ -22,7 +22,7 @@ constexpr std::int64_t kMostLoadedBytes = std::int64_t{32} * 1024 * 1024;
 void FrameSource::loadAhead()
 {
     const auto most = static_cast<std::size_t>(m_limits.pictures);
-    for (auto next = m_toLoad.begin(); next != m_toLoad.end() && m_ahead.size() < most;) {
+    for (auto next = m_toLoad.begin(); next != m_toLoad.end() && m_ahead.size() + m_passed.size() < most;) {
         const Loading loading = loadNext(*next);
         if (loading == Loading::NoRoom)
             break;
@@ -35,6 +35,8 @@ void FrameSource::loadAhead()
 // A picture that has no plan is left to findAnywhere().
 FrameSource::Loading FrameSource::loadNext(FrameNumber number)
 {
+    if (m_passed.count(number) > 0)
+        return Loading::Done;
     if (number.value() < kNearStart || !hasFirstAnchor() || number < m_anchors.front().number)
         return Loading::Done;
     const auto found = anchorFor(number);
@@ -108,6 +110,30 @@ std::unique_ptr<LoadedPackets> FrameSource::load(const RunPlan &plan)
     return packets ? std::move(packets) : LoadedPackets::load(plan, m_loader);
 }
 
+// The literal run from the start of the file comes by a picture once, be it for a proof or a test.
+void FrameSource::keepPassed(FrameNumber number)
+{
+    const bool isAnnounced = std::count(m_toLoad.begin(), m_toLoad.end(), number) > 0;
+    if (!isAnnounced || !m_literalFromStart ||
+        m_ahead.size() + m_passed.size() >= static_cast<std::size_t>(m_limits.pictures))
+        return;
+    ffmpeg::FramePtr passed = ffmpeg::makeFrame();
+    if (av_frame_ref(passed.get(), m_frame.get()) == 0)
+        m_passed.emplace(number, std::move(passed));
+}
+
+// Makes frame() a picture that was kept.
+bool FrameSource::takePassed(FrameNumber number)
+{
+    const auto found = m_passed.extract(number);
+    if (!found)
+        return false;
+    av_frame_unref(m_frame.get());
+    av_frame_move_ref(m_frame.get(), found.mapped().get());
+    m_frameNumber = number;
+    return true;
+}
+
 // Makes frame() the picture at `place` where a task has decoded it.
 FrameSource::Taken FrameSource::takeAhead(Anchor &anchor, OutputIndex place)
 {
@@ -157,6 +183,7 @@ void FrameSource::dropTask(FrameNumber number)
     m_toLoad.erase(std::remove(m_toLoad.begin(), m_toLoad.end(), number), m_toLoad.end());
     if (m_toLoad.empty())
         m_kept.clear();
+    m_passed.erase(number);
     const auto left = m_ahead.extract(number);
     if (!left)
         return;
@@ -167,6 +194,7 @@ void FrameSource::dropTask(FrameNumber number)
 void FrameSource::dropAhead()
 {
     m_ahead.clear();
+    m_passed.clear();
     m_threads.reset();
     m_toLoad.clear();
     m_kept.clear();

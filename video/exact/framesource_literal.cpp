@@ -45,15 +45,20 @@ bool FrameSource::mayGoOn(FrameNumber number) const
     return m_literal && m_literalIsPlain && m_literal->end() <= number && m_literal->end() >= m_plainUpTo;
 }
 
-// Whether the literal run in hand comes to the picture sooner than a run of its own, which no task has begun.
+// Whether the literal run in hand is to go on to the picture, for which no task has begun: a run of its own would be
+// longer, or, where it failed soon after a bridge, have made that vain.
 bool FrameSource::isNearer(Anchor &anchor, OutputIndex place)
 {
     const FrameNumber number = anchor.numberAt(place);
     if (!mayGoOn(number) || m_ahead.count(number) > 0)
         return false;
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
-    return entry && number - m_literal->end() <
-                        picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));
+    if (!entry)
+        return false;
+    if (&anchor != &m_anchors.front() && !entryWellBefore(anchor, entry->place))
+        return true;
+    return number - m_literal->end() <
+           picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));
 }
 
 // Goes on where whoever decodes everything would have to be asked.
@@ -91,6 +96,7 @@ LiteralRun::Step FrameSource::decodeLiterally(PictureIndex last)
         if (step == LiteralRun::Step::Picture) {
             takeNextFrame();
             m_frameNumber = m_literal->end() - 1;
+            keepPassed(*m_frameNumber);
         }
         if (step != LiteralRun::Step::NeedsPacket || isAll)
             return step;
@@ -113,45 +119,42 @@ FrameSource::Status FrameSource::findAfterBetrayal(Anchor &anchor, FrameNumber n
     return goOnLiterally(number);
 }
 
-// From a random access point on, from which as many pictures come out as foreseen as show, for a bridge, that the
-// decoder's state is that of plain decoding, before `trouble`. Where there is hidden damage on the way, once more
-// before that.
-bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
-{
-    for (int tries = 0; tries < 2; ++tries) {
-        const std::optional<Candidate> known = pointWellBefore(anchor, trouble);
-        if (!known || anchor.numberAt(known->point.place) < m_plainUpTo || !beginBridge(anchor, known->point))
-            return false;
-        const std::int64_t before = m_counters.picturesDecoded;
-        Verdict verdict = judge(*known);
-        while (verdict == Verdict::Open && decodeLiterally(kToTheEnd) == LiteralRun::Step::Picture)
-            verdict = judge(*known);
-        m_literalIsPlain = verdict == Verdict::Proven;
-        if (m_literalIsPlain)
-            return true;
-        m_inVain += m_counters.picturesDecoded - before;
-        if (m_literal->lastTrouble() < known->point.picture)
-            return false;
-        trouble = std::min(stretchOf(anchor).placeWithoutReordering(m_literal->lastTrouble()),
-                           known->point.place + (known->proof - 1));
-    }
-    return false;
-}
-
-// The last point that leaves enough pictures for a proof before `trouble`.
-std::optional<FrameSource::Candidate> FrameSource::pointWellBefore(Anchor &anchor, OutputIndex trouble)
+// The random access point from which as many pictures are to come out before `trouble` as show, for a bridge, that the
+// decoder's state is that of plain decoding.
+std::optional<EntryPoint> FrameSource::entryWellBefore(Anchor &anchor, OutputIndex trouble)
 {
     for (const std::int64_t proof : {kProofAfterDamage, kLongProofAfterDamage}) {
         const OutputIndex last = trouble - proof;
         const std::optional<EntryPoint> entry = last >= anchor.point.place ? entryFor(anchor, last) : std::nullopt;
-        if (!entry)
-            continue;
-        const Candidate found = {anchor.stretch, *entry,
-                                 proofFrom(pictures().picture(entry->picture).randomAccess, true)};
-        if (found.proof <= proof)
-            return found;
+        if (entry && proofFrom(pictures().picture(entry->picture).randomAccess, true) <= proof)
+            return entry;
     }
     return std::nullopt;
+}
+
+// From there on, if they do. Where there is hidden damage on the way, once more from before that.
+bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
+{
+    for (int tries = 0; tries < 2; ++tries) {
+        const std::optional<EntryPoint> entry = entryWellBefore(anchor, trouble);
+        if (!entry || anchor.numberAt(entry->place) < m_plainUpTo || !beginBridge(anchor, *entry))
+            return false;
+        const std::int64_t proof = proofFrom(pictures().picture(entry->picture).randomAccess, true);
+        const Candidate known = {anchor.stretch, *entry, proof};
+        const std::int64_t before = m_counters.picturesDecoded;
+        Verdict verdict = judge(known);
+        while (verdict == Verdict::Open && decodeLiterally(kToTheEnd) == LiteralRun::Step::Picture)
+            verdict = judge(known);
+        m_literalIsPlain = verdict == Verdict::Proven;
+        if (m_literalIsPlain)
+            return true;
+        m_inVain += m_counters.picturesDecoded - before;
+        if (m_literal->lastTrouble() < entry->picture)
+            return false;
+        trouble = std::min(stretchOf(anchor).placeWithoutReordering(m_literal->lastTrouble()),
+                           entry->place + (proof - 1));
+    }
+    return false;
 }
 
 // The last picture was the latest to come out of the literal run.

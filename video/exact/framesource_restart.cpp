@@ -37,8 +37,8 @@ std::optional<EntryPoint> FrameSource::entryFor(Anchor &anchor, OutputIndex plac
     return m_inexact == Trust::Yes ? any : exact;
 }
 
-// Before any announced picture is decoded: the decoder from the file's start has not come far then, and where it fails
-// goes on to the end.
+// Before any announced picture is decoded: the decoder from the file's start has not come far then, and where the test
+// fails goes on to the end.
 void FrameSource::testForAnnounced()
 {
     for (auto number = m_toLoad.rbegin(); number != m_toLoad.rend() && m_inexact == Trust::Unknown; ++number) {
@@ -62,11 +62,22 @@ void FrameSource::testRestart(Anchor &anchor, OutputIndex place)
                entry.picture > m_literal->position();
     });
     if (point == points.end() || point->place + kCompared >= provenEnd(anchor) ||
-        point->place.value() + kCompared > place.value() / kTestEffortDivisor)
+        point->place.value() + kCompared > place.value() / kTestEffortDivisor || !mayTest(anchor, *point))
         return;
     const EntryPoint tested = *point; // a copy: scanning adds points
     m_inexact = restartsAlike(anchor, tested) ? Trust::Yes : Trust::No;
     m_literalStandsIn = m_inexact == Trust::No;
+}
+
+// Whether a test that fails costs little: the first decoder can go on after it, and nothing that it passes on the way
+// is decoded again.
+bool FrameSource::mayTest(const Anchor &anchor, const EntryPoint &point) const
+{
+    const FrameNumber end = anchor.numberAt(point.place + kCompared);
+    const auto passed =
+        std::count_if(m_toLoad.begin(), m_toLoad.end(), [&](FrameNumber number) { return number < end; });
+    const bool goesOn = !m_refusedUpTo || *m_refusedUpTo < end; // Whoever decodes everything has not come farther.
+    return (goesOn && passed <= m_limits.pictures) || isWithinBudget(end.value() + kCompared);
 }
 
 // While the first decoder goes on, the second one decodes on a thread.
