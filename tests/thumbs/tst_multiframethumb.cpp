@@ -175,22 +175,14 @@ private slots:
         QVERIFY(showsOnly(rendered(widget), QRect(QPoint(), kFrame), Qt::red));
     }
 
-    void clearThumbs_leavesThePixmaps_toTheirOwner()
+    void clearThumbsAndDestructor_leaveThePixmaps_toTheirOwner()
     {
         Series series = solidSeries(kFrame, {Qt::red});
-        MultiFrameThumb widget(nullptr);
-        widget.SetThumbs(series.pointers, series.pointers);
-        widget.ClearThumbs();
-        QCOMPARE(series.pointers.size(), 1);
-        QCOMPARE(series.pointers.first()->size(), kFrame);
-    }
-
-    void destructor_leavesThePixmaps_toTheirOwner()
-    {
-        Series series = solidSeries(kFrame, {Qt::red});
-        {
+        for (const bool isCleared : {true, false}) {
             MultiFrameThumb widget(nullptr);
             widget.SetThumbs(series.pointers, series.pointers);
+            if (isCleared)
+                widget.ClearThumbs();
         }
         QCOMPARE(series.pointers.size(), 1);
         QCOMPARE(series.pointers.first()->size(), kFrame);

@@ -30,12 +30,6 @@ class TestCatalogue : public QObject
     }
 
 private slots:
-    void initTestCase()
-    {
-        qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3"); // with summer time
-        tzset();
-    }
-
     void today_isTheLocalDate()
     {
         const QDate before = QDate::currentDate();
@@ -50,6 +44,8 @@ private slots:
         QTest::newRow("no leap day") << QDate(2025, 3, 1);
         QTest::newRow("new year") << QDate(2026, 1, 1);
         QTest::newRow("summer time ends") << QDate(2026, 10, 26);
+        qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+        tzset();
     }
     void daysBefore_countsBack_acrossMonthsAndYears()
     {

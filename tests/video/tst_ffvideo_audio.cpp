@@ -70,32 +70,20 @@ private slots:
 
     void setRange_skipsAndLimits_inSamples()
     {
-        FFVideo video;
-        QVERIFY(open(video, path));
-        video.SetFrameRate(25, 1);
-        QVERIFY(video.SetAudioRange(25, 49));
-        // 48000 to skip; whole pieces are dropped at once, and the one in which the range begins, too.
-        QCOMPARE(video.audioSkipSamples, 48000 % kMp2Samples);
-        QCOMPARE(video.audioSamplesLeft, 48000);
-        QCOMPARE(video.currentFrame, 0); // untouched
-    }
-
-    void setRange_stopsAtOnce_wherePiecesEndAtTheStart()
-    {
-        FFVideo video;
-        QVERIFY(open(video, path));
-        video.SetFrameRate(125, 3); // 1152 samples a picture
-        QVERIFY(video.SetAudioRange(10, 12));
-        QCOMPARE(video.audioSkipSamples, 0);
-        QCOMPARE(video.audioSamplesLeft, 3 * kMp2Samples - 1); // single precision: 3455.9998
-    }
-
-    void setRange_countsInSinglePrecision()
-    {
-        FFVideo video;
-        QVERIFY(open(video, path));
-        QVERIFY(video.SetAudioRange(0, 9));
-        QCOMPARE(video.audioSamplesLeft, 19199); // 48000 * (10 * 0.04)
+        // 48000 to skip; whole pieces are dropped at once, and the one in which the range begins, too. Then a rate of
+        // 1152 samples a picture. Single precision gives one sample less than 48000 * (10 * 0.04), and 3455.9998.
+        const QVector<QVector<int>> cases = {{25, 1, 25, 49, 48000 % kMp2Samples, 48000},
+                                             {125, 3, 10, 12, 0, 3 * kMp2Samples - 1},
+                                             {25, 1, 0, 9, 0, 19199}};
+        for (const QVector<int> &one : cases) {
+            FFVideo video;
+            QVERIFY(open(video, path));
+            video.SetFrameRate(one[0], one[1]);
+            QVERIFY(video.SetAudioRange(one[2], one[3]));
+            QCOMPARE(video.audioSkipSamples, one[4]);
+            QCOMPARE(video.audioSamplesLeft, one[5]);
+            QCOMPARE(video.currentFrame, 0); // untouched
+        }
     }
 
     void setRange_setsNoLimit_upToTheLastPicture()

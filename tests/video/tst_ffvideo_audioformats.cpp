@@ -60,7 +60,6 @@ private slots:
         const Piece piece = readPiece(skipping);
         QCOMPARE(int(piece.bytes.size()), piece.samples * sampleSize);
         QCOMPARE(piece.bytes, all.mid(100 * sampleSize, piece.samples * sampleSize));
-
         // As if the stream had changed its format: what the piece cannot fill is silence.
         skipping.audioBitsPerSample *= 2;
         skipping.audioChannels = 4;

@@ -187,11 +187,17 @@ private slots:
         }
     }
 
-    void read_deliversEveryPicture_forwards_data() { addWholeRows(); }
+    void read_deliversEveryPicture_forwards_data()
+    {
+        addWholeRows();
+        for (const char *name : kDamaged) // whatever there is
+            QTest::newRow(name) << QString(name);
+    }
     void read_deliversEveryPicture_forwards()
     {
         QFETCH(const QString, name);
         const auto expected = pictureChecksums(paths[name]);
+        QVERIFY(expected.size() > kFrames / 2 - 10);
         FFVideo video;
         QVERIFY(open(video, paths[name], true));
         const int end = readToTheEnd(video, 0, expected);
@@ -262,18 +268,6 @@ private slots:
         QVERIFY(open(video, paths[name], false));
         QCOMPARE(video.frameCount, frames);
         QCOMPARE(compareEach(video, shuffled(frames, 3), pictureChecksums(paths[name])), QString());
-    }
-
-    void read_deliversWhatIsThere_forwards_ofADamagedStream_data() { addDamagedRows(); }
-    void read_deliversWhatIsThere_forwards_ofADamagedStream()
-    {
-        QFETCH(const QString, name);
-        const auto expected = pictureChecksums(paths[name]);
-        QVERIFY(expected.size() > kFrames / 2 - 10);
-        FFVideo video;
-        QVERIFY(open(video, paths[name], true));
-        const int end = readToTheEnd(video, 0, expected);
-        QVERIFY(end > expected.size() - 1 - kMostHeldBack);
     }
 
     void read_findsTheSamePictures_inADamagedStream_data() { addDamagedRows(); }
