@@ -132,7 +132,9 @@ ExactComparison compareExactly(const QString &path, const QVector<int> &targets)
 {
     // Only the pictures that are asked for need to be known.
     const int last = *std::max_element(targets.begin(), targets.end());
-    return compareExactly(LiteralPictures(path, last + 2), targets);
+    const ExactComparison result = compareExactly(LiteralPictures(path, last + 2), targets);
+    report(result);
+    return result;
 }
 
 void report(const ExactComparison &result)

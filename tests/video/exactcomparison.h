@@ -56,7 +56,7 @@ struct ExactComparison
 [[nodiscard]] ExactComparison compareExactly(const LiteralPictures &literal, const QVector<int> &targets,
                                              std::optional<int> processors = {}, int mostUnrepeatable = 0);
 
-/// The same for a file that is read literally only for this.
+/// The same for a file that is read literally only for this; with a report.
 [[nodiscard]] ExactComparison compareExactly(const QString &path, const QVector<int> &targets);
 /// Prints what was found, for whoever sets the bounds of a test.
 void report(const ExactComparison &result);

@@ -123,14 +123,11 @@ private slots:
         looped.changes.forgesRecoveryPoints = true;
         const LiteralPictures pictures(loop(looped, base, "forged.ts"), 752);
         const ExactComparison result = compareExactly(pictures, everyNth(0, pictures.count(), 13));
-        report(result);
         QCOMPARE(result.difference, QString());
-        // Not from a group's start for each: the test fails before anything is decoded in vain. Pictures that are
-        // refused are the first ones.
+        // The test fails before anything is decoded in vain; pictures that are refused are the first ones.
         const ExactComparison five = compareExactly(pictures, thumbnailTargets(), 2);
         report(five);
-        QCOMPARE(five.difference, QString());
-        QVERIFY(five.counters.picturesDecoded + 150 * five.refused <= 751 + 24);
+        QVERIFY(five.difference.isEmpty() && five.counters.picturesDecoded + 150 * five.refused <= 751 + 24);
     }
 };
 
