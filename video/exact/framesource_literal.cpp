@@ -151,8 +151,8 @@ bool FrameSource::beginWellBefore(Anchor &anchor, OutputIndex trouble)
         m_inVain += m_counters.picturesDecoded - before;
         if (m_literal->lastTrouble() < entry->picture)
             return false;
-        trouble = std::min(stretchOf(anchor).placeWithoutReordering(m_literal->lastTrouble()),
-                           entry->place + (proof - 1));
+        trouble =
+            std::min(stretchOf(anchor).placeWithoutReordering(m_literal->lastTrouble()), entry->place + (proof - 1));
     }
     return false;
 }
