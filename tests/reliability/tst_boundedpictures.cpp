@@ -94,7 +94,6 @@ private slots:
         withSets("HEVC with ten sets before a picture", hevc, hevcsyntax::Pps(), 10);
         const QByteArray large = readFile(streams.keeping16("3840x2160", "yuv420p", 12));
         const QByteArray usual = readFile(streams.keeping16("1920x1088", "yuv420p", 24));
-        QVERIFY(!large.isEmpty() && !usual.isEmpty());
         row("H.264 that becomes smaller", writeFile(streams.folder(), "smaller.ts", large + usual), 60000, true, true,
             kMostMiB);
     }
