@@ -5,6 +5,7 @@
 #include "tests/support/hugeclaims.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/testclass.h"
+#include "tests/support/transportstream.h"
 #include "tests/video/h264syntax.h"
 #include "tests/video/hevcsyntax.h"
 
@@ -92,6 +93,7 @@ private slots:
         withSets("H.264 with 32 sets", streams.keeping16("64x64", "yuv420p", 24), h264syntax::Pps(), 32);
         const QString hevc = streams.coloured("sets", "64x64", 24, "-c:v libx265 -x265-params log-level=none -f hevc");
         withSets("HEVC with ten sets before a picture", hevc, hevcsyntax::Pps(), 10);
+        row("MPEG-2 beside a data carousel", carousel(minute), 4000000, true, true);
         const QByteArray large = readFile(streams.keeping16("3840x2160", "yuv420p", 12));
         const QByteArray usual = readFile(streams.keeping16("1920x1088", "yuv420p", 24));
         row("H.264 that becomes smaller", writeFile(streams.folder(), "smaller.ts", large + usual), 60000, true, true,
@@ -131,6 +133,24 @@ private slots:
     }
 
 private:
+    // One of two streams has sections in the place of pictures, with bytes like start codes (ISO/IEC 13818-6).
+    QString carousel(const QString &source)
+    {
+        QByteArray bytes = readFile(streams.encoded("two", words(source + "-map 0 -map 0 -c:v mpeg2video -f mpegts")));
+        const int pid = transportstream::pidOfStreamType(bytes, 2);
+        if (!transportstream::registerFirstStream(bytes, "DATA", 0x0B))
+            return {};
+        const QByteArray section = QByteArray::fromHex("003CB0B5") + QByteArray::fromHex("000001").repeated(60);
+        for (int at = 0; at < bytes.size(); at += transportstream::kPacketSize) {
+            if (transportstream::pid(bytes, at / transportstream::kPacketSize) != pid)
+                continue;
+            bytes[at + 1] = char(bytes.at(at + 1) | 0x40);
+            bytes[at + 3] = char((bytes.at(at + 3) & 0x0F) | 0x10);
+            bytes.replace(at + 4, section.size(), section);
+        }
+        return writeFile(streams.folder(), "carousel.ts", bytes);
+    }
+
     CostlyStreams streams;
 };
 

@@ -203,6 +203,10 @@ private slots:
         QCOMPARE(result.delivered, 4);
         QCOMPARE(result.counters.runs, 4); // From the end of the bridge, it is nearer to picture 455 than by a run.
         QVERIFY(result.counters.picturesDecoded < 220);
+        // After picture 5, the decoder that began with the file is no bridge to what lies soon after one.
+        const ExactComparison back = compareExactly(both, {425, 5, 426});
+        QCOMPARE(back.difference, QString());
+        QVERIFY2(back.counters.picturesDecoded < 220, qPrintable(QString::number(back.counters.picturesDecoded)));
     }
 
     void damageThatNoPacketShows_isRefused()

@@ -55,7 +55,8 @@ bool FrameSource::isNearer(Anchor &anchor, OutputIndex place)
     const std::optional<EntryPoint> entry = entryFor(anchor, place);
     if (!entry)
         return false;
-    if (&anchor != &m_anchors.front() && !entryWellBefore(anchor, entry->place))
+    const bool isAfterBridge = &anchor != &m_anchors.front() && m_literal->end() >= anchor.number;
+    if (isAfterBridge && !entryWellBefore(anchor, entry->place))
         return true;
     return number - m_literal->end() <
            picturesOnTheWay(pictures(), entry->picture, stretchOf(anchor).at(place), rules(anchor));

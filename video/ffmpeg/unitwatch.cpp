@@ -19,6 +19,7 @@ constexpr std::int64_t kKiB = 1024;
 constexpr unsigned char kSyncByte = 0x47;
 constexpr int kTransportPacketBytes = 188;
 constexpr int kTransportHeaderBytes = 4;
+constexpr int kPesPrefixBytes = 3; // packet_start_code_prefix
 // Where a header is broken FFmpeg goes back to it, from the end of its buffer of 32 KiB at most, and from 8 KiB that it
 // has looked at. In a program stream it passes over packets of up to 64 KiB. Its parsers keep what they have.
 constexpr std::int64_t kMostBack = 48 * kKiB;
@@ -78,6 +79,7 @@ bool UnitWatch::allows(std::int64_t position, const unsigned char *bytes, int si
 void UnitWatch::restart()
 {
     forgetAll();
+    m_isOfNoPes.reset();
     m_inPacket = -1;
     m_between = 0;
     m_isFirst = true;
@@ -138,7 +140,8 @@ void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
             noteTransportByte(bytes[i]);
         } else {
             passed = std::min(size - i, kTransportPacketBytes - m_inPacket);
-            if (!m_isOfOther.test(static_cast<std::size_t>(m_pid)))
+            const bool isOfPes = noteBeginning(bytes + i, passed);
+            if (isOfPes && !m_isOfOther.test(static_cast<std::size_t>(m_pid)))
                 m_flows.try_emplace(m_pid, newFlow()).first->second.note(bytes + i, passed);
         }
         i += passed;
@@ -148,6 +151,18 @@ void UnitWatch::noteTransportBytes(const unsigned char *bytes, int size)
             m_between = 0;
         }
     }
+}
+
+// Whether the payload is of a PES packet, for all that is known (ITU-T H.222.0, 2.4.3.6). Until the next one begins
+// FFmpeg passes over what does not begin as one: sections, whose streams may have no codec, and what is scrambled.
+bool UnitWatch::noteBeginning(const unsigned char *payload, int size)
+{
+    const auto pid = static_cast<std::size_t>(m_pid);
+    for (int i = 0; i < size && m_begun < kPesPrefixBytes; ++i, ++m_begun) {
+        if (payload[i] != (m_begun == kPesPrefixBytes - 1 ? 1 : 0))
+            m_isOfNoPes.set(pid);
+    }
+    return !m_isOfNoPes.test(pid);
 }
 
 // Of what comes before the payload. Where no packet begins, the next one is searched for, as FFmpeg does it.
@@ -164,11 +179,14 @@ void UnitWatch::noteTransportByte(unsigned char byte)
     switch (m_inPacket) {
     case 0:
         break;
-    case 1:
+    case 1: // payload_unit_start_indicator
         m_pid = (byte & 0x1F) << 8;
+        m_begun = (byte & 0x40) != 0 ? 0 : kPesPrefixBytes;
         break;
     case 2:
         m_pid |= byte;
+        if (m_begun == 0)
+            m_isOfNoPes.reset(static_cast<std::size_t>(m_pid));
         break;
     case 3: // adaptation_field_control
         m_payload = (byte & 0x10) == 0 ? kTransportPacketBytes : (byte & 0x20) != 0 ? 0 : kTransportHeaderBytes;
