@@ -3,7 +3,6 @@
 #include "thumbs/multiframethumb.h"
 
 #include <algorithm>
-#include <functional>
 #include <type_traits>
 
 /// The widget's initial state, and what its slots do. The test sends the timers' events; no event loop runs here.

@@ -39,6 +39,7 @@ public:
 
 private:
     void noteUnit(const unsigned char *unit);
+
     PictureEnd m_end;
     std::uint64_t m_lastBytes = ~std::uint64_t{0};
     Count m_hevc;

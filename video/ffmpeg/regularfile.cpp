@@ -191,11 +191,6 @@ bool isContent(const AVIOContext &file)
            (!open.obus || !open.obus->isFlooded()) && open.sets.isContent();
 }
 
-int descriptorOf(const AVIOContext &file)
-{
-    return static_cast<const OpenFile *>(file.opaque)->descriptor.number();
-}
-
 ParameterSets &parameterSets(AVIOContext &file)
 {
     return static_cast<OpenFile *>(file.opaque)->sets;

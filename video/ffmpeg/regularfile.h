@@ -36,9 +36,6 @@ void watchUnits(AVIOContext &file, AVFormatContext &input);
 /// Whether no watch withheld anything of `file` so far.
 [[nodiscard]] bool isContent(const AVIOContext &file);
 
-/// The open file itself, which stays that of `file`, opened with openRegularFile.
-[[nodiscard]] int descriptorOf(const AVIOContext &file);
-
 /// Those that were read of `file`, opened with openRegularFile.
 [[nodiscard]] ParameterSets &parameterSets(AVIOContext &file);
 

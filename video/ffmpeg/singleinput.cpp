@@ -19,7 +19,6 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
 namespace quorvale::ffmpeg {

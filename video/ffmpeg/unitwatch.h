@@ -49,19 +49,19 @@ private:
     const bool m_isRaw;
     bool m_isProbing = false;
     bool m_isFlooded = false;
-    NalFlow m_all;                  ///< of the whole file; of a transport stream only where m_isAstray
-    std::map<int, NalFlow> m_flows; ///< of a transport stream, by packet identifiers
-    std::set<int> m_ended;          ///< streams that ended a picture since those of m_all were forgotten
-    std::bitset<kMostPid + 1> m_isOfOther;
-    std::bitset<kMostPid + 1> m_isOfNoPes;
-    std::int64_t m_next = -1; ///< after what was read last
-    int m_inPacket = -1;      ///< bytes of the transport packet so far; negative: none has begun
-    int m_payload = 0;        ///< where it begins in the packet
-    int m_pid = 0;            ///< of the packet
-    int m_begun = 0;          ///< bytes of a PES packet's prefix so far, where one is to begin
-    int m_between = 0;        ///< bytes since the last packet
-    int m_passedOver = 0;     ///< of these, in files with 4 or 16 there
-    bool m_isFirst = true;    ///< no packet was found since the last seek
+    NalFlow m_all;                         ///< of the whole file; of a transport stream only where m_isAstray
+    std::map<int, NalFlow> m_flows;        ///< of a transport stream, by packet identifiers
+    std::set<int> m_ended;                 ///< streams that ended a picture since those of m_all were forgotten
+    std::bitset<kMostPid + 1> m_isOfOther; ///< packet identifiers of streams without units
+    std::bitset<kMostPid + 1> m_isOfNoPes; ///< likewise, of what did not begin as a PES packet
+    std::int64_t m_next = -1;              ///< after what was read last
+    int m_inPacket = -1;                   ///< bytes of the transport packet so far; negative: none has begun
+    int m_payload = 0;                     ///< where it begins in the packet
+    int m_pid = 0;                         ///< of the packet
+    int m_begun = 0;                       ///< bytes of a PES packet's prefix so far, where one is to begin
+    int m_between = 0;                     ///< bytes since the last packet
+    int m_passedOver = 0;                  ///< of these, in files with 4 or 16 there
+    bool m_isFirst = true;                 ///< no packet was found since the last seek
     /// Packets do not follow each other as they should: FFmpeg may take others for packets than are found here.
     bool m_isAstray = false;
 };
