@@ -66,7 +66,7 @@ WrittenPictures twoChains()
 
 } // namespace
 
-/// What HEVC pictures refer to, and what is decoded on the way to one of them.
+/// What pictures refer to, and what is decoded on the way to one of them.
 class TestNeededPictures : public QObject
 {
     Q_OBJECT
@@ -156,24 +156,35 @@ private slots:
 
     void streams_areReadExactly_withLessDecoding_data()
     {
-        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<QString>("encoder");
         QTest::addColumn<int>("decoded"); // most pictures for the five thumbnails
         constexpr bool kBySets = quorvale::ffmpeg::kNeedsWholeReferenceSets;
-        QTest::newRow("open groups of 50") << "keyint=50:min-keyint=50:open-gop=1:bframes=4:b-pyramid=1" << 23;
-        QTest::newRow("open groups of 101, several references")
-            << "keyint=101:min-keyint=101:open-gop=1:bframes=7:b-pyramid=1:rc-lookahead=20:ref=3"
-            << (kBySets ? 125 : 116);
-        QTest::newRow("sub-layers") << "keyint=64:min-keyint=64:temporal-layers=1:bframes=3" << (kBySets ? 95 : 93);
-        QTest::newRow("no B") << "keyint=47:min-keyint=47:open-gop=0:bframes=0:ref=3" << (kBySets ? 160 : 156);
+        const auto hevc = [](const char *name, const QString &parameters, int decoded) {
+            QTest::newRow(name) << "-c:v libx265 -preset ultrafast -x265-params log-level=none:" + parameters
+                                << decoded;
+        };
+        hevc("open groups of 50", "keyint=50:min-keyint=50:open-gop=1:bframes=4:b-pyramid=1", 23);
+        hevc("open groups of 101, several references",
+             "keyint=101:min-keyint=101:open-gop=1:bframes=7:b-pyramid=1:rc-lookahead=20:ref=3", kBySets ? 125 : 116);
+        hevc("sub-layers", "keyint=64:min-keyint=64:temporal-layers=1:bframes=3", kBySets ? 95 : 93);
+        hevc("no B", "keyint=47:min-keyint=47:open-gop=0:bframes=0:ref=3", kBySets ? 160 : 156);
+        const auto avc = [](const char *name, const QString &parameters, int decoded) {
+            QTest::newRow(name) << "-c:v libx264 -preset ultrafast -x264-params cabac=1:b-adapt=0:" + parameters
+                                << decoded;
+        };
+        avc("H.264", "keyint=93:bframes=7:b-pyramid=normal", 70);
+        avc("H.264, open groups", "keyint=93:open-gop=1:bframes=7:b-pyramid=strict", 70);
+        avc("H.264, MBAFF and slices", "keyint=93:open-gop=1:bframes=5:b-pyramid=normal:tff=1:slices=4", 70);
+        avc("H.264, many references", "keyint=93:bframes=3:b-pyramid=normal:ref=6:weightp=2", 140);
+        avc("H.264, CAVLC", "keyint=93:bframes=7:b-pyramid=normal:cabac=0", 90);
     }
     void streams_areReadExactly_withLessDecoding()
     {
-        QFETCH(const QString, parameters);
+        QFETCH(const QString, encoder);
         QFETCH(const int, decoded);
         const QTemporaryDir folder;
-        const QStringList encoder =
-            words("-c:v libx265 -preset ultrafast -x265-params " + parameters + ":scenecut=0:log-level=none");
-        const LiteralPictures pictures(makeStream(folder.path(), {"hevc.ts", encoder, 800, {160, 128}}));
+        const LiteralPictures pictures(
+            makeStream(folder.path(), {"made.ts", words(encoder + ":scenecut=0"), 800, {160, 128}}));
         const ExactComparison thumbnails = compareExactly(pictures, thumbnailTargets());
         QCOMPARE(thumbnails.difference, QString());
         QCOMPARE(thumbnails.delivered, 5);

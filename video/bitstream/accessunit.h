@@ -36,14 +36,16 @@ struct AccessUnit
     /// Within one coded video sequence pictures are output by ascending count. For H.262, which has none, made from
     /// the types of the pictures.
     std::int64_t pictureOrderCount = 0;
+    /// H.264 with CABAC: the bytes of its slices' NAL units in which their headers end, at most; 0: not known.
+    std::uint16_t sliceHeaderBytes = 0;
     std::uint32_t frameNum = 0; ///< H.264: frame_num, the same in both fields of a frame
     bool hasBSlices = false;    ///< H.264
 
     std::uint8_t temporalId = 0;     ///< HEVC: TemporalId
     bool isRasl = false;             ///< HEVC: random access skipped leading picture
-    bool referencesAreKnown = false; ///< HEVC: `references` is complete
-    /// HEVC: picture order counts of the pictures of this sequence that this one may refer to itself, see
-    /// HevcReferences.
+    bool referencesAreKnown = false; ///< H.264, HEVC: `references` is complete
+    /// H.264, HEVC: picture order counts of the pictures of this sequence that this one may refer to itself, see
+    /// HevcReferences. H.264: without those before what was lost, and without the other field of its frame.
     std::vector<std::int64_t> references;
     bool isPrevTid0Pic = false;          ///< HEVC: the counts of pictures after it are told from this one's (8.3.1)
     std::uint32_t maxPicOrderCntLsb = 0; ///< HEVC: MaxPicOrderCntLsb; from counts less than half of it away

@@ -16,7 +16,8 @@ public:
     enum class EmulationPrevention : bool { No, Yes };
 
     explicit BitReader(Bytes bytes, EmulationPrevention prevention = EmulationPrevention::Yes)
-        : m_next(bytes.data)
+        : m_begin(bytes.data)
+        , m_next(bytes.data)
         , m_end(bytes.data + bytes.size)
         , m_emulationPrevention(prevention)
     {
@@ -33,12 +34,15 @@ public:
     void skipBits(std::int64_t count);
 
     [[nodiscard]] bool isByteAligned() const { return m_cached % 8 == 0; }
+    /// How many bytes were read, a part of the last one maybe; emulation_prevention_three_byte included.
+    [[nodiscard]] std::int64_t bytesRead() const { return m_next - m_begin; }
     /// Whether more was read than there is, or a number that does not fit 32 bits.
     [[nodiscard]] bool failed() const { return m_failed; }
 
 private:
     bool loadByte();
 
+    const std::uint8_t *m_begin;
     const std::uint8_t *m_next;
     const std::uint8_t *m_end;
     std::uint64_t m_cache = 0; ///< the lowest m_cached bits are still to be read

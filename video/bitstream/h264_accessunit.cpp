@@ -3,6 +3,7 @@
 #include "video/bitstream/h264_sei.h"
 #include "video/bitstream/sei.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quorvale::h264 {
@@ -10,12 +11,15 @@ namespace quorvale::h264 {
 // What was found in one access unit.
 struct AccessUnitReader::Contents
 {
-    std::optional<SliceHeader> first; // of its slices
+    std::vector<SliceHeader>
+        slices; // the first one, and those whose reference picture lists differ from the last one's
     std::uint32_t latestFirstMb = 0;
     std::optional<RecoveryPoint> recoveryPoint;
-    bool isOnePicture = true; // whole, with nothing that does not belong to it
-    bool areIntra = true;     // all slices
-    bool haveB = false;       // any
+    bool isOnePicture = true;     // whole, with nothing that does not belong to it
+    bool areIntra = true;         // all slices
+    bool haveB = false;           // any
+    bool areCabac = true;         // all
+    std::int64_t headerBytes = 0; // of the slice whose header is longest
 
     void add(std::optional<SliceHeader> slice);
     [[nodiscard]] RandomAccess randomAccess() const;
@@ -28,18 +32,21 @@ void AccessUnitReader::Contents::add(std::optional<SliceHeader> slice)
         return;
     }
     // From the first macroblock on, in ascending order, and all of the same picture.
-    if (first ? !first->isOfSamePicture(*slice) || slice->firstMbInSlice <= latestFirstMb : slice->firstMbInSlice != 0)
+    if (slices.empty() ? slice->firstMbInSlice != 0
+                       : !slices.front().isOfSamePicture(*slice) || slice->firstMbInSlice <= latestFirstMb)
         isOnePicture = false;
     latestFirstMb = slice->firstMbInSlice;
     areIntra = areIntra && slice->sliceType == SliceType::I;
     haveB = haveB || slice->sliceType == SliceType::B;
-    if (!first)
-        first = std::move(slice);
+    areCabac = areCabac && slice->dataAt > 0;
+    headerBytes = std::max(headerBytes, slice->dataAt);
+    if (slices.empty() || !slices.back().hasSameLists(*slice))
+        slices.push_back(std::move(*slice));
 }
 
 RandomAccess AccessUnitReader::Contents::randomAccess() const
 {
-    if (first->idrPicFlag)
+    if (slices.front().idrPicFlag)
         return RandomAccess::Idr;
     // Later than at once is gradual refresh: the picture itself is not output after a random access.
     if (!areIntra || !recoveryPoint || recoveryPoint->recoveryFrameCnt != 0 || recoveryPoint->brokenLink)
@@ -69,7 +76,8 @@ void AccessUnitReader::readNalUnit(Bytes bytes, Contents &contents, AccessUnit &
     const NalUnit nal = parseNalUnit(bytes);
     if (nal.type == NalUnitType::Sei && findSeiPayload(nal.reader(), kFilmGrainPayload))
         m_hasFilmGrain = true;
-    const bool beforeSlices = !contents.first; // What comes after a slice and is none belongs to the next picture.
+    const bool beforeSlices =
+        contents.slices.empty(); // What comes after a slice and is none belongs to the next picture.
     if (nal.forbiddenZeroBit)
         contents.isOnePicture = false;
     else if (nal.type == NalUnitType::NonIdrSlice || nal.type == NalUnitType::IdrSlice)
@@ -86,12 +94,14 @@ void AccessUnitReader::readNalUnit(Bytes bytes, Contents &contents, AccessUnit &
 
 void AccessUnitReader::describe(const Contents &contents, std::int64_t pictureOrderCount, AccessUnit &unit)
 {
-    const SliceHeader &slice = *contents.first;
+    const SliceHeader &slice = contents.slices.front();
     unit.onePicture = true;
     unit.structure = slice.structure;
     unit.randomAccess = contents.randomAccess();
     unit.isReference = slice.nalRefIdc != 0;
     unit.hasBSlices = contents.haveB;
+    if (contents.areCabac && contents.headerBytes <= UINT16_MAX)
+        unit.sliceHeaderBytes = static_cast<std::uint16_t>(contents.headerBytes);
     unit.startsSequence = slice.idrPicFlag || slice.hasMemoryManagementControl5();
     unit.pictureOrderCount = pictureOrderCount;
     // 7.4.3: after memory_management_control_operation 5 the picture is taken to have had frame_num 0.
@@ -106,13 +116,22 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
     Bytes bytes;
     while (stream.next(bytes))
         readNalUnit(bytes, contents, unit);
-    if (!contents.first)
+    if (contents.slices.empty()) {
+        m_referenceFrames.forget();
         return unit;
-    const SliceHeader &slice = *contents.first;
-    const std::optional<std::int64_t> count = m_pictureOrderCounter.next(slice, *m_spsTable.at(slice.spsId));
+    }
+    const SliceHeader &slice = contents.slices.front();
+    const Sps &sps = *m_spsTable.at(slice.spsId);
+    const std::optional<std::int64_t> count = m_pictureOrderCounter.next(slice, sps);
     unit.mayWithholdOutput = slice.noOutputOfPriorPics;
-    if (contents.isOnePicture && !m_hasFilmGrain && count)
-        describe(contents, *count, unit);
+    if (!contents.isOnePicture || m_hasFilmGrain || !count) {
+        m_referenceFrames.forget();
+        return unit;
+    }
+    describe(contents, *count, unit);
+    std::optional<std::vector<std::int64_t>> references = m_referenceFrames.next(contents.slices, *count, sps);
+    unit.referencesAreKnown = references.has_value();
+    unit.references = references ? std::move(*references) : std::vector<std::int64_t>();
     return unit;
 }
 

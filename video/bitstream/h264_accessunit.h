@@ -2,6 +2,7 @@
 
 #include "video/bitstream/accessunitreader.h"
 #include "video/bitstream/h264_poc.h"
+#include "video/bitstream/h264_referenceframes.h"
 #include "video/bitstream/h264_sliceheader.h"
 #include "video/bitstream/parametersethistory.h"
 
@@ -25,6 +26,7 @@ private:
     PpsTable m_ppsTable;
     ParameterSetHistory m_parameterSets;
     PictureOrderCounter m_pictureOrderCounter;
+    ReferenceFrames m_referenceFrames;
     bool m_hasFilmGrain = false; ///< from here on: decoders add it, also to later pictures, and forget it in a seek
 };
 

@@ -27,6 +27,8 @@ enum class NalUnitType : std::uint8_t {
 /// ITU-T H.264, 7.3.1, nal_unit()
 struct NalUnit
 {
+    static constexpr std::int64_t kHeaderSize = 1; ///< bytes
+
     bool forbiddenZeroBit = false; ///< forbidden_zero_bit
     std::uint8_t nalRefIdc = 0;    ///< nal_ref_idc
     NalUnitType type{};            ///< nal_unit_type; may be any of 0 to 31
@@ -43,7 +45,7 @@ struct NalUnit
     nal.forbiddenZeroBit = (header & 0x80) != 0;
     nal.nalRefIdc = header >> 5 & 3;
     nal.type = static_cast<NalUnitType>(header & 0x1F);
-    nal.payload = withoutFirst(bytes, 1);
+    nal.payload = withoutFirst(bytes, NalUnit::kHeaderSize);
     return nal;
 }
 

@@ -1,10 +1,13 @@
 #include "video/exact/decoding.h"
 
+#include "video/bitstream/h264_slicedata.h"
 #include "video/ffmpeg/compat.h"
 #include "video/ffmpeg/decoder.h"
 #include "video/ffmpeg/picturelimits.h"
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace quorvale {
 
@@ -36,6 +39,23 @@ bool Decoding::send(AVPacket &packet, PictureIndex picture)
 {
     ffmpeg::tag(*m_decoder, packet, picture.value());
     return ffmpeg::send(*m_decoder, packet) >= 0;
+}
+
+bool Decoding::sendHeaders(const AVPacket &packet, PictureIndex picture, std::uint16_t bytes)
+{
+    const std::vector<std::uint8_t> headers =
+        h264::withoutSliceData(packet.data, static_cast<std::size_t>(packet.size), bytes);
+    const ffmpeg::PacketPtr cut = ffmpeg::makePacket();
+    if (av_new_packet(cut.get(), static_cast<int>(headers.size())) < 0 || av_packet_copy_props(cut.get(), &packet) < 0)
+        return false;
+    std::copy(headers.begin(), headers.end(), cut->data);
+    // Damage is what is meant here: it is neither to be refused nor concealed.
+    const int recognition = std::exchange(m_decoder->err_recognition, 0);
+    const int concealment = std::exchange(m_decoder->error_concealment, 0);
+    send(*cut, picture);
+    m_decoder->err_recognition = recognition;
+    m_decoder->error_concealment = concealment;
+    return true;
 }
 
 void Decoding::drain()

@@ -8,6 +8,7 @@ namespace quorvale {
 NeededPictures::NeededPictures(PictureIndex entry, PictureIndex end)
     : m_entry(entry)
     , m_isNeeded(static_cast<std::size_t>(std::max<std::int64_t>(end - entry, 1)), true)
+    , m_isSkimmed(m_isNeeded.size(), false)
 {
 }
 
@@ -43,6 +44,28 @@ bool NeededPictures::leaveOutUnreached(const PictureList &pictures)
         return false;
     m_isNeeded = std::move(isReached);
     return true;
+}
+
+// What the lists hold depends on the headers of all pictures, which the decoder is shown. What they held before the
+// entry point it never has: it fills in for that, as it does where nothing is left out.
+void NeededPictures::skimUnreached(const PictureList &pictures)
+{
+    std::vector<bool> isReached(m_isNeeded.size(), false);
+    isReached.front() = true;
+    isReached.back() = true;
+    for (std::size_t place = m_isNeeded.size() - 1; place > 0; --place) {
+        const CodedPicture &picture = pictures.picture(m_entry + static_cast<std::int64_t>(place));
+        if (!picture.references.areKnown)
+            return;
+        for (const std::uint8_t distance : picture.references.distances) {
+            if (isReached[place] && distance != 0 && distance <= place)
+                isReached[place - distance] = true;
+        }
+    }
+    for (std::size_t place = 0; place < isReached.size(); ++place) {
+        const CodedPicture &picture = pictures.picture(m_entry + static_cast<std::int64_t>(place));
+        m_isSkimmed[place] = !isReached[place] && picture.references.sliceHeaderBytes != 0;
+    }
 }
 
 // Whether the decoder comes to the same picture order counts (ITU-T H.265, 8.3.1): of each it reads the lowest bits

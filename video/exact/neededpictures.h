@@ -14,11 +14,19 @@ public:
     NeededPictures(PictureIndex entry, PictureIndex end);
 
     void leaveOut(PictureIndex picture) { m_isNeeded[placeOf(picture)] = false; }
-    /// Leaves out what reference picture lists (ITU-T H.265, 8.3.4) do not reach from the last one; false, and nothing
-    /// is left out, where they do not tell.
+    /// HEVC: leaves out what reference picture lists (ITU-T H.265, 8.3.4) do not reach from the last one; false, and
+    /// nothing is left out, where they do not tell.
     bool leaveOutUnreached(const PictureList &pictures);
+    /// H.264: has the decoder shown the headers only of what reference picture lists (ITU-T H.264, 8.2.4) do not reach
+    /// from the last one, unless it is left out; nothing changes where they do not tell.
+    void skimUnreached(const PictureList &pictures);
 
     [[nodiscard]] bool isNeeded(PictureIndex picture) const { return m_isNeeded[placeOf(picture)]; }
+    /// Whether it is needed with all that it holds, and not with its headers only.
+    [[nodiscard]] bool isDecoded(PictureIndex picture) const
+    {
+        return isNeeded(picture) && !m_isSkimmed[placeOf(picture)];
+    }
 
 private:
     [[nodiscard]] std::size_t placeOf(PictureIndex picture) const
@@ -29,6 +37,7 @@ private:
 
     PictureIndex m_entry;
     std::vector<bool> m_isNeeded;
+    std::vector<bool> m_isSkimmed;
 };
 
 } // namespace quorvale

@@ -15,8 +15,9 @@ struct PlannedPacket
 {
     ScannedPacket packet;
     PacketIndex index;
-    PictureIndex picture; ///< which it is, or is a field of
-    bool isNeeded = true; ///< by the decoder
+    PictureIndex picture;          ///< which it is, or is a field of
+    bool isNeeded = true;          ///< by the decoder
+    std::uint16_t headerBytes = 0; ///< not 0: the decoder needs its headers only, see Decoding::sendHeaders()
 };
 
 /// Bytes from which a packet can be found, the nearest first; those of packets before it serve where it begins in the

@@ -20,6 +20,7 @@ void PictureList::append(const ScannedPacket &packet, const AccessUnit &unit, co
     if (completes) {
         CodedPicture &frame = m_pictures.back();
         frame.packets = 2;
+        addReferencesOfSecondField(unit);
         frame.pictureOrderCount = std::min(frame.pictureOrderCount, unit.pictureOrderCount);
     } else {
         if (m_fieldOpen)
@@ -77,6 +78,7 @@ KnownReferences PictureList::referencesOf(const AccessUnit &unit) const
 {
     KnownReferences known;
     known.isPrevTid0Pic = unit.isPrevTid0Pic;
+    known.sliceHeaderBytes = unit.sliceHeaderBytes;
     known.maxPicOrderCntLsb = unit.maxPicOrderCntLsb;
     if (!unit.referencesAreKnown || unit.references.size() > known.distances.size())
         return known;
@@ -87,6 +89,24 @@ KnownReferences PictureList::referencesOf(const AccessUnit &unit) const
     }
     known.areKnown = true;
     return known;
+}
+
+// To those of the first one. Of the frame itself, which is in the list, the second field refers to the first one only.
+void PictureList::addReferencesOfSecondField(const AccessUnit &unit)
+{
+    KnownReferences &known = m_pictures.back().references;
+    known.areKnown = known.areKnown && unit.referencesAreKnown;
+    const bool canBeCut = known.sliceHeaderBytes != 0 && unit.sliceHeaderBytes != 0;
+    known.sliceHeaderBytes = canBeCut ? std::max(known.sliceHeaderBytes, unit.sliceHeaderBytes) : std::uint16_t{0};
+    for (const std::int64_t count : unit.references) {
+        const int distance = distanceTo(count) - 1;
+        const auto place = std::find_if(known.distances.begin(), known.distances.end(),
+                                        [distance](std::uint8_t some) { return some == 0 || some == distance; });
+        if (distance <= 0 || place == known.distances.end())
+            known.areKnown = false;
+        else
+            *place = static_cast<std::uint8_t>(distance);
+    }
 }
 
 // How many pictures ago the one with this count came, of the current sequence; 0 where it did not, or too long ago.

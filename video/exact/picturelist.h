@@ -30,16 +30,18 @@ struct PacketCircumstances
     bool newExtradata = false; ///< the container announces other parameters
 };
 
-/// What an HEVC picture says about those that it needs.
+/// What an H.264 or HEVC picture says about those that it needs.
 struct KnownReferences
 {
-    static constexpr std::size_t kMost = 8; ///< NumPicTotalCurr (ITU-T H.265, 7.4.7.1)
+    /// NumPicTotalCurr (ITU-T H.265, 7.4.7.1). In H.264 twice as many can be; they count as not known.
+    static constexpr std::size_t kMost = 8;
 
     /// How many pictures before this one, in decode order, each of them is; 0: no further one.
     std::array<std::uint8_t, kMost> distances{};
     bool areKnown = false;               ///< those are all
     bool isPrevTid0Pic = false;          ///< see AccessUnit
     std::uint32_t maxPicOrderCntLsb = 0; ///< see AccessUnit
+    std::uint16_t sliceHeaderBytes = 0;  ///< see AccessUnit
 };
 
 /// One coded picture: a packet, or the two packets of a frame coded as fields.
@@ -104,6 +106,7 @@ private:
     [[nodiscard]] bool completesFrame(const AccessUnit &unit) const;
     void addPicture(const ScannedPacket &packet, const AccessUnit &unit);
     [[nodiscard]] KnownReferences referencesOf(const AccessUnit &unit) const;
+    void addReferencesOfSecondField(const AccessUnit &unit);
     [[nodiscard]] std::uint8_t distanceTo(std::int64_t pictureOrderCount) const;
     void checkDecodeTime(std::int64_t dts);
     void castCorruption(bool corrupt);

@@ -22,11 +22,13 @@ WaysIn waysTo(const PictureList &pictures, PacketIndex packet)
     return ways;
 }
 
-void addPackets(std::vector<PlannedPacket> &packets, const PictureList &pictures, PictureIndex picture, bool isNeeded)
+void addPackets(std::vector<PlannedPacket> &packets, const PictureList &pictures, PictureIndex picture, bool isNeeded,
+                bool isSkimmed = false)
 {
     const CodedPicture &coded = pictures.picture(picture);
+    const std::uint16_t headerBytes = isSkimmed ? coded.references.sliceHeaderBytes : std::uint16_t{0};
     for (PacketIndex packet = coded.firstPacket; packet <= coded.lastPacket(); ++packet)
-        packets.push_back({pictures.packet(packet), packet, picture, isNeeded});
+        packets.push_back({pictures.packet(packet), packet, picture, isNeeded, headerBytes});
 }
 
 // Pictures decoded after the entry point and output before it.
@@ -35,7 +37,7 @@ void addLeading(RunPlan &plan, const PictureList &pictures, const EntryPoint &en
     const PictureIndex end = std::min(pictures.pictureEnd(), entry.picture + 2 * kMostReordering);
     for (PictureIndex i = entry.picture + 1; i < end; ++i) {
         if (pictures.picture(i).isOutputBefore(pictures.picture(entry.picture)))
-            plan.leading.push_back(i);
+            plan.ignored.push_back(i);
     }
 }
 
@@ -64,6 +66,8 @@ NeededPictures neededFor(const PictureList &pictures, PictureIndex entry, Pictur
     const bool byLists = rules.coding == VideoCoding::Hevc && rules.byReferenceLists;
     if (rules.leavesOut && !(byLists && needed.leaveOutUnreached(pictures)))
         leaveOutUnreferenced(needed, pictures, entry, target, rules);
+    if (rules.leavesOut && rules.coding == VideoCoding::H264)
+        needed.skimUnreached(pictures);
     return needed;
 }
 
@@ -75,7 +79,7 @@ std::int64_t picturesOnTheWay(const PictureList &pictures, PictureIndex entry, P
     const NeededPictures needed = neededFor(pictures, entry, target, rules);
     std::int64_t count = 0;
     for (PictureIndex i = entry; i <= target; ++i)
-        count += needed.isNeeded(i) ? 1 : 0;
+        count += needed.isDecoded(i) ? 1 : 0;
     return count;
 }
 
@@ -138,11 +142,15 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
     const PictureIndex target = stretch.at(place);
     const NeededPictures needed = neededFor(pictures, entry.picture, target, rules);
     for (OutputIndex i = entry.place; i <= place; ++i) {
-        if (stretch.at(i) <= target && needed.isNeeded(stretch.at(i)))
+        if (stretch.at(i) <= target && needed.isDecoded(stretch.at(i)))
             plan.outputs.push_back(stretch.at(i));
     }
-    for (PictureIndex i = entry.picture; i <= target; ++i)
-        addPackets(plan.packets, pictures, i, needed.isNeeded(i));
+    for (PictureIndex i = entry.picture; i <= target; ++i) {
+        const bool isSkimmed = needed.isNeeded(i) && !needed.isDecoded(i);
+        addPackets(plan.packets, pictures, i, needed.isNeeded(i), isSkimmed);
+        if (isSkimmed)
+            plan.ignored.push_back(i);
+    }
     return plan;
 }
 

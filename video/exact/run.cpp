@@ -18,7 +18,8 @@ std::int64_t RunPlan::pictureCount() const
     std::int64_t count = 0;
     const PlannedPacket *previous = nullptr;
     for (const PlannedPacket &packet : packets) {
-        count += packet.isNeeded && (!previous || previous->picture != packet.picture) ? 1 : 0;
+        const bool isDecoded = packet.isNeeded && packet.headerBytes == 0;
+        count += isDecoded && (!previous || previous->picture != packet.picture) ? 1 : 0;
         previous = &packet;
     }
     return count;
@@ -42,7 +43,7 @@ Run::Step Run::next(AVFrame &frame)
         if (m_worker.decoding.lacksMemory())
             return Step::Failed;
         if (output == Decoding::Output::Failed) {
-            if (!isLeading(m_latest) || ++m_failures > kMostFailures)
+            if (!isIgnored(m_latest) || ++m_failures > kMostFailures)
                 return Step::Failed;
             continue;
         }
@@ -58,7 +59,7 @@ Run::Step Run::next(AVFrame &frame)
             continue;
         }
         const PictureIndex picture = Decoding::pictureOf(frame);
-        if (isLeading(picture))
+        if (isIgnored(picture))
             continue;
         if (m_received < m_plan.outputs.size() && (picture != m_plan.outputs[m_received] || ffmpeg::isDamaged(frame)))
             return Step::Failed;
@@ -74,7 +75,7 @@ bool Run::isSoundUpTo(PictureIndex target)
     const ffmpeg::FramePtr rest = ffmpeg::makeFrame();
     Decoding::Output output = Decoding::Output::Picture;
     while ((output = m_worker.decoding.receive(*rest)) == Decoding::Output::Picture) {
-        if (Decoding::pictureOf(*rest) < target && !isLeading(Decoding::pictureOf(*rest)) && ffmpeg::isDamaged(*rest))
+        if (Decoding::pictureOf(*rest) < target && !isIgnored(Decoding::pictureOf(*rest)) && ffmpeg::isDamaged(*rest))
             return false;
     }
     return output == Decoding::Output::Nothing;
@@ -90,15 +91,17 @@ bool Run::sendNext()
         return false;
     if (!packet.isNeeded)
         return true;
-    m_counters.picturesDecoded += beginsPicture ? 1 : 0;
     m_latest = packet.picture;
+    if (packet.headerBytes != 0)
+        return m_worker.decoding.sendHeaders(*m_packet, packet.picture, packet.headerBytes);
+    m_counters.picturesDecoded += beginsPicture ? 1 : 0;
     // Before the entry point's own picture, what comes refers to what was not decoded.
-    return m_worker.decoding.send(*m_packet, packet.picture) || isLeading(packet.picture);
+    return m_worker.decoding.send(*m_packet, packet.picture) || isIgnored(packet.picture);
 }
 
-bool Run::isLeading(PictureIndex picture) const
+bool Run::isIgnored(PictureIndex picture) const
 {
-    return std::find(m_plan.leading.begin(), m_plan.leading.end(), picture) != m_plan.leading.end();
+    return std::find(m_plan.ignored.begin(), m_plan.ignored.end(), picture) != m_plan.ignored.end();
 }
 
 } // namespace quorvale

@@ -11,9 +11,10 @@ struct RunPlan
 {
     StartPlan start;
     std::vector<PlannedPacket> packets; ///< from the entry point on
-    std::vector<PictureIndex> leading;  ///< may come out too: decoded after the entry point and output before it
-    std::vector<PictureIndex> outputs;  ///< must come out, in this order; what comes after them is not foreseen
-    bool isDrained = false;             ///< whether the decoder is drained after the last packet
+    /// May come out too, and are not looked at: decoded after the entry point and output before it, or by headers only.
+    std::vector<PictureIndex> ignored;
+    std::vector<PictureIndex> outputs; ///< must come out, in this order; what comes after them is not foreseen
+    bool isDrained = false;            ///< whether the decoder is drained after the last packet
 
     /// How many pictures it decodes, at most.
     [[nodiscard]] std::int64_t pictureCount() const;
@@ -36,14 +37,14 @@ public:
 
 private:
     bool sendNext();
-    [[nodiscard]] bool isLeading(PictureIndex picture) const;
+    [[nodiscard]] bool isIgnored(PictureIndex picture) const;
 
     const RunPlan &m_plan;
     DecodingWorker &m_worker;
     ExactCounters &m_counters;
     ffmpeg::PacketPtr m_packet;
     PictureIndex m_latest; ///< the picture whose packet was sent last
-    int m_failures = 0;    ///< in leading pictures
+    int m_failures = 0;    ///< in pictures that are ignored
     std::size_t m_sent = 0;
     std::size_t m_received = 0;
     bool m_begun = false;

@@ -1,0 +1,151 @@
+#include "video/bitstream/h264_referenceframes.h"
+
+#include <algorithm>
+
+namespace quorvale::h264 {
+
+namespace {
+
+// 8.2.5.3
+std::size_t mostFrames(const Sps &sps)
+{
+    return std::max<std::size_t>(sps.maxNumRefFrames, 1);
+}
+
+} // namespace
+
+void ReferenceFrames::forget()
+{
+    m_frames.clear();
+    m_openField.reset();
+    m_prevRefFrameNum.reset();
+}
+
+// 7.4.1.2.4, 3.30: complementary field pairs
+bool ReferenceFrames::completesFrame(const SliceHeader &slice) const
+{
+    return m_openField && slice.isField() && !slice.idrPicFlag && slice.structure != m_openField->structure &&
+           slice.frameNum == m_openField->frameNum && (slice.nalRefIdc != 0) == m_openField->isReference;
+}
+
+// Whether no picture is missing before it (7.4.3, frame_num).
+bool ReferenceFrames::follows(const SliceHeader &slice, const Sps &sps) const
+{
+    return !m_prevRefFrameNum || slice.frameNum == (*m_prevRefFrameNum + 1) % sps.maxFrameNum();
+}
+
+std::optional<std::vector<std::int64_t>> ReferenceFrames::next(const std::vector<SliceHeader> &slices,
+                                                               std::int64_t pictureOrderCount, const Sps &sps)
+{
+    const SliceHeader &slice = slices.front();
+    const bool completes = completesFrame(slice);
+    bool isRegular = true;
+    if (slice.idrPicFlag) {
+        m_frames.clear();
+        m_hasLongTerm = slice.longTermReference;
+    } else if (!completes && !follows(slice, sps)) {
+        isRegular = false;
+        m_frames.clear();
+    }
+    // A frame of which one field is marked may be no part of the lists of frames (8.2.4.2.1), and decoders differ.
+    const bool hasHalf = !slice.isField() && std::any_of(m_frames.begin(), m_frames.end(), [](const auto &frame) {
+        return frame.fields != fieldsOf(PictureStructure::Frame);
+    });
+    std::optional<std::vector<std::int64_t>> counts;
+    const bool hasLongTerm = m_hasLongTerm || std::any_of(slices.begin(), slices.end(),
+                                                          [](const SliceHeader &some) { return some.namesLongTerm(); });
+    if (isRegular && !hasHalf && !hasLongTerm && !slice.hasMemoryManagementControl5())
+        counts = referredTo(slices, pictureOrderCount, sps);
+    mark(slice, pictureOrderCount, sps, completes);
+    if (m_frames.size() > mostFrames(sps)) {
+        m_frames.erase(m_frames.begin(), m_frames.end() - 1);
+        counts.reset();
+    }
+    m_openField.reset();
+    if (slice.isField() && !completes)
+        m_openField = Field{slice.structure, slice.frameNum, slice.nalRefIdc != 0};
+    return counts;
+}
+
+std::vector<std::int64_t> ReferenceFrames::referredTo(const std::vector<SliceHeader> &slices,
+                                                      std::int64_t pictureOrderCount, const Sps &sps) const
+{
+    const ReferenceLists lists(m_frames, slices.front(), pictureOrderCount, sps.maxFrameNum());
+    const ReferenceFrame *own = completesFrame(slices.front()) && !m_frames.empty() ? &m_frames.back() : nullptr;
+    std::vector<std::int64_t> counts;
+    for (const SliceHeader &slice : slices) {
+        const std::size_t count = slice.sliceType == SliceType::I ? 0 : slice.sliceType == SliceType::P ? 1 : 2;
+        for (std::size_t list = 0; list < count; ++list) {
+            for (const ReferenceFrame *frame : lists.framesIn(slice, list)) {
+                if (frame == own && frame->frameNum == slice.frameNum)
+                    continue;
+                if (std::count(counts.begin(), counts.end(), frame->pictureOrderCount) == 0)
+                    counts.push_back(frame->pictureOrderCount);
+            }
+        }
+    }
+    return counts;
+}
+
+// 8.2.5.1
+void ReferenceFrames::mark(const SliceHeader &slice, std::int64_t pictureOrderCount, const Sps &sps, bool completes)
+{
+    if (slice.nalRefIdc == 0)
+        return;
+    const auto isOwn = [&](const ReferenceFrame &frame) { return completes && frame.frameNum == slice.frameNum; };
+    if (!slice.memoryManagement.empty()) {
+        obey(slice, sps);
+    } else if (!slice.idrPicFlag && m_frames.size() >= mostFrames(sps) && !isOwn(m_frames.back())) {
+        m_frames.erase(m_frames.begin()); // 8.2.5.3, sliding window
+    }
+    m_prevRefFrameNum = slice.hasMemoryManagementControl5() ? 0 : slice.frameNum;
+    if (!m_frames.empty() && isOwn(m_frames.back())) {
+        m_frames.back().fields |= fieldsOf(slice.structure);
+        m_frames.back().pictureOrderCount = std::min(m_frames.back().pictureOrderCount, pictureOrderCount);
+    } else {
+        m_frames.push_back({*m_prevRefFrameNum, pictureOrderCount, fieldsOf(slice.structure)});
+    }
+}
+
+// 8.2.5.4
+void ReferenceFrames::obey(const SliceHeader &slice, const Sps &sps)
+{
+    for (const MemoryManagementControl &control : slice.memoryManagement) {
+        switch (control.operation) {
+        case 1:
+            unmark(slice, control, sps);
+            break;
+        case 4: // MaxLongTermFrameIdx
+            break;
+        case 5:
+            m_frames.clear();
+            m_hasLongTerm = false;
+            break;
+        default:
+            m_hasLongTerm = true;
+            break;
+        }
+    }
+}
+
+// 8.2.5.4.1. There is no such picture where it was lost.
+void ReferenceFrames::unmark(const SliceHeader &slice, const MemoryManagementControl &control, const Sps &sps)
+{
+    const ReferenceLists numbers(m_frames, slice, 0, sps.maxFrameNum());
+    const std::int64_t wanted = numbers.currPicNum() - (std::int64_t{control.operands[0]} + 1); // picNumX
+    const unsigned both = fieldsOf(PictureStructure::Frame);
+    const unsigned own = fieldsOf(slice.structure);
+    for (const unsigned fields : {own, own == both ? both : both ^ own}) {
+        const auto found = std::find_if(m_frames.begin(), m_frames.end(), [&](const ReferenceFrame &frame) {
+            return (frame.fields & fields) == fields && numbers.picNum(frame, fields) == wanted;
+        });
+        if (found == m_frames.end())
+            continue;
+        found->fields &= ~fields;
+        if (found->fields == 0)
+            m_frames.erase(found);
+        return;
+    }
+}
+
+} // namespace quorvale::h264
