@@ -1,6 +1,7 @@
 #include "tests/support/testclass.h"
 #include "tests/support/teststreams.h"
 #include "tests/video/accessunitcases.h"
+#include "video/bitstream/h264_slicedata.h"
 
 using namespace quorvale;
 
@@ -89,6 +90,34 @@ private slots:
             open, 5, [&](NalUnits &units) { units.insert(units.begin(), QByteArray("\0\0\1\6\6\1\xC4\x80", 8)); });
         QVERIFY(unit.onePicture);
         QCOMPARE(int(unit.randomAccess), int(RandomAccess::None));
+    }
+
+    void slicesWithoutData_sayTheSame_andTakeFewBytes()
+    {
+        // Every other picture is cut; what depends on headers, the order of output among it, stays.
+        QVector<QByteArray> whole;
+        QVector<QByteArray> cut;
+        const VideoPackets video = readVideoPackets(pathOf(sliced));
+        const std::unique_ptr<AccessUnitReader> reader = makeReader();
+        const std::unique_ptr<AccessUnitReader> readerOfCut = makeReader();
+        for (const ffmpeg::PacketPtr &packet : video.packets) {
+            const auto size = std::size_t(packet->size);
+            const AccessUnit unit = reader->read(packet->data, size);
+            QVERIFY(unit.sliceHeaderBytes > 0);
+            const auto kept = h264::withoutSliceData(packet->data, size, unit.sliceHeaderBytes);
+            const AccessUnit again = readerOfCut->read(kept.data(), kept.size());
+            QCOMPARE(again.onePicture, true);
+            QCOMPARE(again.pictureOrderCount, unit.pictureOrderCount);
+            QCOMPARE(again.isReference, unit.isReference);
+            QVERIFY(again.references == unit.references);
+            QCOMPARE(again.sliceHeaderBytes, unit.sliceHeaderBytes);
+            whole.append(QByteArray(reinterpret_cast<const char *>(packet->data), packet->size));
+            const bool isCut = whole.size() % 2 == 0;
+            cut.append(isCut ? QByteArray(reinterpret_cast<const char *>(kept.data()), int(kept.size()))
+                             : whole.back());
+            QVERIFY(!isCut || cut.back().size() < 200 + whole.back().size() / 10);
+        }
+        QCOMPARE(decodedOrder(AV_CODEC_ID_H264, cut), decodedOrder(AV_CODEC_ID_H264, whole));
     }
 
     void unitsWithLengthsInsteadOfStartCodes_areNotOnePicture()
