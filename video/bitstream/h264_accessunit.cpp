@@ -11,8 +11,7 @@ namespace quorvale::h264 {
 // What was found in one access unit.
 struct AccessUnitReader::Contents
 {
-    std::vector<SliceHeader>
-        slices; // the first one, and those whose reference picture lists differ from the last one's
+    std::vector<SliceHeader> slices; // the first one, and those with other reference picture lists than the one before
     std::uint32_t latestFirstMb = 0;
     std::optional<RecoveryPoint> recoveryPoint;
     bool isOnePicture = true;     // whole, with nothing that does not belong to it
@@ -76,8 +75,8 @@ void AccessUnitReader::readNalUnit(Bytes bytes, Contents &contents, AccessUnit &
     const NalUnit nal = parseNalUnit(bytes);
     if (nal.type == NalUnitType::Sei && findSeiPayload(nal.reader(), kFilmGrainPayload))
         m_hasFilmGrain = true;
-    const bool beforeSlices =
-        contents.slices.empty(); // What comes after a slice and is none belongs to the next picture.
+    // What comes after a slice and is none belongs to the next picture.
+    const bool beforeSlices = contents.slices.empty();
     if (nal.forbiddenZeroBit)
         contents.isOnePicture = false;
     else if (nal.type == NalUnitType::NonIdrSlice || nal.type == NalUnitType::IdrSlice)
