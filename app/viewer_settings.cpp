@@ -13,7 +13,9 @@
 #include <QFormLayout>
 #include <QLineEdit>
 #include <QSettings>
+#include <QStandardPaths>
 
+#include <algorithm>
 #include <memory>
 
 using namespace quorvale;
@@ -30,24 +32,40 @@ constexpr int kDialogSpacing = 10;
 constexpr int kFormSpacing = 5;
 constexpr int kPathWidth = 300; // a usual mount point fits
 
+/// Where Qt would wait for a pipe, or read a device.
+bool isNoFile(const QString &path)
+{
+    const QFileInfo file(path);
+    return file.exists() && !file.isFile();
+}
+
 /// The two settings, in the store of Qt's default format: the system's own, unless the program has chosen another one
 /// before the first window. Tests and trial.cpp choose a text file, because on macOS the system's store cannot be moved
-/// away from the user's own. Where a pipe or a device is in the place of the file, Qt would wait for it: then there are
-/// the defaults, and nothing is stored.
+/// away from the user's own. Where a pipe or a device is in the place of the file, there are the defaults, and nothing
+/// is stored. Qt takes what is missing from files of the organisation and of the system: if one of these is none, from
+/// none of them.
 class SettingsStore
 {
 public:
     SettingsStore()
     {
-        // Qt names the folder with a file in it; this one is not there.
-        const QFileInfo beside(QSettings(QSettings::defaultFormat(), QSettings::UserScope, QLatin1String(kOrganisation),
-                                         QLatin1String("beside"))
-                                   .fileName());
-        const QFileInfo file(beside.dir(), QLatin1String(kApplication) + QLatin1Char('.') + beside.suffix());
-        if (file.exists() && !file.isFile())
+        const QString application =
+            QStringLiteral("/%1/%2.").arg(QLatin1String(kOrganisation), QLatin1String(kApplication));
+        const QString organisation = QStringLiteral("/%1.").arg(QLatin1String(kOrganisation));
+        const QFileInfo user = besideFilesOf(QSettings::UserScope);
+        const QString own = user.path() + application + user.suffix();
+        if (isNoFile(own) || isNoFile(own + QLatin1String(".lock"))) // which Qt reads before it writes
             return;
-        m_settings = std::make_unique<QSettings>(QSettings::defaultFormat(), QSettings::UserScope,
-                                                 QLatin1String(kOrganisation), QLatin1String(kApplication));
+        QStringList folders = QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation);
+        folders << user.path() << besideFilesOf(QSettings::SystemScope).path();
+        const bool isAlone = std::any_of(folders.cbegin(), folders.cend(), [&](const QString &folder) {
+            return isNoFile(folder + application + user.suffix()) || isNoFile(folder + organisation + user.suffix());
+        });
+        if (isAlone)
+            m_settings = std::make_unique<QSettings>(own, QSettings::defaultFormat());
+        else
+            m_settings = std::make_unique<QSettings>(QSettings::defaultFormat(), QSettings::UserScope,
+                                                     QLatin1String(kOrganisation), QLatin1String(kApplication));
         useUtf8(*m_settings);
         m_settings->beginGroup(QLatin1String(kGroup));
     }
@@ -63,6 +81,12 @@ public:
     }
 
 private:
+    // Qt names the folder of the files with one in it, which it opens; this one is not there.
+    static QFileInfo besideFilesOf(QSettings::Scope scope)
+    {
+        return QFileInfo(QSettings(QSettings::defaultFormat(), scope, QLatin1String("beside.quorvale.org")).fileName());
+    }
+
     std::unique_ptr<QSettings> m_settings; ///< null where Qt must not open it
 };
 

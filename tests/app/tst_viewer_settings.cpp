@@ -99,12 +99,38 @@ private slots:
 
     void load_takesDefaults_whereAPipeIsInTheFilesPlace()
     {
+        for (const char *ending : {"", ".lock"}) {
+            ViewerFixture fixture;
+            const QString file = storedFile() + ending;
+            QVERIFY(QFile::remove(file) == (*ending == 0) && ::mkfifo(QFile::encodeName(file).constData(), 0600) == 0);
+            QCOMPARE(fixture.open().mountPoint, QString("/Volumes"));
+            fixture.close();
+            QVERIFY(!QFileInfo(file).isFile()); // nothing is stored
+        }
+    }
+
+    // Qt reads these files, too, and would wait for each.
+    void load_passesOver_aPipeInThePlaceOfAnotherFile_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("the organisation's") << "quorvale.org.ini";
+        QTest::newRow("the system's") << "system/quorvale.org/quorvale.ini";
+        QTest::newRow("the organisation's, of the system") << "system/quorvale.org.ini";
+    }
+    void load_passesOver_aPipeInThePlaceOfAnotherFile()
+    {
+        QFETCH(QString, name);
         ViewerFixture fixture;
-        const QString file = storedFile();
-        QVERIFY(QFile::remove(file) && ::mkfifo(QFile::encodeName(file).constData(), 0600) == 0);
-        QCOMPARE(fixture.open().mountPoint, QString("/Volumes"));
+        const QDir folder(QFileInfo(storedFile()).dir().filePath(".."));
+        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(folder.absoluteFilePath("system")));
+        const auto restore = qScopeGuard([] { qunsetenv("XDG_CONFIG_DIRS"); });
+        const QString pipe = folder.filePath(name);
+        QVERIFY(QDir().mkpath(QFileInfo(pipe).path()) && ::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+        QCOMPARE(fixture.open().mountPoint, fixture.path());
+        fixture.viewer->mountPoint = "/elsewhere";
         fixture.close();
-        QVERIFY(!QFileInfo(file).isFile()); // nothing is stored
+        QVERIFY(QFile::remove(pipe));
+        QCOMPARE(fixture.settings().value("Main/mount_point").toString(), QString("/elsewhere"));
     }
 
     // That the settings of whoever runs these tests are not touched. On macOS only the first half can be tested: there
