@@ -17,7 +17,8 @@ namespace {
 
 // "B3/4": type, frame_num, pic_order_cnt_lsb; "b": no other picture refers to it; "P3/4t": a top field. Then, each
 // after a comma: "n1" or "n1:2" entries in its lists; "-2", "+2": the list's next entry is that of PicNum so far away;
-// "/" the second list's; "m2": the picture of PicNum so far away is unmarked, "long": there is a long-term picture.
+// "/" the second list's; "m2": the picture of PicNum so far away is unmarked, "long": there is a long-term picture,
+// "five": memory_management_control_operation 5.
 Slice sliceOf(const QString &text)
 {
     static const QRegularExpression head("^([IPBpb])(\\d+)/(\\d+)([tb]?)$");
@@ -54,6 +55,8 @@ Slice sliceOf(const QString &text)
             isMarked = true;
             if (part == "long")
                 marking.ue(4).ue(1).ue(6).ue(0);
+            else if (part == "five")
+                marking.ue(5);
             else
                 marking.ue(1).ue(number - 1);
         }
@@ -125,6 +128,7 @@ private slots:
         row("modified: then on from there", "I0/0 P1/8 P2/16 P3/24,n2,-3,+1", "0 8");
         row("modified: what was moved is not there twice", "I0/0 P1/8 P2/16 P3/24,n2,-2", "8 16");
         row("modified: list 1", "I0/0 P1/8 P2/16 b3/12,/,-3", "0 8");
+        row("modified: by what is not there", "I0/0 P1/8 P2/16,m1 P3/24,n2,-2", "?");
         row("modified: numbers begin again",
             "I0/0 P1/2 P2/4 P3/6 P4/8 P5/10 P6/12 P7/14 P8/16 P9/18 P10/20 P11/22 P12/24 P13/26 P14/28 P15/30 P0/32 "
             "P1/34,-3",
@@ -144,6 +148,9 @@ private slots:
         row("a picture is missing", "I0/0 P1/8 P3/16", "?");
         row("after it, those before are not known", "I0/0 P1/8 P3/16 P4/24,n3", "16");
         row("more frames than the window has", "I0/0 P1/8 P2/16 P3/24,m9 P4/32", "24");
+        row("second field: output before the first", "I0/0 P1/8b P1/7t", "?");
+        row("after half a frame, those before are not known", "I0/0 P1/8 P2/16t,m2 P2/17b P3/24 P4/32,n3", "24");
+        row("counts that start again", "I0/0 P1/8,five P1/8 P2/16", "?");
         row("long-term pictures", "I0/0 P1/8,long P2/16", "?");
         row("until an IDR picture", "I0/0 P1/8,long I0/0 P1/8", "0");
     }

@@ -8,15 +8,22 @@
 
 namespace quorvale::h264 {
 
+namespace {
+
+constexpr std::size_t kMostLists = 32; // different ones, one slice after the other, of a picture
+
+} // namespace
+
 // What was found in one access unit.
 struct AccessUnitReader::Contents
 {
     std::vector<SliceHeader> slices; // the first one, and those with other reference picture lists than the one before
     std::uint32_t latestFirstMb = 0;
     std::optional<RecoveryPoint> recoveryPoint;
-    bool isOnePicture = true;     // whole, with nothing that does not belong to it
-    bool areIntra = true;         // all slices
-    bool haveB = false;           // any
+    bool isOnePicture = true; // whole, with nothing that does not belong to it
+    bool areIntra = true;     // all slices
+    bool haveB = false;       // any
+    bool haveTooManyLists = false;
     bool areCabac = true;         // all
     std::int64_t headerBytes = 0; // of the slice whose header is longest
 
@@ -39,7 +46,10 @@ void AccessUnitReader::Contents::add(std::optional<SliceHeader> slice)
     haveB = haveB || slice->sliceType == SliceType::B;
     areCabac = areCabac && slice->dataAt > 0;
     headerBytes = std::max(headerBytes, slice->dataAt);
-    if (slices.empty() || !slices.back().hasSameLists(*slice))
+    if (!slices.empty() && slices.back().hasSameLists(*slice))
+        return;
+    haveTooManyLists = slices.size() == kMostLists;
+    if (!haveTooManyLists)
         slices.push_back(std::move(*slice));
 }
 
@@ -129,8 +139,8 @@ AccessUnit AccessUnitReader::read(const std::uint8_t *data, std::size_t size)
     }
     describe(contents, *count, unit);
     std::optional<std::vector<std::int64_t>> references = m_referenceFrames.next(contents.slices, *count, sps);
-    unit.referencesAreKnown = references.has_value();
-    unit.references = references ? std::move(*references) : std::vector<std::int64_t>();
+    unit.referencesAreKnown = references.has_value() && !contents.haveTooManyLists;
+    unit.references = unit.referencesAreKnown ? std::move(*references) : std::vector<std::int64_t>();
     return unit;
 }
 

@@ -14,9 +14,6 @@ struct Pps
     std::uint32_t spsId = 0;                          ///< seq_parameter_set_id
     bool entropyCodingMode = false;                   ///< entropy_coding_mode_flag: CABAC
     bool bottomFieldPicOrderInFramePresent = false;   ///< bottom_field_pic_order_in_frame_present_flag
-    std::uint32_t numSliceGroups = 1;                 ///< num_slice_groups_minus1 + 1
-    std::uint32_t sliceGroupMapType = 0;              ///< slice_group_map_type
-    std::uint32_t sliceGroupChangeRate = 1;           ///< slice_group_change_rate_minus1 + 1; with map types 3 to 5
     std::uint32_t numRefIdxDefaultActive[2] = {1, 1}; ///< num_ref_idx_l0/l1_default_active_minus1 + 1
     bool weightedPred = false;                        ///< weighted_pred_flag
     std::uint32_t weightedBipredIdc = 0;              ///< weighted_bipred_idc

@@ -39,22 +39,8 @@ std::optional<std::vector<std::int64_t>> ReferenceFrames::next(const std::vector
 {
     const SliceHeader &slice = slices.front();
     const bool completes = completesFrame(slice);
-    bool isRegular = true;
-    if (slice.idrPicFlag) {
-        m_frames.clear();
-        m_hasLongTerm = slice.longTermReference;
-    } else if (!completes && !follows(slice, sps)) {
-        isRegular = false;
-        m_frames.clear();
-    }
-    // A frame of which one field is marked may be no part of the lists of frames (8.2.4.2.1), and decoders differ.
-    const bool hasHalf = !slice.isField() && std::any_of(m_frames.begin(), m_frames.end(), [](const auto &frame) {
-        return frame.fields != fieldsOf(PictureStructure::Frame);
-    });
     std::optional<std::vector<std::int64_t>> counts;
-    const bool hasLongTerm = m_hasLongTerm || std::any_of(slices.begin(), slices.end(),
-                                                          [](const SliceHeader &some) { return some.namesLongTerm(); });
-    if (isRegular && !hasHalf && !hasLongTerm && !slice.hasMemoryManagementControl5())
+    if (begin(slice, pictureOrderCount, sps) && !m_isUnclear && !slice.hasMemoryManagementControl5())
         counts = referredTo(slices, pictureOrderCount, sps);
     mark(slice, pictureOrderCount, sps, completes);
     if (m_frames.size() > mostFrames(sps)) {
@@ -63,20 +49,47 @@ std::optional<std::vector<std::int64_t>> ReferenceFrames::next(const std::vector
     }
     m_openField.reset();
     if (slice.isField() && !completes)
-        m_openField = Field{slice.structure, slice.frameNum, slice.nalRefIdc != 0};
+        m_openField = Field{slice.structure, slice.frameNum, slice.nalRefIdc != 0, pictureOrderCount};
     return counts;
 }
 
-std::vector<std::int64_t> ReferenceFrames::referredTo(const std::vector<SliceHeader> &slices,
-                                                      std::int64_t pictureOrderCount, const Sps &sps) const
+// Forgets what does not go on; false where decoders differ in what they make of it.
+bool ReferenceFrames::begin(const SliceHeader &slice, std::int64_t pictureOrderCount, const Sps &sps)
+{
+    if (slice.idrPicFlag) {
+        m_frames.clear();
+        m_isUnclear = slice.longTermReference;
+        return true;
+    }
+    // A second field is not output before the first one.
+    if (completesFrame(slice))
+        return pictureOrderCount >= m_openField->pictureOrderCount;
+    // A frame of which one field is marked is no part of the lists of frames (8.2.4.2.1).
+    const bool hasHalf = !slice.isField() && std::any_of(m_frames.begin(), m_frames.end(), [](const auto &frame) {
+        return frame.fields != fieldsOf(PictureStructure::Frame);
+    });
+    if (follows(slice, sps) && !hasHalf)
+        return true;
+    m_frames.clear();
+    return false;
+}
+
+std::optional<std::vector<std::int64_t>> ReferenceFrames::referredTo(const std::vector<SliceHeader> &slices,
+                                                                     std::int64_t pictureOrderCount,
+                                                                     const Sps &sps) const
 {
     const ReferenceLists lists(m_frames, slices.front(), pictureOrderCount, sps.maxFrameNum());
     const ReferenceFrame *own = completesFrame(slices.front()) && !m_frames.empty() ? &m_frames.back() : nullptr;
     std::vector<std::int64_t> counts;
     for (const SliceHeader &slice : slices) {
+        if (slice.namesLongTerm())
+            return std::nullopt;
         const std::size_t count = slice.sliceType == SliceType::I ? 0 : slice.sliceType == SliceType::P ? 1 : 2;
         for (std::size_t list = 0; list < count; ++list) {
-            for (const ReferenceFrame *frame : lists.framesIn(slice, list)) {
+            const std::optional<std::vector<const ReferenceFrame *>> frames = lists.framesIn(slice, list);
+            if (!frames)
+                return std::nullopt;
+            for (const ReferenceFrame *frame : *frames) {
                 if (frame == own && frame->frameNum == slice.frameNum)
                     continue;
                 if (std::count(counts.begin(), counts.end(), frame->pictureOrderCount) == 0)
@@ -117,12 +130,8 @@ void ReferenceFrames::obey(const SliceHeader &slice, const Sps &sps)
             break;
         case 4: // MaxLongTermFrameIdx
             break;
-        case 5:
-            m_frames.clear();
-            m_hasLongTerm = false;
-            break;
-        default:
-            m_hasLongTerm = true;
+        default: // long-term pictures; counts that start again, from which decoders go on differently
+            m_isUnclear = true;
             break;
         }
     }

@@ -17,7 +17,8 @@ class ReferenceFrames
 public:
     /// Picture order counts, in the sense of ReferenceFrame, of all frames in the reference picture lists of the next
     /// picture, which has `slices` with all their different lists, and `pictureOrderCount`; without its own frame.
-    /// Nothing where anything is not as it has to be, and with long-term pictures.
+    /// Nothing where anything is not as it has to be, and with long-term pictures or
+    /// memory_management_control_operation 5.
     [[nodiscard]] std::optional<std::vector<std::int64_t>> next(const std::vector<SliceHeader> &slices,
                                                                 std::int64_t pictureOrderCount, const Sps &sps);
 
@@ -27,8 +28,9 @@ public:
 private:
     [[nodiscard]] bool completesFrame(const SliceHeader &slice) const;
     [[nodiscard]] bool follows(const SliceHeader &slice, const Sps &sps) const;
-    [[nodiscard]] std::vector<std::int64_t> referredTo(const std::vector<SliceHeader> &slices,
-                                                       std::int64_t pictureOrderCount, const Sps &sps) const;
+    [[nodiscard]] std::optional<std::vector<std::int64_t>>
+    referredTo(const std::vector<SliceHeader> &slices, std::int64_t pictureOrderCount, const Sps &sps) const;
+    bool begin(const SliceHeader &slice, std::int64_t pictureOrderCount, const Sps &sps);
     void mark(const SliceHeader &slice, std::int64_t pictureOrderCount, const Sps &sps, bool completes);
     void obey(const SliceHeader &slice, const Sps &sps);
     void unmark(const SliceHeader &slice, const MemoryManagementControl &control, const Sps &sps);
@@ -39,12 +41,13 @@ private:
         PictureStructure structure = PictureStructure::Frame;
         std::uint32_t frameNum = 0;
         bool isReference = false;
+        std::int64_t pictureOrderCount = 0;
     };
 
     std::vector<ReferenceFrame> m_frames; ///< in decode order
     std::optional<Field> m_openField;
     std::optional<std::uint32_t> m_prevRefFrameNum; ///< PrevRefFrameNum; nothing: not known
-    bool m_hasLongTerm = false;                     ///< or may have
+    bool m_isUnclear = false;                       ///< until an IDR picture: lists depend on what is not followed here
 };
 
 } // namespace quorvale::h264

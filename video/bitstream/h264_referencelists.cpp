@@ -125,18 +125,20 @@ ReferenceLists::Picture ReferenceLists::withPicNum(std::int64_t number) const
 }
 
 // 8.2.4.3.1
-void ReferenceLists::modify(List &list, const std::vector<RefPicListModification> &modifications) const
+bool ReferenceLists::modify(List &list, const std::vector<RefPicListModification> &modifications) const
 {
     const std::int64_t maxPicNum = m_fields == kBothFields ? m_maxFrameNum : 2 * m_maxFrameNum;
     std::int64_t predicted = currPicNum(); // picNumLXPred
     auto place = list.begin();
     for (const RefPicListModification &modification : modifications) {
         if (place == list.end())
-            return;
+            break;
         const std::int64_t difference = std::int64_t{modification.operand} + 1;
         predicted += modification.idc == 0 ? -difference : difference;
         predicted = (predicted + maxPicNum) % maxPicNum;
         const Picture moved = withPicNum(predicted > currPicNum() ? predicted - maxPicNum : predicted);
+        if (!moved.frame)
+            return false;
         // To its place; what it passes makes room, up to where it was.
         auto from = std::find(place, list.end(), moved);
         if (from == list.end())
@@ -144,13 +146,16 @@ void ReferenceLists::modify(List &list, const std::vector<RefPicListModification
         std::rotate(place, from, from + 1);
         ++place;
     }
+    return true;
 }
 
-std::vector<const ReferenceFrame *> ReferenceLists::framesIn(const SliceHeader &slice, std::size_t list) const
+std::optional<std::vector<const ReferenceFrame *>> ReferenceLists::framesIn(const SliceHeader &slice,
+                                                                            std::size_t list) const
 {
     List pictures = initialList(slice.sliceType, list);
     pictures.resize(slice.numRefIdxActive.at(list));
-    modify(pictures, slice.modifications.at(list));
+    if (!modify(pictures, slice.modifications.at(list)))
+        return std::nullopt;
     std::vector<const ReferenceFrame *> frames;
     for (const Picture &picture : pictures) {
         if (picture.frame)

@@ -3,6 +3,7 @@
 #include "video/bitstream/h264_sliceheader.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace quorvale::h264 {
@@ -41,8 +42,10 @@ public:
                    std::int64_t pictureOrderCount, std::uint32_t maxFrameNum);
 
     /// The frames that are in list `list`, 0 or 1, of a P or B slice of the picture; some more than once. Entries for
-    /// which there is no picture are left out.
-    [[nodiscard]] std::vector<const ReferenceFrame *> framesIn(const SliceHeader &slice, std::size_t list) const;
+    /// which there is no picture are left out. Nothing where the slice wants a picture in it that is not there:
+    /// decoders differ in what they put in its place.
+    [[nodiscard]] std::optional<std::vector<const ReferenceFrame *>> framesIn(const SliceHeader &slice,
+                                                                              std::size_t list) const;
 
     /// PicNum of a frame, or of those of its fields that have the parity of `fields` (8.2.4.1).
     [[nodiscard]] std::int64_t picNum(const ReferenceFrame &frame, unsigned fields) const;
@@ -68,7 +71,7 @@ private:
     [[nodiscard]] std::vector<const ReferenceFrame *> framesByNumber() const;
     [[nodiscard]] std::vector<const ReferenceFrame *> framesByOutput(std::size_t list) const;
     [[nodiscard]] List picturesOf(const std::vector<const ReferenceFrame *> &frames) const;
-    void modify(List &list, const std::vector<RefPicListModification> &modifications) const;
+    bool modify(List &list, const std::vector<RefPicListModification> &modifications) const;
     [[nodiscard]] Picture withPicNum(std::int64_t number) const;
 
     const std::vector<ReferenceFrame> &m_frames;

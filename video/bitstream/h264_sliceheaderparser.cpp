@@ -38,7 +38,6 @@ struct Parser
     bool parseDecRefPicMarking();
     bool parseMemoryManagement();
     bool parseRest();
-    void skipSliceGroupChangeCycle();
 };
 
 // ITU-T H.264, 7.3.3, from colour_plane_id to redundant_pic_cnt
@@ -186,18 +185,6 @@ bool Parser::parseMemoryManagement()
     return false;
 }
 
-// ITU-T H.264, 7.3.3, slice_group_change_cycle
-void Parser::skipSliceGroupChangeCycle()
-{
-    const std::uint32_t units = sps.picSizeInMapUnits();
-    const std::uint64_t rate = pps.sliceGroupChangeRate;
-    const std::uint64_t cycles = (units + rate - 1) / rate; // PicSizeInMapUnits ÷ SliceGroupChangeRate, rounded up
-    int bits = 0;                                           // Ceil(Log2(cycles + 1)) (7-35)
-    while (std::uint64_t{1} << bits < cycles + 1)
-        ++bits;
-    reader.skipBits(bits);
-}
-
 // ITU-T H.264, 7.3.3, from cabac_init_idc on
 bool Parser::parseRest()
 {
@@ -218,8 +205,6 @@ bool Parser::parseRest()
                 return false;
         }
     }
-    if (pps.numSliceGroups > 1 && pps.sliceGroupMapType >= 3 && pps.sliceGroupMapType <= 5)
-        skipSliceGroupChangeCycle();
     // 7.3.4, slice_data()
     while (cabac && !reader.isByteAligned() && !reader.failed()) {
         if (!reader.readFlag()) // cabac_alignment_one_bit

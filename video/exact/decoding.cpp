@@ -52,10 +52,10 @@ bool Decoding::sendHeaders(const AVPacket &packet, PictureIndex picture, std::ui
     // Damage is what is meant here: it is neither to be refused nor concealed.
     const int recognition = std::exchange(m_decoder->err_recognition, 0);
     const int concealment = std::exchange(m_decoder->error_concealment, 0);
-    send(*cut, picture);
+    const bool isSent = send(*cut, picture);
     m_decoder->err_recognition = recognition;
     m_decoder->error_concealment = concealment;
-    return true;
+    return isSent;
 }
 
 void Decoding::drain()

@@ -50,7 +50,7 @@ public:
     bool send(AVPacket &packet, PictureIndex picture);
     /// H.264 with CABAC: as send(), but the decoder is shown its slices' headers only, the first `bytes` bytes. So it
     /// follows which pictures can be referred to and output, and the picture comes out in its turn, but must not be
-    /// looked at or referred to. False only without memory.
+    /// looked at or referred to. False where the decoder complains of the headers.
     bool sendHeaders(const AVPacket &packet, PictureIndex picture, std::uint16_t bytes);
     /// Has the decoder hand out what it holds back; only flush() makes it take packets again.
     void drain();

@@ -37,7 +37,7 @@ void addLeading(RunPlan &plan, const PictureList &pictures, const EntryPoint &en
     const PictureIndex end = std::min(pictures.pictureEnd(), entry.picture + 2 * kMostReordering);
     for (PictureIndex i = entry.picture + 1; i < end; ++i) {
         if (pictures.picture(i).isOutputBefore(pictures.picture(entry.picture)))
-            plan.ignored.push_back(i);
+            plan.leading.push_back(i);
     }
 }
 
@@ -79,7 +79,7 @@ std::int64_t picturesOnTheWay(const PictureList &pictures, PictureIndex entry, P
     const NeededPictures needed = neededFor(pictures, entry, target, rules);
     std::int64_t count = 0;
     for (PictureIndex i = entry; i <= target; ++i)
-        count += needed.isDecoded(i) ? 1 : 0;
+        count += needed.isNeeded(i) ? 1 : 0;
     return count;
 }
 
@@ -149,7 +149,7 @@ std::optional<RunPlan> planToPicture(const PictureList &pictures, const Stretch 
         const bool isSkimmed = needed.isNeeded(i) && !needed.isDecoded(i);
         addPackets(plan.packets, pictures, i, needed.isNeeded(i), isSkimmed);
         if (isSkimmed)
-            plan.ignored.push_back(i);
+            plan.skimmed.push_back(i);
     }
     return plan;
 }

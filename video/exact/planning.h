@@ -26,7 +26,7 @@ struct PlanningRules
 [[nodiscard]] std::optional<StartPlan> planStart(const PictureList &pictures, PictureIndex entry,
                                                  const PlanningRules &rules);
 
-/// How many pictures showing picture `target` decodes, from random access point `entry` on.
+/// How many pictures showing picture `target` decodes at most, from random access point `entry` on.
 [[nodiscard]] std::int64_t picturesOnTheWay(const PictureList &pictures, PictureIndex entry, PictureIndex target,
                                             const PlanningRules &rules);
 

@@ -18,8 +18,7 @@ std::int64_t RunPlan::pictureCount() const
     std::int64_t count = 0;
     const PlannedPacket *previous = nullptr;
     for (const PlannedPacket &packet : packets) {
-        const bool isDecoded = packet.isNeeded && packet.headerBytes == 0;
-        count += isDecoded && (!previous || previous->picture != packet.picture) ? 1 : 0;
+        count += packet.isNeeded && (!previous || previous->picture != packet.picture) ? 1 : 0;
         previous = &packet;
     }
     return count;
@@ -43,7 +42,7 @@ Run::Step Run::next(AVFrame &frame)
         if (m_worker.decoding.lacksMemory())
             return Step::Failed;
         if (output == Decoding::Output::Failed) {
-            if (!isIgnored(m_latest) || ++m_failures > kMostFailures)
+            if (!isLeading(m_latest) || ++m_failures > kMostFailures)
                 return Step::Failed;
             continue;
         }
@@ -93,15 +92,22 @@ bool Run::sendNext()
         return true;
     m_latest = packet.picture;
     if (packet.headerBytes != 0)
-        return m_worker.decoding.sendHeaders(*m_packet, packet.picture, packet.headerBytes);
+        return m_worker.decoding.sendHeaders(*m_packet, packet.picture, packet.headerBytes) ||
+               isLeading(packet.picture);
     m_counters.picturesDecoded += beginsPicture ? 1 : 0;
     // Before the entry point's own picture, what comes refers to what was not decoded.
-    return m_worker.decoding.send(*m_packet, packet.picture) || isIgnored(packet.picture);
+    return m_worker.decoding.send(*m_packet, packet.picture) || isLeading(packet.picture);
 }
 
+bool Run::isLeading(PictureIndex picture) const
+{
+    return std::find(m_plan.leading.begin(), m_plan.leading.end(), picture) != m_plan.leading.end();
+}
+
+// Whether it is not looked at.
 bool Run::isIgnored(PictureIndex picture) const
 {
-    return std::find(m_plan.ignored.begin(), m_plan.ignored.end(), picture) != m_plan.ignored.end();
+    return std::binary_search(m_plan.skimmed.begin(), m_plan.skimmed.end(), picture) || isLeading(picture);
 }
 
 } // namespace quorvale

@@ -11,12 +11,13 @@ struct RunPlan
 {
     StartPlan start;
     std::vector<PlannedPacket> packets; ///< from the entry point on
-    /// May come out too, and are not looked at: decoded after the entry point and output before it, or by headers only.
-    std::vector<PictureIndex> ignored;
-    std::vector<PictureIndex> outputs; ///< must come out, in this order; what comes after them is not foreseen
-    bool isDrained = false;            ///< whether the decoder is drained after the last packet
+    std::vector<PictureIndex> leading;  ///< may come out too: decoded after the entry point and output before it
+    std::vector<PictureIndex> skimmed;  ///< likewise: decoded by headers only
+    std::vector<PictureIndex> outputs;  ///< must come out, in this order; what comes after them is not foreseen
+    bool isDrained = false;             ///< whether the decoder is drained after the last packet
 
-    /// How many pictures it decodes, at most.
+    /// How many pictures it decodes, at most. Those that are decoded by headers only count, too: they are in the budget
+    /// of what may be in vain, which is not to grow with what is saved.
     [[nodiscard]] std::int64_t pictureCount() const;
 };
 
@@ -37,6 +38,7 @@ public:
 
 private:
     bool sendNext();
+    [[nodiscard]] bool isLeading(PictureIndex picture) const;
     [[nodiscard]] bool isIgnored(PictureIndex picture) const;
 
     const RunPlan &m_plan;
@@ -44,7 +46,7 @@ private:
     ExactCounters &m_counters;
     ffmpeg::PacketPtr m_packet;
     PictureIndex m_latest; ///< the picture whose packet was sent last
-    int m_failures = 0;    ///< in pictures that are ignored
+    int m_failures = 0;    ///< in leading pictures
     std::size_t m_sent = 0;
     std::size_t m_received = 0;
     bool m_begun = false;
