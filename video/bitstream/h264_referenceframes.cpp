@@ -65,9 +65,8 @@ bool ReferenceFrames::begin(const SliceHeader &slice, std::int64_t pictureOrderC
     if (completesFrame(slice))
         return pictureOrderCount >= m_openField->pictureOrderCount;
     // A frame of which one field is marked is no part of the lists of frames (8.2.4.2.1).
-    const bool hasHalf = !slice.isField() && std::any_of(m_frames.begin(), m_frames.end(), [](const auto &frame) {
-        return frame.fields != fieldsOf(PictureStructure::Frame);
-    });
+    const bool hasHalf = !slice.isField() && std::any_of(m_frames.begin(), m_frames.end(),
+                                                         [](const auto &frame) { return frame.fields != kBothFields; });
     if (follows(slice, sps) && !hasHalf)
         return true;
     m_frames.clear();
@@ -142,19 +141,14 @@ void ReferenceFrames::unmark(const SliceHeader &slice, const MemoryManagementCon
 {
     const ReferenceLists numbers(m_frames, slice, 0, sps.maxFrameNum());
     const std::int64_t wanted = numbers.currPicNum() - (std::int64_t{control.operands[0]} + 1); // picNumX
-    const unsigned both = fieldsOf(PictureStructure::Frame);
-    const unsigned own = fieldsOf(slice.structure);
-    for (const unsigned fields : {own, own == both ? both : both ^ own}) {
-        const auto found = std::find_if(m_frames.begin(), m_frames.end(), [&](const ReferenceFrame &frame) {
-            return (frame.fields & fields) == fields && numbers.picNum(frame, fields) == wanted;
-        });
-        if (found == m_frames.end())
-            continue;
-        found->fields &= ~fields;
-        if (found->fields == 0)
-            m_frames.erase(found);
+    const ReferenceLists::Picture picture = numbers.withPicNum(wanted);
+    const auto found = std::find_if(m_frames.begin(), m_frames.end(),
+                                    [&](const ReferenceFrame &frame) { return &frame == picture.frame; });
+    if (found == m_frames.end())
         return;
-    }
+    found->fields &= ~picture.fields;
+    if (found->fields == 0)
+        m_frames.erase(found);
 }
 
 } // namespace quorvale::h264

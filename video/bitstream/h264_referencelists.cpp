@@ -5,12 +5,6 @@
 
 namespace quorvale::h264 {
 
-namespace {
-
-constexpr unsigned kBothFields = 3;
-
-} // namespace
-
 ReferenceLists::ReferenceLists(const std::vector<ReferenceFrame> &frames, const SliceHeader &picture,
                                std::int64_t pictureOrderCount, std::uint32_t maxFrameNum)
     : m_frames(frames)

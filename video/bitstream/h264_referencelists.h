@@ -8,6 +8,8 @@
 
 namespace quorvale::h264 {
 
+inline constexpr unsigned kBothFields = 3; ///< see fieldsOf()
+
 /// The fields of a frame, as bits: of a frame both.
 [[nodiscard]] inline unsigned fieldsOf(PictureStructure structure)
 {
@@ -21,7 +23,7 @@ namespace quorvale::h264 {
     case PictureStructure::Frame:
         break;
     }
-    return kTop | kBottom;
+    return kBothFields;
 }
 
 /// A frame that is marked as "used for short-term reference", or of which a field is.
@@ -47,13 +49,7 @@ public:
     [[nodiscard]] std::optional<std::vector<const ReferenceFrame *>> framesIn(const SliceHeader &slice,
                                                                               std::size_t list) const;
 
-    /// PicNum of a frame, or of those of its fields that have the parity of `fields` (8.2.4.1).
-    [[nodiscard]] std::int64_t picNum(const ReferenceFrame &frame, unsigned fields) const;
-    /// CurrPicNum
-    [[nodiscard]] std::int64_t currPicNum() const;
-
-private:
-    // A frame or field that a list can hold.
+    /// A frame or field that a list can hold.
     struct Picture
     {
         const ReferenceFrame *frame = nullptr; ///< null: there is none
@@ -64,15 +60,22 @@ private:
             return frame == other.frame && fields == other.fields;
         }
     };
+
+    /// The one with this PicNum (8.2.4.1), as seen from the picture.
+    [[nodiscard]] Picture withPicNum(std::int64_t number) const;
+    /// CurrPicNum
+    [[nodiscard]] std::int64_t currPicNum() const;
+
+private:
     using List = std::vector<Picture>;
 
     [[nodiscard]] std::int64_t frameNumWrap(const ReferenceFrame &frame) const;
+    [[nodiscard]] std::int64_t picNum(const ReferenceFrame &frame, unsigned fields) const;
     [[nodiscard]] List initialList(SliceType type, std::size_t list) const;
     [[nodiscard]] std::vector<const ReferenceFrame *> framesByNumber() const;
     [[nodiscard]] std::vector<const ReferenceFrame *> framesByOutput(std::size_t list) const;
     [[nodiscard]] List picturesOf(const std::vector<const ReferenceFrame *> &frames) const;
     bool modify(List &list, const std::vector<RefPicListModification> &modifications) const;
-    [[nodiscard]] Picture withPicNum(std::int64_t number) const;
 
     const std::vector<ReferenceFrame> &m_frames;
     unsigned m_fields; ///< of the picture
